@@ -1,0 +1,31 @@
+# What every target of the project shares: warnings, sanitizers, and the three kinds of target.
+
+add_library(cobblet_options INTERFACE)
+target_compile_options(cobblet_options INTERFACE -Wall -Wextra -Wpedantic -Werror)
+target_compile_definitions(cobblet_options INTERFACE
+    QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_FOREACH QT_DEPRECATED_WARNINGS)
+if(COBBLET_SANITIZERS)
+    target_compile_options(cobblet_options INTERFACE -fsanitize=${COBBLET_SANITIZERS} -fno-omit-frame-pointer)
+    target_link_options(cobblet_options INTERFACE -fsanitize=${COBBLET_SANITIZERS})
+endif()
+
+# cobblet_room(NAME SOURCES ... LINKS ...): a room of src/ as a static library. LINKS holds only rooms of lower
+# floors and outside libraries, which is what makes an upward include fail to build or link.
+function(cobblet_room name)
+    cmake_parse_arguments(ROOM "" "" "SOURCES;LINKS" ${ARGN})
+    add_library(${name} STATIC ${ROOM_SOURCES})
+    target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+    target_link_libraries(${name} PUBLIC ${ROOM_LINKS} PRIVATE cobblet_options)
+endfunction()
+
+# cobblet_test(NAME SOURCES ... LINKS ...): a GoogleTest executable that runs without a display.
+function(cobblet_test name)
+    cmake_parse_arguments(TEST "" "TIMEOUT" "SOURCES;LINKS" ${ARGN})
+    add_executable(${name} ${TEST_SOURCES})
+    target_link_libraries(${name} PRIVATE ${TEST_LINKS} cobblet_test_support GTest::gtest GTest::gmock cobblet_options)
+    if(NOT TEST_TIMEOUT)
+        set(TEST_TIMEOUT 120)
+    endif()
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT ${TEST_TIMEOUT} ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
+endfunction()

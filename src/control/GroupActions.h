@@ -1,0 +1,43 @@
+#pragma once
+
+#include "model/AppGroup.h"
+
+#include <QObject>
+
+namespace cobblet {
+
+class RunningApplications;
+class Scheduler;
+class UsageTracker;
+class UserDefaults;
+class WindowAccess;
+class Workspace;
+
+/// Acts on one application or on all applications of a group. Stateless but for the opens that openAll() has
+/// still to make. Main thread only; every call returns at once.
+class GroupActions : public QObject {
+    Q_OBJECT
+public:
+    GroupActions(Workspace &workspace, RunningApplications &running, WindowAccess &windowAccess,
+                 UsageTracker &usage, UserDefaults &standardDefaults, Scheduler &scheduler,
+                 QObject *parent = nullptr);
+
+    /// Brings the running application forward or asks for its launch; false when none is installed.
+    bool openApp(const QString &bundleID);
+    /// Opens each application, 0.08 s apart, so that their activations do not fight.
+    void openAll(const QList<AppItem> &apps);
+    void hideAll(const QList<AppItem> &apps);
+    /// Asks each to quit; they may refuse.
+    void quitAll(const QList<AppItem> &apps);
+    void forceQuitAll(const QList<AppItem> &apps);
+
+private:
+    Workspace &m_workspace;
+    RunningApplications &m_running;
+    WindowAccess &m_windowAccess;
+    UsageTracker &m_usage;
+    UserDefaults &m_defaults;
+    Scheduler &m_scheduler;
+};
+
+} // namespace cobblet

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QList>
+#include <QPointF>
+#include <QString>
+
+#include <functional>
+
+class QWindow;
+
+namespace cobblet {
+
+/// One entry of a menu; an entry with neither title nor children is a separator.
+struct MenuItem {
+    QString title;
+    QString symbol;               ///< symbol name ("pin"), or empty
+    std::function<void()> action; ///< unused when there are children
+    QList<MenuItem> children;
+    bool destructive = false;
+    bool enabled = true;
+
+    bool isSeparator() const { return title.isEmpty() && children.isEmpty(); }
+};
+
+/// Context menus, which may reach beyond the window they belong to.
+class Menus {
+public:
+    virtual ~Menus() = default;
+
+    /// Opens the menu at a point of the window (y-down points from its top left corner) and returns at once.
+    virtual void popUp(const QList<MenuItem> &items, QWindow *window, const QPointF &position) = 0;
+};
+
+} // namespace cobblet

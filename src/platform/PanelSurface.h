@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QObject>
+#include <QRectF>
+
+#include <functional>
+
+namespace cobblet {
+
+/// Timing curve of an animation.
+enum class Easing { In, Out };
+
+/// What took the keyboard focus from the panel.
+enum class KeyWindow {
+    None,       ///< no window of this process
+    Panel,      ///< another panel of this process
+    Borderless, ///< a window of this process that is no panel and has no title bar
+    Titled,     ///< a window of this process with a title bar
+};
+
+/// One window made into a floating panel: above others, on all desktops, out of taskbar and pager, with
+/// rounded corners, key without activating the application. Popovers that belong to the panel count as the
+/// panel: focus moving to them is no loss of key status. Main thread only.
+class PanelSurface : public QObject {
+    Q_OBJECT
+public:
+    virtual bool isVisible() const = 0;
+
+    /// y-up points. Takes effect at once, without animation.
+    virtual void setFrame(const QRectF &frame) = 0;
+    /// Animates the frame; a newer setFrame() or animateFrame() replaces a running one.
+    virtual void animateFrame(const QRectF &frame, double seconds, Easing easing) = 0;
+
+    /// 0 is transparent, 1 opaque. Stops a running fade.
+    virtual void setAlpha(double alpha) = 0;
+    /// Animates the alpha and then calls `done`. A newer fade() or setAlpha() replaces a running fade, whose
+    /// `done` is then dropped. Where the desktop cannot blend windows the change is applied and `done` called
+    /// without waiting: an animation that nobody can see is only a delay.
+    virtual void fade(double alpha, double seconds, Easing easing, std::function<void()> done = {}) = 0;
+
+    /// Maps the window, brings it to the front and gives it the keyboard focus.
+    virtual void makeKeyAndOrderFront() = 0;
+    /// Unmaps the window and returns the focus to the window that had it before.
+    virtual void orderOut() = 0;
+
+    /// The window of this process that has the keyboard focus, other than this panel.
+    virtual KeyWindow otherKeyWindow() const = 0;
+    /// Unmaps the window that otherKeyWindow() speaks of.
+    virtual void orderOutOtherKeyWindow() = 0;
+    /// A modal dialog of this process is open.
+    virtual bool hasModalWindow() const = 0;
+
+signals:
+    /// The panel lost the keyboard focus.
+    void resignedKey();
+};
+
+} // namespace cobblet

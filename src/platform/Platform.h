@@ -1,0 +1,62 @@
+#pragma once
+
+#include "platform/Bundle.h"
+
+#include <QString>
+
+#include <memory>
+
+class QWindow;
+
+namespace cobblet {
+
+class Appearance;
+class Dialogs;
+class DistributedNotifications;
+class DockTile;
+class Instance;
+class Menus;
+class PanelSurface;
+class RunningApplications;
+class Scheduler;
+class Screens;
+class UserDefaults;
+class WindowAccess;
+class Workspace;
+
+/// The one desktop this program was built for: it owns the services and makes each on first use, so that
+/// start-up pays only for what the first panel needs. Nobody but the composition root sees it; everybody
+/// else is handed the services they use.
+class Platform {
+public:
+    virtual ~Platform() = default;
+
+    /// Where the program keeps its files ("…/Cobblet"); not necessarily there yet.
+    virtual QString applicationSupportFolder() const = 0;
+
+    virtual Instance &instance() = 0;
+    virtual Scheduler &scheduler() = 0;
+    virtual UserDefaults &standardDefaults() = 0;
+    /// The suite "com.cobblet.shared", which agents read too; the standard domain when it cannot be opened.
+    virtual UserDefaults &sharedDefaults() = 0;
+    virtual DistributedNotifications &distributedNotifications() = 0;
+    virtual Appearance &appearance() = 0;
+    virtual Screens &screens() = 0;
+    virtual Workspace &workspace() = 0;
+    virtual RunningApplications &runningApplications() = 0;
+    virtual WindowAccess &windowAccess() = 0;
+    virtual Dialogs &dialogs() = 0;
+    virtual Menus &menus() = 0;
+    virtual DockTile &dockTile() = 0;
+
+    /// Makes a window that is not shown yet into a floating panel with corners of this radius (points).
+    virtual std::unique_ptr<PanelSurface> makePanelSurface(QWindow &window, double cornerRadius) = 0;
+
+    /// Called once the first panel is painted: work that start-up does not need, and memory it no longer does.
+    virtual void settle() = 0;
+};
+
+/// The backend that was linked. `bundle` is the running program's own. Needs a QGuiApplication.
+std::unique_ptr<Platform> makePlatform(const Bundle &bundle);
+
+} // namespace cobblet

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "platform/Result.h"
+
+#include <QImage>
+#include <QList>
+#include <QObject>
+#include <QString>
+
+#include <functional>
+#include <optional>
+
+namespace cobblet {
+
+/// An application that is installed on this desktop.
+struct InstalledApplication {
+    QString bundleID; ///< on freedesktop the desktop-file id without ".desktop"
+    QString name;     ///< the localised display name
+    QString path;     ///< the application's file: a ".desktop" file or a ".app" bundle
+
+    bool operator==(const InstalledApplication &) const = default;
+};
+
+/// The applications installed on this desktop, and how to open and show them. Main thread, except icon().
+class Workspace : public QObject {
+    Q_OBJECT
+public:
+    using Completion = std::function<void(const Status &)>;
+
+    /// This desktop's counterpart of a well-known identifier ("com.apple.mail"); any other identifier, and
+    /// one without a counterpart here, comes back unchanged. Never stored.
+    virtual QString resolved(const QString &bundleID) const = 0;
+
+    /// The installed application with this identifier (well-known ones are resolved first); absent when
+    /// none is installed.
+    virtual std::optional<InstalledApplication> application(const QString &bundleID) const = 0;
+
+    /// The application that a file on disk stands for, or why it stands for none.
+    virtual Result<InstalledApplication> applicationAt(const QString &path) const = 0;
+
+    /// Asks for a launch with activation and returns at once. `done`, when given, runs later on the main
+    /// thread with the outcome; a failure is also logged with the application's name and the cause.
+    virtual void open(const QString &bundleID, Completion done = {}) = 0;
+
+    /// Shows the application's file in the desktop's file manager; returns at once, as open() does.
+    virtual void reveal(const QString &bundleID, Completion done = {}) = 0;
+
+    /// The application's icon in a square of `points` logical pixels at `devicePixelRatio`; a null image
+    /// when no such application is installed or it has no icon. Any thread.
+    virtual QImage icon(const QString &bundleID, int points, qreal devicePixelRatio) const = 0;
+
+    /// The icon that stands for an application without one. Any thread.
+    virtual QImage genericIcon(int points, qreal devicePixelRatio) const = 0;
+
+    /// Where a file chooser for applications starts.
+    virtual QString applicationsFolder() const = 0;
+
+signals:
+    /// Applications were added, replaced, hidden or removed; look-ups and resolved() answer afresh.
+    void installedApplicationsChanged();
+    /// The machine woke from sleep.
+    void didWake();
+};
+
+} // namespace cobblet

@@ -1,0 +1,134 @@
+#include "platform/freedesktop/X11Connection.h"
+
+#include <QLoggingCategory>
+#include <QSocketNotifier>
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace cobblet {
+
+Q_LOGGING_CATEGORY(lcX11, "cobblet.x11")
+
+std::unique_ptr<X11Connection> X11Connection::open()
+{
+    int screenNumber = 0;
+    xcb_connection_t *connection = xcb_connect(nullptr, &screenNumber);
+    if (xcb_connection_has_error(connection) != 0) {
+        xcb_disconnect(connection);
+        qCWarning(lcX11) << "No X server can be reached: running applications, docks and window effects are unknown.";
+        return nullptr;
+    }
+    return std::unique_ptr<X11Connection>(new X11Connection(connection, screenNumber));
+}
+
+X11Connection::X11Connection(xcb_connection_t *connection, int screenNumber)
+    : m_connection(connection), m_screenNumber(screenNumber)
+{
+    auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
+    for (int i = 0; i < screenNumber && screens.rem > 1; ++i)
+        xcb_screen_next(&screens);
+    m_screen = screens.data;
+    m_root = m_screen->root;
+    m_notifier = std::make_unique<QSocketNotifier>(xcb_get_file_descriptor(connection), QSocketNotifier::Read);
+    connect(m_notifier.get(), &QSocketNotifier::activated, this, &X11Connection::drain);
+}
+
+X11Connection::~X11Connection()
+{
+    m_notifier.reset();
+    xcb_disconnect(m_connection);
+}
+
+void X11Connection::intern(const std::vector<const char *> &names)
+{
+    std::vector<std::pair<const char *, xcb_intern_atom_cookie_t>> asked;
+    for (const char *name : names)
+        if (!m_atoms.contains(name))
+            asked.emplace_back(name, xcb_intern_atom(m_connection, 0, uint16_t(std::strlen(name)), name));
+    for (const auto &[name, cookie] : asked) {
+        const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(m_connection, cookie, nullptr));
+        m_atoms.insert(name, reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE));
+    }
+}
+
+xcb_atom_t X11Connection::atom(const char *name)
+{
+    if (const auto known = m_atoms.constFind(name); known != m_atoms.cend())
+        return *known;
+    intern({name});
+    return m_atoms.value(name);
+}
+
+void X11Connection::select(xcb_window_t window, uint32_t eventMask)
+{
+    uint32_t &mask = m_selected[window];
+    if ((mask & eventMask) == eventMask)
+        return;
+    mask |= eventMask;
+    xcb_change_window_attributes(m_connection, window, XCB_CW_EVENT_MASK, &mask);
+    flush();
+}
+
+void X11Connection::forget(xcb_window_t window)
+{
+    m_selected.remove(window);
+}
+
+std::optional<QByteArray> X11Connection::property(xcb_window_t window, xcb_atom_t name, uint32_t maximum)
+{
+    const auto cookie = xcb_get_property(m_connection, 0, window, name, XCB_GET_PROPERTY_TYPE_ANY, 0, (maximum + 3) / 4);
+    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(m_connection, cookie, nullptr));
+    drainSoon();
+    if (!reply || reply->type == XCB_ATOM_NONE)
+        return std::nullopt;
+    return QByteArray(static_cast<const char *>(xcb_get_property_value(reply.get())),
+                      xcb_get_property_value_length(reply.get()));
+}
+
+std::vector<uint32_t> X11Connection::cardinals(xcb_window_t window, xcb_atom_t name, uint32_t maximum)
+{
+    const auto bytes = property(window, name, maximum * 4);
+    if (!bytes)
+        return {};
+    std::vector<uint32_t> values(size_t(bytes->size()) / 4);
+    std::memcpy(values.data(), bytes->constData(), values.size() * 4);
+    return values;
+}
+
+void X11Connection::sendToRoot(xcb_window_t window, xcb_atom_t type, const std::vector<uint32_t> &data)
+{
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = window;
+    message.type = type;
+    std::copy_n(data.begin(), std::min<size_t>(data.size(), 5), message.data.data32);
+    xcb_send_event(m_connection, 0, m_root, XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                   reinterpret_cast<const char *>(&message));
+    flush();
+}
+
+void X11Connection::drainSoon()
+{
+    if (!std::exchange(m_drainQueued, true))
+        QMetaObject::invokeMethod(this, &X11Connection::drain, Qt::QueuedConnection);
+}
+
+void X11Connection::drain()
+{
+    m_drainQueued = false;
+    while (auto *raw = xcb_poll_for_event(m_connection)) {
+        const XcbReply<xcb_generic_event_t> owned(raw);
+        if (raw->response_type != 0)
+            emit event(raw);
+    }
+    if (m_notifier && xcb_connection_has_error(m_connection) != 0) {
+        m_notifier.reset();
+        qCWarning(lcX11) << "The X server closed the connection.";
+        emit broken();
+    }
+}
+
+} // namespace cobblet

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QObject>
+#include <QString>
+
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include <xcb/xcb.h>
+
+class QSocketNotifier;
+
+namespace cobblet {
+
+/// Owns a reply of the X server.
+template<class T>
+struct XcbFree {
+    void operator()(T *reply) const { std::free(reply); }
+};
+template<class T>
+using XcbReply = std::unique_ptr<T, XcbFree<T>>;
+
+/// A connection of our own to the X server, beside the toolkit's: the desktop services share it, so that what
+/// they watch on the root window and on foreign windows never mixes with the toolkit's events. Main thread.
+class X11Connection : public QObject {
+    Q_OBJECT
+public:
+    /// Null, with one log line, when there is no X server to connect to.
+    static std::unique_ptr<X11Connection> open();
+    ~X11Connection() override;
+
+    xcb_connection_t *xcb() const { return m_connection; }
+    xcb_window_t root() const { return m_root; }
+    const xcb_screen_t *screen() const { return m_screen; }
+    int screenNumber() const { return m_screenNumber; }
+
+    /// Interned once; later calls answer from a table.
+    xcb_atom_t atom(const char *name);
+    /// Interns many with one round trip.
+    void intern(const std::vector<const char *> &names);
+
+    /// Adds to the events that this client selects on a window.
+    void select(xcb_window_t window, uint32_t eventMask);
+    /// Forgets what was selected on a window that is gone.
+    void forget(xcb_window_t window);
+
+    /// At most `maximum` bytes of a property of any type; absent when the window or the property is.
+    std::optional<QByteArray> property(xcb_window_t window, xcb_atom_t name, uint32_t maximum = 64 * 1024);
+    /// The 32-bit values of a property; empty when absent.
+    std::vector<uint32_t> cardinals(xcb_window_t window, xcb_atom_t name, uint32_t maximum = 4096);
+    /// Sends a client message to the root window, as the window-manager standards ask of pagers.
+    void sendToRoot(xcb_window_t window, xcb_atom_t type, const std::vector<uint32_t> &data);
+
+    /// To be called after reading a reply from xcb() directly: events that arrived with it wait in xcb's own
+    /// queue, where the socket no longer announces them. They are handled in the next turn of the loop.
+    void drainSoon();
+
+    void flush() { xcb_flush(m_connection); }
+
+signals:
+    /// Every event of this connection. Errors of requests that nobody waits for are dropped: foreign windows
+    /// vanish at any time.
+    void event(xcb_generic_event_t *event);
+    /// The server closed the connection; nothing works any more.
+    void broken();
+
+private:
+    X11Connection(xcb_connection_t *connection, int screenNumber);
+    void drain();
+
+    xcb_connection_t *m_connection;
+    int m_screenNumber;
+    const xcb_screen_t *m_screen = nullptr;
+    xcb_window_t m_root = XCB_WINDOW_NONE;
+    QHash<QByteArray, xcb_atom_t> m_atoms;
+    QHash<xcb_window_t, uint32_t> m_selected;
+    std::unique_ptr<QSocketNotifier> m_notifier;
+    bool m_drainQueued = false;
+};
+
+} // namespace cobblet

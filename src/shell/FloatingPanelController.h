@@ -1,0 +1,55 @@
+#pragma once
+
+#include "model/AppGroup.h"
+#include "platform/PanelSurface.h"
+#include "platform/Scheduler.h"
+#include "platform/Screens.h"
+
+#include <QObject>
+#include <QSizeF>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace cobblet {
+
+class NotificationCenter;
+class PopupSettings;
+
+/// Shows, places, resizes and hides the one floating panel. Main thread only.
+class FloatingPanelController : public QObject {
+    Q_OBJECT
+public:
+    using MakePanel = std::function<std::unique_ptr<PanelSurface>()>;
+    using GroupProvider = std::function<std::optional<AppGroup>()>;
+
+    /// `makePanel` runs on first use of the panel.
+    FloatingPanelController(MakePanel makePanel, Screens &screens, PopupSettings &popupSettings,
+                            NotificationCenter &notifications, Scheduler &scheduler, QObject *parent = nullptr);
+
+    /// Supplies the group selected in the panel, whose anchor decides where it opens.
+    void setGroupProvider(GroupProvider provider) { m_groupProvider = std::move(provider); }
+
+    /// Makes the panel window now, so that the first show is fast.
+    void createPanel();
+    void show();
+    void hide();
+    /// Points.
+    void setDesiredSize(const QSizeF &size);
+
+    bool isVisible() const;
+    bool isHiding() const { return m_isHiding; }
+
+    /// Escape hides; Command with a digit from 1 to 9 selects. True when the key is used up.
+    bool handleKeyPress(int key, Qt::KeyboardModifiers modifiers, const QString &charactersIgnoringModifiers);
+
+    /// Watches every key press of the application.
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    GroupProvider m_groupProvider;
+    bool m_isHiding = false;
+};
+
+} // namespace cobblet

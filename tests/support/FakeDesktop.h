@@ -1,0 +1,191 @@
+#pragma once
+
+#include "platform/Appearance.h"
+#include "platform/Dialogs.h"
+#include "platform/DistributedNotifications.h"
+#include "platform/DockTile.h"
+#include "platform/Instance.h"
+#include "platform/Menus.h"
+#include "platform/PanelSurface.h"
+#include "platform/RunningApplications.h"
+#include "platform/Screens.h"
+#include "platform/UserDefaults.h"
+#include "platform/WindowAccess.h"
+#include "platform/Workspace.h"
+
+#include <QMap>
+#include <QStringList>
+
+/// An in-memory desktop that records what is asked of it. Every fake writes its calls, as text, into one shared
+/// log where a log is given, so that a test can compare order across services.
+namespace cobblet::test {
+
+using Log = QStringList;
+
+class FakeDefaults : public UserDefaults {
+public:
+    std::optional<QVariant> object(const QString &key) const override;
+    bool contains(const QString &key) const override { return stored.contains(key); }
+    Status set(const QString &key, const QVariant &value) override;
+    Status remove(const QString &key) override;
+    void registerDefault(const QString &key, const QVariant &value) override { registered[key] = value; }
+
+    QMap<QString, QVariant> stored;
+    QMap<QString, QVariant> registered;
+};
+
+class FakeWorkspace : public Workspace {
+public:
+    explicit FakeWorkspace(Log *log = nullptr) : m_log(log) {}
+
+    QString resolved(const QString &bundleID) const override { return aliases.value(bundleID, bundleID); }
+    std::optional<InstalledApplication> application(const QString &bundleID) const override;
+    Result<InstalledApplication> applicationAt(const QString &path) const override;
+    void open(const QString &bundleID, Completion done) override;
+    void reveal(const QString &bundleID, Completion done) override;
+    QImage icon(const QString &bundleID, int points, qreal ratio) const override;
+    QImage genericIcon(int points, qreal ratio) const override;
+    QString applicationsFolder() const override { return QStringLiteral("/apps"); }
+
+    /// Adds an application whose file is "/apps/ID.desktop".
+    void install(const QString &bundleID, const QString &name = {});
+
+    QMap<QString, InstalledApplication> installed;
+    QMap<QString, QString> aliases;
+    QStringList opened;
+
+private:
+    Log *m_log;
+};
+
+class FakeRunningApplications : public RunningApplications {
+public:
+    explicit FakeRunningApplications(Log *log = nullptr) : m_log(log) {}
+
+    QList<RunningApplication> runningApplications() const override { return running; }
+    void hide(const RunningApplication &a) override { record(QStringLiteral("hide"), a); }
+    void unhide(const RunningApplication &a) override { record(QStringLiteral("unhide"), a); }
+    void activate(const RunningApplication &a) override { record(QStringLiteral("activate"), a); }
+    void terminate(const RunningApplication &a) override { record(QStringLiteral("terminate"), a); }
+    void forceTerminate(const RunningApplication &a) override { record(QStringLiteral("forceTerminate"), a); }
+
+    void launch(const RunningApplication &application);
+    void quit(const RunningApplication &application);
+
+    QList<RunningApplication> running;
+    QStringList calls; ///< "hide ID PID"
+
+private:
+    void record(const QString &verb, const RunningApplication &application);
+    Log *m_log;
+};
+
+class FakeWindowAccess : public WindowAccess {
+public:
+    explicit FakeWindowAccess(Log *log = nullptr) : m_log(log) {}
+    bool isTrusted(bool prompt) override;
+    void unminimizeWindows(const RunningApplication &application) override;
+    void reopen(const RunningApplication &application) override;
+
+    bool trusted = true;
+    int prompts = 0;
+
+private:
+    Log *m_log;
+};
+
+class FakeScreens : public Screens {
+public:
+    QList<Screen> screens() const override { return list; }
+    std::optional<QPointF> pointer() const override { return pointerPosition; }
+    QRectF toWindowSystem(const QRectF &yUp) const override { return yUp; }
+
+    QList<Screen> list{{QStringLiteral("main"), QRectF(0, 0, 1440, 900), QRectF(0, 60, 1440, 840)}};
+    std::optional<QPointF> pointerPosition;
+};
+
+/// Fades and frame animations are held until finishFade().
+class FakePanelSurface : public PanelSurface {
+public:
+    bool isVisible() const override { return visible; }
+    void setFrame(const QRectF &f) override { frame = f; }
+    void animateFrame(const QRectF &f, double seconds, Easing easing) override;
+    void setAlpha(double a) override;
+    void fade(double a, double seconds, Easing easing, std::function<void()> done) override;
+    void makeKeyAndOrderFront() override;
+    void orderOut() override { visible = false; }
+    KeyWindow otherKeyWindow() const override { return otherKey; }
+    void orderOutOtherKeyWindow() override { otherKey = KeyWindow::None; ++orderedOutOther; }
+    bool hasModalWindow() const override { return modal; }
+
+    void finishFade();
+    void resignKey() { emit resignedKey(); }
+
+    bool visible = false;
+    bool modal = false;
+    KeyWindow otherKey = KeyWindow::None;
+    QRectF frame;
+    double alpha = 1;
+    int madeKey = 0;
+    int orderedOutOther = 0;
+    QStringList animations; ///< "fade 1 0.18 out", "frame 600x340 0.18 out"
+
+private:
+    double m_target = 1;
+    std::function<void()> m_done;
+};
+
+class FakeAppearance : public Appearance {
+public:
+    bool isDark() const override { return dark; }
+    QColor accentColor() const override { return QColor(0, 122, 255); }
+    void setDark(bool value);
+
+    bool dark = false;
+};
+
+class FakeDistributedNotifications : public DistributedNotifications {
+public:
+    Status post(const QString &name, const QString &object) override;
+    QStringList posted; ///< "NAME OBJECT"
+};
+
+/// Answers questions with `accept` and choosers with `files`, at once.
+class FakeDialogs : public Dialogs {
+public:
+    void confirm(const Confirmation &question, std::function<void(bool)> answer) override;
+    void chooseFiles(const FileRequest &request, std::function<void(const QStringList &)> answer) override;
+    void inform(const QString &message, const QString &informativeText) override;
+
+    bool accept = true;
+    QStringList files;
+    QList<Confirmation> questions;
+    QList<FileRequest> requests;
+    QStringList informed;
+};
+
+class FakeMenus : public Menus {
+public:
+    void popUp(const QList<MenuItem> &items, QWindow *, const QPointF &) override { last = items; }
+
+    QList<MenuItem> last;
+};
+
+class FakeDockTile : public DockTile {
+public:
+    void setIcon(const QImage &image) override { icon = image; }
+    void activateApplication() override { ++activations; }
+
+    QImage icon;
+    int activations = 0;
+};
+
+class FakeInstance : public Instance {
+public:
+    Role claim() override { return role; }
+    void sendReopen(const QString &token = {}) { emit reopen(token); }
+
+    Role role = Role::First;
+};
+
+} // namespace cobblet::test
