@@ -20,6 +20,16 @@ namespace {
 /// How long an application may take to show its first window before a click on it starts it again.
 constexpr qint64 startingMilliseconds = 15000;
 
+/// The first of the processes that the leader of a session left behind; 0 when there is none.
+qint64 leftInSession(qint64 session)
+{
+    qint64 first = 0;
+    for (const ProcessEntry &process : allProcesses())
+        if (process.session == session && process.pid != session && (first == 0 || process.pid < first))
+            first = process.pid;
+    return first;
+}
+
 } // namespace
 
 X11RunningApplications::X11RunningApplications(X11Connection *x11, FreedesktopWorkspace &workspace, QObject *parent)
@@ -209,9 +219,15 @@ void X11RunningApplications::launchedHere(const QString &id, qint64 pid, bool in
                     [&](const auto &application) { return application->self.bundleIdentifier == id; }))
         return;
     Application &application = add({id, pid});
-    if (!application.end) {
-        m_applications.pop_back();
-        return;
+    if (!application.end) { // it has ended already
+        if (const qint64 successor = leftInSession(pid); successor > 0) {
+            application.self.processIdentifier = successor;
+            watchProcess(application);
+        }
+        if (!application.end) {
+            m_applications.pop_back();
+            return;
+        }
     }
     application.startedHere.start();
     emit didLaunch(RunningApplication(application.self));
@@ -232,9 +248,7 @@ void X11RunningApplications::processEnded(const RunningApplication &ended)
         if (const Window &window = m_windows.value(id); successor == 0 && !window.processEnded)
             successor = window.seen.pid;
     if (successor == 0 && application->startedHere.isValid() && application->windows.empty())
-        for (const ProcessEntry &process : allProcesses())
-            if (process.session == ended.processIdentifier && (successor == 0 || process.pid < successor))
-                successor = process.pid;
+        successor = leftInSession(ended.processIdentifier);
     application->end.reset();
     if (successor > 0) {
         application->self.processIdentifier = successor;
