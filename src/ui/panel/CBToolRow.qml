@@ -1,0 +1,39 @@
+import QtQuick
+
+// What can be done with all applications of the list at once.
+Item {
+    id: tools
+
+    required property real hair
+
+    height: Units.toolRowHeight + hair
+
+    Rectangle {
+        width: parent.width
+        height: tools.hair
+        color: CBTheme.hairline
+    }
+
+    CBToolButton {
+        id: openAll
+        x: 10
+        y: 9 + tools.hair
+        label: "Open All"
+        symbol: "play.fill"
+        onTriggered: Panel.openAll()
+    }
+
+    CBToolButton {
+        x: openAll.x + openAll.width + 4
+        y: openAll.y
+        label: Panel.closeAllLabel
+        symbol: Panel.closeAllSymbol
+        hint: "⌘ + Click = Force Quit\n⌥ + Click = Graceful Quit"
+        onTriggered: Panel.closeAll()
+    }
+
+    CBInfoButton {
+        x: tools.width - width - 4
+        y: tools.hair
+    }
+}

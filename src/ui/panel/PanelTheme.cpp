@@ -1,0 +1,74 @@
+#include "ui/panel/PanelTheme.h"
+
+#include "platform/Appearance.h"
+
+#include <QQmlEngine>
+
+namespace cobblet {
+
+namespace {
+
+constexpr char engineProperty[] = "cobbletTheme";
+
+QColor over(const QColor &top, const QColor &bottom)
+{
+    const float a = top.alphaF();
+    const auto mix = [a](float t, float b) { return t * a + b * (1 - a); };
+    return QColor::fromRgbF(mix(top.redF(), bottom.redF()), mix(top.greenF(), bottom.greenF()),
+                            mix(top.blueF(), bottom.blueF()));
+}
+
+} // namespace
+
+PanelTheme::PanelTheme(ThemeManager &manager, Appearance &appearance, QObject *parent)
+    : QObject(parent), m_manager(manager), m_appearance(appearance)
+{
+    connect(&manager, &ThemeManager::changed, this, &PanelTheme::changed);
+    connect(&appearance, &Appearance::changed, this, &PanelTheme::changed);
+}
+
+PanelTheme *PanelTheme::create(QQmlEngine *engine, QJSEngine *)
+{
+    auto *theme = engine->property(engineProperty).value<PanelTheme *>();
+    Q_ASSERT(theme);
+    return theme;
+}
+
+void PanelTheme::install(QQmlEngine &engine, PanelTheme &theme)
+{
+    QJSEngine::setObjectOwnership(&theme, QJSEngine::CppOwnership);
+    engine.setProperty(engineProperty, QVariant::fromValue(&theme));
+}
+
+QColor PanelTheme::panelBG() const
+{
+    const CBTheme &current = theme();
+    if (!current.panelIsMaterial || m_blending)
+        return current.panelBG;
+    return over(current.panelBG, popoverBG());
+}
+
+QColor PanelTheme::accent() const
+{
+    return m_appearance.accentColor();
+}
+
+QColor PanelTheme::popoverBG() const
+{
+    return CBTheme::palette(m_manager.effectiveScheme(), false).panelBG;
+}
+
+QColor PanelTheme::fieldBG() const
+{
+    return isDark() ? QColor(255, 255, 255, 20) : QColor(255, 255, 255);
+}
+
+void PanelTheme::setBlending(bool blending)
+{
+    if (m_blending == blending)
+        return;
+    m_blending = blending;
+    emit changed();
+}
+
+} // namespace cobblet

@@ -1,0 +1,9 @@
+import QtQuick
+
+// The background of a popover's window.
+Rectangle {
+    radius: 10
+    color: CBTheme.popoverBG
+    border.width: 1
+    border.color: CBTheme.border
+}
