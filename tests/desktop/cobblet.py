@@ -24,7 +24,7 @@ COLUMN_SPACING = 8
 ROW_SPACING = 18
 ROW_HEIGHT = 103
 ICON = 48
-ICON_CENTRE = 14 + ICON / 2
+ICON_CENTRE = 8 + ICON / 2
 TOOL_ROW = 46
 
 # Applications that Debian ships without a desktop entry of their own, as (identifier, name, command, WM_CLASS).
