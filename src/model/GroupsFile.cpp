@@ -5,8 +5,11 @@
 
 #include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QLoggingCategory>
+
+#include <cstring>
 
 namespace cobblet {
 
@@ -20,6 +23,22 @@ bool isSomethingThere(const QString &path)
 {
     const QFileInfo info(path);
     return info.exists() || info.isSymLink();
+}
+
+/// Compared piece by piece: a large list need not be in memory twice for it.
+bool holdsExactly(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return false;
+    char piece[16 * 1024];
+    for (qsizetype at = 0; at < bytes.size();) {
+        const qint64 size = file.read(piece, qMin<qint64>(sizeof piece, bytes.size() - at));
+        if (size <= 0 || std::memcmp(piece, bytes.constData() + at, size_t(size)) != 0)
+            return false;
+        at += size;
+    }
+    return true;
 }
 
 } // namespace
@@ -51,11 +70,9 @@ Status GroupsFile::write(const QByteArray &json)
         if (Status status = setAside(); !status)
             return status; // better a list that is only in the defaults than a lost file
         m_isBad = false;
-    } else if (FileStamp now(m_path); now.size() == json.size()) {
-        if (const auto bytes = readBounded(m_path, maximumJsonBytes); bytes && bytes.value() == json) {
-            m_stamp = std::move(now);
-            return {};
-        }
+    } else if (FileStamp now(m_path); now.size() == json.size() && holdsExactly(m_path, json)) {
+        m_stamp = std::move(now);
+        return {};
     }
     Status status = writeAtomically(m_path, json);
     m_stamp.emplace(m_path);
