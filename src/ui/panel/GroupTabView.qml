@@ -50,7 +50,6 @@ FocusScope {
         x: sidebar.width + panel.hair
         width: panel.width - x
         height: parent.height
-        focus: true
         visible: Panel.content === Panel.Grid
         hair: panel.hair
     }

@@ -23,7 +23,7 @@ Rectangle {
     function settle() {
         if (!shown && opacity === 0 && !spring.running && !dying) {
             dying = true;
-            destroy();
+            Decorations.dismiss(fill);
         }
     }
 
