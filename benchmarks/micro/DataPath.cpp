@@ -37,7 +37,8 @@ QList<AppGroup> largeList()
         group.emoji = QStringLiteral(u"🎨");
         for (int a = 0; a < appsPerGroup; ++a) {
             const QString number = QString::number(g * appsPerGroup + a).rightJustified(5, QLatin1Char('0'));
-            group.apps.append({QStringLiteral("Example Application ") + number, QStringLiteral("org.example.app.name") + number});
+            group.apps.append(
+                {QStringLiteral("Example Application ") + number, QStringLiteral("org.example.app.name") + number});
         }
         list.append(group);
     }
@@ -85,7 +86,8 @@ void peerSave(const std::vector<PlainGroup> &groups, const QString &path)
         auto apps = nlohmann::ordered_json::array();
         for (const PlainApp &app : group.apps)
             apps.push_back({{"name", app.name}, {"bundleID", app.bundleID}});
-        document.push_back({{"id", group.id}, {"name", group.name}, {"emoji", group.emoji}, {"apps", std::move(apps)}});
+        document.push_back(
+            {{"id", group.id}, {"name", group.name}, {"emoji", group.emoji}, {"apps", std::move(apps)}});
     }
     const std::string text = document.dump(2);
     QSaveFile file(path);
@@ -183,7 +185,8 @@ int printGrowth(const QString &folder)
     const qint64 loaded = ownMemory();
     ::malloc_trim(0); // as the program does once its first panel is painted
     std::printf("memory growth with %lld groups loaded: %.2f MiB, %.2f MiB before the heap is trimmed\n",
-                qlonglong(manager.groups().size()), double(ownMemory() - before) / 1024, double(loaded - before) / 1024);
+                qlonglong(manager.groups().size()), double(ownMemory() - before) / 1024,
+                double(loaded - before) / 1024);
     return 0;
 }
 

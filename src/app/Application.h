@@ -16,6 +16,7 @@
 
 namespace cobblet {
 
+class PanelSurface;
 class Platform;
 
 /// The composition root: owns every object above the platform. Main thread only.

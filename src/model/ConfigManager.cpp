@@ -184,7 +184,8 @@ void ConfigManager::saveGroups()
     if (status)
         m_unsaved.clear();
     else if (!m_fileFails)
-        qCWarning(log, "The groups are kept in memory and in the preferences only. %ls", qUtf16Printable(status.error()));
+        qCWarning(log, "The groups are kept in memory and in the preferences only. %ls",
+                  qUtf16Printable(status.error()));
     m_fileFails = !status;
     store(groupsKey(), json);
 }

@@ -28,7 +28,7 @@ public:
 
     /// What the save sequence causes above this room, in its order. Set before the first load.
     struct Hooks {
-        std::function<void()> dropGroupIcons;           ///< the group-icon cache is out of date
+        std::function<void()> dropGroupIcons;            ///< the group-icon cache is out of date
         std::function<void()> refreshShortcutParameters; ///< group names as the assistants know them
     };
 

@@ -1,9 +1,10 @@
 #include "model/GroupCoding.h"
 
-#include <QStringConverter>
+#include "model/TextBlock.h"
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <array>
 #include <limits>
 #include <string>
@@ -15,8 +16,21 @@ namespace cobblet {
 namespace {
 
 enum Field {
-    Id, Name, Emoji, Apps, IsPinned, IsStandalone, IconName, IconStyle, IconColor, IconFill, PopupColumns,
-    PopupMaxRows, PopupShowsTitles, PopupAnchorField, Unknown
+    Id,
+    Name,
+    Emoji,
+    Apps,
+    IsPinned,
+    IsStandalone,
+    IconName,
+    IconStyle,
+    IconColor,
+    IconFill,
+    PopupColumns,
+    PopupMaxRows,
+    PopupShowsTitles,
+    PopupAnchorField,
+    Unknown
 };
 
 constexpr std::array<std::string_view, Unknown> fieldNames{
@@ -33,61 +47,6 @@ bool isLenient(Field field)
 {
     return field == IconStyle || field == IconFill || field >= PopupColumns;
 }
-
-/// The texts of one group in one block of memory, which they share: a list of many applications costs one
-/// allocation per group instead of two per application.
-class TextBlock {
-public:
-    struct Span {
-        qsizetype at = 0;
-        qsizetype size = 0;
-    };
-
-    Span add(const std::string &utf8)
-    {
-        const size_t at = m_text.size();
-        m_text.resize(at + utf8.size() + 1);
-        QChar *const begin = reinterpret_cast<QChar *>(m_text.data() + at);
-        // A byte order mark is a character here. The parser has checked the encoding.
-        QStringDecoder decoder(QStringDecoder::Utf8,
-                               QStringDecoder::Flag::ConvertInitialBom | QStringDecoder::Flag::Stateless);
-        const QChar *const end = decoder.appendToBuffer(begin, QByteArrayView(utf8.data(), qsizetype(utf8.size())));
-        const qsizetype size = end - begin;
-        m_text.resize(at + size_t(size) + 1);
-        m_text.back() = 0; // each text ends as a QString must
-        return {qsizetype(at), size};
-    }
-
-    /// Allocates what was added; text() is valid from then until clear().
-    void finish() { m_whole = QString(reinterpret_cast<const QChar *>(m_text.data()), qsizetype(m_text.size())); }
-
-    QString text(Span span)
-    {
-        if (span.size == 0)
-            return {};
-        QString::DataPointer &whole = m_whole.data_ptr();
-        whole.d_ptr()->ref();
-        return QString(QString::DataPointer(whole.d_ptr(), whole.data() + span.at, span.size));
-    }
-
-    QString single(const std::string &utf8)
-    {
-        const Span span = add(utf8);
-        const QString text(reinterpret_cast<const QChar *>(m_text.data() + span.at), span.size);
-        m_text.resize(size_t(span.at));
-        return text;
-    }
-
-    void clear()
-    {
-        m_text.clear();
-        m_whole.clear();
-    }
-
-private:
-    std::u16string m_text;
-    QString m_whole;
-};
 
 /// Takes the parser's events straight into groups. Of a key given twice the last counts, though every one must
 /// be of the right type. A number without a fraction is an integer however it is written (4, 4.0, 4e0). null is
@@ -108,10 +67,17 @@ public:
             return true;
         if (m_place == InGroup) {
             switch (m_field) {
-            case IsPinned: m_group.isPinned = value; return true;
-            case IsStandalone: m_group.isStandalone = value; return true;
-            case PopupShowsTitles: m_group.popupShowsTitles = value; return true;
-            default: break;
+            case IsPinned:
+                m_group.isPinned = value;
+                return true;
+            case IsStandalone:
+                m_group.isStandalone = value;
+                return true;
+            case PopupShowsTitles:
+                m_group.popupShowsTitles = value;
+                return true;
+            default:
+                break;
             }
         }
         return other();
@@ -242,14 +208,14 @@ private:
     {
         if (m_seen & 1u << field)
             return true;
-        return fail(QStringLiteral("%1 of %2 has no \"%3\"")
-                        .arg(QLatin1String(owner), groupNumber(), QLatin1String(name)));
+        return fail(
+            QStringLiteral("%1 of %2 has no \"%3\"").arg(QLatin1String(owner), groupNumber(), QLatin1String(name)));
     }
 
     bool enter()
     {
-        return ++m_depth <= maximumJsonDepth
-            || fail(QStringLiteral("it is nested more than %1 levels deep").arg(maximumJsonDepth));
+        return ++m_depth <= maximumJsonDepth ||
+               fail(QStringLiteral("it is nested more than %1 levels deep").arg(maximumJsonDepth));
     }
 
     /// Closes one level; true when it belonged to a value that is skipped.
@@ -287,12 +253,15 @@ private:
             }
             return badField();
         case InApp:
-            return m_field == Unknown
-                || fail(QStringLiteral("\"%1\" of an app of %2 is not a text")
+            return m_field == Unknown ||
+                   fail(QStringLiteral("\"%1\" of an app of %2 is not a text")
                             .arg(QLatin1String(m_field == Name ? "name" : "bundleID"), groupNumber()));
-        case InApps: return fail(QStringLiteral("an app of %1 is not an object").arg(groupNumber()));
-        case InList: return fail(QStringLiteral("%1 is not an object").arg(groupNumber()));
-        case Outside: break;
+        case InApps:
+            return fail(QStringLiteral("an app of %1 is not an object").arg(groupNumber()));
+        case InList:
+            return fail(QStringLiteral("%1 is not an object").arg(groupNumber()));
+        case Outside:
+            break;
         }
         return fail(m_single ? QStringLiteral("it is not an object") : QStringLiteral("it is not a list"));
     }
@@ -307,21 +276,34 @@ private:
     void reset(Field field)
     {
         switch (field) {
-        case IconStyle: m_group.iconStyle = GroupIconStyle::Emoji; break;
-        case IconFill: m_group.iconFill = GroupIconFill::Solid; break;
-        case PopupColumns: m_group.popupColumns.reset(); break;
-        case PopupMaxRows: m_group.popupMaxRows.reset(); break;
-        case PopupShowsTitles: m_group.popupShowsTitles.reset(); break;
-        case PopupAnchorField: m_group.popupAnchor.reset(); break;
-        default: break;
+        case IconStyle:
+            m_group.iconStyle = GroupIconStyle::Emoji;
+            break;
+        case IconFill:
+            m_group.iconFill = GroupIconFill::Solid;
+            break;
+        case PopupColumns:
+            m_group.popupColumns.reset();
+            break;
+        case PopupMaxRows:
+            m_group.popupMaxRows.reset();
+            break;
+        case PopupShowsTitles:
+            m_group.popupShowsTitles.reset();
+            break;
+        case PopupAnchorField:
+            m_group.popupAnchor.reset();
+            break;
+        default:
+            break;
         }
     }
 
     template<class Number>
     bool number(double rounded, Number value)
     {
-        const bool wanted = m_skippedTo < 0 && m_place == InGroup
-            && (m_field == PopupColumns || m_field == PopupMaxRows);
+        const bool wanted =
+            m_skippedTo < 0 && m_place == InGroup && (m_field == PopupColumns || m_field == PopupMaxRows);
         const bool inRange = rounded >= std::numeric_limits<int>::min() && rounded <= std::numeric_limits<int>::max();
         if (!wanted || !inRange || Number(int(value)) != value)
             return other();
@@ -340,14 +322,24 @@ private:
             m_group.id = *id;
             return true;
         }
-        case Name: m_group.name = m_texts.single(value); return true;
-        case Emoji: m_group.emoji = m_texts.single(value); return true;
-        case IconName: m_group.iconName = m_texts.single(value); return true;
-        case IconColor: m_group.iconColor = m_texts.single(value); return true;
-        case IconStyle: m_group.iconStyle = value == "grid" ? GroupIconStyle::Grid : GroupIconStyle::Emoji; return true;
+        case Name:
+            m_group.name = m_texts.single(value);
+            return true;
+        case Emoji:
+            m_group.emoji = m_texts.single(value);
+            return true;
+        case IconName:
+            m_group.iconName = m_texts.single(value);
+            return true;
+        case IconColor:
+            m_group.iconColor = m_texts.single(value);
+            return true;
+        case IconStyle:
+            m_group.iconStyle = value == "grid" ? GroupIconStyle::Grid : GroupIconStyle::Emoji;
+            return true;
         case IconFill:
             m_group.iconFill = value == "gradient" ? GroupIconFill::Gradient
-                : value == "glass"                 ? GroupIconFill::Glass
+                               : value == "glass"  ? GroupIconFill::Glass
                                                    : GroupIconFill::Solid;
             return true;
         case PopupAnchorField:
@@ -357,7 +349,8 @@ private:
             else if (value == "dockCenter")
                 m_group.popupAnchor = PopupAnchor::DockCenter;
             return true;
-        default: return other();
+        default:
+            return other();
         }
     }
 
@@ -366,8 +359,8 @@ private:
         m_place = m_single ? Outside : InList;
         for (const Field field : {Id, Name, Emoji, Apps})
             if (!(m_seen & 1u << field))
-                return fail(QStringLiteral("%1 has no \"%2\"")
-                                .arg(groupNumber(), QLatin1String(fieldNames[field].data())));
+                return fail(
+                    QStringLiteral("%1 has no \"%2\"").arg(groupNumber(), QLatin1String(fieldNames[field].data())));
         m_texts.finish();
         m_group.apps.reserve(qsizetype(m_apps.size()));
         for (const App &app : m_apps)

@@ -34,13 +34,25 @@ char *escaped(char *to, char16_t c)
     static constexpr char hex[] = "0123456789abcdef";
     *to++ = '\\';
     switch (c) {
-    case u'\b': *to++ = 'b'; break;
-    case u'\f': *to++ = 'f'; break;
-    case u'\n': *to++ = 'n'; break;
-    case u'\r': *to++ = 'r'; break;
-    case u'\t': *to++ = 't'; break;
+    case u'\b':
+        *to++ = 'b';
+        break;
+    case u'\f':
+        *to++ = 'f';
+        break;
+    case u'\n':
+        *to++ = 'n';
+        break;
+    case u'\r':
+        *to++ = 'r';
+        break;
+    case u'\t':
+        *to++ = 't';
+        break;
     case u'"':
-    case u'\\': *to++ = char(c); break;
+    case u'\\':
+        *to++ = char(c);
+        break;
     default:
         std::memcpy(to, "u00", 3);
         to[3] = hex[c >> 4];
@@ -101,9 +113,12 @@ const char *text(GroupIconStyle style)
 const char *text(GroupIconFill fill)
 {
     switch (fill) {
-    case GroupIconFill::Gradient: return "\"gradient\"";
-    case GroupIconFill::Glass: return "\"glass\"";
-    case GroupIconFill::Solid: break;
+    case GroupIconFill::Gradient:
+        return "\"gradient\"";
+    case GroupIconFill::Glass:
+        return "\"glass\"";
+    case GroupIconFill::Solid:
+        break;
     }
     return "\"solid\"";
 }

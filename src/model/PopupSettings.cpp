@@ -16,7 +16,8 @@ int notNegative(qint64 value)
 
 } // namespace
 
-PopupSettings::PopupSettings(UserDefaults &sharedDefaults, QObject *parent) : QObject(parent), m_defaults(sharedDefaults)
+PopupSettings::PopupSettings(UserDefaults &sharedDefaults, QObject *parent)
+    : QObject(parent), m_defaults(sharedDefaults)
 {
     m_defaults.registerDefault(QStringLiteral("popupShowsTitles"), true);
     m_defaults.registerDefault(QStringLiteral("popupShowsMostUsed"), true);

@@ -62,8 +62,8 @@ Result<QMap<int, QUuid>> decodeShortcuts(const QByteArray &json)
 {
     ShortcutReader reader;
     // The parser takes a NUL for the end of its input.
-    if (json.size() > maximumJsonBytes || json.contains('\0')
-        || !nlohmann::json::sax_parse(json.cbegin(), json.cend(), &reader))
+    if (json.size() > maximumJsonBytes || json.contains('\0') ||
+        !nlohmann::json::sax_parse(json.cbegin(), json.cend(), &reader))
         return Error{QStringLiteral("The shortcut digits are not a JSON object from digits to group ids.")};
     return std::move(reader.shortcuts);
 }

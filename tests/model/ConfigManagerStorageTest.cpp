@@ -29,7 +29,8 @@ constexpr const char *firstRun = "Work:com.apple.mail,com.apple.iCal,com.apple.N
 
 TEST_F(ConfigManagerStorageTest, LoadsFileThenDefaultsThenFirstRunAndWritesBothCopies)
 {
-    const QByteArray bad = R"([{"id":"0F8FAD5B-D9CB-469F-A165-70867728950E","name":"N","emoji":"E","apps":[],"isPinned":"yes"}])";
+    const QByteArray bad =
+        R"([{"id":"0F8FAD5B-D9CB-469F-A165-70867728950E","name":"N","emoji":"E","apps":[],"isPinned":"yes"}])";
     const QByteArray inFile = encodeGroups(groups("File:a")), inCopy = encodeGroups(groups("Copy:b"));
     struct {
         const char *name;
@@ -109,7 +110,11 @@ TEST_F(ConfigManagerStorageTest, SetsAsideWhateverStandsInTheFilesPlace)
         {"folder", [&] { QDir().mkpath(file() + QStringLiteral("/inside")); }},
         {"pipe", [&] { ::mkfifo(QFile::encodeName(file()).constData(), 0600); }},
         {"dangling link", [&] { QFile::link(QStringLiteral("nowhere"), file()); }},
-        {"huge file", [&] { put("["); QFile::resize(file(), maximumJsonBytes + 1); }},
+        {"huge file",
+         [&] {
+             put("[");
+             QFile::resize(file(), maximumJsonBytes + 1);
+         }},
     };
     for (const auto &[name, make] : cases) {
         SCOPED_TRACE(name);
@@ -139,7 +144,8 @@ TEST_F(ConfigManagerStorageTest, KeepsTheNewestThreeOfThoseSetAsideWhileRunningT
         QFile kept(folder + QLatin1Char('/') + setAside()[i]);
         ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
         EXPECT_EQ(kept.readAll(), QByteArray::number(i + 2));
-        EXPECT_TRUE(QDateTime::fromString(setAside()[i].mid(20), Qt::ISODateWithMs).isValid()) << setAside()[i].toStdString();
+        EXPECT_TRUE(QDateTime::fromString(setAside()[i].mid(20), Qt::ISODateWithMs).isValid())
+            << setAside()[i].toStdString();
     }
 }
 

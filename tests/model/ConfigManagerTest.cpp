@@ -43,7 +43,9 @@ TEST_F(ConfigManagerTest, EachChangeDoesWhatItSays)
         {"move a group up", "A:|B:|C:|D:", "A:|D:|B:|C:", [](auto &m, auto id) { m.moveGroup(id(3), id(1)); }},
         {"move a group to nowhere", "A:|B:", "A:|B:", [&](auto &m, auto id) { m.moveGroup(id(0), unknown); }},
         {"add apps", "A:x,y", "A:x,y,z,w",
-         [](auto &m, auto id) { m.addApps({{s("Y"), s("y")}, {s("Z"), s("z")}, {s("Z2"), s("z")}, {s("W"), s("w")}}, id(0)); }},
+         [](auto &m, auto id) {
+             m.addApps({{s("Y"), s("y")}, {s("Z"), s("z")}, {s("Z2"), s("z")}, {s("W"), s("w")}}, id(0));
+         }},
         {"remove an app wherever it is", "A:x,y,x", "A:y", [](auto &m, auto id) { m.removeApp(s("x"), id(0)); }},
         {"remove an app of no group", "A:x", "A:x", [&](auto &m, auto) { m.removeApp(s("x"), unknown); }},
         {"move an app forward", "A:a,b,c,d", "A:b,c,a,d", [](auto &m, auto id) { m.moveApp(s("a"), s("c"), id(0)); }},
@@ -51,8 +53,10 @@ TEST_F(ConfigManagerTest, EachChangeDoesWhatItSays)
         {"move an app to itself", "A:a,b", "A:a,b", [](auto &m, auto id) { m.moveApp(s("a"), s("a"), id(0)); }},
         {"move a missing app", "A:a,b", "A:a,b", [](auto &m, auto id) { m.moveApp(s("x"), s("a"), id(0)); }},
         {"move to a missing app", "A:a,b", "A:a,b", [](auto &m, auto id) { m.moveApp(s("a"), s("x"), id(0)); }},
-        {"move to another group", "A:a,b|B:c", "A:b|B:c,a", [](auto &m, auto id) { m.moveApp(s("a"), id(0), id(1)); }},
-        {"move to a group that has it", "A:a,b|B:a", "A:b|B:a", [](auto &m, auto id) { m.moveApp(s("a"), id(0), id(1)); }},
+        {"move to another group", "A:a,b|B:c", "A:b|B:c,a",
+         [](auto &m, auto id) { m.moveApp(s("a"), id(0), id(1)); }},
+        {"move to a group that has it", "A:a,b|B:a", "A:b|B:a",
+         [](auto &m, auto id) { m.moveApp(s("a"), id(0), id(1)); }},
         {"move to the same group", "A:a,b", "A:a,b", [](auto &m, auto id) { m.moveApp(s("a"), id(0), id(0)); }},
         {"move to a missing group", "A:a", "A:a", [&](auto &m, auto id) { m.moveApp(s("a"), id(0), unknown); }},
         {"update a missing group", "A:a", "A:a", [](auto &m, auto) { m.updateGroup(groups("B:")[0]); }},

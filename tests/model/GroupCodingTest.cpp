@@ -37,8 +37,8 @@ AppGroup fullGroup()
 /// A group with the core fields and `extra` members.
 QByteArray withExtra(const QByteArray &extra)
 {
-    return QByteArray("{\"id\":\"") + someId + "\",\"name\":\"N\",\"emoji\":\"E\",\"apps\":[]"
-        + (extra.isEmpty() ? "" : ",") + extra + '}';
+    return QByteArray("{\"id\":\"") + someId + "\",\"name\":\"N\",\"emoji\":\"E\",\"apps\":[]" +
+           (extra.isEmpty() ? "" : ",") + extra + '}';
 }
 
 QByteArray nested(int levels)
@@ -81,7 +81,8 @@ TEST(GroupEncoding, RoundTripsAnyText)
         ASSERT_TRUE(read) << read.error().toStdString();
         EXPECT_EQ(read.value(), group);
     }
-    for (const QString &text : {QString(QChar(0xd800)), QString(QChar(0xdc00)), QString(QChar(0xd800)) + QLatin1Char('x')}) {
+    for (const QString &text :
+         {QString(QChar(0xd800)), QString(QChar(0xdc00)), QString(QChar(0xd800)) + QLatin1Char('x')}) {
         group.name = text;
         const auto read = decodeGroup(encodeGroup(group));
         ASSERT_TRUE(read);
@@ -115,11 +116,13 @@ struct ExtraCase {
 
 TEST(GroupDecoding, IsStrictAboutTheCoreAndLenientAboutWhatCameLater)
 {
-    constexpr const char *defaults = "\"isPinned\":false,\"isStandalone\":false,\"iconStyle\":\"emoji\",\"iconFill\":\"solid\"";
+    constexpr const char *defaults =
+        "\"isPinned\":false,\"isStandalone\":false,\"iconStyle\":\"emoji\",\"iconFill\":\"solid\"";
     const ExtraCase cases[] = {
         {"", defaults},
         {"\"unknown\":{\"id\":[1,{\"apps\":null}]},\"ID\":5", defaults},
-        {"\"isPinned\":true", "\"isPinned\":true,\"isStandalone\":false,\"iconStyle\":\"emoji\",\"iconFill\":\"solid\""},
+        {"\"isPinned\":true",
+         "\"isPinned\":true,\"isStandalone\":false,\"iconStyle\":\"emoji\",\"iconFill\":\"solid\""},
         {"\"isPinned\":\"true\"", nullptr},
         {"\"isPinned\":1", nullptr},
         {"\"isPinned\":null", nullptr},
@@ -145,8 +148,8 @@ TEST(GroupDecoding, IsStrictAboutTheCoreAndLenientAboutWhatCameLater)
         {"\"popupColumns\":4.0,\"popupMaxRows\":2147483647",
          "\"isPinned\":false,\"isStandalone\":false,\"iconStyle\":\"emoji\",\"iconFill\":\"solid\","
          "\"popupColumns\":4,\"popupMaxRows\":2147483647"},
-        {"\"popupColumns\":1,\"popupColumns\":2",
-         "\"isPinned\":false,\"isStandalone\":false,\"iconStyle\":\"emoji\",\"iconFill\":\"solid\",\"popupColumns\":2"},
+        {"\"popupColumns\":1,\"popupColumns\":2", "\"isPinned\":false,\"isStandalone\":false,\"iconStyle\":\"emoji\","
+                                                  "\"iconFill\":\"solid\",\"popupColumns\":2"},
     };
     for (const ExtraCase &c : cases) {
         SCOPED_TRACE(c.members);

@@ -106,8 +106,9 @@ struct Expected {
 
 testing::AssertionResult shows(const QColor &color, const Expected &expected)
 {
-    const bool same = color.red() == expected.red && color.green() == expected.green && color.blue() == expected.blue
-        && std::abs(double(color.alphaF()) - expected.opacity) < 1.0 / 65535;
+    const bool same = color.red() == expected.red && color.green() == expected.green &&
+                      color.blue() == expected.blue &&
+                      std::abs(double(color.alphaF()) - expected.opacity) < 1.0 / 65535;
     if (same)
         return testing::AssertionSuccess();
     return testing::AssertionFailure() << "rgba " << color.red() << ' ' << color.green() << ' ' << color.blue() << ' '
@@ -117,19 +118,48 @@ testing::AssertionResult shows(const QColor &color, const Expected &expected)
 TEST(Palettes, HaveTheirExactNumbers)
 {
     const Expected gray{60, 60, 67, 0}, pale{235, 235, 245, 0}, black{0, 0, 0, 0}, white{255, 255, 255, 0};
-    const auto at = [](Expected color, double opacity) { color.opacity = opacity; return color; };
+    const auto at = [](Expected color, double opacity) {
+        color.opacity = opacity;
+        return color;
+    };
     struct {
         ColorScheme scheme;
         bool glassy;
         Expected text, text2, text3, sidebarBG, selBG, hoverBG, hairline, kbd, toolHover, border, shadow;
         double shadowRadius, shadowY;
     } const cases[] = {
-        {ColorScheme::Light, false, {29, 29, 31, 1}, at(gray, .62), at(gray, .4), at(black, .018), at(white, 1),
-         at(black, .05), at(black, .08), at(gray, .4), at(black, .06), at(black, .1), at(black, .16), 1.25, 1},
+        {ColorScheme::Light,
+         false,
+         {29, 29, 31, 1},
+         at(gray, .62),
+         at(gray, .4),
+         at(black, .018),
+         at(white, 1),
+         at(black, .05),
+         at(black, .08),
+         at(gray, .4),
+         at(black, .06),
+         at(black, .1),
+         at(black, .16),
+         1.25,
+         1},
         {ColorScheme::Dark, false, at(white, 1), at(pale, .6), at(pale, .32), at(black, .16), at(white, .13),
          at(white, .07), at(white, .09), at(pale, .34), at(white, .08), at(white, .1), at(white, .07), 0, 0},
-        {ColorScheme::Light, true, {29, 29, 31, 1}, at(gray, .62), at(gray, .4), at(black, .015), at(white, .55),
-         at(black, .04), at(black, .06), at(gray, .4), at(black, .04), at(black, .07), at(black, .12), 1.25, 1},
+        {ColorScheme::Light,
+         true,
+         {29, 29, 31, 1},
+         at(gray, .62),
+         at(gray, .4),
+         at(black, .015),
+         at(white, .55),
+         at(black, .04),
+         at(black, .06),
+         at(gray, .4),
+         at(black, .04),
+         at(black, .07),
+         at(black, .12),
+         1.25,
+         1},
         {ColorScheme::Dark, true, at(white, 1), at(pale, .6), at(pale, .32), at(black, .08), at(white, .1),
          at(white, .06), at(white, .07), at(pale, .34), at(white, .06), at(white, .08), at(white, .05), 0, 0},
     };
@@ -163,9 +193,11 @@ TEST(NotificationCenter, DeliversByNameInOrderAndBeforePostReturns)
     QObject first;
     {
         QObject second;
-        center.observe(notification::selectGroupShortcut, &first,
-                       [&](const QVariantMap &info) { heard << QStringLiteral("first %1").arg(info.value(QStringLiteral("digit")).toInt()); });
-        center.observe(notification::selectGroupShortcut, &second, [&](const QVariantMap &) { heard << QStringLiteral("second"); });
+        center.observe(notification::selectGroupShortcut, &first, [&](const QVariantMap &info) {
+            heard << QStringLiteral("first %1").arg(info.value(QStringLiteral("digit")).toInt());
+        });
+        center.observe(notification::selectGroupShortcut, &second,
+                       [&](const QVariantMap &) { heard << QStringLiteral("second"); });
         center.post(notification::showPanel);
         center.post(notification::selectGroupShortcut, {{QStringLiteral("digit"), 2}});
         EXPECT_EQ(heard, (QStringList{QStringLiteral("first 2"), QStringLiteral("second")}));

@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // Asks for the name and the emoji of a new group.
 PopoverFrame {

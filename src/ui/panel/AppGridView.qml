@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // The applications of the selected tab, with the tool row beneath them.
 Item {

@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // One application of the grid, or the cell that adds some.
 Pressable {
@@ -40,12 +41,16 @@ Pressable {
         color: CBTheme.text2
     }
 
-    CBText {
+    Text {
         x: 6
         y: 68
         width: cell.width - 12
         visible: cell.showsTitle
+        textFormat: Text.PlainText
+        elide: Text.ElideRight
+        maximumLineCount: 1
         horizontalAlignment: Text.AlignHCenter
+        color: CBTheme.text
         text: cell.name
         font.pointSize: Units.titlePointSize
     }

@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // One tab of the sidebar: a group, or Most Used.
 Pressable {

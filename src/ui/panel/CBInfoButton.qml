@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // Opens and closes the popover that explains the close-all button.
 Pressable {

@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // One line of text as it stands: names from outside are never read as markup.
 Text {

@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 Pressable {
     id: button
@@ -16,7 +17,7 @@ Pressable {
 
     onHintingChanged: {
         if (hinting)
-            bubble = Effects.hintBubble.createObject(button, { text: button.hint });
+            bubble = Decorations.make(Decorations.HintBubble, button, { text: button.hint }) as HintBubble;
         else if (bubble)
             bubble.destroy();
     }

@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // What can be done with all applications of the list at once.
 Item {

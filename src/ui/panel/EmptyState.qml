@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // What the right column says when it has nothing to list.
 Item {

@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // Shows where the keyboard is.
 Rectangle {

@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // The whole content of the launcher panel: the sidebar of tabs, and the applications of the selected one.
 FocusScope {

@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // The small bubble above a hovered tool button.
 Rectangle {

@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 PopoverFrame {
     width: text.implicitWidth + 24

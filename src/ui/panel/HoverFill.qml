@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // The fill under a hovered control, and the spring that lifts its icon. Lets itself go once it has faded out.
 Rectangle {
@@ -8,6 +9,7 @@ Rectangle {
     property bool dying: false
     property Item springs: null
 
+    anchors.fill: parent
     z: -1
     opacity: shown ? 1 : 0
     onOpacityChanged: settle()

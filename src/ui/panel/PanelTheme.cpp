@@ -1,14 +1,11 @@
 #include "ui/panel/PanelTheme.h"
 
 #include "platform/Appearance.h"
-
-#include <QQmlEngine>
+#include "ui/panel/PanelEngine.h"
 
 namespace cobblet {
 
 namespace {
-
-constexpr char engineProperty[] = "cobbletTheme";
 
 QColor over(const QColor &top, const QColor &bottom)
 {
@@ -29,15 +26,7 @@ PanelTheme::PanelTheme(ThemeManager &manager, Appearance &appearance, QObject *p
 
 PanelTheme *PanelTheme::create(QQmlEngine *engine, QJSEngine *)
 {
-    auto *theme = engine->property(engineProperty).value<PanelTheme *>();
-    Q_ASSERT(theme);
-    return theme;
-}
-
-void PanelTheme::install(QQmlEngine &engine, PanelTheme &theme)
-{
-    QJSEngine::setObjectOwnership(&theme, QJSEngine::CppOwnership);
-    engine.setProperty(engineProperty, QVariant::fromValue(&theme));
+    return providedToQml<PanelTheme>(*engine);
 }
 
 QColor PanelTheme::panelBG() const

@@ -38,9 +38,7 @@ class PanelTheme : public QObject {
 public:
     PanelTheme(ThemeManager &manager, Appearance &appearance, QObject *parent = nullptr);
 
-    /// The instance that the engine's owner has set; see PanelView.
     static PanelTheme *create(QQmlEngine *engine, QJSEngine *);
-    static void install(QQmlEngine &engine, PanelTheme &theme);
 
     QColor text() const { return theme().text; }
     QColor text2() const { return theme().text2; }

@@ -1,15 +1,18 @@
 #include "ui/panel/PanelView.h"
 
 #include "standalone/IconProvider.h"
+#include "ui/panel/Decorations.h"
+#include "ui/panel/PanelEngine.h"
 #include "ui/panel/PanelMetrics.h"
 #include "ui/panel/Popovers.h"
 
+#include <QCoreApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QQuickView>
 #include <QSGRendererInterface>
 
-// Generated for the QML module. Naming it keeps the linker from dropping the module's types.
+// Generated for the QML module.
 void qml_register_types_Cobblet_Panel();
 
 namespace cobblet {
@@ -20,7 +23,9 @@ namespace {
 /// variables still choose another.
 void chooseSceneGraph()
 {
-    if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND") && qEnvironmentVariableIsEmpty("QSG_RHI_BACKEND"))
+    const bool chosen =
+        !qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND") || !qEnvironmentVariableIsEmpty("QSG_RHI_BACKEND");
+    if (!chosen && QQuickWindow::graphicsApi() != QSGRendererInterface::Software)
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
 }
 
@@ -57,10 +62,13 @@ Qt::KeyboardModifiers modifiersAfter(const QKeyEvent &event)
 PanelView::PanelView(const PanelDependencies &dependencies)
     : m_theme(dependencies.theme, dependencies.appearance), m_model(dependencies), m_icons(dependencies.icons)
 {
-    qml_register_types_Cobblet_Panel();
+    // Naming it is enough to keep the linker from dropping the module's types; the engine registers them.
+    volatile auto types = &qml_register_types_Cobblet_Panel;
+    Q_UNUSED(types)
     chooseSceneGraph();
-    PanelViewModel::install(m_engine, m_model);
-    PanelTheme::install(m_engine, m_theme);
+    provideToQml(m_engine, &m_model);
+    provideToQml(m_engine, &m_theme);
+    m_decorations = std::make_unique<Decorations>(m_engine);
 
     m_view = std::make_unique<QQuickView>(&m_engine, nullptr);
     m_popovers = std::make_unique<Popovers>(m_engine, *m_view);
@@ -79,13 +87,18 @@ PanelView::PanelView(const PanelDependencies &dependencies)
     connect(m_view.get(), &QWindow::screenChanged, this, &PanelView::followPixelRatio);
     connect(m_view.get(), &QWindow::visibleChanged, this, [this](bool visible) {
         m_model.setVisible(visible);
-        if (visible)
+        if (visible) {
             followPixelRatio();
-        else
+        } else {
             m_popovers->close();
+            m_decorations->closeTip();
+            // A window that goes away from under the pointer is not told that the pointer left it.
+            QEvent leave(QEvent::Leave);
+            QCoreApplication::sendEvent(m_view.get(), &leave);
+        }
     });
     m_view->installEventFilter(this);
-    m_view->setSource(QUrl(QStringLiteral("qrc:/qt-project.org/imports/Cobblet/Panel/GroupTabView.qml")));
+    m_view->setSource(panelSource(QStringLiteral("GroupTabView.qml")));
 }
 
 PanelView::~PanelView()

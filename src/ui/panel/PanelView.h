@@ -13,6 +13,7 @@ class QQuickWindow;
 
 namespace cobblet {
 
+class Decorations;
 class Popovers;
 
 /// The launcher panel's content in a window of its own, not shown yet. The window is translucent; whoever
@@ -25,6 +26,7 @@ public:
 
     QQuickWindow &window();
     PanelViewModel &model() { return m_model; }
+    Popovers &popovers() { return *m_popovers; }
     /// The group on show, whose anchor decides where the panel opens.
     std::optional<AppGroup> selectedGroup() const { return m_model.selectedGroup(); }
     /// Whether the desktop blends windows: without it the glassy palettes are drawn opaque.
@@ -43,6 +45,7 @@ private:
     PanelViewModel m_model;
     IconProvider &m_icons;
     QQmlEngine m_engine;
+    std::unique_ptr<Decorations> m_decorations;
     std::unique_ptr<QQuickView> m_view;
     std::unique_ptr<Popovers> m_popovers;
 };

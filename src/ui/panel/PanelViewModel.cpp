@@ -6,15 +6,13 @@
 #include "model/Notifications.h"
 #include "platform/Menus.h"
 #include "platform/Workspace.h"
+#include "ui/panel/PanelEngine.h"
 #include "ui/panel/PanelMetrics.h"
-
-#include <QQmlEngine>
 
 namespace cobblet {
 
 namespace {
 
-constexpr char engineProperty[] = "cobbletPanel";
 constexpr int mostUsedLimit = 10;
 
 } // namespace
@@ -48,15 +46,7 @@ PanelViewModel::PanelViewModel(const PanelDependencies &dependencies, QObject *p
 
 PanelViewModel *PanelViewModel::create(QQmlEngine *engine, QJSEngine *)
 {
-    auto *model = engine->property(engineProperty).value<PanelViewModel *>();
-    Q_ASSERT(model);
-    return model;
-}
-
-void PanelViewModel::install(QQmlEngine &engine, PanelViewModel &model)
-{
-    QJSEngine::setObjectOwnership(&model, QJSEngine::CppOwnership);
-    engine.setProperty(engineProperty, QVariant::fromValue(&model));
+    return providedToQml<PanelViewModel>(*engine);
 }
 
 void PanelViewModel::select(const SidebarSelection &selection)

@@ -55,6 +55,7 @@ class PanelViewModel : public QObject {
     Q_PROPERTY(bool sidebarExpanded READ sidebarExpanded NOTIFY sidebarExpandedChanged)
     Q_PROPERTY(QString closeAllLabel READ closeAllLabel NOTIFY modifiersChanged)
     Q_PROPERTY(QString closeAllSymbol READ closeAllSymbol NOTIFY modifiersChanged)
+    Q_PROPERTY(bool showsMostUsed READ showsMostUsed NOTIFY contentChanged)
     Q_PROPERTY(bool shown READ isVisible NOTIFY shownChanged)
     Q_PROPERTY(bool keyboardFocus READ keyboardFocus NOTIFY keyboardFocusChanged)
 public:
@@ -68,9 +69,7 @@ public:
 
     explicit PanelViewModel(const PanelDependencies &dependencies, QObject *parent = nullptr);
 
-    /// The instance that the engine's owner has set; see PanelView.
     static PanelViewModel *create(QQmlEngine *engine, QJSEngine *);
-    static void install(QQmlEngine &engine, PanelViewModel &model);
 
     SidebarModel *sidebar() { return &m_sidebar; }
     AppGridModel *grid() { return &m_grid; }
@@ -92,6 +91,7 @@ public:
     /// Changes exactly when another tab comes on show.
     QString contentID() const;
     bool showsToolRow() const;
+    bool showsMostUsed() const { return m_d.popupSettings.showsMostUsed(); }
     int columns() const { return m_layout.columns; }
     bool showsTitles() const { return m_layout.showsTitles; }
     bool sidebarExpanded() const { return m_sidebarExpanded; }

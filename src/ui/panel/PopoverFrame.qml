@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // The background of a popover's window.
 Rectangle {

@@ -1,7 +1,7 @@
 #include "ui/panel/Popovers.h"
 
-#include <QQmlEngine>
-#include <QQuickItem>
+#include "ui/panel/PanelEngine.h"
+
 #include <QQuickView>
 #include <QScreen>
 
@@ -12,14 +12,8 @@ namespace cobblet {
 
 namespace {
 
-constexpr char engineProperty[] = "cobbletPopovers";
 constexpr int gap = 6;
 constexpr double cornerRadius = 10;
-
-QUrl source(const char *file)
-{
-    return QUrl(QStringLiteral("qrc:/qt-project.org/imports/Cobblet/Panel/") + QLatin1String(file));
-}
 
 } // namespace
 
@@ -40,17 +34,14 @@ QRegion roundedRegion(const QSize &size, double radius)
 Popovers::Popovers(QQmlEngine &engine, QWindow &panel, QObject *parent)
     : QObject(parent), m_engine(engine), m_panel(panel)
 {
-    QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
-    engine.setProperty(engineProperty, QVariant::fromValue(this));
+    provideToQml(engine, this);
 }
 
 Popovers::~Popovers() = default;
 
 Popovers *Popovers::create(QQmlEngine *engine, QJSEngine *)
 {
-    auto *popovers = engine->property(engineProperty).value<Popovers *>();
-    Q_ASSERT(popovers);
-    return popovers;
+    return providedToQml<Popovers>(*engine);
 }
 
 void Popovers::toggleHint(QQuickItem *anchor)
@@ -81,7 +72,7 @@ void Popovers::open(Kind kind, QQuickItem *anchor)
     m_view->setColor(Qt::transparent);
     m_view->setTitle(isSheet ? QStringLiteral("New Group") : QStringLiteral("Close All Button Shortcuts"));
     m_view->setScreen(m_panel.screen());
-    m_view->setSource(source(isSheet ? "AddGroupSheet.qml" : "HintPopover.qml"));
+    m_view->setSource(panelSource(isSheet ? QStringLiteral("AddGroupSheet.qml") : QStringLiteral("HintPopover.qml")));
 
     m_anchor = anchor->mapRectToScene(QRectF(0, 0, anchor->width(), anchor->height()));
     const QSize size = m_view->initialSize();

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <QObject>
-#include <QPointer>
+#include <QQuickItem>
 #include <QRectF>
 #include <QRegion>
 #include <QUrl>
@@ -12,7 +12,6 @@
 
 class QJSEngine;
 class QQmlEngine;
-class QQuickItem;
 class QQuickView;
 class QWindow;
 
@@ -33,7 +32,6 @@ public:
     Popovers(QQmlEngine &engine, QWindow &panel, QObject *parent = nullptr);
     ~Popovers() override;
 
-    /// The instance that the engine's owner has set; see PanelView.
     static Popovers *create(QQmlEngine *engine, QJSEngine *);
 
     bool showingHint() const { return m_open == Kind::Hint; }

@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // A button without chrome: hover fill, focus ring, tip, and the keyboard.
 MouseArea {
@@ -31,13 +32,13 @@ MouseArea {
 
     onLitChanged: {
         if (lit && (!decoration || decoration.dying))
-            decoration = Effects.hoverFill.createObject(area, { "anchors.fill": area, radius: area.corner, color: area.fill, springs: area.springs });
+            decoration = Decorations.make(Decorations.HoverFill, area, { radius: area.corner, color: area.fill, springs: area.springs }) as HoverFill;
         if (decoration)
             decoration.shown = lit;
     }
     onRingedChanged: {
         if (ringed)
-            ring = Effects.focusRing.createObject(area, { radius: area.corner });
+            ring = Decorations.make(Decorations.FocusRing, area, { radius: area.corner }) as FocusRing;
         else if (ring)
             ring.destroy();
     }
@@ -48,15 +49,15 @@ MouseArea {
 
     onEntered: {
         if (tip)
-            Effects.expectTip(area);
+            Decorations.expectTip(area, tip);
     }
     onExited: {
         if (tip)
-            Effects.closeTip();
+            Decorations.closeTip();
     }
     onPressed: mouse => {
         if (tip)
-            Effects.closeTip();
+            Decorations.closeTip();
         if (mouse.button === Qt.RightButton)
             menuRequested(mapToItem(null, mouse.x, mouse.y));
     }

@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // A push button of a sheet; the default one is filled with the accent colour.
 Pressable {

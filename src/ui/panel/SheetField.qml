@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // A text field with a rounded border.
 Rectangle {

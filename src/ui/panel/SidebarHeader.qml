@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // The sidebar's title with the buttons that make a group and collapse the sidebar. Collapsed there is room for
 // the second one only.

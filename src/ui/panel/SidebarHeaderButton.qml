@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 Pressable {
     id: button

@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // The list of tabs between its header and the settings button.
 Item {
@@ -78,6 +79,14 @@ Item {
                     easing.type: Easing.InOutQuad
                 }
             }
+        }
+
+        // Most Used stands apart from the groups.
+        section.property: "isMostUsed"
+        section.delegate: Item {
+            required property string section
+            width: 1
+            height: section === "false" && Panel.showsMostUsed ? 8 : 0
         }
 
         delegate: CBGroupRow {

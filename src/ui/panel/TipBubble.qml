@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Panel
 
 // What a control is for, shown inside its window near the control.
 Rectangle {

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/Workspace.h"
+#include "platform/freedesktop/apps/ApplicationLauncher.h"
+#include "platform/freedesktop/apps/IconFiles.h"
+#include "platform/freedesktop/apps/InstalledApplications.h"
+#include "platform/freedesktop/apps/SleepMonitor.h"
+#include "platform/freedesktop/apps/WellKnownApplications.h"
+
+namespace cobblet {
+
+class X11Connection;
+
+/// The applications of a freedesktop.org desktop. Nothing is listed, connected or read before it is asked for.
+class FreedesktopWorkspace : public Workspace {
+    Q_OBJECT
+public:
+    /// `x11` may be null and must outlive the workspace.
+    explicit FreedesktopWorkspace(X11Connection *x11, QObject *parent = nullptr);
+
+    QString resolved(const QString &bundleID) const override;
+    std::optional<InstalledApplication> application(const QString &bundleID) const override;
+    Result<InstalledApplication> applicationAt(const QString &path) const override;
+    void open(const QString &bundleID, Completion done = {}) override;
+    void reveal(const QString &bundleID, Completion done = {}) override;
+    QImage icon(const QString &bundleID, int points, qreal devicePixelRatio) const override;
+    QImage genericIcon(int points, qreal devicePixelRatio) const override;
+    QString applicationsFolder() const override;
+
+    /// For the backend's other parts.
+    const InstalledApplications &installed() const { return m_installed; }
+    ApplicationLauncher &launcher() { return m_launcher; }
+
+protected:
+    void connectNotify(const QMetaMethod &signal) override;
+
+private:
+    void openFolder(const QString &folder, const Completion &done);
+
+    InstalledApplications m_installed;
+    WellKnownApplications m_wellKnown;
+    IconFiles m_icons;
+    ApplicationLauncher m_launcher;
+    SleepMonitor m_sleep;
+};
+
+} // namespace cobblet

@@ -1,0 +1,155 @@
+#include "platform/freedesktop/apps/Processes.h"
+
+#include <QByteArray>
+#include <QDir>
+#include <QFile>
+
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+
+namespace cobblet {
+
+namespace {
+
+constexpr qsizetype maximumBytes = 256 * 1024;
+
+/// Reads a file of /proc, which has no size; bounded.
+QByteArray procFile(qint64 pid, const char *name)
+{
+    const QByteArray path = "/proc/" + QByteArray::number(pid) + '/' + name;
+    const int file = ::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+    if (file < 0)
+        return {};
+    QByteArray content;
+    std::array<char, 8192> buffer{};
+    for (ssize_t size; content.size() < maximumBytes && (size = ::read(file, buffer.data(), buffer.size())) > 0;)
+        content.append(buffer.data(), size);
+    ::close(file);
+    return content;
+}
+
+QString controlGroupOf(qint64 pid)
+{
+    QString named;
+    for (const QByteArray &line : procFile(pid, "cgroup").split('\n')) {
+        const qsizetype path = line.indexOf('/');
+        if (line.startsWith("0::") && path >= 0 && line.size() > path + 1)
+            return QString::fromUtf8(line.mid(path));
+        if (line.contains(":name=systemd:"))
+            named = QString::fromUtf8(line.mid(path));
+    }
+    return named;
+}
+
+QString flatpakOf(qint64 pid)
+{
+    bool inApplication = false;
+    for (const QByteArray &raw : procFile(pid, "root/.flatpak-info").split('\n')) {
+        const QByteArray line = raw.trimmed();
+        if (line.startsWith('['))
+            inApplication = line == "[Application]";
+        else if (inApplication && line.startsWith("name="))
+            return QString::fromUtf8(line.mid(5));
+    }
+    return {};
+}
+
+} // namespace
+
+std::optional<ProcessEntry> processEntry(qint64 pid)
+{
+    if (pid <= 0)
+        return std::nullopt;
+    const QByteArray stat = procFile(pid, "stat");
+    const qsizetype close = stat.lastIndexOf(')'); // the name before it may hold anything
+    if (close < 0)
+        return std::nullopt;
+    const QByteArrayList fields = stat.mid(close + 2).split(' ');
+    if (fields.size() < 20 || fields.at(0) == "Z" || fields.at(0) == "X")
+        return std::nullopt;
+    return ProcessEntry{pid, fields.at(1).toLongLong(), fields.at(3).toLongLong(), fields.at(19).toULongLong()};
+}
+
+QList<ProcessEntry> allProcesses()
+{
+    QList<ProcessEntry> found;
+    for (const QString &name : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        bool number = false;
+        if (const qint64 pid = name.toLongLong(&number); number)
+            if (const auto entry = processEntry(pid))
+                found.append(*entry);
+    }
+    return found;
+}
+
+ProcessIdentity processIdentity(qint64 pid)
+{
+    ProcessIdentity identity;
+    if (pid <= 0)
+        return identity;
+    identity.pid = pid;
+    identity.executable = QFile::symLinkTarget(QStringLiteral("/proc/%1/exe").arg(pid));
+    QByteArrayList arguments = procFile(pid, "cmdline").split('\0');
+    if (!arguments.isEmpty() && arguments.last().isEmpty())
+        arguments.removeLast();
+    for (const QByteArray &argument : arguments)
+        identity.arguments.append(QString::fromLocal8Bit(argument));
+    identity.controlGroup = controlGroupOf(pid);
+    identity.flatpak = flatpakOf(pid);
+    for (const QByteArray &variable : procFile(pid, "environ").split('\0')) {
+        const QByteArray name = variable.left(variable.indexOf('='));
+        if (resolverEnvironment().contains(name))
+            identity.environment.insert(name, QString::fromLocal8Bit(variable.mid(name.size() + 1)));
+    }
+    return identity;
+}
+
+QList<ProcessEntry> ownProcesses(qint64 pid, const QList<ProcessEntry> &all, const QList<qint64> &others)
+{
+    QList<ProcessEntry> own;
+    for (const ProcessEntry &entry : all)
+        if (entry.pid == pid)
+            own.append(entry);
+    for (qsizetype next = 0; next < own.size(); ++next) {
+        const ProcessEntry parent = own.at(next);
+        for (const ProcessEntry &entry : all)
+            if (entry.parent == parent.pid && entry.session == own.first().session && !others.contains(entry.pid)
+                && !own.contains(entry))
+                own.append(entry);
+    }
+    return own;
+}
+
+bool isOrDescendsFrom(qint64 pid, qint64 ancestor)
+{
+    if (pid == ancestor)
+        return true;
+    const auto last = processEntry(ancestor);
+    for (int depth = 0; last && depth < 64; ++depth) {
+        const auto entry = processEntry(pid);
+        if (!entry || entry->session != last->session)
+            return false;
+        if (entry->parent == ancestor)
+            return true;
+        pid = entry->parent;
+    }
+    return false;
+}
+
+bool sendSignal(const ProcessEntry &process, int signal)
+{
+    const int descriptor = int(syscall(SYS_pidfd_open, pid_t(process.pid), 0U));
+    if (descriptor < 0)
+        return false;
+    const auto now = processEntry(process.pid);
+    const bool sent = now && now->started == process.started
+        && syscall(SYS_pidfd_send_signal, descriptor, signal, nullptr, 0U) == 0;
+    ::close(descriptor);
+    return sent;
+}
+
+} // namespace cobblet

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "platform/freedesktop/apps/ApplicationIndex.h"
+
+#include <QHash>
+#include <QString>
+#include <QStringList>
+
+namespace cobblet {
+
+/// What a window says of itself. Its title is no part of this: anybody may put anything there.
+struct WindowIdentity {
+    QString gtkApplicationId; ///< _GTK_APPLICATION_ID
+    QString kdeDesktopFile;   ///< _KDE_NET_WM_DESKTOP_FILE
+    QString wmInstance;       ///< the first half of WM_CLASS
+    QString wmClass;          ///< the second half
+
+    bool operator==(const WindowIdentity &) const = default;
+};
+
+/// What is known of the process that owns a window; empty fields are unknown.
+struct ProcessIdentity {
+    qint64 pid = 0;
+    QString executable;  ///< the file it runs
+    QStringList arguments;
+    QString controlGroup; ///< the path of its control group
+    QString flatpak;      ///< the application that its sandbox is of
+    QHash<QByteArray, QString> environment; ///< of these names only: see resolverEnvironment()
+};
+
+/// The environment variables that the resolver looks at.
+const QByteArrayList &resolverEnvironment();
+
+/// Which step decided.
+enum class ResolvedBy { Nothing, StatedId, WindowClass, ControlGroup, LaunchEnvironment, Executable };
+
+struct Resolution {
+    QString id; ///< of an installed application; empty when no step decided
+    ResolvedBy by = ResolvedBy::Nothing;
+    /// A word for log lines: "window class".
+    QString reason() const;
+
+    bool operator==(const Resolution &) const = default;
+};
+
+// The steps, in their order. Each gives an installed application's identifier or an empty text.
+QString fromStatedId(const WindowIdentity &window, const ApplicationIndex &index);
+QString fromWindowClass(const WindowIdentity &window, const ApplicationIndex &index);
+QString fromControlGroup(const ProcessIdentity &process, const ApplicationIndex &index);
+QString fromLaunchEnvironment(const ProcessIdentity &process, const ApplicationIndex &index);
+QString fromExecutable(const ProcessIdentity &process, const ApplicationIndex &index);
+
+/// The steps that need only the window.
+Resolution resolveWindow(const WindowIdentity &window, const ApplicationIndex &index);
+/// The steps that need the process.
+Resolution resolveProcess(const ProcessIdentity &process, const ApplicationIndex &index);
+/// All steps in order.
+Resolution resolveApplication(const WindowIdentity &window, const ProcessIdentity &process,
+                              const ApplicationIndex &index);
+
+} // namespace cobblet

@@ -1,0 +1,92 @@
+#pragma once
+
+#include "platform/RunningApplications.h"
+#include "platform/freedesktop/apps/ProcessEnd.h"
+#include "platform/freedesktop/apps/Processes.h"
+#include "platform/freedesktop/apps/X11ClientWindows.h"
+
+#include <QElapsedTimer>
+#include <QHash>
+#include <QScopedPointer>
+#include <QSet>
+
+#include <memory>
+#include <vector>
+
+namespace cobblet {
+
+class FreedesktopWorkspace;
+class X11Connection;
+
+/// The running applications: the windows of an X display joined with their processes, and the processes that
+/// this one launched. One application is one identifier in one main process; it runs until that process ends,
+/// or, where the process belongs to another application too (a web application in a browser), until its last
+/// window is gone. Windows of this process are left out. Everything is told by events.
+class X11RunningApplications : public RunningApplications {
+    Q_OBJECT
+public:
+    /// `x11` may be null: only what was launched from here is known then. Both must outlive this object.
+    X11RunningApplications(X11Connection *x11, FreedesktopWorkspace &workspace, QObject *parent = nullptr);
+    ~X11RunningApplications() override;
+
+    QList<RunningApplication> runningApplications() const override;
+    void hide(const RunningApplication &application) override;
+    void unhide(const RunningApplication &application) override;
+    void activate(const RunningApplication &application) override;
+    void terminate(const RunningApplication &application) override;
+    /// Kills the main process, its descendants in the same session, and the processes of its windows; never
+    /// those of another application. An application that lives in another one's process is asked to close.
+    void forceTerminate(const RunningApplication &application) override;
+
+    /// Maps all iconified windows of the application.
+    void unminimize(const RunningApplication &application);
+    /// It runs, has no window, and is not just being started.
+    bool lacksWindows(const RunningApplication &application) const;
+
+private:
+    struct Window {
+        ClientWindow seen;
+        Resolution resolution;
+        bool processEnded = false; ///< its owner is gone and the list does not say so yet
+        bool restoring = false;    ///< asked to be mapped; the window manager has not done it yet
+    };
+    struct Application {
+        RunningApplication self;
+        std::vector<xcb_window_t> windows; ///< in the order they were mapped
+        std::unique_ptr<ProcessEnd, QScopedPointerDeleteLater> end; ///< deleted later: it may be the one that tells
+        ProcessEntry process;
+        QElapsedTimer startedHere; ///< valid when launched by this process
+        bool hadWindows = false;
+    };
+
+    void onEvent(xcb_generic_event_t *event);
+    void refreshSoon();
+    void refresh();
+    void regroup();
+    void launchedHere(const QString &id, qint64 pid, bool inTerminal);
+    void processEnded(const RunningApplication &application);
+
+    Resolution resolve(const ClientWindow &window) const;
+    RunningApplication ownerOf(const Window &window) const;
+    Application *find(const RunningApplication &application) const;
+    Application &add(const RunningApplication &application);
+    void watchProcess(Application &application);
+    bool sharesProcess(const Application &application) const;
+    std::vector<xcb_window_t> ordinaryWindows(const Application &application) const;
+    void restore(const std::vector<xcb_window_t> &windows);
+    bool closeWindows(const Application &application);
+
+    X11Connection *m_x11;
+    FreedesktopWorkspace &m_workspace;
+    std::unique_ptr<X11ClientWindows> m_clients; ///< null without an X server
+    std::vector<xcb_window_t> m_order;
+    QHash<xcb_window_t, Window> m_windows;
+    QSet<xcb_window_t> m_changed; ///< windows whose properties have to be read again
+    QSet<xcb_window_t> m_hidden;  ///< iconified by hide()
+    QHash<qint64, QString> m_terminals; ///< terminals started here, by pid, to show an application
+    std::vector<std::unique_ptr<Application>> m_applications;
+    bool m_refreshQueued = false;
+    bool m_managerChanged = false;
+};
+
+} // namespace cobblet

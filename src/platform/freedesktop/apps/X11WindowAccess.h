@@ -1,0 +1,27 @@
+#pragma once
+
+#include "platform/WindowAccess.h"
+
+namespace cobblet {
+
+class FreedesktopWorkspace;
+class X11RunningApplications;
+
+/// Reaching into other applications' windows; a desktop on X asks nobody for leave.
+class X11WindowAccess : public WindowAccess {
+public:
+    X11WindowAccess(X11RunningApplications &running, FreedesktopWorkspace &workspace)
+        : m_running(running), m_workspace(workspace)
+    {
+    }
+
+    bool isTrusted(bool prompt) override;
+    void unminimizeWindows(const RunningApplication &application) override;
+    void reopen(const RunningApplication &application) override;
+
+private:
+    X11RunningApplications &m_running;
+    FreedesktopWorkspace &m_workspace;
+};
+
+} // namespace cobblet
