@@ -1,8 +1,8 @@
 // The least that a resident Qt Quick panel costs, measured beside Cobblet with the same tool.
 //
-//   cobblet-bench-floor [--tiles N]          waits, hidden: Alt+Shift+9, or org.freedesktop.Application.Activate
+//   cobblet_bench_floor [--tiles N]          waits, hidden: Alt+Shift+9, or org.freedesktop.Application.Activate
 //                                            on the session bus, shows the panel; Escape hides it
-//   cobblet-bench-floor --show [--tiles N]   shows the panel at once, and no more: the cold start
+//   cobblet_bench_floor --show [--tiles N]   shows the panel at once, and no more: the cold start
 
 #include <QAbstractNativeEventFilter>
 #include <QDBusConnection>

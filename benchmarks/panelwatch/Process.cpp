@@ -96,16 +96,16 @@ void eachField(const std::filesystem::path &file, Take take)
 
 } // namespace
 
-long switchesOf(pid_t pid)
+std::map<std::string, long> switchesOf(pid_t pid)
 {
-    long sum = 0;
+    std::map<std::string, long> switches;
     std::error_code gone;
     for (const auto &task : std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/task", gone))
         eachField(task.path() / "status", [&](const std::string &key, long value) {
             if (key == "voluntary_ctxt_switches:" || key == "nonvoluntary_ctxt_switches:")
-                sum += value;
+                switches[task.path().filename()] += value;
         });
-    return sum;
+    return switches;
 }
 
 nlohmann::ordered_json memoryOf(pid_t pid)

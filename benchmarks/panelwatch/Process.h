@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -33,8 +34,8 @@ private:
 
 /// CPU milliseconds that a running process has used in all its threads; 0 when it is gone.
 double cpuOf(pid_t pid);
-/// Context switches of all threads of a process, voluntary or not, since each started.
-long switchesOf(pid_t pid);
+/// Context switches of each thread of a process, voluntary or not, since it started; by thread id.
+std::map<std::string, long> switchesOf(pid_t pid);
 /// KiB that a process holds: "rss", "pss" (shared pages divided among their users), "anon" (its own data) and the
 /// number of its "threads". Empty when it is gone.
 nlohmann::ordered_json memoryOf(pid_t pid);

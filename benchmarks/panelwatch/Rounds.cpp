@@ -281,17 +281,17 @@ Json measureCycles(const Plan &plan)
 Json measureIdle(const Plan &plan)
 {
     const double cpuBefore = cpuOf(plan.pid);
-    const long switchesBefore = switchesOf(plan.pid);
+    auto switchesBefore = switchesOf(plan.pid);
     ::poll(nullptr, 0, int(plan.seconds * 1e3));
     const Json memory = memoryOf(plan.pid);
     if (memory.empty())
         throw Failure("the program has ended by itself");
-    return {{"label", plan.label},
-            {"kind", "idle"},
-            {"seconds", plan.seconds},
-            {"switches", switchesOf(plan.pid) - switchesBefore},
-            {"cpu", cpuOf(plan.pid) - cpuBefore},
-            {"memory", memory}};
+    const double cpu = cpuOf(plan.pid) - cpuBefore;
+    long switches = 0; // of a thread that has ended meanwhile, nothing is known any more
+    for (const auto &[thread, count] : switchesOf(plan.pid))
+        switches += count - switchesBefore[thread];
+    return {{"label", plan.label},  {"kind", "idle"}, {"seconds", plan.seconds},
+            {"switches", switches}, {"cpu", cpu},     {"memory", memory}};
 }
 
 } // namespace panelwatch

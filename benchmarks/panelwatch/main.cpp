@@ -17,10 +17,10 @@ using panelwatch::Failure;
 using panelwatch::Plan;
 
 constexpr const char *usage =
-    "usage: cobblet-bench-panelwatch show   --class PATTERN REQUEST [OPTIONS] [-- PROGRAM ARGUMENTS]\n"
-    "       cobblet-bench-panelwatch cycles --class PATTERN REQUEST --pid PID [OPTIONS]\n"
-    "       cobblet-bench-panelwatch change --class PATTERN --key CHORD --back CHORD [OPTIONS]\n"
-    "       cobblet-bench-panelwatch idle   --pid PID [--seconds N]\n"
+    "usage: cobblet_bench_panelwatch show   --class PATTERN REQUEST [OPTIONS] [-- PROGRAM ARGUMENTS]\n"
+    "       cobblet_bench_panelwatch cycles --class PATTERN REQUEST --pid PID [OPTIONS]\n"
+    "       cobblet_bench_panelwatch change --class PATTERN --key CHORD --back CHORD [OPTIONS]\n"
+    "       cobblet_bench_panelwatch idle   --pid PID [--seconds N]\n"
     "REQUEST is --key CHORD, --bus NAME (Activate on the session bus) or the program after --.\n"
     "  --label TEXT     name in the output          --pid PID      the program that stays\n"
     "  --dismiss CHORD  or \"end\" for a started one  --rounds N --warmup N --colours N\n"
