@@ -42,7 +42,7 @@ X11Desktop::X11Desktop(X11Connection &x11, QObject *parent) : QObject(parent), m
     xcb_prefetch_extension_data(xcb, &xcb_xfixes_id);
     m_x11.intern({activeWindowName, managerCheck, selection.constData(), "_NET_STARTUP_INFO", "_NET_STARTUP_INFO_BEGIN"});
     m_compositorSelection = m_x11.atom(selection.constData());
-    connect(&m_x11, &X11Connection::event, this, &X11Desktop::handle);
+    connect(&m_x11, &X11Connection::eventArrived, this, &X11Desktop::handle);
     connect(&m_x11, &X11Connection::sentToRoot, this, [this](xcb_window_t window, xcb_atom_t type) {
         if (type == m_x11.atom(activeWindowName))
             emit activationSent(window);
