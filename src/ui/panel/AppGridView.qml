@@ -10,6 +10,8 @@ Item {
     readonly property int pitch: Math.floor((width - 2 * Units.gridPadding + Units.columnSpacing) / columns)
     readonly property string contentID: Panel.contentID
 
+    signal leftEdgePassed
+
     onContentIDChanged: {
         view.currentIndex = 0;
         view.positionViewAtBeginning();
@@ -49,11 +51,11 @@ Item {
         }
 
         // From the first column the way leads back to the sidebar.
-        Keys.onLeftPressed: event => {
+        Keys.onLeftPressed: {
             if (currentIndex % page.columns > 0)
                 moveCurrentIndexLeft();
             else
-                event.accepted = false;
+                page.leftEdgePassed();
         }
 
         delegate: CBAppCell {

@@ -10,7 +10,6 @@ FocusScope {
 
     focus: true
 
-    Keys.onLeftPressed: sidebar.focusList()
     Keys.onRightPressed: grid.focusGrid()
 
     Rectangle {
@@ -51,6 +50,7 @@ FocusScope {
         width: panel.width - x
         height: parent.height
         visible: Panel.content === Panel.Grid
+        onLeftEdgePassed: sidebar.focusList()
         hair: panel.hair
     }
 
