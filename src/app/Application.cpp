@@ -13,8 +13,10 @@
 #include "platform/WindowAccess.h"
 #include "platform/Workspace.h"
 #include "shell/FloatingPanelController.h"
+#include "ui/common/Symbols.h"
 
 #include <QGuiApplication>
+#include <QPalette>
 #include <QPointer>
 #include <QQuickWindow>
 
@@ -88,9 +90,20 @@ std::unique_ptr<PanelSurface> Application::makePanel()
     m_view.emplace(PanelDependencies{*m_config, *m_popupSettings, *m_theme, m_notifications, *m_actions,
                                      *m_runningApps, *m_usage, *m_icons, m_platform.workspace(), m_platform.dialogs(),
                                      m_platform.menus(), m_platform.appearance()});
+    m_platform.menus().setSymbolSource(
+        [](const QString &symbol) { return symbolIcon(symbol, QGuiApplication::palette().color(QPalette::WindowText)); });
     connect(&m_view->window(), &QQuickWindow::frameSwapped, this, &Application::settle,
             Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
-    return m_platform.makePanelSurface(m_view->window(), PanelView::cornerRadius());
+
+    auto surface = m_platform.makePanelSurface(m_view->window(), PanelView::cornerRadius());
+    const auto followDesktop = [this, &panel = *surface] {
+        m_view->setBlending(panel.blendsWithDesktop());
+        panel.setWantsBlur(m_theme->glassyStyle());
+    };
+    connect(surface.get(), &PanelSurface::blendingChanged, surface.get(), followDesktop);
+    connect(&*m_theme, &ThemeManager::changed, surface.get(), followDesktop);
+    followDesktop();
+    return surface;
 }
 
 void Application::settle()

@@ -4,6 +4,7 @@ import json
 import os
 import pathlib
 import plistlib
+import re
 import shutil
 import signal
 import subprocess
@@ -145,7 +146,8 @@ class Cobblet:
         return panel
 
     def show(self):
-        """Opens the panel as a person does who starts the program again."""
+        """Opens the panel as a person does who starts the program again, with the pointer out of its way."""
+        self.desktop.move(2, 2)
         if not self.panel():
             self.start_again()
         return self.wait_painted()
@@ -227,5 +229,11 @@ class CobbletCase(unittest.TestCase):
 
     def start(self, **environment):
         cobblet = Cobblet(self.desktop, {**self.home.environment(), **environment})
-        self.addCleanup(cobblet.end)
+        self.addCleanup(self.finish, cobblet)
         return cobblet
+
+    def finish(self, cobblet):
+        """Ends the program, which must not have had trouble with its own views."""
+        if self.desktop.end(cobblet.process):
+            trouble = re.findall(r".*(?:qrc:|ASSERT|QObject::|QWidget|QPainter).*", cobblet.messages())
+            self.assertEqual(trouble, [])

@@ -79,6 +79,10 @@ class Window:
         origin = self.desktop.root.translate_coords(self.handle, 0, 0)
         return Rect(origin.x, origin.y, size.width, size.height)
 
+    def takes_keyboard(self):
+        hints = self.handle.get_wm_hints()
+        return bool(hints and hints.input)
+
     def states(self):
         return {self.desktop.display.get_atom_name(atom) for atom in self.property("_NET_WM_STATE") or []}
 
@@ -100,10 +104,10 @@ class Picture:
 
     def changed(self, other):
         """The smallest rectangle of the screen that holds every pixel in which two pictures differ, or none."""
+        if self.data == other.data:
+            return None
         points = [divmod(index, self.rect.width) for index in range(self.rect.width * self.rect.height)
                   if self.data[index * 4:index * 4 + 3] != other.data[index * 4:index * 4 + 3]]
-        if not points:
-            return None
         rows, columns = [row for row, _ in points], [column for _, column in points]
         return Rect(self.rect.x + min(columns), self.rect.y + min(rows),
                     max(columns) - min(columns) + 1, max(rows) - min(rows) + 1)
@@ -179,14 +183,17 @@ class Desktop:
         return process
 
     def end(self, process):
-        if process in self._processes:
-            self._processes.remove(process)
+        """Ends a process that start() started. False when that has happened before."""
+        if process not in self._processes:
+            return False
+        self._processes.remove(process)
         process.terminate()
         try:
             process.wait(3)
         except subprocess.TimeoutExpired:
             process.kill()
             process.wait()
+        return True
 
     def _start(self):
         runtime = self.folder / "runtime"
@@ -324,8 +331,9 @@ class Desktop:
         return None
 
     def window(self, name):
-        """A window of this WM_CLASS, or none."""
-        return next((window for window in reversed(self.windows()) if window.name.lower() == name.lower()), None)
+        """The topmost window of this WM_CLASS that is shown or minimised, or none."""
+        return next((window for window in reversed(self.windows()) if window.name.lower() == name.lower()
+                     and (window.viewable() or window.minimised())), None)
 
     def wait_window(self, name):
         """The application's window once it can be seen."""

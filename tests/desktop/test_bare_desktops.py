@@ -55,7 +55,7 @@ class Homes(CobbletCase):
         self.assertTrue(cobblet.running())
         lines = [line for line in cobblet.messages().splitlines() if str(wall) in line]
         self.assertEqual(len(lines), len(set(lines)), cobblet.messages())
-        self.assertTrue([line for line in lines if "groups.json" in line], cobblet.messages())
+        self.assertTrue([line for line in lines if "groups" in line], cobblet.messages())
 
     def test_the_first_start_makes_groups_and_keeps_them(self):
         self.home.groups_file.unlink()

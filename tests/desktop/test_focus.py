@@ -1,6 +1,7 @@
 """Showing and hiding the panel, and who has the keyboard."""
 
 from cobblet import CobbletCase
+from desktop import Rect
 
 
 class Focus(CobbletCase):
@@ -57,30 +58,39 @@ class Focus(CobbletCase):
 
     def test_the_keyboard_alone_opens_an_application(self):
         self.cobblet.select(1)
-        for key in ("Tab", "Right", "Left", "Return"):
+        for key in ("Right", "Right", "Return"):
             self.desktop.key(key)
+        self.desktop.wait_window("XCalc")
         self.cobblet.wait_hidden()
 
 
 class Fading(CobbletCase):
     DESKTOP = {"compositor": True}
 
-    def test_a_show_during_the_fade_out_ends_visible_and_opaque(self):
-        cobblet = self.start()
-        panel = cobblet.wait_painted()
-        shown = self.desktop.picture(panel.rect())
-        for _ in range(5):
-            self.desktop.key("Escape")
-            self.desktop.wait(lambda: self.desktop.picture(panel.rect()).changed(shown), "the fade-out to begin")
-            cobblet.reopen()
-            self.desktop.wait(lambda: not self.desktop.picture(panel.rect()).changed(shown), "the panel to be opaque")
-            self.assertTrue(self.desktop.holds(lambda: cobblet.panel() == panel))
+    def setUp(self):
+        super().setUp()
+        self.cobblet = self.start()
+        self.window = self.cobblet.wait_painted()
+        panel = self.window.rect()
+        self.middle = Rect(panel.x + panel.width // 2, panel.y + 20, 1, 1)
+        self.shown = self.colour()
 
-    def test_the_panel_fades_out_before_it_goes(self):
-        cobblet = self.start()
-        panel = cobblet.wait_painted()
-        shown = self.desktop.picture(panel.rect())
+    def colour(self):
+        return self.desktop.picture(self.middle).pixel(self.middle.x, self.middle.y)
+
+    def begin_to_hide(self):
         self.desktop.key("Escape")
-        self.desktop.wait(lambda: self.desktop.picture(shown.rect).changed(shown), "the fade-out to begin")
-        self.assertTrue(panel.viewable())
-        cobblet.wait_hidden()
+        self.desktop.wait(lambda: self.colour() != self.shown, "the fade-out to begin")
+        self.assertTrue(self.window.viewable(), "the panel fades before it goes")
+
+    def test_hiding_fades_the_panel_before_it_goes(self):
+        self.begin_to_hide()
+        self.cobblet.wait_hidden()
+
+    def test_a_show_during_the_fade_out_ends_visible_and_opaque(self):
+        for _ in range(5):
+            self.begin_to_hide()
+            self.cobblet.reopen()
+            self.desktop.wait(lambda: self.colour() == self.shown, "the panel to be opaque")
+            self.assertTrue(self.desktop.holds(lambda: self.window.viewable() and self.colour() == self.shown))
+            self.assertEqual(self.desktop.focused(), self.window)

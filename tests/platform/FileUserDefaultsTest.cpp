@@ -99,7 +99,7 @@ TEST_F(FileUserDefaultsTest, EveryTypeSurvivesTheFile)
     const QList<QVariant> values{
         true, false, qint64(0), qint64(1), qint64(-3), qint64(300), std::numeric_limits<qint64>::max(),
         std::numeric_limits<qint64>::min(), 0.1, -1e300, QString(), QStringLiteral("plain"),
-        QStringLiteral("👩‍💻 “é” مرحبا"), QString(100'000, QLatin1Char('s')), QByteArray(), QByteArray("\0\xff\x01", 3),
+        QStringLiteral("👩‍💻 “é” مرحبا"), QStringLiteral("a") + QChar() + QStringLiteral("b"), QString(100'000, QLatin1Char('s')), QByteArray(), QByteArray("\0\xff\x01", 3),
         QByteArray(5'000'000, '{')};
     auto writer = open();
     for (qsizetype i = 0; i < values.size(); ++i)
@@ -116,11 +116,39 @@ TEST_F(FileUserDefaultsTest, EveryTypeSurvivesTheFile)
     }
 }
 
+TEST(PlistDomain, SpeaksTheCommonFormat)
+{
+    plist_t theirs = plist_new_dict();
+    plist_dict_set_item(theirs, "flag", plist_new_bool(1));
+    plist_dict_set_item(theirs, "minus", plist_new_uint(uint64_t(-3)));
+    plist_dict_set_item(theirs, "number", plist_new_uint(70'000));
+    plist_dict_set_item(theirs, "real", plist_new_real(0.25));
+    plist_dict_set_item(theirs, "text", plist_new_string("wörter"));
+    plist_dict_set_item(theirs, "long", plist_new_string(QByteArray(300, 'x').constData()));
+    plist_dict_set_item(theirs, "data", plist_new_data("\0\1", 2));
+    const auto ours = PlistDomain::decode(binaryPlist(theirs));
+    ASSERT_TRUE(ours);
+    const QMap<QString, QVariant> expected{
+        {QStringLiteral("flag"), true}, {QStringLiteral("minus"), qint64(-3)}, {QStringLiteral("number"), qint64(70'000)},
+        {QStringLiteral("real"), 0.25}, {QStringLiteral("text"), QStringLiteral("wörter")},
+        {QStringLiteral("long"), QString(300, QLatin1Char('x'))}, {QStringLiteral("data"), QByteArray("\0\1", 2)}};
+    EXPECT_EQ(ours.value().values(), expected);
+
+    // And the library reads what is written here: it writes it again as it was.
+    const QByteArray written = ours.value().encode();
+    plist_t read = nullptr;
+    plist_from_memory(written.constData(), uint32_t(written.size()), &read);
+    ASSERT_TRUE(read);
+    const auto back = PlistDomain::decode(binaryPlist(read));
+    ASSERT_TRUE(back);
+    EXPECT_EQ(back.value().values(), expected);
+}
+
 TEST_F(FileUserDefaultsTest, WhatCannotBeStoredIsRefused)
 {
     auto defaults = open();
     for (const QVariant &value : {QVariant(), QVariant(QStringList{QStringLiteral("a")}),
-                                  QVariant(QStringLiteral("a") + QChar() + QStringLiteral("b"))})
+                                  QVariant(QVariantMap())})
         EXPECT_FALSE(defaults->set(QStringLiteral("key"), value));
     EXPECT_FALSE(defaults->contains(QStringLiteral("key")));
 }
@@ -257,7 +285,6 @@ TEST_F(FileUserDefaultsTest, AnyDamageToAGoodFileIsSurvived)
     plist_dict_set_item(root, "data", plist_new_data("0123456789abcdef", 16));
     plist_dict_set_item(root, "number", plist_new_uint(300));
     plist_dict_set_item(root, "real", plist_new_real(0.5));
-    plist_dict_set_item(root, "date", plist_new_date(1, 2));
     const QByteArray good = binaryPlist(root);
     ASSERT_TRUE(PlistDomain::decode(good));
     int decoded = 0;
@@ -267,8 +294,7 @@ TEST_F(FileUserDefaultsTest, AnyDamageToAGoodFileIsSurvived)
             damaged[at] = char(value);
             if (const auto result = PlistDomain::decode(damaged)) {
                 ++decoded;
-                result.value()->forEach([](const QString &, const QVariant &) {});
-                EXPECT_FALSE(result.value()->encode().isEmpty());
+                EXPECT_FALSE(result.value().encode().isEmpty());
             }
         }
     EXPECT_GT(decoded, 256);

@@ -34,7 +34,7 @@ TEST(PanelMetrics, DesiredSizeFollowsTheGroupAndItsLayout)
         {"negative columns are automatic", 3, {-2, 0, true}, {600, 340}},
         {"one column, minimum width", 1, {1, 0, true}, {380, 2 * 103 + 18 + 32 + 46.5}},
         {"exactly full rows get one more for the add cell", 8, {4, 0, true}, {592.5, 3 * 103 + 2 * 18 + 32 + 46.5}},
-        {"one short of full", 7, {4, 0, true}, {592.5, 300}},
+        {"one short of full", 7, {4, 0, true}, {592.5, 2 * 103 + 18 + 32 + 46.5}},
         {"cap not reached", 7, {4, 3, false}, {592.5, 300}},
         {"many applications", 60, {6, 0, true}, {776.5, 11 * 103 + 10 * 18 + 32 + 46.5}},
     };

@@ -224,9 +224,9 @@ TEST_F(PanelWindow, HoverDecorationLetsItselfGo)
 {
     QQuickItem *cell = labelled("App 3");
     const auto before = cell->childItems().size();
+    QTest::mouseMove(&view->window(), QPoint(300, 4));
     QTest::mouseMove(&view->window(), center(cell));
-    QTest::qWait(30);
-    EXPECT_EQ(cell->childItems().size(), before + 1);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return cell->childItems().size() == before + 1; }, 2000));
     QTest::mouseMove(&view->window(), QPoint(300, 4));
     EXPECT_TRUE(QTest::qWaitFor([&] { return cell->childItems().size() == before; }, 2000));
 }

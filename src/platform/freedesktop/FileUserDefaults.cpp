@@ -31,7 +31,7 @@ FileUserDefaults::FileUserDefaults(const QString &folder, const QString &domain,
     QDir().mkpath(folder);
     watch(); // before the first look, so that no change falls between the two
     m_stamp = currentStamp();
-    adopt(*read(false));
+    adopt(read(false));
 }
 
 FileUserDefaults::Stamp FileUserDefaults::currentStamp() const
@@ -45,12 +45,12 @@ FileUserDefaults::Stamp FileUserDefaults::currentStamp() const
 
 /// The file's content; an empty domain when there is none. A file that cannot be used is set aside, which needs
 /// the lock: another process may be putting a good one in its place.
-std::shared_ptr<PlistDomain> FileUserDefaults::read(bool locked)
+PlistDomain FileUserDefaults::read(bool locked)
 {
     if (currentStamp() == Stamp()) // no file
-        return std::make_shared<PlistDomain>();
+        return {};
     const auto bytes = readBounded(m_path, maximumFileBytes);
-    const auto domain = bytes ? PlistDomain::decode(bytes.value()) : Error{bytes.error()};
+    const Result<PlistDomain> domain = bytes ? PlistDomain::decode(bytes.value()) : Error{bytes.error()};
     if (domain)
         return domain.value();
     if (!locked) {
@@ -58,7 +58,7 @@ std::shared_ptr<PlistDomain> FileUserDefaults::read(bool locked)
         return read(true);
     }
     setAside(domain.error());
-    return std::make_shared<PlistDomain>();
+    return {};
 }
 
 void FileUserDefaults::setAside(const QString &reason)
@@ -82,10 +82,10 @@ void FileUserDefaults::setAside(const QString &reason)
 bool FileUserDefaults::adopt(const PlistDomain &domain)
 {
     Values values;
-    domain.forEach([&](const QString &key, const QVariant &value) {
-        const QByteArray bytes = value.typeId() == QMetaType::QByteArray ? value.toByteArray() : QByteArray();
-        values[key] = bytes.size() > largeValueBytes ? Known{QVariant(), bytes.size(), qHash(bytes)} : Known{value};
-    });
+    for (auto it = domain.values().cbegin(); it != domain.values().cend(); ++it) {
+        const QByteArray bytes = it->typeId() == QMetaType::QByteArray ? it->toByteArray() : QByteArray();
+        values[it.key()] = bytes.size() > largeValueBytes ? Known{QVariant(), bytes.size(), qHash(bytes)} : Known{*it};
+    }
     const bool differs = values != m_values;
     m_values = std::move(values);
     return differs;
@@ -100,10 +100,9 @@ std::optional<QVariant> FileUserDefaults::object(const QString &key) const
         if (known->largeSize < 0)
             return known->value;
         const auto bytes = readBounded(m_path, maximumFileBytes);
-        const auto domain = bytes ? PlistDomain::decode(bytes.value()) : Error{bytes.error()};
-        if (domain)
-            if (const auto value = domain.value()->value(key))
-                return value;
+        const Result<PlistDomain> domain = bytes ? PlistDomain::decode(bytes.value()) : Error{bytes.error()};
+        if (domain && domain.value().values().contains(key))
+            return domain.value().values().value(key);
     }
     if (const auto registered = m_registered.constFind(key); registered != m_registered.cend())
         return *registered;
@@ -119,7 +118,7 @@ bool FileUserDefaults::contains(const QString &key) const
 Status FileUserDefaults::set(const QString &key, const QVariant &value)
 {
     const auto normalized = PlistDomain::normalized(value);
-    if (!normalized || key.isEmpty() || key.contains(QChar()))
+    if (!normalized || key.isEmpty())
         return Error{QStringLiteral("The preference “%1” can't hold a value of the type %2.")
                          .arg(key, QString::fromLatin1(value.typeName()))};
     return change(key, normalized);
@@ -147,9 +146,9 @@ Status FileUserDefaults::change(const QString &key, const std::optional<QVariant
     bool differs = true; // in memory, when it can't be written
     {
         const FileLock lock(m_lockPath);
-        const auto domain = read(true);
-        if (applyUnsaved(*domain)) {
-            const QByteArray bytes = domain->encode();
+        PlistDomain domain = read(true);
+        if (applyUnsaved(domain)) {
+            const QByteArray bytes = domain.encode();
             written = bytes.size() <= maximumFileBytes
                 ? writeAtomically(m_path, bytes)
                 : Error{QStringLiteral("Can't write %1: it would be larger than %2 bytes.").arg(m_path).arg(maximumFileBytes)};
@@ -157,7 +156,7 @@ Status FileUserDefaults::change(const QString &key, const std::optional<QVariant
         if (written) {
             m_unsaved.clear();
             m_stamp = currentStamp();
-            differs = adopt(*domain);
+            differs = adopt(domain);
         }
     }
     if (written)
@@ -181,7 +180,7 @@ void FileUserDefaults::follow()
     if (stamp == m_stamp)
         return;
     m_stamp = stamp;
-    if (adopt(*read(false)))
+    if (adopt(read(false)))
         emit didChange();
 }
 

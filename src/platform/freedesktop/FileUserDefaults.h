@@ -39,7 +39,7 @@ private:
     using Values = QHash<QString, Known>;
 
     Stamp currentStamp() const;
-    std::shared_ptr<PlistDomain> read(bool locked);
+    PlistDomain read(bool locked);
     void setAside(const QString &reason);
     bool adopt(const PlistDomain &domain);
     bool applyUnsaved(PlistDomain &domain) const;

@@ -2,276 +2,278 @@
 
 #include <QtEndian>
 
-#include <plist/plist.h>
+#include <algorithm>
+#include <bit>
+#include <vector>
 
-#include <cstdlib>
-
+// The format: "bplist00", the objects, a table of their offsets, and a trailer of 32 bytes that says where the
+// table is. An object begins with a byte of its kind and a count or width; 0xF means that an integer with the
+// count follows. All numbers are big-endian.
 namespace cobblet {
 
 namespace {
 
-constexpr qint64 maximumObjects = 100'000;
-constexpr qint64 maximumUnfolded = 128 * 1024 * 1024;
-constexpr qint64 trailerSize = 32;
+constexpr quint64 maximumObjects = 100'000;
+constexpr quint64 trailerSize = 32;
+const QByteArray magic = QByteArrayLiteral("bplist00");
 
-/// Looks through a binary property list before the library sees it: the library copies a value once for every
-/// reference to it and descends into nested containers by recursion, so that a small file could ask for more
-/// memory or stack than there is.
-class FlatCheck {
+enum Kind : uchar {
+    False = 0x08,
+    True = 0x09,
+    Integer = 0x10,
+    Real = 0x20,
+    Data = 0x40,
+    Ascii = 0x50,
+    Utf16 = 0x60,
+    Dictionary = 0xD0,
+};
+
+class Reader {
 public:
-    explicit FlatCheck(const QByteArray &bytes) : m_bytes(bytes), m_data(reinterpret_cast<const uchar *>(bytes.constData())) {}
+    explicit Reader(const QByteArray &bytes) : m_bytes(bytes), m_data(reinterpret_cast<const uchar *>(bytes.constData())) {}
 
-    bool passes()
+    std::optional<QMap<QString, QVariant>> dictionary()
     {
-        const qint64 size = m_bytes.size();
-        if (size < 8 + 1 + trailerSize || !m_bytes.startsWith("bplist00"))
-            return false;
+        const auto size = quint64(m_bytes.size());
+        if (size < quint64(magic.size()) + 1 + trailerSize || !m_bytes.startsWith(magic))
+            return std::nullopt;
         const uchar *trailer = m_data + size - trailerSize;
         m_offsetSize = trailer[6];
-        const int referenceSize = trailer[7];
-        const auto objects = qFromBigEndian<quint64>(trailer + 8);
+        const unsigned referenceSize = trailer[7];
+        m_objects = qFromBigEndian<quint64>(trailer + 8);
         const auto top = qFromBigEndian<quint64>(trailer + 16);
-        const auto table = qFromBigEndian<quint64>(trailer + 24);
-        if (m_offsetSize < 1 || m_offsetSize > 8 || referenceSize < 1 || referenceSize > 8 || objects == 0
-            || objects > quint64(maximumObjects) || top >= objects || table < 9 || table > quint64(size - trailerSize)
-            || objects * quint64(m_offsetSize) > quint64(size - trailerSize) - table)
-            return false;
-        m_table = qint64(table);
-        for (quint64 i = 0; i < objects; ++i)
-            if (i != top && !payload(i))
-                return false;
-        return dictionaryPasses(top, referenceSize, objects);
+        m_end = qFromBigEndian<quint64>(trailer + 24); // the objects end where the table begins
+        if (m_offsetSize < 1 || m_offsetSize > 8 || referenceSize < 1 || referenceSize > 8 || m_objects > maximumObjects
+            || m_end > size - trailerSize || m_objects * m_offsetSize > size - trailerSize - m_end)
+            return std::nullopt;
+
+        const auto head = object(top);
+        if (!head || head->kind != Dictionary || head->count > maximumObjects
+            || head->count * 2 * referenceSize > m_end - head->at)
+            return std::nullopt;
+        QMap<QString, QVariant> values;
+        quint64 unfolded = 0;
+        for (quint64 i = 0; i < head->count; ++i) {
+            const quint64 keyAt = head->at + i * referenceSize;
+            const auto key = value(number(keyAt, referenceSize));
+            const auto read = value(number(keyAt + head->count * referenceSize, referenceSize));
+            // Many references to one long value would take far more memory than the file.
+            if (!key || key->typeId() != QMetaType::QString || !read)
+                return std::nullopt;
+            unfolded += bytesOf(*key) + bytesOf(*read);
+            if (unfolded > 4 * size)
+                return std::nullopt;
+            values.insert(key->toString(), *read);
+        }
+        return values;
     }
 
 private:
-    quint64 number(qint64 at, int bytes) const
+    static quint64 bytesOf(const QVariant &value)
     {
-        quint64 value = 0;
-        for (int i = 0; i < bytes; ++i)
-            value = value << 8 | m_data[at + i];
-        return value;
+        if (value.typeId() == QMetaType::QString)
+            return quint64(value.toString().size()) * 2;
+        return value.typeId() == QMetaType::QByteArray ? quint64(value.toByteArray().size()) : 0;
     }
 
-    std::optional<qint64> offset(quint64 object) const
+    struct Object {
+        uchar kind;
+        quint64 count; ///< of units or entries; the width of a number
+        quint64 at;    ///< behind the head
+    };
+
+    quint64 number(quint64 at, unsigned bytes) const
     {
-        const quint64 at = number(m_table + qint64(object) * m_offsetSize, m_offsetSize);
-        if (at < 8 || at >= quint64(m_table))
-            return std::nullopt;
-        return qint64(at);
+        quint64 result = 0;
+        for (unsigned i = 0; i < bytes; ++i)
+            result = result << 8 | m_data[at + i];
+        return result;
     }
 
-    /// The count of an object whose marker is at `at`, which moves behind it.
-    std::optional<quint64> count(qint64 &at) const
+    std::optional<Object> object(quint64 index) const
     {
-        const int nibble = m_data[at++] & 0xF;
-        if (nibble != 0xF)
-            return quint64(nibble);
-        if (at >= m_table || (m_data[at] & 0xF0) != 0x10 || (m_data[at] & 0xF) > 3)
+        if (index >= m_objects)
             return std::nullopt;
-        const int width = 1 << (m_data[at++] & 0xF);
-        if (at + width > m_table)
+        quint64 at = number(m_end + index * m_offsetSize, m_offsetSize);
+        if (at < quint64(magic.size()) || at >= m_end)
             return std::nullopt;
-        const quint64 value = number(at, width);
-        at += width;
-        return value;
+        const uchar marker = m_data[at++];
+        const uchar kind = marker & 0xF0;
+        quint64 count = marker & 0x0F;
+        if (kind == 0)
+            return Object{marker, 0, at};
+        if (kind == Integer || kind == Real)
+            return Object{kind, count > 4 ? m_end : quint64(1) << count, at};
+        if (count == 0xF) {
+            if (at >= m_end || (m_data[at] & 0xF0) != Integer || (m_data[at] & 0x0F) > 3)
+                return std::nullopt;
+            const unsigned width = 1u << (m_data[at++] & 0x0F);
+            if (width > m_end - at)
+                return std::nullopt;
+            count = number(at, width);
+            at += width;
+        }
+        return Object{kind, count, at};
     }
 
-    /// The bytes a scalar takes; absent for anything else and for one that reaches past the objects.
-    std::optional<qint64> payload(quint64 object) const
+    std::optional<QVariant> value(quint64 index) const
     {
-        auto at = offset(object);
-        if (!at)
+        const auto found = object(index);
+        if (!found)
             return std::nullopt;
-        const int marker = m_data[*at];
-        quint64 size = 0;
-        switch (marker & 0xF0) {
-        case 0x00:
-            return marker == 0x08 || marker == 0x09 ? std::optional<qint64>(0) : std::nullopt;
-        case 0x10:
-        case 0x20:
-        case 0x30:
-            if ((marker & 0xF) > 4)
-                return std::nullopt;
-            size = quint64(1) << (marker & 0xF);
-            ++*at;
-            break;
-        case 0x40:
-        case 0x50:
-        case 0x60: {
-            const auto units = count(*at);
-            const int width = (marker & 0xF0) == 0x60 ? 2 : 1;
-            if (!units || *units > quint64((m_table - *at) / width))
-                return std::nullopt;
-            size = *units * quint64(width);
-            if ((marker & 0xF0) != 0x40 && !isText(*at, qint64(*units), width))
-                return std::nullopt;
-            break;
+        const auto &[kind, count, at] = *found;
+        const quint64 unit = kind == Utf16 ? 2 : 1;
+        if (count > (m_end - at) / unit)
+            return std::nullopt;
+        switch (kind) {
+        case False:
+        case True:
+            return QVariant(kind == True);
+        case Integer: // only those of 8 bytes have a sign
+            return count <= 8 ? std::optional(QVariant(qint64(number(at, unsigned(count))))) : std::nullopt;
+        case Real:
+            if (count == 8)
+                return QVariant(std::bit_cast<double>(number(at, 8)));
+            return count == 4 ? std::optional(QVariant(double(std::bit_cast<float>(quint32(number(at, 4))))))
+                              : std::nullopt;
+        case Data:
+            return QVariant(m_bytes.mid(qsizetype(at), qsizetype(count)));
+        case Ascii:
+            return QVariant(QString::fromLatin1(m_bytes.constData() + at, qsizetype(count)));
+        case Utf16: {
+            QString text(qsizetype(count), Qt::Uninitialized);
+            qFromBigEndian<char16_t>(m_data + at, qsizetype(count), text.data());
+            return QVariant(text);
         }
         default:
             return std::nullopt;
         }
-        return size <= quint64(m_table - *at) ? std::optional<qint64>(qint64(size)) : std::nullopt;
-    }
-
-    /// A null character ends a string early for the library, and ends the process when the string is a key.
-    bool isText(qint64 at, qint64 units, int width) const
-    {
-        for (qint64 i = 0; i < units; ++i)
-            if (number(at + i * width, width) == 0)
-                return false;
-        return true;
-    }
-
-    bool dictionaryPasses(quint64 top, int referenceSize, quint64 objects) const
-    {
-        auto at = offset(top);
-        if (!at || (m_data[*at] & 0xF0) != 0xD0)
-            return false;
-        const auto entries = count(*at);
-        if (!entries || *entries > quint64(maximumObjects)
-            || *entries * 2 * quint64(referenceSize) > quint64(m_table - *at))
-            return false;
-        qint64 unfolded = 0;
-        for (quint64 i = 0; i < *entries * 2; ++i) {
-            const quint64 object = number(*at + qint64(i) * referenceSize, referenceSize);
-            if (object >= objects || object == top)
-                return false;
-            const bool isKey = i < *entries;
-            const int kind = m_data[*offset(object)] & 0xF0;
-            unfolded += *payload(object);
-            if ((isKey && kind != 0x50 && kind != 0x60) || unfolded > maximumUnfolded)
-                return false;
-        }
-        return true;
     }
 
     const QByteArray &m_bytes;
     const uchar *m_data;
-    qint64 m_table = 0;
-    int m_offsetSize = 1;
+    quint64 m_objects = 0;
+    quint64 m_end = 0;
+    unsigned m_offsetSize = 1;
 };
 
-std::optional<QVariant> fromNode(plist_t node)
-{
-    switch (plist_get_node_type(node)) {
-    case PLIST_BOOLEAN: {
-        uint8_t flag = 0;
-        plist_get_bool_val(node, &flag);
-        return QVariant(flag != 0);
-    }
-    case PLIST_UINT: { // signed values come back as their two's complement
-        uint64_t number = 0;
-        plist_get_uint_val(node, &number);
-        return QVariant(qint64(number));
-    }
-    case PLIST_REAL: {
-        double real = 0;
-        plist_get_real_val(node, &real);
-        return QVariant(real);
-    }
-    case PLIST_STRING: {
-        uint64_t length = 0;
-        const char *text = plist_get_string_ptr(node, &length);
-        return QVariant(QString::fromUtf8(text, qsizetype(length)));
-    }
-    case PLIST_DATA: {
-        uint64_t length = 0;
-        const char *bytes = plist_get_data_ptr(node, &length);
-        return QVariant(QByteArray(bytes, qsizetype(length)));
-    }
-    default:
-        return std::nullopt;
-    }
-}
+class Writer {
+public:
+    explicit Writer(const QMap<QString, QVariant> &values) : m_values(values) {}
 
-plist_t toNode(const QVariant &value)
-{
-    switch (value.typeId()) {
-    case QMetaType::Bool:
-        return plist_new_bool(value.toBool());
-    case QMetaType::LongLong:
-        return plist_new_uint(uint64_t(value.toLongLong()));
-    case QMetaType::Double:
-        return plist_new_real(value.toDouble());
-    case QMetaType::QString:
-        return plist_new_string(value.toString().toUtf8().constData());
-    default: {
-        const QByteArray bytes = value.toByteArray();
-        return plist_new_data(bytes.constData(), uint64_t(bytes.size()));
+    QByteArray write()
+    {
+        const auto count = quint64(m_values.size());
+        const quint64 objects = 1 + 2 * count;
+        const unsigned referenceSize = widthOf(objects);
+        qsizetype expected = 4096 + m_values.size() * 64;
+        for (const QVariant &value : m_values)
+            expected += value.typeId() == QMetaType::QByteArray ? value.toByteArray().size() : 0;
+        m_out.reserve(expected);
+        m_out = magic;
+
+        begin();
+        head(Dictionary, count);
+        for (quint64 reference = 1; reference < objects; ++reference)
+            number(reference, referenceSize);
+        for (auto it = m_values.cbegin(); it != m_values.cend(); ++it)
+            object(it.key());
+        for (const QVariant &value : m_values)
+            object(value);
+
+        const auto table = quint64(m_out.size());
+        const unsigned offsetSize = widthOf(table);
+        for (const quint64 offset : m_offsets)
+            number(offset, offsetSize);
+        m_out.append(6, '\0').append(char(offsetSize)).append(char(referenceSize));
+        for (const quint64 field : {objects, quint64(0), table})
+            number(field, 8);
+        return m_out;
     }
+
+private:
+    static unsigned widthOf(quint64 value) { return value <= 0xFF ? 1 : value <= 0xFFFF ? 2 : value <= 0xFFFFFFFF ? 4 : 8; }
+
+    void begin() { m_offsets.push_back(quint64(m_out.size())); }
+
+    void number(quint64 value, unsigned bytes)
+    {
+        for (unsigned i = bytes; i-- > 0;)
+            m_out.append(char(value >> (8 * i)));
     }
-}
+
+    void integer(quint64 value)
+    {
+        const unsigned width = widthOf(value);
+        m_out.append(char(Integer | std::countr_zero(width)));
+        number(value, width);
+    }
+
+    void head(Kind kind, quint64 count)
+    {
+        m_out.append(char(kind | (count < 0xF ? count : 0xF)));
+        if (count >= 0xF)
+            integer(count);
+    }
+
+    void object(const QVariant &value)
+    {
+        begin();
+        switch (value.typeId()) {
+        case QMetaType::Bool:
+            m_out.append(char(value.toBool() ? True : False));
+            break;
+        case QMetaType::LongLong:
+            integer(quint64(value.toLongLong()));
+            break;
+        case QMetaType::Double:
+            m_out.append(char(Real | 3));
+            number(std::bit_cast<quint64>(value.toDouble()), 8);
+            break;
+        case QMetaType::QString: {
+            const QString text = value.toString();
+            const bool isAscii = std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c.unicode() < 0x80; });
+            head(isAscii ? Ascii : Utf16, quint64(text.size()));
+            for (const QChar c : text)
+                number(c.unicode(), isAscii ? 1 : 2);
+            break;
+        }
+        default: {
+            const QByteArray bytes = value.toByteArray();
+            head(Data, quint64(bytes.size()));
+            m_out.append(bytes);
+        }
+        }
+    }
+
+    const QMap<QString, QVariant> &m_values;
+    QByteArray m_out;
+    std::vector<quint64> m_offsets;
+};
 
 } // namespace
 
-void PlistDomain::Free::operator()(void *node) const
+Result<PlistDomain> PlistDomain::decode(const QByteArray &bytes)
 {
-    plist_free(node);
-}
-
-PlistDomain::PlistDomain() : m_root(plist_new_dict()) {}
-
-Result<std::shared_ptr<PlistDomain>> PlistDomain::decode(const QByteArray &bytes)
-{
-    const Error broken{QStringLiteral("It is no property list of plain values.")};
-    if (!FlatCheck(bytes).passes())
-        return broken;
-    plist_t root = nullptr;
-    plist_from_memory(bytes.constData(), uint32_t(bytes.size()), &root);
-    auto domain = std::make_shared<PlistDomain>();
-    domain->m_root.reset(root);
-    if (!root || plist_get_node_type(root) != PLIST_DICT)
-        return broken;
+    auto values = Reader(bytes).dictionary();
+    if (!values)
+        return Error{QStringLiteral("It is no property list of plain values.")};
+    PlistDomain domain;
+    domain.m_values = std::move(*values);
     return domain;
 }
 
 QByteArray PlistDomain::encode() const
 {
-    char *bytes = nullptr;
-    uint32_t length = 0;
-    plist_to_bin(m_root.get(), &bytes, &length);
-    const QByteArray result(bytes, qsizetype(length));
-    plist_to_bin_free(bytes);
-    return result;
-}
-
-std::optional<QVariant> PlistDomain::value(const QString &key) const
-{
-    plist_t node = plist_dict_get_item(m_root.get(), key.toUtf8().constData());
-    return node ? fromNode(node) : std::nullopt;
-}
-
-void PlistDomain::forEach(const std::function<void(const QString &, const QVariant &)> &visit) const
-{
-    plist_dict_iter rawCursor = nullptr;
-    plist_dict_new_iter(m_root.get(), &rawCursor);
-    const std::unique_ptr<void, decltype(&std::free)> cursor(rawCursor, &std::free);
-    while (true) {
-        char *rawKey = nullptr;
-        plist_t node = nullptr;
-        plist_dict_next_item(m_root.get(), cursor.get(), &rawKey, &node);
-        const std::unique_ptr<char, decltype(&std::free)> key(rawKey, &std::free);
-        if (!node)
-            return;
-        if (const auto value = fromNode(node))
-            visit(QString::fromUtf8(key.get()), *value);
-    }
+    return Writer(m_values).write();
 }
 
 bool PlistDomain::set(const QString &key, const QVariant &value)
 {
-    if (this->value(key) == value)
+    QVariant &stored = m_values[key];
+    if (stored.metaType() == value.metaType() && stored == value)
         return false;
-    plist_dict_set_item(m_root.get(), key.toUtf8().constData(), toNode(value));
-    return true;
-}
-
-bool PlistDomain::remove(const QString &key)
-{
-    const QByteArray name = key.toUtf8();
-    if (!plist_dict_get_item(m_root.get(), name.constData()))
-        return false;
-    plist_dict_remove_item(m_root.get(), name.constData());
+    stored = value;
     return true;
 }
 
@@ -281,10 +283,9 @@ std::optional<QVariant> PlistDomain::normalized(const QVariant &value)
     case QMetaType::Bool:
     case QMetaType::LongLong:
     case QMetaType::Double:
+    case QMetaType::QString:
     case QMetaType::QByteArray:
         return value;
-    case QMetaType::QString: // a property list ends a string at a null character
-        return value.toString().contains(QChar()) ? std::nullopt : std::optional(value);
     case QMetaType::Int:
     case QMetaType::UInt:
     case QMetaType::Long:

@@ -3,44 +3,36 @@
 #include "platform/Result.h"
 
 #include <QByteArray>
+#include <QMap>
 #include <QString>
 #include <QVariant>
 
-#include <functional>
-#include <memory>
 #include <optional>
 
 namespace cobblet {
 
-/// The content of a defaults file: one flat dictionary of scalars as a binary property list.
+/// The content of a defaults file: one flat dictionary of scalars as a binary property list. Read and written
+/// here and not by the property-list library, which copies a value once for every reference to it, descends into
+/// nested containers by recursion and ends the process on a key with a null character: a small file from outside
+/// could bring the program down. It also hashes every byte it writes, which a group list of megabytes would feel.
 class PlistDomain {
 public:
-    PlistDomain();
-    PlistDomain(PlistDomain &&) = default;
-    PlistDomain &operator=(PlistDomain &&) = default;
-
-    /// Bytes from outside. What is no flat binary property list, or would unfold into far more than its own
-    /// size, is an error.
-    static Result<std::shared_ptr<PlistDomain>> decode(const QByteArray &bytes);
+    /// Bytes from outside; anything but a flat binary property list is an error.
+    static Result<PlistDomain> decode(const QByteArray &bytes);
     QByteArray encode() const;
 
-    /// A bool, qint64, double, QString or QByteArray; absent for a missing key and for a date, which is kept
-    /// but not read.
-    std::optional<QVariant> value(const QString &key) const;
-    void forEach(const std::function<void(const QString &key, const QVariant &value)> &visit) const;
+    /// Each a bool, qint64, double, QString or QByteArray.
+    const QMap<QString, QVariant> &values() const { return m_values; }
 
     /// False, and nothing changed, when the key has this very value already.
     bool set(const QString &key, const QVariant &value);
-    bool remove(const QString &key);
+    bool remove(const QString &key) { return m_values.remove(key) > 0; }
 
     /// The value in the one form its type is stored in; absent when it is of a type that is not stored.
     static std::optional<QVariant> normalized(const QVariant &value);
 
 private:
-    struct Free {
-        void operator()(void *node) const;
-    };
-    std::unique_ptr<void, Free> m_root;
+    QMap<QString, QVariant> m_values;
 };
 
 } // namespace cobblet

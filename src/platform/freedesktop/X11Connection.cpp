@@ -132,7 +132,7 @@ void X11Connection::drain()
         while (auto *raw = xcb_poll_for_event(m_connection)) {
             const XcbReply<xcb_generic_event_t> owned(raw);
             if (raw->response_type != 0)
-                emit event(raw);
+                emit eventArrived(raw);
         }
     } while (deliverReplies()); // looking for a reply may have read further events
     if (m_notifier && xcb_connection_has_error(m_connection) != 0) {

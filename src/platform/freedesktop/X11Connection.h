@@ -71,7 +71,7 @@ public:
 signals:
     /// Every event of this connection. Errors of requests that nobody waits for are dropped: foreign windows
     /// vanish at any time.
-    void event(xcb_generic_event_t *event);
+    void eventArrived(xcb_generic_event_t *event);
     /// A client message went out through sendToRoot().
     void sentToRoot(xcb_window_t window, xcb_atom_t type);
     /// The server closed the connection; nothing works any more.

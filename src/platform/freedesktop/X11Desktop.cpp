@@ -16,6 +16,7 @@ namespace {
 
 constexpr const char *activeWindowName = "_NET_ACTIVE_WINDOW";
 constexpr const char *managerCheck = "_NET_SUPPORTING_WM_CHECK";
+constexpr uint32_t asThePager = 2; // the source of a request that is the user's own, past the guards of the focus
 constexpr qsizetype maximumStartupID = 512;
 
 xcb_window_t windowIn(const void *raw)
@@ -41,7 +42,7 @@ X11Desktop::X11Desktop(X11Connection &x11, QObject *parent) : QObject(parent), m
     xcb_prefetch_extension_data(xcb, &xcb_xfixes_id);
     m_x11.intern({activeWindowName, managerCheck, selection.constData(), "_NET_STARTUP_INFO", "_NET_STARTUP_INFO_BEGIN"});
     m_compositorSelection = m_x11.atom(selection.constData());
-    connect(&m_x11, &X11Connection::event, this, &X11Desktop::handle);
+    connect(&m_x11, &X11Connection::eventArrived, this, &X11Desktop::handle);
     connect(&m_x11, &X11Connection::sentToRoot, this, [this](xcb_window_t window, xcb_atom_t type) {
         if (type == m_x11.atom(activeWindowName))
             emit activationSent(window);
@@ -153,8 +154,26 @@ void X11Desktop::setCompositing(bool compositing)
 
 void X11Desktop::activate(xcb_window_t window, xcb_timestamp_t time)
 {
-    constexpr uint32_t fromThePager = 2; // as a user's own request, past the guards against stolen focus
-    m_x11.sendToRoot(window, m_x11.atom(activeWindowName), {fromThePager, time, XCB_WINDOW_NONE});
+    m_x11.sendToRoot(window, m_x11.atom(activeWindowName), {asThePager, time, XCB_WINDOW_NONE});
+}
+
+void X11Desktop::activateOn(xcb_connection_t *connection, xcb_window_t window, xcb_timestamp_t time)
+{
+    sendOn(connection, window, activeWindowName, {asThePager, time});
+}
+
+void X11Desktop::sendOn(xcb_connection_t *connection, xcb_window_t window, const char *type,
+                        const std::vector<uint32_t> &data)
+{
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = window;
+    message.type = m_x11.atom(type);
+    std::copy_n(data.begin(), std::min<size_t>(data.size(), 5), message.data.data32);
+    xcb_send_event(connection, 0, m_x11.root(), XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                   reinterpret_cast<const char *>(&message));
+    xcb_flush(connection);
 }
 
 void X11Desktop::noteUserTime(xcb_timestamp_t time)

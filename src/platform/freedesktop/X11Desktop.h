@@ -26,6 +26,11 @@ public:
 
     /// Asks the window manager for the focus on behalf of the user, who acted at `time`.
     void activate(xcb_window_t window, xcb_timestamp_t time);
+    /// The same on another connection, in order with what that one maps and unmaps; not told by activationSent().
+    void activateOn(xcb_connection_t *connection, xcb_window_t window, xcb_timestamp_t time);
+
+    /// Sends any client message to the root window on a connection.
+    void sendOn(xcb_connection_t *connection, xcb_window_t window, const char *type, const std::vector<uint32_t> &data);
 
     /// The server's time when the user last did something to this program; 0 when that is unknown.
     xcb_timestamp_t userTime() const { return m_userTime; }

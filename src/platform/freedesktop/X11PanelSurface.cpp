@@ -95,6 +95,26 @@ void X11PanelSurface::prepareToMap()
     updateShape(window().size());
 }
 
+/// A state that was said before the window manager dealt with the last unmapping went with it.
+void X11PanelSurface::repeatState()
+{
+    X11Connection &x11 = m_desktop.x11();
+    constexpr uint32_t add = 1;
+    constexpr uint32_t fromApplication = 1;
+    m_desktop.sendOn(m_toolkit, m_id, windowState,
+                     {add, x11.atom("_NET_WM_STATE_ABOVE"), x11.atom("_NET_WM_STATE_STICKY"), fromApplication});
+    m_desktop.sendOn(m_toolkit, m_id, windowState,
+                     {add, x11.atom("_NET_WM_STATE_SKIP_TASKBAR"), x11.atom("_NET_WM_STATE_SKIP_PAGER"), fromApplication});
+    m_desktop.sendOn(m_toolkit, m_id, "_NET_WM_DESKTOP", {allDesktops, fromApplication});
+}
+
+/// The toolkit sends a change of opacity with whatever it sends next, which may be the end of the fade.
+void X11PanelSurface::applyAlpha()
+{
+    QtPanelSurface::applyAlpha();
+    xcb_flush(m_toolkit);
+}
+
 void X11PanelSurface::place(const QRect &geometry)
 {
     QtPanelSurface::place(geometry);
@@ -182,7 +202,7 @@ void X11PanelSurface::orderOut()
 {
     const bool wasVisible = isVisible();
     m_loss.stop();
-    m_isKey = false;
+    m_holder = XCB_WINDOW_NONE;
     m_awaitsTime = false;
     if (wasVisible)
         returnFocus();
@@ -212,7 +232,7 @@ void X11PanelSurface::returnFocus()
     if (std::find(states, end, x11.atom(hiddenState)) != end)
         return;
     if (m_desktop.hasWindowManager()) {
-        m_desktop.activate(previous, m_desktop.userTime());
+        m_desktop.activateOn(m_toolkit, previous, m_desktop.userTime());
     } else if (attributes->map_state == XCB_MAP_STATE_VIEWABLE) {
         xcb_set_input_focus(m_toolkit, XCB_INPUT_FOCUS_POINTER_ROOT, previous, XCB_CURRENT_TIME);
         xcb_flush(m_toolkit);
@@ -238,8 +258,10 @@ bool X11PanelSurface::nativeEventFilter(const QByteArray &type, void *message, q
         if (m_awaitsTime && notify->window == m_id && notify->atom == m_desktop.x11().atom(timeMark)) {
             m_awaitsTime = false;
             m_desktop.noteUserTime(notify->time);
-            if (isVisible())
-                m_desktop.activate(m_id, notify->time);
+            if (isVisible()) {
+                m_desktop.activateOn(m_toolkit, m_id, notify->time);
+                repeatState();
+            }
         }
         break;
     }
@@ -256,15 +278,33 @@ void X11PanelSurface::handleFocus(const xcb_focus_in_event_t &event)
     if (isGrab || event.detail == XCB_NOTIFY_DETAIL_POINTER || event.detail == XCB_NOTIFY_DETAIL_INFERIOR)
         return;
     const bool gained = (event.response_type & 0x7f) == XCB_FOCUS_IN;
-    if (isFamily(ownWindow(event.event))) {
-        m_isKey = m_isKey || gained;
-        if (gained)
-            m_loss.stop();
-        else if (m_isKey && isVisible())
+    if (!gained) {
+        if (event.event == m_holder && isVisible())
             m_loss.start(graceForFocus);
-    } else if (gained && m_isKey) {
+        return;
+    }
+    QWindow *own = ownWindow(event.event);
+    if (isFamily(own)) {
+        m_holder = event.event;
+        m_loss.stop();
+        if (own != &window())
+            connect(own, &QWindow::visibleChanged, this, &X11PanelSurface::popoverVisibleChanged, Qt::UniqueConnection);
+    } else if (m_holder != XCB_WINDOW_NONE) {
         m_loss.start(std::chrono::milliseconds(0)); // another window of ours; once the toolkit knows it too
     }
+}
+
+/// A popover that closes leaves the focus to the window manager, which passes over panels: the panel takes it
+/// back while the popover is still mapped.
+void X11PanelSurface::popoverVisibleChanged(bool visible)
+{
+    const auto *popover = qobject_cast<QWindow *>(sender());
+    if (visible || !popover || !popover->handle() || popover->winId() != m_holder || !isVisible())
+        return;
+    if (m_desktop.hasWindowManager())
+        m_desktop.activateOn(m_toolkit, m_id, m_desktop.userTime());
+    else
+        takeFocus();
 }
 
 void X11PanelSurface::loseKeyIfElsewhere()
@@ -276,7 +316,7 @@ void X11PanelSurface::loseKeyIfElsewhere()
 
 void X11PanelSurface::lostKey()
 {
-    m_isKey = false;
+    m_holder = XCB_WINDOW_NONE;
     if (isVisible())
         emit resignedKey();
 }

@@ -24,6 +24,10 @@ public:
 
 protected:
     void place(const QRect &geometry) override;
+    void applyAlpha() override;
+
+private slots:
+    void popoverVisibleChanged(bool visible);
 
 private:
     bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
@@ -32,6 +36,7 @@ private:
     void lostKey();
     void prepareToMap();
     void takeFocus();
+    void repeatState();
     bool holdsFocus(xcb_window_t focus) const;
     void returnFocus();
     void updateShape(const QSize &points);
@@ -43,7 +48,7 @@ private:
     xcb_window_t m_id = XCB_WINDOW_NONE;
     double m_radius;
     bool m_wantsBlur = false;
-    bool m_isKey = false;
+    xcb_window_t m_holder = XCB_WINDOW_NONE; ///< the panel or the window of its family that has the focus
     bool m_awaitsTime = false;
     xcb_window_t m_previous = XCB_WINDOW_NONE; ///< had the focus before the panel
     QSize m_shapedPixels;

@@ -76,7 +76,7 @@ void X11Screens::loadStruts()
 {
     m_x11->intern({clientList, partialStrut, oldStrut});
     m_x11->select(m_x11->root(), XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY);
-    connect(m_x11, &X11Connection::event, this, &X11Screens::handle);
+    connect(m_x11, &X11Connection::eventArrived, this, &X11Screens::handle);
 
     xcb_connection_t *xcb = m_x11->xcb();
     const auto geometryAsked = xcb_get_geometry(xcb, m_x11->root());

@@ -39,7 +39,7 @@ protected:
     /// Places the window (y-down points); where it lies already, nothing is asked of the window system.
     virtual void place(const QRect &geometry);
     /// Gives the window the current alpha, or full opacity where nothing is blended.
-    void applyAlpha();
+    virtual void applyAlpha();
 
 private:
     void applyFrame(const QRectF &frame);

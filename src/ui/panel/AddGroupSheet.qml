@@ -35,7 +35,7 @@ PopoverFrame {
         width: 52
         label: "Emoji"
         text: "📁"
-        input.font.pixelSize: 16
+        input.font: Units.emojiFont
         input.horizontalAlignment: TextInput.AlignHCenter
         onAccepted: sheet.add()
     }

@@ -10,6 +10,8 @@ Item {
     readonly property int pitch: Math.floor((width - 2 * Units.gridPadding + Units.columnSpacing) / columns)
     readonly property string contentID: Panel.contentID
 
+    signal leftEdgePassed
+
     onContentIDChanged: {
         view.currentIndex = 0;
         view.positionViewAtBeginning();
@@ -24,13 +26,16 @@ Item {
         x: Math.round((page.width - width + Units.columnSpacing) / 2)
         width: page.columns * page.pitch
         height: page.height - (tools.visible ? tools.height : 0)
-        topMargin: Units.gridPadding
-        // The last row brings its spacing along.
+        // A header, because positioning a view does not count its margin. The last row brings its spacing along.
+        header: Item {
+            width: 1
+            height: Units.gridPadding
+        }
         bottomMargin: Units.gridPadding - Units.rowSpacing
         cellWidth: page.pitch
         cellHeight: (Panel.showsTitles ? Units.titledCellHeight : Units.cellHeight) + Units.rowSpacing
         cacheBuffer: 0
-        clip: contentHeight + topMargin + bottomMargin > height
+        clip: contentHeight + bottomMargin > height
         interactive: clip
         keyNavigationEnabled: true
         boundsBehavior: Flickable.StopAtBounds
@@ -43,6 +48,14 @@ Item {
         onCurrentIndexChanged: {
             if (activeFocus)
                 positionViewAtIndex(currentIndex, GridView.Contain);
+        }
+
+        // From the first column the way leads back to the sidebar.
+        Keys.onLeftPressed: {
+            if (currentIndex % page.columns > 0)
+                moveCurrentIndexLeft();
+            else
+                page.leftEdgePassed();
         }
 
         delegate: CBAppCell {

@@ -25,14 +25,18 @@ Pressable {
     onTriggered: Panel.selectRow(index)
     onMenuRequested: position => Panel.showGroupMenu(index, position)
 
-    CBText {
+    Text {
         x: Math.round((row.width - 22) / 2 * (1 - row.expansion) + 10 * row.expansion)
         width: 22
         height: row.height
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
+        textFormat: Text.PlainText
+        maximumLineCount: 1
+        elide: Text.ElideRight
+        color: CBTheme.text
         text: row.emoji
-        font.pixelSize: 16
+        font: Units.emojiFont
     }
 
     CBText {

@@ -5,11 +5,15 @@ Pressable {
     id: button
 
     property alias symbol: picture.name
+    // Without room for its label the button keeps its symbol, and tells its label as a tip.
+    property bool compact: false
+    readonly property real fullWidth: picture.width + labelText.implicitWidth + 26
     property string hint
     property HintBubble bubble: null
     readonly property bool hinting: containsMouse && hint !== ""
 
-    width: picture.width + labelText.implicitWidth + 26
+    width: compact ? picture.width + 20 : fullWidth
+    tip: compact ? label : ""
     height: 28
     corner: 7
     fill: CBTheme.toolHover
@@ -18,8 +22,8 @@ Pressable {
     onHintingChanged: {
         if (hinting)
             bubble = Decorations.make(Decorations.HintBubble, button, { text: button.hint }) as HintBubble;
-        else if (bubble)
-            bubble.destroy();
+        else
+            Decorations.dismiss(bubble);
     }
 
     CBSymbol {
@@ -35,6 +39,7 @@ Pressable {
     CBText {
         id: labelText
         x: picture.x + picture.width + 6
+        visible: !button.compact
         height: button.height
         verticalAlignment: Text.AlignVCenter
         text: button.label

@@ -6,6 +6,7 @@ Item {
     id: tools
 
     required property real hair
+    readonly property bool compact: 10 + openAll.fullWidth + 4 + closeAll.fullWidth + info.width + 4 > width
 
     height: Units.toolRowHeight + hair
 
@@ -19,12 +20,15 @@ Item {
         id: openAll
         x: 10
         y: 9 + tools.hair
+        compact: tools.compact
         label: "Open All"
         symbol: "play.fill"
         onTriggered: Panel.openAll()
     }
 
     CBToolButton {
+        id: closeAll
+        compact: tools.compact
         x: openAll.x + openAll.width + 4
         y: openAll.y
         label: Panel.closeAllLabel
@@ -34,6 +38,7 @@ Item {
     }
 
     CBInfoButton {
+        id: info
         x: tools.width - width - 4
         y: tools.hair
     }

@@ -48,6 +48,12 @@ QQuickItem *Decorations::make(Kind kind, QQuickItem *parent, const QVariantMap &
     return item;
 }
 
+void Decorations::dismiss(QQuickItem *decoration)
+{
+    if (decoration)
+        decoration->deleteLater();
+}
+
 void Decorations::expectTip(QQuickItem *owner, const QString &text)
 {
     closeTip();

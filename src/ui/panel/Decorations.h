@@ -36,6 +36,9 @@ public:
     Q_INVOKABLE QQuickItem *make(cobblet::Decorations::Kind kind, QQuickItem *parent,
                                  const QVariantMap &properties = {});
 
+    /// Deletes a decoration that make() returned, once the current event is through.
+    Q_INVOKABLE void dismiss(QQuickItem *decoration);
+
     /// The pointer came to rest on a control: its tip opens a moment later, in the control's window.
     Q_INVOKABLE void expectTip(QQuickItem *owner, const QString &text);
     Q_INVOKABLE void closeTip();

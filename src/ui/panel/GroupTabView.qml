@@ -10,7 +10,6 @@ FocusScope {
 
     focus: true
 
-    Keys.onLeftPressed: sidebar.focusList()
     Keys.onRightPressed: grid.focusGrid()
 
     Rectangle {
@@ -50,8 +49,8 @@ FocusScope {
         x: sidebar.width + panel.hair
         width: panel.width - x
         height: parent.height
-        focus: true
         visible: Panel.content === Panel.Grid
+        onLeftEdgePassed: sidebar.focusList()
         hair: panel.hair
     }
 

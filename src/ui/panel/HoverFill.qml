@@ -6,6 +6,7 @@ Rectangle {
     id: fill
 
     property bool shown: false
+    property bool wasShown: false
     property bool dying: false
     property Item springs: null
 
@@ -14,6 +15,7 @@ Rectangle {
     opacity: shown ? 1 : 0
     onOpacityChanged: settle()
     onShownChanged: {
+        wasShown = true;
         if (springs) {
             spring.to = shown ? Units.hoverScale : 1;
             spring.restart();
@@ -21,9 +23,9 @@ Rectangle {
     }
 
     function settle() {
-        if (!shown && opacity === 0 && !spring.running && !dying) {
+        if (wasShown && !shown && opacity === 0 && !spring.running && !dying) {
             dying = true;
-            destroy();
+            Decorations.dismiss(fill);
         }
     }
 

@@ -12,6 +12,8 @@
 #include <QQuickView>
 #include <QSGRendererInterface>
 
+#include <utility>
+
 // Generated for the QML module.
 void qml_register_types_Cobblet_Panel();
 
@@ -23,9 +25,9 @@ namespace {
 /// variables still choose another.
 void chooseSceneGraph()
 {
-    const bool chosen =
-        !qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND") || !qEnvironmentVariableIsEmpty("QSG_RHI_BACKEND");
-    if (!chosen && QQuickWindow::graphicsApi() != QSGRendererInterface::Software)
+    // Once per process: a scene graph that runs cannot be exchanged.
+    static bool chosen = !qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND") || !qEnvironmentVariableIsEmpty("QSG_RHI_BACKEND");
+    if (!std::exchange(chosen, true))
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
 }
 

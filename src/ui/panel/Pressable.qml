@@ -39,8 +39,8 @@ MouseArea {
     onRingedChanged: {
         if (ringed)
             ring = Decorations.make(Decorations.FocusRing, area, { radius: area.corner }) as FocusRing;
-        else if (ring)
-            ring.destroy();
+        else
+            Decorations.dismiss(ring);
     }
     onFillChanged: {
         if (decoration)

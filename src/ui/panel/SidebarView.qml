@@ -32,10 +32,16 @@ Item {
         y: 44
         width: sidebar.width - 16
         height: settings.y - 6 - y
-        topMargin: 6
-        bottomMargin: 4
+        header: Item {
+            width: 1
+            height: 6
+        }
+        footer: Item {
+            width: 1
+            height: 4
+        }
         cacheBuffer: 62
-        clip: contentHeight + 10 > height
+        clip: contentHeight > height
         interactive: clip
         boundsBehavior: Flickable.StopAtBounds
         activeFocusOnTab: true
@@ -48,8 +54,12 @@ Item {
         // The arrows select as they go; at the ends they stay.
         Keys.onUpPressed: Panel.selectRow(currentIndex - 1)
         Keys.onDownPressed: Panel.selectRow(currentIndex + 1)
-        onCurrentIndexChanged: {
-            if (currentIndex >= 0)
+        onCurrentIndexChanged: reveal()
+        onHeightChanged: reveal()
+
+        function reveal() {
+            // Before the first layout there is no room, and every row would seem to lie outside.
+            if (height > Units.rowHeight && currentIndex >= 0)
                 positionViewAtIndex(currentIndex, ListView.Contain);
         }
 

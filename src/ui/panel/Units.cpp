@@ -33,6 +33,15 @@ QString Units::fixedFont()
     return QFontDatabase::systemFont(QFontDatabase::FixedFont).family();
 }
 
+QFont Units::emojiFont()
+{
+    QFont font;
+    font.setFamilies({QStringLiteral("Noto Color Emoji"), QStringLiteral("Apple Color Emoji"),
+                      QStringLiteral("emoji"), font.family()});
+    font.setPixelSize(16);
+    return font;
+}
+
 double Units::titlePointSize()
 {
     const QScreen *screen = QGuiApplication::primaryScreen();

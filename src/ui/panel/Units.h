@@ -4,6 +4,7 @@
 #include "ui/panel/PanelMetrics.h"
 
 #include <QEasingCurve>
+#include <QFont>
 #include <QObject>
 
 #include <QtQml/qqmlregistration.h>
@@ -34,6 +35,7 @@ class Units : public QObject {
     Q_PROPERTY(int toolRowHeight MEMBER toolRowHeight CONSTANT)
     Q_PROPERTY(int iconSide MEMBER iconSide CONSTANT)
     Q_PROPERTY(QString fixedFont READ fixedFont CONSTANT)
+    Q_PROPERTY(QFont emojiFont READ emojiFont CONSTANT)
     Q_PROPERTY(double titlePointSize READ titlePointSize CONSTANT)
 public:
     using QObject::QObject;
@@ -44,6 +46,8 @@ public:
     /// The desktop's fixed-width family.
     static QString fixedFont();
 
+    /// The emoji of a tab. Other fonts have drawings of some emoji, too: the coloured ones come first.
+    static QFont emojiFont();
     /// What a cell's title of 11.5 points measures in the toolkit's own points, which depend on the screen.
     static double titlePointSize();
 

@@ -98,7 +98,7 @@ int main(int argc, char **argv)
     f.setPreference(QStringLiteral("popupMaxRows"), parser.value(QStringLiteral("rows")).toInt());
     f.setPreference(QStringLiteral("popupShowsTitles"), !parser.isSet(QStringLiteral("no-titles")));
     f.theme.refresh();
-    if (!groups.isEmpty())
+    if (!groups.isEmpty() && !parser.isSet(QStringLiteral("no-launches")))
         for (int i = 0; i < 4 && i < groups[0].apps.size(); i += 2)
             f.run(groups[0].apps[i].bundleID);
     if (!parser.isSet(QStringLiteral("no-launches")) && !groups.isEmpty())

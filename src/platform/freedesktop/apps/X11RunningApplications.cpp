@@ -33,7 +33,7 @@ X11RunningApplications::X11RunningApplications(X11Connection *x11, FreedesktopWo
     if (!m_clients->hasLists())
         qCWarning(lcRunning) << "No window manager keeps a list of windows: running applications are looked for in the "
                                 "window tree.";
-    connect(x11, &X11Connection::event, this, &X11RunningApplications::onEvent);
+    connect(x11, &X11Connection::eventArrived, this, &X11RunningApplications::onEvent);
     connect(x11, &X11Connection::broken, this, [this] {
         m_clients.reset();
         m_order.clear();
@@ -160,7 +160,8 @@ void X11RunningApplications::regroup()
     std::vector<std::pair<RunningApplication, std::vector<xcb_window_t>>> groups;
     for (const xcb_window_t id : m_order) {
         const Window &window = *m_windows.constFind(id);
-        if (window.processEnded)
+        // Docks and the desktop itself are part of the environment, not applications that somebody runs.
+        if (window.processEnded || !window.seen.isOrdinary)
             continue;
         const RunningApplication owner = ownerOf(window);
         auto group = std::find_if(groups.begin(), groups.end(), [&](const auto &item) { return item.first == owner; });

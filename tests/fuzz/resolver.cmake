@@ -1,0 +1,1 @@
+cobblet_fuzzer(fuzz_resolver SOURCES fuzz_resolver.cpp LINKS cobblet_freedesktop_apps)

@@ -1,0 +1,156 @@
+#include "DesktopFixture.h"
+
+#include "platform/freedesktop/apps/FreedesktopWorkspace.h"
+
+#include <QSignalSpy>
+
+#include <cstdio>
+
+namespace {
+
+using namespace cobblet;
+using namespace cobblet::test;
+
+class InstalledApplicationsTest : public DesktopFixture {};
+
+QString nameOf(const Workspace &workspace, const QString &id)
+{
+    const auto application = workspace.application(id);
+    return application ? application->name : QStringLiteral("-");
+}
+
+TEST_F(InstalledApplicationsTest, TheFirstFolderWinsAndItsWordIsFinal)
+{
+    write(user(QStringLiteral("both")), entry("Mine", "true"));
+    write(system(QStringLiteral("both")), entry("Theirs", "true"));
+    write(user(QStringLiteral("deleted")), entry("Gone", "true", "Hidden=true"));
+    write(system(QStringLiteral("deleted")), entry("Still here", "true"));
+    write(vendor(QStringLiteral("last")), entry("Vendor", "true"));
+    write(system(QStringLiteral("quiet")), entry("Quiet", "true", "NoDisplay=true"));
+    write(system(QStringLiteral("foreign")), entry("Foreign", "true", "OnlyShowIn=KDE;"));
+    write(system(QStringLiteral("no-program")), entry("No program", "no-such-program --x"));
+    write(system(QStringLiteral("no-try")), entry("No try", "true", "TryExec=no-such-program"));
+    write(system(QStringLiteral("link")), "[Desktop Entry]\nType=Link\nName=Link\nURL=http://localhost\n");
+    write(system(QStringLiteral("garbage")), QByteArray(5000, '\xff'));
+    write(system(QStringLiteral("kde/deep")), entry("Deep", "true"));
+    write(system(QStringLiteral("huge")), entry("Huge", "true", "X-Padding=" + QByteArray(2000000, 'x')));
+    write(system(QStringLiteral("localised")), entry("Plain", "true", "Name[de]=Schlicht"));
+    QDir().mkpath(home.path(QStringLiteral("system/applications/folder.desktop")));
+    QFile::link(home.path(QStringLiteral("nowhere")), user(QStringLiteral("dangling")));
+    write(system(QStringLiteral("dangling")), entry("Behind", "true"));
+    const FreedesktopWorkspace workspace(nullptr);
+
+    const struct {
+        const char *id;
+        const char *name; ///< "-" when it is not installed
+    } rows[] = {{"both", "Mine"},       {"deleted", "-"},   {"last", "Vendor"},     {"quiet", "Quiet"},
+                {"foreign", "Foreign"}, {"no-program", "-"}, {"no-try", "-"},       {"link", "-"},
+                {"garbage", "-"},       {"kde-deep", "Deep"}, {"huge", "-"},        {"folder", "-"},
+                {"dangling", "Behind"}, {"unknown", "-"},   {"../both", "-"},       {"", "-"},
+                {"localised", "Plain"}};
+    for (const auto &row : rows)
+        EXPECT_EQ(nameOf(workspace, QLatin1String(row.id)), QLatin1String(row.name)) << row.id;
+    // Menus are what visibility is about.
+    const auto index = workspace.installed().index();
+    EXPECT_TRUE(index->byId(QStringLiteral("both"))->visible);
+    EXPECT_FALSE(index->byId(QStringLiteral("quiet"))->visible);
+    EXPECT_FALSE(index->byId(QStringLiteral("foreign"))->visible);
+    EXPECT_EQ(index->byId(QStringLiteral("deleted")), nullptr);
+}
+
+TEST_F(InstalledApplicationsTest, EveryWayOfChangingIsNoticed)
+{
+    const QString id = QStringLiteral("one");
+    const QString store = home.path(QStringLiteral("store"));
+    write(store + QStringLiteral("/a/share/applications/one.desktop"), entry("Store A", "true"));
+    write(store + QStringLiteral("/b/share/applications/one.desktop"), entry("Store B", "true"));
+    write(home.path(QStringLiteral("elsewhere/one.desktop")), entry("Linked", "true"));
+    QDir().mkpath(home.path(QStringLiteral("system")));
+    const FreedesktopWorkspace workspace(nullptr);
+    QSignalSpy changed(&workspace, &Workspace::installedApplicationsChanged);
+    const auto becomes = [&](const char *name) {
+        return waitFor([&] { return nameOf(workspace, id) == QLatin1String(name); });
+    };
+    const auto swapLink = [](const QString &target, const QString &link) {
+        QFile::remove(link + QStringLiteral(".new"));
+        QFile::link(target, link + QStringLiteral(".new"));
+        ASSERT_EQ(std::rename(qPrintable(link + QStringLiteral(".new")), qPrintable(link)), 0);
+    };
+    ASSERT_EQ(nameOf(workspace, id), QStringLiteral("-"));
+
+    write(system(id), entry("Added where no folder was", "true"));
+    EXPECT_TRUE(becomes("Added where no folder was"));
+    write(system(id), entry("Rewritten", "true"));
+    EXPECT_TRUE(becomes("Rewritten"));
+    write(user(id), entry("Of the user", "true"));
+    EXPECT_TRUE(becomes("Of the user"));
+    write(user(id), entry("Of the user", "true", "Hidden=true"));
+    EXPECT_TRUE(becomes("-"));
+    QFile::remove(user(id));
+    EXPECT_TRUE(becomes("Rewritten"));
+    swapLink(home.path(QStringLiteral("elsewhere/one.desktop")), system(id));
+    EXPECT_TRUE(becomes("Linked"));
+    write(home.path(QStringLiteral("elsewhere/one.desktop")), entry("Changed behind the link", "true"));
+    EXPECT_TRUE(becomes("Changed behind the link"));
+    QFile::remove(system(id));
+    EXPECT_TRUE(becomes("-"));
+    // A whole folder that is a link into a store, as some package managers exchange them.
+    swapLink(store + QStringLiteral("/a"), home.path(QStringLiteral("profile")));
+    QFile::link(home.path(QStringLiteral("profile/share")), home.path(QStringLiteral("vendor")));
+    EXPECT_TRUE(becomes("Store A"));
+    swapLink(store + QStringLiteral("/b"), home.path(QStringLiteral("profile")));
+    EXPECT_TRUE(becomes("Store B"));
+    EXPECT_GT(changed.count(), 0);
+}
+
+TEST_F(InstalledApplicationsTest, AFileStandsForAnApplicationOrSaysWhyNot)
+{
+    write(system(QStringLiteral("org.example.App")), entry("App", "true"));
+    write(home.path(QStringLiteral("stray.desktop")), entry("Stray", "true"));
+    write(home.path(QStringLiteral("text.txt")), "text");
+    write(home.path(QStringLiteral("Empty.app/Contents/Info.plist")), "<plist");
+    write(home.path(QStringLiteral("Some.app/Contents/Info.plist")),
+          "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>com.example.some"
+          "</string><key>CFBundleName</key><string>Some</string></dict></plist>");
+    QFile::link(system(QStringLiteral("org.example.App")), home.path(QStringLiteral("On the desktop.desktop")));
+    const FreedesktopWorkspace workspace(nullptr);
+    const struct {
+        QString path;
+        const char *id; ///< empty when it is refused
+    } rows[] = {{system(QStringLiteral("org.example.App")), "org.example.App"},
+                {home.path(QStringLiteral("system/./x/../applications/org.example.App.desktop")), "org.example.App"},
+                {home.path(QStringLiteral("On the desktop.desktop")), "org.example.App"},
+                {home.path(QStringLiteral("Some.app")), "com.example.some"},
+                {home.path(QStringLiteral("Empty.app")), ""},
+                {home.path(QStringLiteral("stray.desktop")), ""},
+                {home.path(QStringLiteral("text.txt")), ""},
+                {home.path(), ""},
+                {home.path(QStringLiteral("missing.desktop")), ""},
+                {QStringLiteral("relative.desktop"), ""},
+                {QString(10000, u'/'), ""},
+                {QString(), ""}};
+    for (const auto &row : rows) {
+        const auto result = workspace.applicationAt(row.path);
+        EXPECT_EQ(result ? result.value().bundleID : QString(), QLatin1String(row.id)) << qPrintable(row.path.left(200));
+        EXPECT_EQ(result.error().isEmpty(), result.ok());
+    }
+    EXPECT_EQ(workspace.applicationsFolder(), home.path(QStringLiteral("system/applications")));
+}
+
+TEST_F(InstalledApplicationsTest, CommandLinesSplitAsTheFormatSays)
+{
+    const struct {
+        const char *command;
+        QStringList arguments;
+    } rows[] = {
+        {"foo --bar %U", {QStringLiteral("foo"), QStringLiteral("--bar")}},
+        {"\"/opt/with space/foo\" \"a\\\"b\" 100%%", {QStringLiteral("/opt/with space/foo"), QStringLiteral("a\"b"), QStringLiteral("100%")}},
+        {"foo \"unfinished", {}},
+        {"", {}},
+        {"env A=1 B=2 foo", {QStringLiteral("env"), QStringLiteral("A=1"), QStringLiteral("B=2"), QStringLiteral("foo")}},
+    };
+    for (const auto &row : rows)
+        EXPECT_EQ(splitExec(QString::fromUtf8(row.command)), row.arguments) << row.command;
+}
+
+} // namespace

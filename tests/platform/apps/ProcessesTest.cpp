@@ -1,0 +1,71 @@
+#include "platform/freedesktop/apps/Processes.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace cobblet;
+
+TEST(Processes, AnApplicationsOwnAreItsDescendantsInItsSession)
+{
+    const QList<ProcessEntry> all{
+        {10, 1, 10, 0},  // the application
+        {11, 10, 10, 0}, // its helper
+        {12, 11, 10, 0}, // the helper's helper
+        {13, 10, 13, 0}, // a shell in a session of its own
+        {14, 13, 13, 0}, // what runs in the shell
+        {15, 10, 10, 0}, // another application, started by this one
+        {16, 15, 10, 0}, // and its helper
+        {17, 1, 10, 0},  // a neighbour in the session
+    };
+    const auto pids = [&](qint64 pid, const QList<qint64> &others) {
+        QList<qint64> found;
+        for (const ProcessEntry &process : ownProcesses(pid, all, others))
+            found.append(process.pid);
+        return found;
+    };
+    EXPECT_EQ(pids(10, {15}), (QList<qint64>{10, 11, 12}));
+    EXPECT_EQ(pids(10, {}), (QList<qint64>{10, 11, 15, 12, 16}));
+    EXPECT_EQ(pids(13, {}), (QList<qint64>{13, 14}));
+    EXPECT_EQ(pids(99, {}), QList<qint64>{});
+}
+
+TEST(Processes, ASignalReachesOnlyTheProcessThatWasSeen)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        pause();
+        _exit(0);
+    }
+    const auto seen = processEntry(child);
+    ASSERT_TRUE(seen.has_value());
+    EXPECT_EQ(seen->parent, getpid());
+    EXPECT_TRUE(isOrDescendsFrom(child, getpid()));
+    EXPECT_FALSE(isOrDescendsFrom(getpid(), child));
+    ProcessEntry later = *seen; // a later process with the same number
+    later.started += 1;
+    EXPECT_FALSE(sendSignal(later, SIGKILL));
+    EXPECT_TRUE(processEntry(child).has_value());
+    EXPECT_TRUE(sendSignal(*seen, SIGKILL));
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(WTERMSIG(status), SIGKILL);
+    EXPECT_FALSE(processEntry(child).has_value());
+    EXPECT_FALSE(sendSignal(*seen, SIGKILL));
+}
+
+TEST(Processes, ReadsWhatTheResolverNeeds)
+{
+    const ProcessIdentity self = processIdentity(getpid());
+    EXPECT_TRUE(self.executable.endsWith(QStringLiteral("platform_apps_test")));
+    ASSERT_FALSE(self.arguments.isEmpty());
+    EXPECT_EQ(processIdentity(0).executable, QString());
+    EXPECT_EQ(processIdentity(1 << 30).arguments, QStringList());
+}
+
+} // namespace

@@ -1,0 +1,201 @@
+#include "DesktopFixture.h"
+#include "XServer.h"
+
+#include "platform/freedesktop/X11Connection.h"
+#include "platform/freedesktop/apps/FreedesktopWorkspace.h"
+#include "platform/freedesktop/apps/X11RunningApplications.h"
+#include "platform/freedesktop/apps/X11WindowAccess.h"
+
+#include <QSignalSpy>
+
+#include <algorithm>
+#include <map>
+
+namespace {
+
+using namespace cobblet;
+using namespace cobblet::test;
+
+class RunningApplicationsTest : public DesktopFixture {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(server.isRunning()) << "Xvfb is needed";
+        write(system(QStringLiteral("clock")), entry("Clock", "xclock -update 3600", "StartupWMClass=XClock"));
+        write(system(QStringLiteral("term")),
+              entry("Term", "xterm", "StartupWMClass=XTerm\nCategories=TerminalEmulator;"));
+        write(system(QStringLiteral("stubborn")), entry("Stubborn", "\"" COBBLET_STUBBORN_WINDOW "\""));
+        write(system(QStringLiteral("guest")), entry("Guest", "true", "StartupWMClass=guest"));
+    }
+
+    void connectToDesktop(bool windowManager)
+    {
+        if (windowManager) {
+            server.start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
+            x11 = X11Connection::open();
+            ASSERT_TRUE(x11);
+            ASSERT_TRUE(waitFor([&] { return X11ClientWindows(*x11).hasLists(); }, 15000));
+        } else {
+            x11 = X11Connection::open();
+            ASSERT_TRUE(x11);
+        }
+        workspace = std::make_unique<FreedesktopWorkspace>(x11.get());
+        running = std::make_unique<X11RunningApplications>(x11.get(), *workspace);
+        access = std::make_unique<X11WindowAccess>(*running, *workspace);
+        windows = std::make_unique<X11ClientWindows>(*x11);
+    }
+
+    int count(const char *id) const
+    {
+        const auto list = running->runningApplications();
+        return int(std::count_if(list.begin(), list.end(), [&](const auto &a) { return a.bundleIdentifier == QLatin1String(id); }));
+    }
+    RunningApplication first(const char *id) const
+    {
+        for (const auto &application : running->runningApplications())
+            if (application.bundleIdentifier == QLatin1String(id))
+                return application;
+        return {};
+    }
+    std::vector<xcb_window_t> windowsOf(qint64 pid) const
+    {
+        std::vector<xcb_window_t> found;
+        for (const ClientWindow &window : windows->describe(windows->list({})))
+            if (window.pid == pid)
+                found.push_back(window.id);
+        return found;
+    }
+    bool isIconified(xcb_window_t window) const { return windows->iconified({window}).size() == 1; }
+    xcb_window_t active() const
+    {
+        const auto value = x11->cardinals(x11->root(), x11->atom("_NET_ACTIVE_WINDOW"), 1);
+        return value.empty() ? xcb_window_t(XCB_WINDOW_NONE) : value.front();
+    }
+
+    XServer server;
+    std::unique_ptr<X11Connection> x11;
+    std::unique_ptr<FreedesktopWorkspace> workspace;
+    std::unique_ptr<X11RunningApplications> running;
+    std::unique_ptr<X11WindowAccess> access;
+    std::unique_ptr<X11ClientWindows> windows;
+};
+
+TEST_F(RunningApplicationsTest, FollowsWhatRunsAndHidesAndShowsIt)
+{
+    server.start(QStringLiteral("xclock"), {QStringLiteral("-update"), QStringLiteral("3600")}); // before anybody looks
+    connectToDesktop(true);
+    ASSERT_TRUE(waitFor([&] { return count("clock") == 1; }, 10000));
+    QSignalSpy launches(running.get(), &RunningApplications::didLaunch);
+    QSignalSpy ends(running.get(), &RunningApplications::didTerminate);
+
+    QProcess &term = server.start(QStringLiteral("xterm"), {QStringLiteral("-title"), QStringLiteral("Clock")});
+    ASSERT_TRUE(waitFor([&] { return count("term") == 1; }, 10000));
+    EXPECT_EQ(first("term").processIdentifier, term.processId());
+    EXPECT_EQ(count("clock"), 1) << "a title decides nothing";
+    EXPECT_EQ(launches.count(), 1);
+    QProcess &second = server.start(QStringLiteral("xterm"));
+    ASSERT_TRUE(waitFor([&] { return count("term") == 2; }, 10000)) << "each process is an application of its own";
+
+    const RunningApplication clock = first("clock");
+    const std::vector<xcb_window_t> face = windowsOf(clock.processIdentifier);
+    ASSERT_EQ(face.size(), 1u);
+    running->hide(clock);
+    EXPECT_TRUE(waitFor([&] { return isIconified(face[0]); }));
+    EXPECT_EQ(count("clock"), 1) << "what is hidden still runs";
+    running->unhide(clock);
+    access->unminimizeWindows(clock);
+    access->reopen(clock);
+    running->activate(clock);
+    EXPECT_TRUE(waitFor([&] { return !isIconified(face[0]) && active() == face[0]; }));
+    EXPECT_EQ(windows->inStackingOrder(windows->list({})).back(), face[0]);
+    running->activate(first("term"));
+    EXPECT_TRUE(waitFor([&] { return active() == windowsOf(term.processId()).front(); }));
+
+    // Iconified by the user: no business of unhide(), but of unminimize.
+    windows->iconify(face[0]);
+    EXPECT_TRUE(waitFor([&] { return isIconified(face[0]); }));
+    running->unhide(clock);
+    EXPECT_FALSE(waitFor([&] { return !isIconified(face[0]); }, 300));
+    access->unminimizeWindows(clock);
+    EXPECT_TRUE(waitFor([&] { return !isIconified(face[0]); }));
+
+    running->terminate(first("term"));
+    EXPECT_TRUE(waitFor([&] { return count("term") == 1; }));
+    running->forceTerminate({QStringLiteral("term"), second.processId()});
+    EXPECT_TRUE(waitFor([&] { return count("term") == 0; }));
+    EXPECT_EQ(ends.count(), 2);
+    EXPECT_EQ(count("clock"), 1);
+}
+
+TEST_F(RunningApplicationsTest, AWindowThatRefusesToCloseStaysUntilItIsKilled)
+{
+    connectToDesktop(true);
+    QProcess &plain = server.start(QStringLiteral(COBBLET_STUBBORN_WINDOW));
+    ASSERT_TRUE(waitFor([&] { return count("stubborn") == 1; }, 10000));
+    EXPECT_EQ(count("term"), 0) << "it is only titled like one";
+    running->terminate(first("stubborn"));
+    EXPECT_FALSE(waitFor([&] { return count("stubborn") == 0; }, 500));
+    EXPECT_EQ(plain.state(), QProcess::Running);
+    running->forceTerminate(first("stubborn"));
+    EXPECT_TRUE(waitFor([&] { return count("stubborn") == 0 && plain.state() == QProcess::NotRunning; }));
+
+    // Two applications in one process: killing one must not kill the other.
+    QProcess &shared = server.start(QStringLiteral(COBBLET_STUBBORN_WINDOW), {QStringLiteral("guest")});
+    ASSERT_TRUE(waitFor([&] { return count("guest") == 1 && count("stubborn") == 1; }, 10000));
+    running->forceTerminate(first("guest"));
+    EXPECT_FALSE(waitFor([&] { return shared.state() == QProcess::NotRunning; }, 500));
+    EXPECT_EQ(count("stubborn"), 1);
+}
+
+TEST_F(RunningApplicationsTest, AClassThatComesLateMovesTheWindow)
+{
+    connectToDesktop(true);
+    QProcess &clock = server.start(QStringLiteral("xclock"), {QStringLiteral("-name"), QStringLiteral("clock-face"),
+                                                              QStringLiteral("-update"), QStringLiteral("3600")});
+    ASSERT_TRUE(waitFor([&] { return count("clock") == 1; }, 10000));
+    const xcb_window_t window = windowsOf(clock.processId()).front();
+    const char late[] = "guest\0Guest";
+    xcb_change_property(x11->xcb(), XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8, sizeof late, late);
+    x11->flush();
+    EXPECT_TRUE(waitFor([&] { return count("guest") == 1 && count("clock") == 0; }));
+}
+
+TEST_F(RunningApplicationsTest, WhatIsLaunchedBecomesOneApplicationWithItsWindow)
+{
+    write(system(QStringLiteral("script")), entry("Script", "sh -c \"xclock -update 3600; true\"", "StartupWMClass=XClock\nNoDisplay=true"));
+    QFile::remove(system(QStringLiteral("clock")));
+    connectToDesktop(true);
+    QSignalSpy launches(running.get(), &RunningApplications::didLaunch);
+    QSignalSpy ends(running.get(), &RunningApplications::didTerminate);
+    // The environment that launched programs get is this process's first one, which knows another display.
+    server.start(QStringLiteral("sh"), {QStringLiteral("-c"), QStringLiteral("sleep 0.1; xclock -update 3600")});
+    ASSERT_TRUE(waitFor([&] { return count("script") == 1; }, 10000));
+    EXPECT_EQ(launches.count(), 1);
+    running->terminate(first("script"));
+    EXPECT_TRUE(waitFor([&] { return count("script") == 0; }));
+    EXPECT_EQ(ends.count(), 1);
+}
+
+TEST_F(RunningApplicationsTest, WorksWithoutAWindowManagerAndWithOneThatComesLater)
+{
+    connectToDesktop(false);
+    EXPECT_FALSE(windows->hasLists());
+    server.start(QStringLiteral("xclock"), {QStringLiteral("-update"), QStringLiteral("3600")});
+    ASSERT_TRUE(waitFor([&] { return count("clock") == 1; }, 10000));
+    const RunningApplication clock = first("clock");
+    const xcb_window_t face = windowsOf(clock.processIdentifier).front();
+    running->hide(clock);
+    EXPECT_TRUE(waitFor([&] { return isIconified(face); }));
+    running->unhide(clock);
+    running->activate(clock);
+    EXPECT_TRUE(waitFor([&] { return !isIconified(face); }));
+
+    server.start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
+    server.start(QStringLiteral("xterm"));
+    EXPECT_TRUE(waitFor([&] { return count("term") == 1; }, 15000));
+    EXPECT_TRUE(waitFor([&] { return count("clock") == 1; }));
+    running->terminate(clock);
+    EXPECT_TRUE(waitFor([&] { return count("clock") == 0; }));
+}
+
+} // namespace
