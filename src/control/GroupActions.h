@@ -7,6 +7,7 @@
 namespace cobblet {
 
 class RunningApplications;
+struct RunningApplication;
 class Scheduler;
 class UsageTracker;
 class UserDefaults;
@@ -32,6 +33,12 @@ public:
     void forceQuitAll(const QList<AppItem> &apps);
 
 private:
+    using Message = void (RunningApplications::*)(const RunningApplication &);
+
+    void bringForward(const RunningApplication &application);
+    /// Sends the message to every running instance of these applications, in the system's order.
+    void sendToAll(const QList<AppItem> &apps, Message message);
+
     Workspace &m_workspace;
     RunningApplications &m_running;
     WindowAccess &m_windowAccess;

@@ -3,6 +3,7 @@
 #include "model/AppGroup.h"
 #include "platform/Scheduler.h"
 
+#include <QJsonObject>
 #include <QMap>
 #include <QObject>
 #include <QSet>
@@ -41,8 +42,29 @@ signals:
     void countsChanged();
 
 private:
+    /// One of the two files, and its save that is still to come.
+    struct SavedFile {
+        QString path;
+        std::chrono::milliseconds delay;
+        QJsonObject (UsageTracker::*encode)() const;
+        Scheduler::Handle pending = nullptr;
+        bool failureLogged = false;
+    };
+
+    QJsonObject encodeCounts() const;
+    QJsonObject encodeCooccurrence() const;
+    void scheduleSave(SavedFile &file);
+    void save(SavedFile &file);
+
+    Workspace &m_workspace;
+    Scheduler &m_scheduler;
+    QString m_lockPath;
+    SavedFile m_countsFile;
+    SavedFile m_cooccurrenceFile;
     Counts m_counts;
     QMap<QString, Counts> m_cooccurrence;
+    QSet<QString> m_sessionApps;
+    Scheduler::Handle m_sessionEnd;
 };
 
 } // namespace cobblet

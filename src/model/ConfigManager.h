@@ -1,16 +1,18 @@
 #pragma once
 
 #include "model/AppGroup.h"
+#include "model/GroupsFile.h"
 
+#include <QFileSystemWatcher>
 #include <QMap>
 #include <QObject>
 
 #include <functional>
-
-class QFileSystemWatcher;
+#include <memory>
 
 namespace cobblet {
 
+class FileLock;
 class UserDefaults;
 
 /// Owns the group list and the map of shortcut digits to groups: loads both, writes every change, follows
@@ -26,7 +28,7 @@ public:
 
     /// What the save sequence causes above this room, in its order. Set before the first load.
     struct Hooks {
-        std::function<void()> dropGroupIcons;           ///< the group-icon cache is out of date
+        std::function<void()> dropGroupIcons;            ///< the group-icon cache is out of date
         std::function<void()> refreshShortcutParameters; ///< group names as the assistants know them
     };
 
@@ -38,12 +40,13 @@ public:
     const QMap<int, QUuid> &groupShortcuts() const { return m_groupShortcuts; }
     /// Null when no group has the id; valid until the next change.
     const AppGroup *group(const QUuid &id) const;
-    /// The smallest digit that selects the group; absent when none does.
+    /// The smallest digit from 1 to 9 that selects the group; absent when none does.
     std::optional<int> shortcutDigit(const QUuid &id) const;
 
     // Changes. An unknown group, or arguments that change nothing, leave everything as it is.
 
-    /// Appends the group and gives it the smallest free digit from 1 to 9, if any.
+    /// Appends the group and gives it the smallest free digit from 1 to 9, if any. A group whose id is in the
+    /// list already is not added again.
     void addGroup(const AppGroup &group);
     void renameGroup(const QUuid &id, const QString &name);
     void deleteGroup(const QUuid &id);
@@ -70,8 +73,55 @@ signals:
     void groupShortcutsChanged();
 
 private:
+    using GroupChange = std::function<void(QList<AppGroup> &)>;
+    using ShortcutChange = std::function<void(QMap<int, QUuid> &)>;
+    /// Holds the lock across processes; may be nested, as observers may make changes of their own.
+    class Locked {
+    public:
+        explicit Locked(ConfigManager &store);
+        ~Locked();
+        Locked(const Locked &) = delete;
+        Locked &operator=(const Locked &) = delete;
+
+    private:
+        ConfigManager &m_store;
+    };
+
+    /// Makes the change on top of the newest stored list and saves it; whether it changed anything.
+    bool changeGroups(const GroupChange &change);
+    /// The same for one group, if it is there.
+    void changeGroup(const QUuid &id, const std::function<void(AppGroup &)> &change);
+    void changeShortcuts(const ShortcutChange &change);
+
+    /// The stored list, if it is another one than this store last read or wrote.
+    std::optional<QList<AppGroup>> storedNews();
+    QMap<int, QUuid> storedShortcuts() const;
+    bool publish(const QList<AppGroup> &groups);
+    void publish(const QMap<int, QUuid> &shortcuts);
+    void saveGroups();
+    void saveShortcuts();
+    void pruneShortcuts();
+    void store(const QString &key, const QByteArray &bytes);
+    void runHooks();
+
+    void followGroups();
+    void followShortcuts();
+    void watch();
+
+    const Options m_options;
+    const Hooks m_hooks;
+    UserDefaults &m_defaults;
+    GroupsFile m_file;
+    QFileSystemWatcher m_watcher;
+    std::unique_ptr<FileLock> m_lock;
+    int m_lockDepth = 0;
+
     QList<AppGroup> m_groups;
     QMap<int, QUuid> m_groupShortcuts;
+    /// Changes that the file could not take. They are made again on top of what another process writes.
+    QList<GroupChange> m_unsaved;
+    bool m_fileFails = false; ///< the last write failed and the log has it
+    bool m_defaultsFail = false;
 };
 
 } // namespace cobblet

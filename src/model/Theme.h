@@ -20,10 +20,10 @@ struct CBTheme {
         bool operator==(const Shadow &) const = default;
     };
 
-    QColor text;      ///< primary text
-    QColor text2;     ///< secondary text
-    QColor text3;     ///< tertiary text, placeholders
-    QColor panelBG;   ///< panel background; the tint of the material in the glassy palettes
+    QColor text;                  ///< primary text
+    QColor text2;                 ///< secondary text
+    QColor text3;                 ///< tertiary text, placeholders
+    QColor panelBG;               ///< panel background; the tint of the material in the glassy palettes
     bool panelIsMaterial = false; ///< the background is translucent and blurs what lies beneath it
     QColor sidebarBG;
     QColor selBG;     ///< selected row

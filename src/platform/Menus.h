@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QIcon>
 #include <QList>
 #include <QPointF>
 #include <QString>
@@ -26,6 +27,9 @@ struct MenuItem {
 class Menus {
 public:
     virtual ~Menus() = default;
+
+    /// Where the pictures of symbols come from; without one, entries have none.
+    virtual void setSymbolSource(std::function<QIcon(const QString &symbol)>) {}
 
     /// Opens the menu at a point of the window (y-down points from its top left corner) and returns at once.
     virtual void popUp(const QList<MenuItem> &items, QWindow *window, const QPointF &position) = 0;

@@ -50,7 +50,16 @@ public:
     /// A modal dialog of this process is open.
     virtual bool hasModalWindow() const = 0;
 
+    /// Whether the desktop blends the window with what lies behind it. Where it does not, the surface cuts the
+    /// corners itself: the content then paints itself opaque and to its square edge, for what it leaves
+    /// transparent shows black.
+    virtual bool blendsWithDesktop() const { return true; }
+    /// Asks for a blurred background, where the desktop offers it.
+    virtual void setWantsBlur(bool) {}
+
 signals:
+    /// blendsWithDesktop() changed.
+    void blendingChanged();
     /// The panel lost the keyboard focus.
     void resignedKey();
 };

@@ -33,6 +33,9 @@ public:
     virtual Status remove(const QString &key) = 0;
     /// The value that readers of this process get while the key is not stored. Never written.
     virtual void registerDefault(const QString &key, const QVariant &value) = 0;
+    /// Takes in at once what other processes have stored, instead of when word of it arrives. Called before a
+    /// value is changed on top of the stored one.
+    virtual void synchronize() {}
 
 signals:
     /// A value may have changed: by this process (synchronously) or by another one.

@@ -27,6 +27,7 @@ public:
     /// `makePanel` runs on first use of the panel.
     FloatingPanelController(MakePanel makePanel, Screens &screens, PopupSettings &popupSettings,
                             NotificationCenter &notifications, Scheduler &scheduler, QObject *parent = nullptr);
+    ~FloatingPanelController() override;
 
     /// Supplies the group selected in the panel, whose anchor decides where it opens.
     void setGroupProvider(GroupProvider provider) { m_groupProvider = std::move(provider); }
@@ -48,8 +49,26 @@ public:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    PanelSurface &panel();
+    /// Chooses the screen and the click point for the next placement; false when there is no screen.
+    bool choosePlacement();
+    /// The desired size as it fits, at the chosen place.
+    QRectF placedFrame() const;
+    void resize();
+    void resignedKey();
+
+    MakePanel m_makePanel;
+    Screens &m_screens;
+    PopupSettings &m_popupSettings;
+    NotificationCenter &m_notifications;
+    Scheduler &m_scheduler;
     GroupProvider m_groupProvider;
+    QSizeF m_desiredSize{600, 340};
+    std::optional<Screen> m_placementScreen;
+    std::optional<QPointF> m_placementAnchor; ///< absent: centred over the dock
+    std::unique_ptr<PanelSurface> m_panel;
     bool m_isHiding = false;
+    Scheduler::Handle m_pendingResize;
 };
 
 } // namespace cobblet

@@ -14,6 +14,9 @@ enum class DockSide { Bottom, Left, Right };
 /// The gap between the panel and the dock, in points.
 inline constexpr double gap = 8;
 
+/// Whether the point lies on the screen with this frame; a point on the border of two screens lies on one.
+bool contains(const QRectF &frame, const QPointF &point);
+
 /// The side on which the dock narrows the screen; the bottom when none or in doubt.
 DockSide dockSide(const Screen &screen);
 

@@ -3,14 +3,18 @@
 #include <QHash>
 #include <QImage>
 #include <QObject>
-#include <QReadWriteLock>
 #include <QStringList>
+
+#include <mutex>
+#include <shared_mutex>
+#include <thread>
 
 namespace cobblet {
 
 class Workspace;
 
-/// Application icons by bundle identifier, looked up once per process and kept. Any thread, unless stated.
+/// Application icons by bundle identifier, looked up once per process and kept. When the installed applications
+/// change, the kept icons are looked up again in the background. Any thread, unless stated.
 class IconProvider : public QObject {
     Q_OBJECT
 public:
@@ -19,7 +23,7 @@ public:
 
     /// Icons are drawn for this ratio of device pixels to points. Main thread.
     IconProvider(Workspace &workspace, qreal devicePixelRatio, QObject *parent = nullptr);
-    /// Waits for running loads.
+    /// Waits for the icon that is being loaded.
     ~IconProvider() override;
 
     /// Never null: the generic icon stands in for an application without one. Loads on the caller's thread
@@ -27,7 +31,7 @@ public:
     QImage icon(const QString &bundleID);
     /// The cached icon; null when it is not loaded yet.
     QImage cached(const QString &bundleID) const;
-    /// Loads on background threads what is not cached, skipping identifiers of no installed application.
+    /// Loads on a background thread what is not cached, skipping identifiers of no installed application.
     void preload(const QStringList &bundleIDs);
     /// Another ratio forgets every icon. Main thread.
     void setDevicePixelRatio(qreal ratio);
@@ -41,7 +45,39 @@ signals:
     void iconsChanged();
 
 private:
+    /// Icons to load in the background.
+    struct Job {
+        QStringList bundleIDs;
+        bool replaces = false; ///< of icons that are cached already
+    };
+    /// What icons are drawn for. An icon drawn for an earlier state is not stored.
+    struct State {
+        qreal ratio;
+        int generation = 0;
+    };
+
+    QImage genericIcon(const State &drawnFor);
+    /// Whether the state was still current.
+    bool store(const QHash<QString, QImage> &icons, const State &drawnFor);
+    void enqueue(Job job);
+    void work();
+    void load(const Job &job);
+    void reload();
+    bool isStopping() const;
+
     Workspace &m_workspace;
+
+    // Standard primitives, not the toolkit's: ThreadSanitizer sees through these only.
+    mutable std::shared_mutex m_cacheMutex;
+    QHash<QString, QImage> m_cache;
+    QImage m_genericIcon; ///< made when first needed
+    State m_state;
+
+    mutable std::mutex m_jobsMutex;
+    QList<Job> m_jobs;
+    bool m_isWorking = false;
+    bool m_isStopping = false;
+    std::thread m_worker; ///< lives only while there are jobs
 };
 
 } // namespace cobblet

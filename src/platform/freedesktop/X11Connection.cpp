@@ -7,6 +7,8 @@
 #include <cstring>
 #include <utility>
 
+#include <xcb/xcbext.h>
+
 namespace cobblet {
 
 Q_LOGGING_CATEGORY(lcX11, "cobblet.x11")
@@ -108,6 +110,13 @@ void X11Connection::sendToRoot(xcb_window_t window, xcb_atom_t type, const std::
     xcb_send_event(m_connection, 0, m_root, XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
                    reinterpret_cast<const char *>(&message));
     flush();
+    emit sentToRoot(window, type);
+}
+
+void X11Connection::whenReplied(unsigned sequence, QObject *context, std::function<void(const void *)> handler)
+{
+    m_awaited.push_back({sequence, context, std::move(handler)});
+    flush();
 }
 
 void X11Connection::drainSoon()
@@ -119,16 +128,37 @@ void X11Connection::drainSoon()
 void X11Connection::drain()
 {
     m_drainQueued = false;
-    while (auto *raw = xcb_poll_for_event(m_connection)) {
-        const XcbReply<xcb_generic_event_t> owned(raw);
-        if (raw->response_type != 0)
-            emit event(raw);
-    }
+    do {
+        while (auto *raw = xcb_poll_for_event(m_connection)) {
+            const XcbReply<xcb_generic_event_t> owned(raw);
+            if (raw->response_type != 0)
+                emit eventArrived(raw);
+        }
+    } while (deliverReplies()); // looking for a reply may have read further events
     if (m_notifier && xcb_connection_has_error(m_connection) != 0) {
         m_notifier.reset();
         qCWarning(lcX11) << "The X server closed the connection.";
         emit broken();
     }
+}
+
+bool X11Connection::deliverReplies()
+{
+    bool delivered = false;
+    while (!m_awaited.empty()) {
+        void *raw = nullptr;
+        xcb_generic_error_t *error = nullptr;
+        if (!xcb_poll_for_reply(m_connection, m_awaited.front().sequence, &raw, &error))
+            break;
+        const XcbReply<void> reply(raw);
+        std::free(error);
+        const Awaited awaited = std::move(m_awaited.front());
+        m_awaited.pop_front();
+        if (awaited.context)
+            awaited.handler(raw);
+        delivered = true;
+    }
+    return delivered;
 }
 
 } // namespace cobblet

@@ -3,9 +3,12 @@
 #include <QByteArray>
 #include <QHash>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 #include <cstdlib>
+#include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -55,6 +58,10 @@ public:
     /// Sends a client message to the root window, as the window-manager standards ask of pagers.
     void sendToRoot(xcb_window_t window, xcb_atom_t type, const std::vector<uint32_t> &data);
 
+    /// Sends the request with this sequence number and returns at once; `handler` gets the reply in a later turn
+    /// of the loop, or null when the request failed. Dropped when `context` is gone by then.
+    void whenReplied(unsigned sequence, QObject *context, std::function<void(const void *reply)> handler);
+
     /// To be called after reading a reply from xcb() directly: events that arrived with it wait in xcb's own
     /// queue, where the socket no longer announces them. They are handled in the next turn of the loop.
     void drainSoon();
@@ -64,13 +71,22 @@ public:
 signals:
     /// Every event of this connection. Errors of requests that nobody waits for are dropped: foreign windows
     /// vanish at any time.
-    void event(xcb_generic_event_t *event);
+    void eventArrived(xcb_generic_event_t *event);
+    /// A client message went out through sendToRoot().
+    void sentToRoot(xcb_window_t window, xcb_atom_t type);
     /// The server closed the connection; nothing works any more.
     void broken();
 
 private:
     X11Connection(xcb_connection_t *connection, int screenNumber);
     void drain();
+    bool deliverReplies();
+
+    struct Awaited {
+        unsigned sequence;
+        QPointer<QObject> context;
+        std::function<void(const void *)> handler;
+    };
 
     xcb_connection_t *m_connection;
     int m_screenNumber;
@@ -78,6 +94,7 @@ private:
     xcb_window_t m_root = XCB_WINDOW_NONE;
     QHash<QByteArray, xcb_atom_t> m_atoms;
     QHash<xcb_window_t, uint32_t> m_selected;
+    std::deque<Awaited> m_awaited; // in the order of the requests
     std::unique_ptr<QSocketNotifier> m_notifier;
     bool m_drainQueued = false;
 };

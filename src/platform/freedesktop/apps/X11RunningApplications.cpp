@@ -43,7 +43,7 @@ X11RunningApplications::X11RunningApplications(X11Connection *x11, FreedesktopWo
     if (!m_clients->hasLists())
         qCWarning(lcRunning) << "No window manager keeps a list of windows: running applications are looked for in the "
                                 "window tree.";
-    connect(x11, &X11Connection::event, this, &X11RunningApplications::onEvent);
+    connect(x11, &X11Connection::eventArrived, this, &X11RunningApplications::onEvent);
     connect(x11, &X11Connection::broken, this, [this] {
         m_clients.reset();
         m_order.clear();
@@ -170,7 +170,8 @@ void X11RunningApplications::regroup()
     std::vector<std::pair<RunningApplication, std::vector<xcb_window_t>>> groups;
     for (const xcb_window_t id : m_order) {
         const Window &window = *m_windows.constFind(id);
-        if (window.processEnded)
+        // Docks and the desktop itself are part of the environment, not applications that somebody runs.
+        if (window.processEnded || !window.seen.isOrdinary)
             continue;
         const RunningApplication owner = ownerOf(window);
         auto group = std::find_if(groups.begin(), groups.end(), [&](const auto &item) { return item.first == owner; });
@@ -315,15 +316,6 @@ bool X11RunningApplications::lacksWindows(const RunningApplication &application)
     return found && found->windows.empty() && !starting;
 }
 
-std::vector<xcb_window_t> X11RunningApplications::ordinaryWindows(const Application &application) const
-{
-    std::vector<xcb_window_t> windows;
-    for (const xcb_window_t window : application.windows)
-        if (m_windows.value(window).seen.isOrdinary)
-            windows.push_back(window);
-    return windows;
-}
-
 // The verbs
 
 void X11RunningApplications::hide(const RunningApplication &application)
@@ -331,9 +323,8 @@ void X11RunningApplications::hide(const RunningApplication &application)
     const Application *found = find(application);
     if (!found || !m_clients)
         return;
-    const std::vector<xcb_window_t> windows = ordinaryWindows(*found);
-    const std::vector<xcb_window_t> already = m_clients->iconified(windows);
-    for (const xcb_window_t window : windows) {
+    const std::vector<xcb_window_t> already = m_clients->iconified(found->windows);
+    for (const xcb_window_t window : found->windows) {
         if (!m_windows[window].restoring && std::find(already.begin(), already.end(), window) != already.end())
             continue;
         m_hidden.insert(window);
@@ -365,7 +356,7 @@ void X11RunningApplications::unhide(const RunningApplication &application)
 void X11RunningApplications::unminimize(const RunningApplication &application)
 {
     if (const Application *found = find(application); found && m_clients)
-        restore(ordinaryWindows(*found));
+        restore(found->windows);
 }
 
 void X11RunningApplications::activate(const RunningApplication &application)
@@ -373,7 +364,7 @@ void X11RunningApplications::activate(const RunningApplication &application)
     const Application *found = find(application);
     if (!found || !m_clients)
         return;
-    const std::vector<xcb_window_t> all = m_clients->inStackingOrder(ordinaryWindows(*found));
+    const std::vector<xcb_window_t> all = m_clients->inStackingOrder(found->windows);
     if (all.empty())
         return;
     std::vector<xcb_window_t> shown = all;
@@ -391,7 +382,7 @@ bool X11RunningApplications::closeWindows(const Application &application)
 {
     bool asked = false;
     if (m_clients)
-        for (const xcb_window_t window : ordinaryWindows(application))
+        for (const xcb_window_t window : application.windows)
             asked = m_clients->close(window) || asked;
     return asked;
 }

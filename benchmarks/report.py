@@ -1,0 +1,156 @@
+#!/usr/bin/env python3
+"""usage: report.py RESULTS
+
+Prints what run.sh has measured as one table: each figure of Cobblet with its peer, the ratio, the target, and
+whether it is met."""
+
+import json
+import math
+import statistics
+import sys
+
+MICRO_TITLES = {"load": "load 1,000 groups of 50", "loadStore": "  the store with both its copies",
+                "save": "save 1,000 groups of 50, flushed", "saveStore": "  one edit in the store, both copies",
+                "encode": "  to text only"}
+FADE = 180  # ms; the panel's fade-in, after which nothing may be drawn
+
+
+class Results:
+    """Measurements by label; the samples of one label are pooled."""
+
+    def __init__(self, lines):
+        self.samples, self.single, self.micro, self.failures = {}, {}, {}, []
+        for line in lines:
+            self.add(json.loads(line))
+
+    def add(self, result):
+        label, kind = result["label"], result["kind"]
+        if kind == "failed":
+            self.failures.append((label, result["why"]))
+        elif kind == "micro":
+            for run in result["run"]["benchmarks"]:
+                if run.get("aggregate_name") == "median":
+                    self.micro[run["run_name"].split("/")[0]] = run["real_time"]
+        else:
+            for name, values in result.get("samples", {}).items():
+                self.samples.setdefault((label, name), []).extend(values)
+            self.single[label] = result
+
+    def median(self, label, name):
+        values = self.samples.get((label, name))
+        return statistics.median(values) if values else None
+
+    def p95(self, label, name):
+        values = sorted(self.samples[label, name])
+        return values[math.ceil(0.95 * len(values)) - 1]
+
+    def count(self, label, name):
+        return len(self.samples.get((label, name), []))
+
+    def at(self, label, *path):
+        """A value of the last measurement of that label."""
+        value = self.single.get(label)
+        for step in path:
+            value = value.get(step) if value is not None else None
+        return value
+
+    def mebibytes(self, label, *path):
+        value = self.at(label, *path)
+        return value / 1024 if value is not None else None
+
+
+def figure(value, unit):
+    if value is None:
+        return "-"
+    return f"{value:.0f}" if unit == "" else f"{value:.2f} {unit}"
+
+
+def row(measure, value, unit, peer=None, peer_name="", at_most=None, times=None, below=None):
+    """One line, or none without anything to compare: a target is a bound on the figure (at_most, or strictly below)
+    or on the ratio (times)."""
+    if value is None and peer is None or peer_name and peer is None and times is None:
+        return None
+    ratio = value / peer if value is not None and peer else None
+    target, met = "", ""
+    if at_most is not None or below is not None:
+        bound, word = (at_most, "at most") if at_most is not None else (below, "under")
+        target = f"{word} {figure(bound, unit)}"
+        if value is not None:
+            met = value <= bound if at_most is not None else value < bound
+    elif times is not None:
+        target = f"at most {times:g} x"
+        if ratio is not None:
+            met = ratio <= times
+    return [measure, figure(value, unit), f"{peer_name} {figure(peer, unit)}" if peer_name else "",
+            f"{ratio:.2f}" if ratio is not None else "", target, {True: "met", False: "NOT MET"}.get(met, "")]
+
+
+def rows(results):
+    median, at, mib = results.median, results.at, results.mebibytes
+    request = "request to painted panel, 60 applications"
+    show = median("cobblet show", "painted")
+    yield row(request, show, "ms", median("floor show key", "painted"), "floor, by key", times=1.3)
+    yield row(request, show, "ms", median("floor show", "painted"), "floor, by bus")
+    for peer in ("xfce4-appfinder", "jgmenu", "synapse"):
+        yield row(request, show, "ms", median(f"{peer} show", "painted"), peer)
+    if show is not None:
+        yield row("  95th percentile", results.p95("cobblet show", "painted"), "ms")
+    late = median("cobblet show", "late")
+    yield row("  painted to settled (fade 180 ms)", late, "ms", at_most=FADE + 3)
+    yield row("CPU of a show and a hide", median("cobblet show", "cpu"), "ms", median("synapse show", "cpu"), "synapse",
+              times=1)
+    cold = median("cobblet cold", "painted")
+    yield row("cold start to painted panel", cold, "ms", median("floor cold", "painted"), "floor", times=1.6)
+    yield row("cold start to painted panel", cold, "ms", median("synapse cold", "painted"), "synapse", times=1)
+    yield row("cold start to painted panel", cold, "ms", median("rofi cold", "painted"), "rofi")
+    yield row("selecting a group of 60 to painted", median("cobblet select 60", "painted"), "ms")
+
+    own = mib("cobblet idle", "memory", "anon")
+    yield row("own memory, hidden after one show", own, "MiB", mib("floor idle", "memory", "anon"), "floor", times=2)
+    for peer in ("xfce4-appfinder", "jgmenu", "synapse"):
+        yield row("own memory, hidden after one show", own, "MiB", mib(f"{peer} idle", "memory", "anon"), peer)
+    for kind, name in (("pss", "proportional"), ("rss", "resident")):
+        yield row(f"{name} memory, hidden after one show", mib("cobblet idle", "memory", kind), "MiB",
+                  mib("floor idle", "memory", kind), "floor")
+    small, large = (mib(f"cobblet idle {size}", "memory", "anon") for size in ("small", "large"))
+    added = large - small if large is not None and small is not None else None
+    yield row("own memory that 1,000 groups of 50 add", added, "MiB", at_most=12)
+    cycles = at("cobblet cycles", "rounds")
+    yield row(f"growth of own memory in {cycles or 1000:,} shows", mib("cobblet cycles", "growth", "anon"), "MiB",
+              below=2)
+    scale = 10 / (at("cobblet idle", "seconds") or 10)
+    switches, cpu = at("cobblet idle", "switches"), at("cobblet idle", "cpu")
+    yield row("hidden: context switches in 10 s", switches * scale if switches is not None else None, "", at_most=2)
+    yield row("hidden: CPU in 10 s", cpu * scale if cpu is not None else None, "ms", at_most=0.5)
+
+    for name, value in results.micro.items():
+        if name.endswith("Peer"):
+            continue
+        peer = results.micro.get(f"{name}Peer")
+        title = MICRO_TITLES.get(name, name)
+        yield row(title, value, "ms", peer, "plain structs" if peer else "", times=1.2 if peer else None)
+
+
+def print_table(lines):
+    lines = [["measure", "Cobblet", "peer", "ratio", "target", ""]] + lines
+    widths = [max(len(line[column]) for line in lines) for column in range(len(lines[0]))]
+    for at, line in enumerate(lines):
+        print("  ".join(cell.ljust(width) for cell, width in zip(line, widths)).rstrip())
+        if at == 0:
+            print("  ".join("-" * width for width in widths).rstrip())
+
+
+def main():
+    with open(sys.argv[1], encoding="utf-8") as lines:
+        results = Results(lines)
+    measured = [line for line in rows(results) if line]
+    if measured:
+        print_table(measured)
+        print(f"\nMedians of {results.count('cobblet show', 'painted')} shows, "
+              f"{results.count('cobblet cold', 'painted')} cold starts and "
+              f"{results.count('cobblet select 60', 'painted')} selections.")
+    for label, why in results.failures:
+        print(f"could not be measured: {label}: {why}")
+
+
+main()

@@ -1,0 +1,219 @@
+#!/bin/bash
+# usage: run.sh BUILD_DIR [--quick] [--only NAME] [--results FILE]
+#
+# Measures Cobblet and its peers, side by side in one private session, and prints one table. The parts, for --only:
+# show cold memory select cycles large micro peers (the first five with the floor that Cobblet is compared with).
+# --quick does everything with fewer rounds. Status 0 whatever the figures are; a figure that could not be had says why.
+set -eu
+
+here=$(cd "$(dirname "$0")" && pwd)
+
+if [ "${1:-}" != --inside ]; then
+    [ $# -ge 1 ] || { sed -n '2,6s/^# \{0,1\}//p' "$0" >&2; exit 2; }
+    build=$(cd "$1" && pwd)
+    shift
+    quick='' only='' results=$build/benchmarks/results.jsonl
+    while [ $# -gt 0 ]; do
+        case $1 in
+        --quick) quick=1 ;;
+        --only) only=${2:?--only needs a name} && shift ;;
+        --results) results=$(realpath -m "${2:?--results needs a file}") && shift ;;
+        *) echo "run.sh: unknown option $1" >&2; exit 2 ;;
+        esac
+        shift
+    done
+    case $only in
+    '' | show | cold | memory | select | cycles | large | micro | peers) ;;
+    *) echo "run.sh: there is no part $only" >&2; exit 2 ;;
+    esac
+    export build quick only results
+    for tool in cobblet_bench_floor cobblet_bench_panelwatch; do
+        [ -x "$build/benchmarks/$tool" ] || { echo "run.sh: $tool is not built in $build" >&2; exit 1; }
+    done
+    mkdir -p "$(dirname "$results")"
+    : >"$results"
+    "$here/session.sh" "$here/run.sh" --inside
+    exec /usr/bin/python3 "$here/report.py" "$results"
+fi
+
+# Inside the session.
+cobblet=$build/Cobblet.app/Contents/MacOS/cobblet
+floor=$build/benchmarks/cobblet_bench_floor
+panelwatch=$build/benchmarks/cobblet_bench_panelwatch
+data_home=$HOME/.local/share
+log=$results.log
+: >"$log"
+
+passes=3 rounds=10 cold_rounds=7 peer_rounds=15 cycles=1000 repetitions=15 idle_seconds=10
+if [ -n "$quick" ]; then
+    passes=1 rounds=5 cold_rounds=5 peer_rounds=5 cycles=100 repetitions=3 idle_seconds=5
+fi
+
+part() { # NAME: whether it is to be measured; says that it begins
+    [ -z "$only" ] || [ "$only" = "$1" ] || return 1
+    echo "measuring: $1 (load $(cut -d' ' -f1 /proc/loadavg))" >&2
+}
+watch() { # panelwatch's arguments: appends the result, and never fails
+    "$panelwatch" "$@" >>"$results" 2>>"$log" || tail -n 1 "$results" >&2
+}
+cannot() { # LABEL WHY
+    printf '{"label":"%s","kind":"failed","why":"%s"}\n' "$1" "$2" | tee -a "$results" >&2
+}
+pid=
+begin() { # PROGRAM ARGUMENTS: starts one that stays, and gives it the time to settle and to give memory back
+    "$@" >>"$log" 2>&1 &
+    pid=$!
+    sleep 5
+    kill -0 "$pid" 2>/dev/null
+}
+end() {
+    [ -n "$pid" ] || return 0
+    kill "$pid" 2>/dev/null || :
+    wait "$pid" 2>/dev/null || :
+    pid=
+    sleep 0.5
+}
+trap end EXIT
+press() { xdotool key --clearmodifiers "$@"; sleep 0.6; }
+
+have_cobblet=
+[ ! -x "$cobblet" ] || have_cobblet=1
+# A start of Cobblet shows its panel. The group of 60 is the third.
+begin_cobblet() {
+    [ -n "$have_cobblet" ] || return 1
+    begin "$cobblet" || return 1
+    press ctrl+3
+    press Escape
+}
+
+/usr/bin/python3 "$here/fixture.py" "$data_home"
+xdotool mousemove 5 5 # no hover effects, no tooltips
+[ -n "$have_cobblet" ] || cannot "Cobblet" "it is not built"
+
+cobblet_class='^cobblet\.'
+floor_class='^cobblet_bench_floor'
+
+show_cobblet() {
+    if begin_cobblet; then
+        watch show --label "cobblet show" --class "$cobblet_class" --bus com.vantor.cobblet --pid "$pid" \
+            --rounds "$rounds"
+    else
+        cannot "cobblet show" "it did not stay running"
+    fi
+    end
+}
+show_floor() {
+    begin "$floor" --tiles 60 || cannot "floor" "it did not stay running"
+    watch show --label "floor show key" --class "$floor_class" --key Alt+Shift+9 --pid "$pid" --rounds "$rounds"
+    watch show --label "floor show" --class "$floor_class" --bus com.cobblet.floor --pid "$pid" --rounds "$rounds"
+    end
+}
+if part show; then
+    # In turns, so that a machine that grows slow or quick does it to both.
+    for ((pass = 0; pass < passes; pass++)); do
+        show_floor
+        show_cobblet
+    done
+fi
+
+if part cold; then
+    for ((pass = 0; pass < passes; pass++)); do
+        watch show --label "floor cold" --class "$floor_class" --dismiss end --rounds "$cold_rounds" -- "$floor" --show
+        [ -z "$have_cobblet" ] ||
+            watch show --label "cobblet cold" --class "$cobblet_class" --dismiss end --rounds "$cold_rounds" -- "$cobblet"
+    done
+fi
+
+if part memory; then
+    # After one show, and hidden. Nothing asks anything of them here.
+    begin "$floor" && watch show --label "floor once" --class "$floor_class" --key Alt+Shift+9 --pid "$pid" \
+        --rounds 1 --warmup 0
+    sleep 5
+    watch idle --label "floor idle" --pid "$pid" --seconds "$idle_seconds"
+    end
+    if begin_cobblet; then
+        sleep 5
+        watch idle --label "cobblet idle" --pid "$pid" --seconds "$idle_seconds"
+    fi
+    end
+fi
+
+if part select; then
+    if [ -n "$have_cobblet" ] && begin "$cobblet"; then
+        watch change --label "cobblet select 60" --class "$cobblet_class" --key Ctrl+3 --back Ctrl+1 --pid "$pid" \
+            --rounds $((passes * 7))
+    fi
+    end
+fi
+
+if part cycles; then
+    if begin_cobblet; then
+        watch cycles --label "cobblet cycles" --class "$cobblet_class" --bus com.vantor.cobblet --pid "$pid" \
+            --rounds "$cycles"
+    fi
+    end
+fi
+
+if part large; then
+    # With the usual list, and with 1,000 groups of 50.
+    if begin_cobblet; then
+        sleep 5
+        watch idle --label "cobblet idle small" --pid "$pid" --seconds 1
+    fi
+    end
+    mv "$data_home/Cobblet" "$HOME/kept-Cobblet"
+    [ ! -e "$HOME/.config/cobblet" ] || mv "$HOME/.config/cobblet" "$HOME/kept-settings"
+    /usr/bin/python3 "$here/fixture.py" "$data_home" 1000 50
+    if begin_cobblet; then
+        sleep 5
+        watch idle --label "cobblet idle large" --pid "$pid" --seconds 1
+    fi
+    end
+    rm -rf "$data_home/Cobblet" "$HOME/.config/cobblet"
+    mv "$HOME/kept-Cobblet" "$data_home/Cobblet"
+    [ ! -e "$HOME/kept-settings" ] || mv "$HOME/kept-settings" "$HOME/.config/cobblet"
+fi
+
+if part micro; then
+    found=
+    for bench in "$build"/benchmarks/micro/cobblet_bench_*; do
+        { [ -f "$bench" ] && [ -x "$bench" ]; } || continue
+        found=1
+        out=$HOME/micro.json
+        if "$bench" --benchmark_repetitions="$repetitions" --benchmark_report_aggregates_only=true \
+            --benchmark_min_time=0.02 --benchmark_out="$out" --benchmark_out_format=json >>"$log" 2>&1; then
+            printf '{"label":"%s","kind":"micro","run":%s}\n' "${bench##*/}" "$(tr -d '\n' <"$out")" >>"$results"
+        else
+            cannot "${bench##*/}" "it ended with an error, see $log"
+        fi
+    done
+    [ -n "$found" ] || cannot "micro" "no microbenchmark is built"
+fi
+
+have() { # PROGRAM
+    command -v "$1" >/dev/null || { cannot "$1" "not installed, left out"; return 1; }
+}
+resident_peer() { # LABEL CLASS REQUEST...: the running program's request, memory and idle state
+    local label=$1 class=$2
+    shift 2
+    press Escape # some show themselves when they start
+    watch show --label "$label show" --class "$class" --pid "$pid" --rounds "$peer_rounds" "$@"
+    sleep 2
+    watch idle --label "$label idle" --pid "$pid" --seconds "$idle_seconds"
+    end
+}
+if part peers; then
+    if have rofi; then
+        watch show --label "rofi cold" --class '^rofi' --rounds "$peer_rounds" -- rofi -show drun -show-icons
+    fi
+    if have xfce4-appfinder && begin xfce4-appfinder; then
+        resident_peer xfce4-appfinder appfinder -- xfce4-appfinder
+    fi
+    if have jgmenu && begin jgmenu; then
+        resident_peer jgmenu '^jgmenu' -- /bin/kill -USR1 "$pid"
+    fi
+    if have synapse; then
+        watch show --label "synapse cold" --class '^synapse' --dismiss end --rounds "$peer_rounds" -- synapse
+        begin synapse --startup && resident_peer synapse '^synapse' --key Ctrl+space
+    fi
+fi

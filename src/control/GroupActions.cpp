@@ -1,0 +1,97 @@
+#include "control/GroupActions.h"
+
+#include "control/UsageTracker.h"
+#include "platform/RunningApplications.h"
+#include "platform/Scheduler.h"
+#include "platform/UserDefaults.h"
+#include "platform/WindowAccess.h"
+#include "platform/Workspace.h"
+
+#include <QPointer>
+#include <QSet>
+
+namespace cobblet {
+
+namespace {
+
+constexpr std::chrono::milliseconds openInterval{80};
+const QString didPromptKey = QStringLiteral("didPromptAccessibility");
+
+} // namespace
+
+GroupActions::GroupActions(Workspace &workspace, RunningApplications &running, WindowAccess &windowAccess,
+                           UsageTracker &usage, UserDefaults &standardDefaults, Scheduler &scheduler,
+                           QObject *parent)
+    : QObject(parent), m_workspace(workspace), m_running(running), m_windowAccess(windowAccess), m_usage(usage),
+      m_defaults(standardDefaults), m_scheduler(scheduler)
+{
+}
+
+bool GroupActions::openApp(const QString &bundleID)
+{
+    const QString id = m_workspace.resolved(bundleID);
+    if (id.isEmpty())
+        return false;
+    for (const RunningApplication &application : m_running.runningApplications()) {
+        if (application.bundleIdentifier == id) {
+            bringForward(application);
+            m_usage.recordLaunch(bundleID);
+            return true;
+        }
+    }
+    if (!m_workspace.application(bundleID))
+        return false;
+    m_workspace.open(bundleID);
+    return true;
+}
+
+void GroupActions::bringForward(const RunningApplication &application)
+{
+    m_running.unhide(application);
+    if (m_windowAccess.isTrusted(false)) {
+        m_windowAccess.unminimizeWindows(application);
+    } else if (!m_defaults.boolean(didPromptKey)) {
+        m_windowAccess.isTrusted(true);
+        // When this cannot be stored the value still holds in this process: one prompt per run at most.
+        static_cast<void>(m_defaults.set(didPromptKey, true));
+    }
+    m_windowAccess.reopen(application);
+    m_running.activate(application);
+}
+
+void GroupActions::openAll(const QList<AppItem> &apps)
+{
+    for (qsizetype i = 0; i < apps.size(); ++i) {
+        m_scheduler.detached(i * openInterval, [self = QPointer(this), id = apps[i].bundleID] {
+            if (self)
+                self->openApp(id);
+        });
+    }
+}
+
+void GroupActions::hideAll(const QList<AppItem> &apps)
+{
+    sendToAll(apps, &RunningApplications::hide);
+}
+
+void GroupActions::quitAll(const QList<AppItem> &apps)
+{
+    sendToAll(apps, &RunningApplications::terminate);
+}
+
+void GroupActions::forceQuitAll(const QList<AppItem> &apps)
+{
+    sendToAll(apps, &RunningApplications::forceTerminate);
+}
+
+void GroupActions::sendToAll(const QList<AppItem> &apps, Message message)
+{
+    QSet<QString> ids;
+    for (const AppItem &app : apps)
+        ids.insert(m_workspace.resolved(app.bundleID));
+    for (const RunningApplication &application : m_running.runningApplications())
+        if (!application.bundleIdentifier.isEmpty() && ids.contains(application.bundleIdentifier))
+            (m_running.*message)(application);
+}
+
+} // namespace cobblet

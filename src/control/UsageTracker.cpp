@@ -1,0 +1,205 @@
+#include "control/UsageTracker.h"
+
+#include "platform/AtomicFile.h"
+#include "platform/FileLock.h"
+#include "platform/RunningApplications.h"
+#include "platform/Workspace.h"
+
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QLoggingCategory>
+
+#include <algorithm>
+#include <limits>
+
+namespace cobblet {
+
+namespace {
+
+Q_LOGGING_CATEGORY(log, "cobblet.usage")
+
+using namespace std::chrono_literals;
+constexpr auto countsDelay = 2s;
+constexpr auto cooccurrenceDelay = 5s;
+constexpr auto sessionWindow = 1800s;
+
+/// Far more than the launches of any person need; a larger file is not ours.
+constexpr qint64 maximumFileBytes = 16 * 1024 * 1024;
+
+bool isExcluded(const QString &bundleID)
+{
+    static constexpr QLatin1String exact[] = {
+        QLatin1String("com.apple.systemuiserver"),       QLatin1String("com.apple.dock"),
+        QLatin1String("com.apple.WindowManager"),        QLatin1String("com.apple.notificationcenterui"),
+        QLatin1String("com.apple.Spotlight"),            QLatin1String("com.apple.finder")};
+    static constexpr QLatin1String prefixes[] = {QLatin1String("com.apple.WebKit."),
+                                                 QLatin1String("com.apple.security."),
+                                                 QLatin1String("com.apple.accessibility.")};
+    return std::any_of(std::begin(exact), std::end(exact), [&](QLatin1String id) { return bundleID == id; })
+        || std::any_of(std::begin(prefixes), std::end(prefixes),
+                       [&](QLatin1String prefix) { return bundleID.startsWith(prefix); });
+}
+
+void increment(qint64 &count)
+{
+    if (count < std::numeric_limits<qint64>::max())
+        ++count;
+}
+
+/// Absent when a value is no whole number; counts below 1 say nothing and are left out.
+std::optional<UsageTracker::Counts> decodeCounts(const QJsonObject &object)
+{
+    UsageTracker::Counts counts;
+    for (auto it = object.begin(); it != object.end(); ++it) {
+        const QJsonValue value = it.value();
+        // Two different fallbacks tell a number from anything else.
+        if (value.toInteger(0) != value.toInteger(1))
+            return std::nullopt;
+        if (const qint64 count = value.toInteger(); count > 0)
+            counts.insert(it.key(), count);
+    }
+    return counts;
+}
+
+std::optional<QMap<QString, UsageTracker::Counts>> decodeCooccurrence(const QJsonObject &object)
+{
+    QMap<QString, UsageTracker::Counts> table;
+    for (auto it = object.begin(); it != object.end(); ++it) {
+        if (!it.value().isObject())
+            return std::nullopt;
+        auto counts = decodeCounts(it.value().toObject());
+        if (!counts)
+            return std::nullopt;
+        table.insert(it.key(), *std::move(counts));
+    }
+    return table;
+}
+
+/// The table in the file, or an empty one where there is none that can be read.
+template<class Table>
+Table load(const QString &path, std::optional<Table> (*decode)(const QJsonObject &))
+{
+    if (!QFileInfo::exists(path))
+        return {};
+    const auto bytes = readBounded(path, maximumFileBytes);
+    if (!bytes) {
+        qCWarning(log).noquote() << bytes.error();
+        return {};
+    }
+    const QJsonDocument document = QJsonDocument::fromJson(bytes.value());
+    std::optional<Table> table = document.isObject() ? decode(document.object()) : std::nullopt;
+    if (!table)
+        qCWarning(log).noquote() << QStringLiteral("%1 holds no launch counts; counting starts anew.").arg(path);
+    return std::move(table).value_or(Table());
+}
+
+QJsonObject encoded(const UsageTracker::Counts &counts)
+{
+    QJsonObject object;
+    for (auto it = counts.begin(); it != counts.end(); ++it)
+        object.insert(it.key(), it.value());
+    return object;
+}
+
+} // namespace
+
+UsageTracker::UsageTracker(QString folder, RunningApplications &running, Workspace &workspace, Scheduler &scheduler,
+                           QObject *parent)
+    : QObject(parent), m_workspace(workspace), m_scheduler(scheduler),
+      m_lockPath(folder + QStringLiteral("/usage.lock")),
+      m_countsFile{folder + QStringLiteral("/usage-stats.json"), countsDelay, &UsageTracker::encodeCounts},
+      m_cooccurrenceFile{folder + QStringLiteral("/usage-cooccurrence.json"), cooccurrenceDelay,
+                         &UsageTracker::encodeCooccurrence},
+      m_counts(load(m_countsFile.path, decodeCounts)),
+      m_cooccurrence(load(m_cooccurrenceFile.path, decodeCooccurrence))
+{
+    connect(&running, &RunningApplications::didLaunch, this,
+            [this](const RunningApplication &application) { recordLaunch(application.bundleIdentifier); });
+}
+
+UsageTracker::~UsageTracker()
+{
+    flush();
+}
+
+void UsageTracker::recordLaunch(const QString &bundleID)
+{
+    if (bundleID.isEmpty() || isExcluded(bundleID))
+        return;
+    const QString id = m_workspace.resolved(bundleID);
+
+    increment(m_counts[id]);
+    scheduleSave(m_countsFile);
+
+    for (const QString &other : std::as_const(m_sessionApps)) {
+        if (other == id)
+            continue;
+        increment(m_cooccurrence[id][other]);
+        increment(m_cooccurrence[other][id]);
+    }
+    m_sessionApps.insert(id);
+    scheduleSave(m_cooccurrenceFile);
+
+    m_sessionEnd = m_scheduler.after(sessionWindow, [this] { m_sessionApps.clear(); });
+    emit countsChanged();
+}
+
+AppGroup UsageTracker::mostUsed(int limit) const
+{
+    std::vector<std::pair<QString, qint64>> entries(m_counts.keyValueBegin(), m_counts.keyValueEnd());
+    std::stable_sort(entries.begin(), entries.end(),
+                     [](const auto &a, const auto &b) { return a.second > b.second; });
+
+    AppGroup group;
+    group.id = AppGroup::mostUsedID;
+    group.name = QStringLiteral("Most Used");
+    group.emoji = QStringLiteral("⭐");
+    for (const auto &[id, count] : entries) {
+        if (group.apps.size() >= limit)
+            break;
+        if (const auto application = m_workspace.application(id))
+            group.apps.append({application->name, id});
+    }
+    return group;
+}
+
+void UsageTracker::flush()
+{
+    for (SavedFile *file : {&m_countsFile, &m_cooccurrenceFile})
+        if (file->pending)
+            save(*file);
+}
+
+QJsonObject UsageTracker::encodeCounts() const
+{
+    return encoded(m_counts);
+}
+
+QJsonObject UsageTracker::encodeCooccurrence() const
+{
+    QJsonObject object;
+    for (auto it = m_cooccurrence.begin(); it != m_cooccurrence.end(); ++it)
+        object.insert(it.key(), encoded(it.value()));
+    return object;
+}
+
+void UsageTracker::scheduleSave(SavedFile &file)
+{
+    file.pending = m_scheduler.after(file.delay, [this, &file] { save(file); });
+}
+
+void UsageTracker::save(SavedFile &file)
+{
+    const Scheduler::Handle finished = std::exchange(file.pending, nullptr);
+    const FileLock lock(m_lockPath);
+    const Status written =
+        writeAtomically(file.path, QJsonDocument((this->*file.encode)()).toJson(QJsonDocument::Compact));
+    if (written) {
+        file.failureLogged = false;
+    } else if (!file.failureLogged) {
+        file.failureLogged = true;
+        qCWarning(log).noquote() << written.error();
+    }
+}
+
+} // namespace cobblet

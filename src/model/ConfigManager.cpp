@@ -1,0 +1,251 @@
+#include "model/ConfigManager.h"
+
+#include "model/FirstRunGroups.h"
+#include "model/GroupCoding.h"
+#include "model/ShortcutCoding.h"
+#include "platform/FileLock.h"
+#include "platform/UserDefaults.h"
+
+#include <QDir>
+#include <QLoggingCategory>
+#include <QSet>
+
+#include <algorithm>
+
+namespace cobblet {
+
+namespace {
+
+Q_LOGGING_CATEGORY(log, "cobblet.model")
+
+QString groupsKey()
+{
+    return QStringLiteral("cobblet_groups");
+}
+
+QString shortcutsKey()
+{
+    return QStringLiteral("cobblet_shortcuts");
+}
+
+/// Gives a fresh id to a group that has the reserved one or that of a group before it; whether one had.
+bool giveUsableIds(QList<AppGroup> &groups)
+{
+    QSet<QUuid> used{AppGroup::mostUsedID};
+    used.reserve(groups.size() + 1);
+    bool changed = false;
+    for (qsizetype i = 0; i < groups.size(); ++i) {
+        if (used.contains(groups.at(i).id)) {
+            groups[i].id = QUuid::createUuid();
+            changed = true;
+        }
+        used.insert(groups.at(i).id);
+    }
+    return changed;
+}
+
+void removeUnknown(QMap<int, QUuid> &shortcuts, const QList<AppGroup> &groups)
+{
+    QSet<QUuid> ids;
+    for (const AppGroup &group : groups)
+        ids.insert(group.id);
+    shortcuts.removeIf([&](const std::pair<const int &, QUuid &> &entry) { return !ids.contains(entry.second); });
+}
+
+} // namespace
+
+ConfigManager::Locked::Locked(ConfigManager &store) : m_store(store)
+{
+    if (m_store.m_lockDepth++ > 0)
+        return;
+    m_store.m_lock = std::make_unique<FileLock>(m_store.m_file.path() + QStringLiteral(".lock"));
+    m_store.m_defaults.synchronize();
+}
+
+ConfigManager::Locked::~Locked()
+{
+    if (--m_store.m_lockDepth > 0)
+        return;
+    m_store.m_lock.reset();
+    m_store.followShortcuts(); // which waits while a change is under way
+}
+
+ConfigManager::ConfigManager(Options options, UserDefaults &standardDefaults, Hooks hooks, QObject *parent)
+    : QObject(parent), m_options(std::move(options)), m_hooks(std::move(hooks)), m_defaults(standardDefaults),
+      m_file(m_options.folder)
+{
+    {
+        const Locked locked(*this);
+        const auto stored = storedNews();
+        m_groups = stored ? *stored : firstRunGroups();
+        giveUsableIds(m_groups);
+        saveGroups(); // no digits are loaded that could be pruned
+        runHooks();
+        m_groupShortcuts = storedShortcuts();
+        removeUnknown(m_groupShortcuts, m_groups);
+        saveShortcuts();
+        if (!m_options.isAgent && m_hooks.refreshShortcutParameters)
+            m_hooks.refreshShortcutParameters();
+    }
+    connect(&m_defaults, &UserDefaults::didChange, this, &ConfigManager::followShortcuts);
+    connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, &ConfigManager::followGroups);
+    connect(&m_watcher, &QFileSystemWatcher::fileChanged, this, &ConfigManager::followGroups);
+    watch();
+}
+
+ConfigManager::~ConfigManager() = default;
+
+bool ConfigManager::changeGroups(const GroupChange &change)
+{
+    const Locked locked(*this);
+    const auto stored = storedNews();
+    const QList<AppGroup> before = stored.value_or(m_groups);
+    QList<AppGroup> groups = before;
+    if (stored) {
+        for (const GroupChange &unsaved : std::as_const(m_unsaved))
+            unsaved(groups);
+    }
+    change(groups);
+    giveUsableIds(groups);
+    const bool changed = groups != before;
+    if (changed)
+        m_unsaved.append(change);
+    const bool published = publish(groups);
+    if (changed) {
+        saveGroups();
+        pruneShortcuts();
+    }
+    if (changed || published)
+        runHooks();
+    return changed;
+}
+
+void ConfigManager::changeShortcuts(const ShortcutChange &change)
+{
+    const Locked locked(*this);
+    const QMap<int, QUuid> before = storedShortcuts();
+    QMap<int, QUuid> shortcuts = before;
+    change(shortcuts);
+    publish(shortcuts);
+    if (shortcuts != before)
+        saveShortcuts();
+}
+
+std::optional<QList<AppGroup>> ConfigManager::storedNews()
+{
+    auto look = m_file.look();
+    if (look.kind == GroupsFile::Look::Read)
+        return std::move(look.groups);
+    // What could not be saved is in memory, and perhaps nowhere else.
+    if (look.kind == GroupsFile::Look::Same || !m_unsaved.isEmpty())
+        return std::nullopt;
+    m_defaults.synchronize();
+    const auto bytes = m_defaults.data(groupsKey());
+    if (!bytes)
+        return std::nullopt;
+    auto copy = decodeGroups(*bytes);
+    if (!copy) {
+        qCWarning(log, "The copy of the groups in the preferences is of no use: %ls", qUtf16Printable(copy.error()));
+        return std::nullopt;
+    }
+    return std::move(copy).value();
+}
+
+QMap<int, QUuid> ConfigManager::storedShortcuts() const
+{
+    const auto bytes = m_defaults.data(shortcutsKey());
+    if (!bytes)
+        return {};
+    auto shortcuts = decodeShortcuts(*bytes);
+    return shortcuts ? std::move(shortcuts).value() : QMap<int, QUuid>();
+}
+
+bool ConfigManager::publish(const QList<AppGroup> &groups)
+{
+    if (groups == m_groups)
+        return false;
+    m_groups = groups;
+    emit groupsChanged();
+    return true;
+}
+
+void ConfigManager::publish(const QMap<int, QUuid> &shortcuts)
+{
+    if (shortcuts == m_groupShortcuts)
+        return;
+    m_groupShortcuts = shortcuts;
+    emit groupShortcutsChanged();
+}
+
+void ConfigManager::saveGroups()
+{
+    const QByteArray json = encodeGroups(m_groups);
+    const Status status = m_file.write(json);
+    if (status)
+        m_unsaved.clear();
+    else if (!m_fileFails)
+        qCWarning(log, "The groups are kept in memory and in the preferences only. %ls",
+                  qUtf16Printable(status.error()));
+    m_fileFails = !status;
+    store(groupsKey(), json);
+}
+
+void ConfigManager::saveShortcuts()
+{
+    store(shortcutsKey(), encodeShortcuts(m_groupShortcuts));
+}
+
+void ConfigManager::pruneShortcuts()
+{
+    changeShortcuts([this](QMap<int, QUuid> &shortcuts) { removeUnknown(shortcuts, m_groups); });
+}
+
+void ConfigManager::store(const QString &key, const QByteArray &bytes)
+{
+    if (m_defaults.data(key) == bytes)
+        return;
+    const Status status = m_defaults.set(key, bytes);
+    if (!status && !m_defaultsFail)
+        qCWarning(log, "The preferences do not take the groups. %ls", qUtf16Printable(status.error()));
+    m_defaultsFail = !status;
+}
+
+void ConfigManager::runHooks()
+{
+    if (m_hooks.dropGroupIcons)
+        m_hooks.dropGroupIcons();
+    if (!m_options.isAgent && m_hooks.refreshShortcutParameters)
+        m_hooks.refreshShortcutParameters();
+}
+
+void ConfigManager::followGroups()
+{
+    watch();
+    // Without the lock, which a writer holds for a while after the file has changed.
+    auto stored = storedNews();
+    if (!stored)
+        return;
+    if (!m_unsaved.isEmpty() || giveUsableIds(*stored)) {
+        m_file.forget();
+        changeGroups([](QList<AppGroup> &) {});
+    } else if (publish(*stored)) {
+        runHooks();
+    }
+}
+
+void ConfigManager::followShortcuts()
+{
+    if (m_lockDepth == 0)
+        publish(storedShortcuts());
+}
+
+void ConfigManager::watch()
+{
+    // A file that was replaced, and a folder that came later, are not watched by themselves.
+    if (!m_watcher.directories().contains(m_options.folder) && QDir(m_options.folder).exists())
+        m_watcher.addPath(m_options.folder);
+    if (!m_watcher.files().contains(m_file.path()) && QFile::exists(m_file.path()))
+        m_watcher.addPath(m_file.path());
+}
+
+} // namespace cobblet

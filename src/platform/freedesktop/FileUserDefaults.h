@@ -1,0 +1,61 @@
+#pragma once
+
+#include "platform/UserDefaults.h"
+#include "platform/freedesktop/PlistDomain.h"
+
+#include <QFileSystemWatcher>
+#include <QHash>
+
+namespace cobblet {
+
+/// A domain of preferences in one property-list file that any number of processes share: every change is made
+/// on top of the newest file under a lock, and changes of other processes are followed.
+class FileUserDefaults : public UserDefaults {
+    Q_OBJECT
+public:
+    /// The file is "FOLDER/DOMAIN.plist"; neither needs to be there.
+    FileUserDefaults(const QString &folder, const QString &domain, QObject *parent = nullptr);
+
+    std::optional<QVariant> object(const QString &key) const override;
+    bool contains(const QString &key) const override;
+    Status set(const QString &key, const QVariant &value) override;
+    Status remove(const QString &key) override;
+    void registerDefault(const QString &key, const QVariant &value) override;
+
+private:
+    /// Tells one state of the file from the next.
+    struct Stamp {
+        quint64 device = 0, inode = 0;
+        qint64 size = -1, seconds = 0, nanoseconds = 0;
+        bool operator==(const Stamp &) const = default;
+    };
+    /// What this process remembers of a stored value: a large one stays on disk.
+    struct Known {
+        QVariant value;
+        qsizetype largeSize = -1;
+        size_t largeHash = 0;
+        bool operator==(const Known &) const = default;
+    };
+    using Values = QHash<QString, Known>;
+
+    Stamp currentStamp() const;
+    PlistDomain read(bool locked);
+    void setAside(const QString &reason);
+    bool adopt(const PlistDomain &domain);
+    bool applyUnsaved(PlistDomain &domain) const;
+    Status change(const QString &key, const std::optional<QVariant> &value);
+    void follow();
+    void watch();
+    void warnOnce(const QString &message);
+
+    QString m_path;
+    QString m_lockPath;
+    Stamp m_stamp;
+    Values m_values;
+    QHash<QString, std::optional<QVariant>> m_unsaved; ///< changes that could not be written; no value: removed
+    QHash<QString, QVariant> m_registered;
+    QFileSystemWatcher m_watcher;
+    bool m_warned = false;
+};
+
+} // namespace cobblet

@@ -1,0 +1,176 @@
+#include "platform/Platform.h"
+
+#include "platform/freedesktop/DBusInstance.h"
+#include "platform/freedesktop/DBusNotifications.h"
+#include "platform/freedesktop/FileUserDefaults.h"
+#include "platform/freedesktop/FreedesktopPaths.h"
+#include "platform/freedesktop/PortalAppearance.h"
+#include "platform/freedesktop/SessionBus.h"
+#include "platform/freedesktop/X11Connection.h"
+#include "platform/freedesktop/X11Desktop.h"
+#include "platform/freedesktop/X11DockTile.h"
+#include "platform/freedesktop/X11PanelSurface.h"
+#include "platform/freedesktop/X11Screens.h"
+#include "platform/freedesktop/apps/FreedesktopWorkspace.h"
+#include "platform/freedesktop/apps/X11RunningApplications.h"
+#include "platform/freedesktop/apps/X11WindowAccess.h"
+#include "platform/portable/QtDialogs.h"
+#include "platform/portable/QtMenus.h"
+#include "platform/portable/QtPanelSurface.h"
+#include "platform/portable/QtScheduler.h"
+
+#include <QGuiApplication>
+
+#include <fontconfig/fontconfig.h>
+#include <malloc.h>
+
+#include <thread>
+
+namespace cobblet {
+
+namespace {
+
+const QString mainIdentifier = QStringLiteral("com.vantor.cobblet");
+const QString sharedDomain = QStringLiteral("com.cobblet.shared");
+
+/// Each service is made when it is first asked for, and is destroyed before what it was built from.
+class FreedesktopPlatform : public Platform {
+public:
+    explicit FreedesktopPlatform(const Bundle &bundle)
+        : m_identifier(bundle.identifier.isEmpty() ? mainIdentifier : bundle.identifier)
+    {
+    }
+
+    QString applicationSupportFolder() const override { return freedesktop::applicationSupportFolder(); }
+
+    Instance &instance() override
+    {
+        if (!m_instance) {
+            m_instance = std::make_unique<DBusInstance>(m_bus, m_identifier);
+            QObject::connect(m_instance.get(), &Instance::reopen, m_instance.get(), [this](const QString &token) {
+                if (X11Desktop *known = desktop())
+                    known->finishStartup(token);
+            });
+        }
+        return *m_instance;
+    }
+
+    Scheduler &scheduler() override { return m_scheduler; }
+
+    UserDefaults &standardDefaults() override
+    {
+        return made(m_standard, [this] { return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), m_identifier); });
+    }
+
+    UserDefaults &sharedDefaults() override
+    {
+        return made(m_shared, [] { return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), sharedDomain); });
+    }
+
+    DistributedNotifications &distributedNotifications() override
+    {
+        return made(m_notifications, [this] { return std::make_unique<DBusNotifications>(m_bus); });
+    }
+
+    Appearance &appearance() override
+    {
+        return made(m_appearance, [this] { return std::make_unique<PortalAppearance>(m_bus); });
+    }
+
+    Screens &screens() override { return made(m_screens, [this] { return std::make_unique<X11Screens>(x11()); }); }
+
+    Workspace &workspace() override { return theWorkspace(); }
+    RunningApplications &runningApplications() override { return running(); }
+
+    WindowAccess &windowAccess() override
+    {
+        return made(m_windowAccess, [this] { return std::make_unique<X11WindowAccess>(running(), theWorkspace()); });
+    }
+
+    Dialogs &dialogs() override { return made(m_dialogs, [] { return std::make_unique<QtDialogs>(); }); }
+    Menus &menus() override { return made(m_menus, [] { return std::make_unique<QtMenus>(); }); }
+    DockTile &dockTile() override { return m_dockTile; }
+
+    std::unique_ptr<PanelSurface> makePanelSurface(QWindow &window, double cornerRadius) override
+    {
+        if (X11Desktop *known = desktop())
+            return std::make_unique<X11PanelSurface>(window, cornerRadius, screens(), *known);
+        return std::make_unique<QtPanelSurface>(window, screens());
+    }
+
+    /// Reading the font configuration takes several of the milliseconds before the first text is painted.
+    void warmUp() override { m_fonts = std::jthread([] { ::FcInit(); }); }
+
+    void settle() override
+    {
+        if (m_fonts.joinable())
+            m_fonts.join();
+        ::malloc_trim(0);
+    }
+
+private:
+    template<class T, class Make>
+    static T &made(std::unique_ptr<T> &service, Make make)
+    {
+        if (!service)
+            service = make();
+        return *service;
+    }
+
+    /// Null without an X server, and when the toolkit draws elsewhere.
+    X11Connection *x11()
+    {
+        if (!m_triedX11) {
+            m_triedX11 = true;
+            if (QGuiApplication::platformName() == QLatin1String("xcb"))
+                m_x11 = X11Connection::open();
+        }
+        return m_x11.get();
+    }
+
+    X11Desktop *desktop()
+    {
+        if (!m_desktop && x11())
+            m_desktop = std::make_unique<X11Desktop>(*x11());
+        return m_desktop.get();
+    }
+
+    FreedesktopWorkspace &theWorkspace()
+    {
+        return made(m_workspace, [this] { return std::make_unique<FreedesktopWorkspace>(x11()); });
+    }
+
+    X11RunningApplications &running()
+    {
+        return made(m_running, [this] { return std::make_unique<X11RunningApplications>(x11(), theWorkspace()); });
+    }
+
+    const QString m_identifier;
+    std::jthread m_fonts;
+    QtScheduler m_scheduler;
+    X11DockTile m_dockTile;
+    SessionBus m_bus;
+    bool m_triedX11 = false;
+    std::unique_ptr<X11Connection> m_x11;
+    std::unique_ptr<X11Desktop> m_desktop;
+    std::unique_ptr<DBusInstance> m_instance;
+    std::unique_ptr<FileUserDefaults> m_standard;
+    std::unique_ptr<FileUserDefaults> m_shared;
+    std::unique_ptr<DBusNotifications> m_notifications;
+    std::unique_ptr<PortalAppearance> m_appearance;
+    std::unique_ptr<X11Screens> m_screens;
+    std::unique_ptr<FreedesktopWorkspace> m_workspace;
+    std::unique_ptr<X11RunningApplications> m_running;
+    std::unique_ptr<X11WindowAccess> m_windowAccess;
+    std::unique_ptr<QtDialogs> m_dialogs;
+    std::unique_ptr<QtMenus> m_menus;
+};
+
+} // namespace
+
+std::unique_ptr<Platform> makePlatform(const Bundle &bundle)
+{
+    return std::make_unique<FreedesktopPlatform>(bundle);
+}
+
+} // namespace cobblet

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QList>
+#include <QRect>
+#include <QRectF>
+#include <QSize>
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+/// From docks' reservations in pixels to visible frames in points, and between y-down and y-up: pure functions.
+namespace cobblet::geometry {
+
+/// What a dock reserves along the edges of the whole desktop, in pixels. A range is inclusive and runs along
+/// the edge.
+struct Strut {
+    struct Edge {
+        int depth = 0;
+        int from = 0;
+        int to = 0;
+        bool operator==(const Edge &) const = default;
+    };
+    Edge left, right, top, bottom;
+    bool operator==(const Strut &) const = default;
+};
+
+/// Reads _NET_WM_STRUT_PARTIAL (12 numbers) or the older _NET_WM_STRUT (4); absent when it reserves nothing.
+std::optional<Strut> strutFrom(const std::vector<uint32_t> &numbers);
+
+/// One screen as the toolkit has it: its frame in y-down points begins where its pixels begin.
+struct ToolkitScreen {
+    QRectF frame;
+    double scale = 1; ///< pixels in a point
+};
+
+/// The part of the screen's frame (y-down points) that no dock on a desktop of `desktop` pixels has reserved.
+QRectF visibleFrame(const ToolkitScreen &screen, const QList<Strut> &struts, const QSize &desktop);
+
+/// `mainFrame` is the main screen's in y-down points. The two are each other's inverse.
+QRectF toYUp(const QRectF &yDown, const QRectF &mainFrame);
+QRectF toYDown(const QRectF &yUp, const QRectF &mainFrame);
+QPointF toYUp(const QPointF &yDown, const QRectF &mainFrame);
+
+} // namespace cobblet::geometry

@@ -1,0 +1,53 @@
+#include "platform/freedesktop/SessionBus.h"
+
+#include <QDBusError>
+#include <QFileInfo>
+#include <QLoggingCategory>
+
+namespace cobblet {
+
+Q_LOGGING_CATEGORY(lcBus, "cobblet.bus")
+
+namespace {
+
+QString connectionName(const SessionBus *bus)
+{
+    return QStringLiteral("cobblet-%1").arg(quintptr(bus), 0, 16);
+}
+
+} // namespace
+
+SessionBus::~SessionBus()
+{
+    if (m_connection) {
+        m_connection.reset();
+        QDBusConnection::disconnectFromBus(connectionName(this));
+    }
+}
+
+QDBusConnection &SessionBus::connection()
+{
+    if (!m_connection) {
+        const QString where = address();
+        m_connection = where.isEmpty() ? QDBusConnection(QString())
+                                       : QDBusConnection::connectToBus(where, connectionName(this));
+        if (!m_connection->isConnected())
+            qCWarning(lcBus).noquote()
+                << QStringLiteral("No session bus can be reached: other programs, a second start and the desktop's "
+                                  "settings can't be talked to. %1").arg(m_connection->lastError().message());
+    }
+    return *m_connection;
+}
+
+QString SessionBus::address()
+{
+    // An address that says "start one" is none: the bus so started would have nobody else on it.
+    const QString stated = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    if (!stated.isEmpty())
+        return stated.startsWith(QLatin1String("autolaunch:")) ? QString() : stated;
+    const QString socket = qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus");
+    return socket.startsWith(QLatin1Char('/')) && QFileInfo::exists(socket)
+        && socket != QLatin1String("/bus") ? QStringLiteral("unix:path=") + socket : QString();
+}
+
+} // namespace cobblet

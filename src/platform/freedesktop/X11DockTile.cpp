@@ -1,0 +1,25 @@
+#include "platform/freedesktop/X11DockTile.h"
+
+#include <QGuiApplication>
+#include <QIcon>
+#include <QPixmap>
+#include <QWindow>
+
+namespace cobblet {
+
+void X11DockTile::setIcon(const QImage &icon)
+{
+    QGuiApplication::setWindowIcon(QIcon(QPixmap::fromImage(icon)));
+}
+
+void X11DockTile::activateApplication()
+{
+    for (QWindow *window : QGuiApplication::topLevelWindows())
+        if (window->isVisible() && window->type() == Qt::Window && !window->flags().testFlag(Qt::FramelessWindowHint)) {
+            window->raise();
+            window->requestActivate();
+            return;
+        }
+}
+
+} // namespace cobblet

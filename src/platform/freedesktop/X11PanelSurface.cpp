@@ -1,0 +1,324 @@
+#include "platform/freedesktop/X11PanelSurface.h"
+
+#include "platform/freedesktop/RoundedShape.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <QWindow>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <utility>
+
+#include <xcb/shape.h>
+
+namespace cobblet {
+
+namespace {
+
+// Focus that leaves for nowhere often comes back at once: a popover closes, a window manager moves it in steps.
+constexpr std::chrono::milliseconds graceForFocus{60};
+
+constexpr uint32_t allDesktops = 0xFFFFFFFF;
+
+constexpr const char *timeMark = "_COBBLET_TIME";
+constexpr const char *windowState = "_NET_WM_STATE";
+constexpr const char *hiddenState = "_NET_WM_STATE_HIDDEN";
+constexpr const char *blurRegion = "_KDE_NET_WM_BLUR_BEHIND_REGION";
+
+QWindow *ownWindow(xcb_window_t id)
+{
+    for (QWindow *window : QGuiApplication::allWindows())
+        if (window->handle() && window->winId() == id)
+            return window;
+    return nullptr;
+}
+
+xcb_connection_t *toolkitConnection()
+{
+    const auto *native = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    return native ? native->connection() : nullptr;
+}
+
+} // namespace
+
+X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Screens &screens, X11Desktop &desktop)
+    : QtPanelSurface(window, screens, Focus::Derived), m_desktop(desktop), m_toolkit(toolkitConnection()),
+      m_radius(cornerRadius)
+{
+    m_desktop.x11().intern({timeMark, windowState, hiddenState, blurRegion, "_NET_WM_WINDOW_TYPE",
+                            "_NET_WM_WINDOW_TYPE_UTILITY", "_NET_WM_STATE_ABOVE", "_NET_WM_STATE_STICKY",
+                            "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER", "_NET_WM_DESKTOP"});
+    window.create();
+    m_id = xcb_window_t(window.winId());
+
+    m_loss.setSingleShot(true);
+    connect(&m_loss, &QTimer::timeout, this, &X11PanelSurface::lostKey);
+    connect(&m_desktop, &X11Desktop::activeWindowChanged, this, &X11PanelSurface::loseKeyIfElsewhere);
+    connect(&m_desktop, &X11Desktop::activationSent, this, [this](xcb_window_t activated) {
+        if (activated != m_id)
+            m_previous = XCB_WINDOW_NONE; // the focus is given to someone else on purpose
+    });
+    connect(&m_desktop, &X11Desktop::compositingChanged, this, [this] {
+        updateEffects();
+        applyAlpha();
+        emit blendingChanged();
+    });
+    const auto reshape = [this] { updateShape(this->window().size()); };
+    connect(&window, &QWindow::widthChanged, this, reshape);
+    connect(&window, &QWindow::heightChanged, this, reshape);
+    connect(&window, &QWindow::screenChanged, this, reshape);
+    qGuiApp->installNativeEventFilter(this);
+}
+
+X11PanelSurface::~X11PanelSurface()
+{
+    qGuiApp->removeNativeEventFilter(this);
+}
+
+void X11PanelSurface::set(const char *property, xcb_atom_t type, const std::vector<uint32_t> &values)
+{
+    xcb_change_property(m_toolkit, XCB_PROP_MODE_REPLACE, m_id, m_desktop.x11().atom(property), type, 32,
+                        uint32_t(values.size()), values.data());
+}
+
+/// A window manager drops the state of a window that is withdrawn, so all is said again before each mapping.
+void X11PanelSurface::prepareToMap()
+{
+    X11Connection &x11 = m_desktop.x11();
+    set("_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM, {x11.atom("_NET_WM_WINDOW_TYPE_UTILITY")});
+    set(windowState, XCB_ATOM_ATOM,
+        {x11.atom("_NET_WM_STATE_ABOVE"), x11.atom("_NET_WM_STATE_STICKY"), x11.atom("_NET_WM_STATE_SKIP_TASKBAR"),
+         x11.atom("_NET_WM_STATE_SKIP_PAGER")});
+    set("_NET_WM_DESKTOP", XCB_ATOM_CARDINAL, {allDesktops});
+    updateShape(window().size());
+}
+
+/// A state that was said before the window manager dealt with the last unmapping went with it.
+void X11PanelSurface::repeatState()
+{
+    X11Connection &x11 = m_desktop.x11();
+    constexpr uint32_t add = 1;
+    constexpr uint32_t fromApplication = 1;
+    m_desktop.sendOn(m_toolkit, m_id, windowState,
+                     {add, x11.atom("_NET_WM_STATE_ABOVE"), x11.atom("_NET_WM_STATE_STICKY"), fromApplication});
+    m_desktop.sendOn(m_toolkit, m_id, windowState,
+                     {add, x11.atom("_NET_WM_STATE_SKIP_TASKBAR"), x11.atom("_NET_WM_STATE_SKIP_PAGER"), fromApplication});
+    m_desktop.sendOn(m_toolkit, m_id, "_NET_WM_DESKTOP", {allDesktops, fromApplication});
+}
+
+/// The toolkit sends a change of opacity with whatever it sends next, which may be the end of the fade.
+void X11PanelSurface::applyAlpha()
+{
+    QtPanelSurface::applyAlpha();
+    xcb_flush(m_toolkit);
+}
+
+void X11PanelSurface::place(const QRect &geometry)
+{
+    QtPanelSurface::place(geometry);
+    updateShape(geometry.size());
+}
+
+void X11PanelSurface::updateShape(const QSize &points)
+{
+    const double scale = window().devicePixelRatio();
+    const QSize pixels(qRound(points.width() * scale), qRound(points.height() * scale));
+    if (std::exchange(m_shapedPixels, pixels) != pixels)
+        updateEffects();
+}
+
+void X11PanelSurface::updateEffects()
+{
+    const bool blended = blendsWithDesktop();
+    const auto shape = roundedShape(m_shapedPixels, m_radius * window().devicePixelRatio());
+    if (blended)
+        xcb_shape_mask(m_toolkit, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, m_id, 0, 0, XCB_PIXMAP_NONE);
+    else
+        xcb_shape_rectangles(m_toolkit, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, XCB_CLIP_ORDERING_YX_BANDED, m_id, 0, 0,
+                             uint32_t(shape.size()), shape.data());
+    if (blended && m_wantsBlur) {
+        std::vector<uint32_t> region;
+        for (const xcb_rectangle_t &row : shape)
+            region.insert(region.end(), {uint32_t(row.x), uint32_t(row.y), row.width, row.height});
+        set(blurRegion, XCB_ATOM_CARDINAL, region);
+    } else {
+        xcb_delete_property(m_toolkit, m_id, m_desktop.x11().atom(blurRegion));
+    }
+    xcb_flush(m_toolkit);
+}
+
+void X11PanelSurface::setWantsBlur(bool wanted)
+{
+    if (std::exchange(m_wantsBlur, wanted) != wanted)
+        updateEffects();
+}
+
+void X11PanelSurface::makeKeyAndOrderFront()
+{
+    if (isVisible()) {
+        window().raise();
+    } else {
+        m_previous = m_desktop.activeWindow();
+        if (!m_desktop.hasWindowManager()) {
+            // Nobody keeps the active window then, so the server has to be asked.
+            xcb_connection_t *xcb = m_desktop.x11().xcb();
+            const XcbReply<xcb_get_input_focus_reply_t> focus(
+                xcb_get_input_focus_reply(xcb, xcb_get_input_focus(xcb), nullptr));
+            m_desktop.x11().drainSoon();
+            m_previous = focus ? focus->focus : xcb_window_t(XCB_WINDOW_NONE);
+        }
+        prepareToMap();
+        window().show();
+    }
+    takeFocus();
+}
+
+void X11PanelSurface::takeFocus()
+{
+    if (!m_desktop.hasWindowManager()) {
+        xcb_set_input_focus(m_toolkit, XCB_INPUT_FOCUS_POINTER_ROOT, m_id, XCB_CURRENT_TIME);
+    } else {
+        // A window manager refuses the focus to a request older than the user's last action elsewhere, and what
+        // brought the panel up often has no time of its own. An empty change of a property makes the server say
+        // what time it is.
+        m_awaitsTime = true;
+        xcb_change_property(m_toolkit, XCB_PROP_MODE_APPEND, m_id, m_desktop.x11().atom(timeMark), XCB_ATOM_CARDINAL, 32, 0,
+                            nullptr);
+    }
+    xcb_flush(m_toolkit);
+}
+
+bool X11PanelSurface::holdsFocus(xcb_window_t focus) const
+{
+    if (focus == XCB_INPUT_FOCUS_NONE || focus == XCB_INPUT_FOCUS_POINTER_ROOT || focus == m_desktop.x11().root()
+        || m_desktop.isManagerWindow(focus))
+        return true; // nobody else has it
+    return isFamily(ownWindow(focus));
+}
+
+void X11PanelSurface::orderOut()
+{
+    const bool wasVisible = isVisible();
+    m_loss.stop();
+    m_holder = XCB_WINDOW_NONE;
+    m_awaitsTime = false;
+    if (wasVisible)
+        returnFocus();
+    QtPanelSurface::orderOut();
+}
+
+/// Asks where the focus really is: the user may have moved it while the events that say so are on their way. A
+/// window that was hidden meanwhile is left hidden.
+void X11PanelSurface::returnFocus()
+{
+    const xcb_window_t previous = std::exchange(m_previous, XCB_WINDOW_NONE);
+    if (previous <= XCB_INPUT_FOCUS_POINTER_ROOT || previous == m_id)
+        return;
+    X11Connection &x11 = m_desktop.x11();
+    const auto focusAsked = xcb_get_input_focus(x11.xcb());
+    const auto stateAsked = xcb_get_property(x11.xcb(), 0, previous, x11.atom(windowState), XCB_ATOM_ATOM, 0, 64);
+    const auto attributesAsked = xcb_get_window_attributes(x11.xcb(), previous);
+    const XcbReply<xcb_get_input_focus_reply_t> focus(xcb_get_input_focus_reply(x11.xcb(), focusAsked, nullptr));
+    const XcbReply<xcb_get_property_reply_t> state(xcb_get_property_reply(x11.xcb(), stateAsked, nullptr));
+    const XcbReply<xcb_get_window_attributes_reply_t> attributes(
+        xcb_get_window_attributes_reply(x11.xcb(), attributesAsked, nullptr));
+    x11.drainSoon();
+    if (!focus || !state || !attributes || !holdsFocus(focus->focus))
+        return;
+    const auto *states = static_cast<const xcb_atom_t *>(xcb_get_property_value(state.get()));
+    const xcb_atom_t *end = states + xcb_get_property_value_length(state.get()) / 4;
+    if (std::find(states, end, x11.atom(hiddenState)) != end)
+        return;
+    if (m_desktop.hasWindowManager()) {
+        m_desktop.activateOn(m_toolkit, previous, m_desktop.userTime());
+    } else if (attributes->map_state == XCB_MAP_STATE_VIEWABLE) {
+        xcb_set_input_focus(m_toolkit, XCB_INPUT_FOCUS_POINTER_ROOT, previous, XCB_CURRENT_TIME);
+        xcb_flush(m_toolkit);
+    }
+}
+
+bool X11PanelSurface::nativeEventFilter(const QByteArray &type, void *message, qintptr *)
+{
+    if (type != "xcb_generic_event_t")
+        return false;
+    const auto *event = static_cast<const xcb_generic_event_t *>(message);
+    switch (event->response_type & 0x7f) {
+    case XCB_KEY_PRESS:
+    case XCB_BUTTON_PRESS:
+        m_desktop.noteUserTime(static_cast<const xcb_key_press_event_t *>(message)->time);
+        break;
+    case XCB_FOCUS_IN:
+    case XCB_FOCUS_OUT:
+        handleFocus(*static_cast<const xcb_focus_in_event_t *>(message));
+        break;
+    case XCB_PROPERTY_NOTIFY: {
+        const auto *notify = static_cast<const xcb_property_notify_event_t *>(message);
+        if (m_awaitsTime && notify->window == m_id && notify->atom == m_desktop.x11().atom(timeMark)) {
+            m_awaitsTime = false;
+            m_desktop.noteUserTime(notify->time);
+            if (isVisible()) {
+                m_desktop.activateOn(m_toolkit, m_id, notify->time);
+                repeatState();
+            }
+        }
+        break;
+    }
+    default:
+        break;
+    }
+    return false;
+}
+
+/// The toolkit holds a loss of focus back for a tenth of a second; here it is told apart by its cause instead.
+void X11PanelSurface::handleFocus(const xcb_focus_in_event_t &event)
+{
+    const bool isGrab = event.mode == XCB_NOTIFY_MODE_GRAB || event.mode == XCB_NOTIFY_MODE_UNGRAB;
+    if (isGrab || event.detail == XCB_NOTIFY_DETAIL_POINTER || event.detail == XCB_NOTIFY_DETAIL_INFERIOR)
+        return;
+    const bool gained = (event.response_type & 0x7f) == XCB_FOCUS_IN;
+    if (!gained) {
+        if (event.event == m_holder && isVisible())
+            m_loss.start(graceForFocus);
+        return;
+    }
+    QWindow *own = ownWindow(event.event);
+    if (isFamily(own)) {
+        m_holder = event.event;
+        m_loss.stop();
+        if (own != &window())
+            connect(own, &QWindow::visibleChanged, this, &X11PanelSurface::popoverVisibleChanged, Qt::UniqueConnection);
+    } else if (m_holder != XCB_WINDOW_NONE) {
+        m_loss.start(std::chrono::milliseconds(0)); // another window of ours; once the toolkit knows it too
+    }
+}
+
+/// A popover that closes leaves the focus to the window manager, which passes over panels: the panel takes it
+/// back while the popover is still mapped.
+void X11PanelSurface::popoverVisibleChanged(bool visible)
+{
+    const auto *popover = qobject_cast<QWindow *>(sender());
+    if (visible || !popover || !popover->handle() || popover->winId() != m_holder || !isVisible())
+        return;
+    if (m_desktop.hasWindowManager())
+        m_desktop.activateOn(m_toolkit, m_id, m_desktop.userTime());
+    else
+        takeFocus();
+}
+
+void X11PanelSurface::loseKeyIfElsewhere()
+{
+    const xcb_window_t active = m_desktop.activeWindow();
+    if (m_loss.isActive() && active != XCB_WINDOW_NONE && !isFamily(ownWindow(active)))
+        m_loss.start(std::chrono::milliseconds(0));
+}
+
+void X11PanelSurface::lostKey()
+{
+    m_holder = XCB_WINDOW_NONE;
+    if (isVisible())
+        emit resignedKey();
+}
+
+} // namespace cobblet

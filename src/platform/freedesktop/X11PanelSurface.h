@@ -1,0 +1,58 @@
+#pragma once
+
+#include "platform/freedesktop/X11Desktop.h"
+#include "platform/portable/QtPanelSurface.h"
+
+#include <QAbstractNativeEventFilter>
+#include <QTimer>
+
+namespace cobblet {
+
+/// A floating panel under X11. With a compositing manager it is blended and fades; without one its corners are
+/// cut by a shape mask and fade() is applied at once.
+class X11PanelSurface : public QtPanelSurface, private QAbstractNativeEventFilter {
+    Q_OBJECT
+public:
+    /// `cornerRadius` is in points. The application runs on the toolkit's X11 platform.
+    X11PanelSurface(QWindow &window, double cornerRadius, const Screens &screens, X11Desktop &desktop);
+    ~X11PanelSurface() override;
+
+    void makeKeyAndOrderFront() override;
+    void orderOut() override;
+    bool blendsWithDesktop() const override { return m_desktop.isCompositing(); }
+    void setWantsBlur(bool wanted) override;
+
+protected:
+    void place(const QRect &geometry) override;
+    void applyAlpha() override;
+
+private slots:
+    void popoverVisibleChanged(bool visible);
+
+private:
+    bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
+    void handleFocus(const xcb_focus_in_event_t &event);
+    void loseKeyIfElsewhere();
+    void lostKey();
+    void prepareToMap();
+    void takeFocus();
+    void repeatState();
+    bool holdsFocus(xcb_window_t focus) const;
+    void returnFocus();
+    void updateShape(const QSize &points);
+    void updateEffects();
+    void set(const char *property, xcb_atom_t type, const std::vector<uint32_t> &values);
+
+    X11Desktop &m_desktop;
+    xcb_connection_t *m_toolkit; ///< the toolkit's connection: what it carries stays in order with the mapping
+    xcb_window_t m_id = XCB_WINDOW_NONE;
+    double m_radius;
+    bool m_wantsBlur = false;
+    xcb_window_t m_holder = XCB_WINDOW_NONE; ///< the panel or the window of its family that has the focus
+    bool m_awaitsTime = false;
+    xcb_window_t m_previous = XCB_WINDOW_NONE; ///< had the focus before the panel
+    QSize m_shapedPixels;
+    QTimer m_loss;
+};
+
+} // namespace cobblet

@@ -1,0 +1,71 @@
+#include "shell/AppDelegate.h"
+
+#include "control/UsageTracker.h"
+#include "model/Theme.h"
+#include "platform/DockTile.h"
+#include "platform/Scheduler.h"
+#include "platform/UserDefaults.h"
+#include "shell/FloatingPanelController.h"
+
+#include <QLoggingCategory>
+#include <QPointer>
+
+namespace cobblet {
+
+namespace {
+
+Q_LOGGING_CATEGORY(log, "cobblet.shell")
+
+const QString glassyStyleKey = QStringLiteral("glassyStyle");
+
+} // namespace
+
+AppDelegate::AppDelegate(Services services, QObject *parent) : QObject(parent), m_services(std::move(services)) {}
+
+AppDelegate::~AppDelegate() = default;
+
+void AppDelegate::applicationWillFinishLaunching()
+{
+    UserDefaults &shared = m_services.sharedDefaults;
+    for (const QString &key : {QStringLiteral("panelTheme"), glassyStyleKey}) {
+        if (shared.contains(key) || !m_services.standardDefaults.contains(key))
+            continue;
+        const auto value = m_services.standardDefaults.object(key);
+        if (!value)
+            continue;
+        if (const Status copied = shared.set(key, *value); !copied)
+            qCWarning(log).noquote() << copied.error();
+    }
+    shared.registerDefault(glassyStyleKey, true);
+}
+
+void AppDelegate::applicationDidFinishLaunching()
+{
+    m_usageTracker = &m_services.usageTracker();
+    m_panelController = m_services.makePanelController();
+    m_services.theme().refresh();
+    m_panelController->createPanel();
+    m_services.scheduler.detached(std::chrono::milliseconds(0), [self = QPointer(this)] {
+        if (!self)
+            return;
+        self->m_services.dockTile.activateApplication();
+        self->m_panelController->show();
+    });
+}
+
+void AppDelegate::applicationShouldHandleReopen()
+{
+    m_services.dockTile.activateApplication();
+    if (m_services.bringSettingsForward && m_services.bringSettingsForward())
+        return;
+    if (m_panelController)
+        m_panelController->show();
+}
+
+void AppDelegate::applicationWillTerminate()
+{
+    if (m_usageTracker)
+        m_usageTracker->flush();
+}
+
+} // namespace cobblet

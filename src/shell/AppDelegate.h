@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QObject>
+
+#include <functional>
+#include <memory>
+
+namespace cobblet {
+
+class DockTile;
+class FloatingPanelController;
+class Scheduler;
+class ThemeManager;
+class UsageTracker;
+class UserDefaults;
+
+/// Runs the start-up sequence, owns the long-lived controllers and answers clicks on the application's icon.
+/// Main thread only.
+class AppDelegate : public QObject {
+    Q_OBJECT
+public:
+    /// What the delegate works with. The factories keep start-up in the delegate's order and let a caller
+    /// that never gets there make nothing.
+    struct Services {
+        UserDefaults &standardDefaults;
+        UserDefaults &sharedDefaults;
+        DockTile &dockTile;
+        Scheduler &scheduler;
+        std::function<ThemeManager &()> theme;
+        std::function<UsageTracker &()> usageTracker;
+        std::function<std::unique_ptr<FloatingPanelController>()> makePanelController;
+        /// Brings the settings window forward if it is visible, and says whether it is. May be empty.
+        std::function<bool()> bringSettingsForward;
+    };
+
+    explicit AppDelegate(Services services, QObject *parent = nullptr);
+    ~AppDelegate() override;
+
+    /// Carries earlier preferences over. Before any store that reads them is made.
+    void applicationWillFinishLaunching();
+    /// Makes the controllers and the panel; the panel shows on the next turn of the event loop.
+    void applicationDidFinishLaunching();
+    /// A click on the icon of the running application, or a second start of it.
+    void applicationShouldHandleReopen();
+    /// Writes what is still pending.
+    void applicationWillTerminate();
+
+    /// Null before launch has finished.
+    FloatingPanelController *panelController() const { return m_panelController.get(); }
+
+private:
+    Services m_services;
+    UsageTracker *m_usageTracker = nullptr;
+    std::unique_ptr<FloatingPanelController> m_panelController;
+};
+
+} // namespace cobblet

@@ -1,0 +1,202 @@
+#include "shell/FloatingPanelController.h"
+
+#include "model/Notifications.h"
+#include "model/PopupSettings.h"
+#include "shell/PanelPlacement.h"
+
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QWindow>
+
+#include <algorithm>
+
+namespace cobblet {
+
+namespace {
+
+/// Fades and resizes, in seconds.
+constexpr double animationTime = 0.18;
+
+/// A decimal number with an optional sign, and nothing else.
+std::optional<int> decimal(const QString &text)
+{
+    const qsizetype first = text.startsWith(QLatin1Char('+')) || text.startsWith(QLatin1Char('-')) ? 1 : 0;
+    const auto isDigit = [](QChar c) { return c >= QLatin1Char('0') && c <= QLatin1Char('9'); };
+    if (!std::all_of(text.begin() + first, text.end(), isDigit))
+        return std::nullopt;
+    bool ok = false;
+    const int number = text.toInt(&ok);
+    return ok ? std::optional(number) : std::nullopt;
+}
+
+/// What the key types without the modifiers but Shift. The event's own text will not do: with Control held it
+/// is a control character.
+QString charactersIgnoringModifiers(const QKeyEvent &event)
+{
+    return event.key() > Qt::Key_Space && event.key() <= Qt::Key_AsciiTilde ? QString(QChar(event.key())) : QString();
+}
+
+/// Menus and modal dialogs take every key themselves, Escape above all.
+bool keysBelongElsewhere()
+{
+    const QWindowList windows = QGuiApplication::allWindows();
+    return QGuiApplication::modalWindow() || std::any_of(windows.begin(), windows.end(), [](const QWindow *window) {
+        return window->type() == Qt::Popup && window->isVisible();
+    });
+}
+
+} // namespace
+
+FloatingPanelController::FloatingPanelController(MakePanel makePanel, Screens &screens, PopupSettings &popupSettings,
+                                                 NotificationCenter &notifications, Scheduler &scheduler,
+                                                 QObject *parent)
+    : QObject(parent), m_makePanel(std::move(makePanel)), m_screens(screens), m_popupSettings(popupSettings),
+      m_notifications(notifications), m_scheduler(scheduler)
+{
+    notifications.observe(notification::showPanel, this, [this](const QVariantMap &) { show(); });
+    notifications.observe(notification::closePanel, this, [this](const QVariantMap &) { hide(); });
+    notifications.observe(notification::openSettings, this,
+                          [this](const QVariantMap &) { m_notifications.post(notification::closePanel); });
+    notifications.observe(notification::panelDesiredSizeChanged, this, [this](const QVariantMap &userInfo) {
+        const QVariant size = userInfo.value(QStringLiteral("size"));
+        if (size.metaType() == QMetaType::fromType<QSizeF>())
+            setDesiredSize(size.toSizeF());
+    });
+}
+
+FloatingPanelController::~FloatingPanelController() = default;
+
+void FloatingPanelController::createPanel()
+{
+    panel();
+}
+
+PanelSurface &FloatingPanelController::panel()
+{
+    if (!m_panel) {
+        m_panel = m_makePanel();
+        connect(m_panel.get(), &PanelSurface::resignedKey, this, &FloatingPanelController::resignedKey);
+        QCoreApplication::instance()->installEventFilter(this);
+    }
+    return *m_panel;
+}
+
+bool FloatingPanelController::isVisible() const
+{
+    return m_panel && m_panel->isVisible();
+}
+
+void FloatingPanelController::show()
+{
+    if (isVisible() && !m_isHiding) {
+        m_panel->makeKeyAndOrderFront();
+        return;
+    }
+    m_isHiding = false;
+    PanelSurface &surface = panel();
+    if (!choosePlacement())
+        return;
+    m_pendingResize.reset();
+    surface.setFrame(placedFrame());
+    surface.setAlpha(0);
+    surface.makeKeyAndOrderFront();
+    surface.fade(1, animationTime, Easing::Out);
+}
+
+bool FloatingPanelController::choosePlacement()
+{
+    const QList<Screen> screens = m_screens.screens();
+    if (screens.isEmpty())
+        return false;
+    m_placementScreen = screens.first();
+    m_placementAnchor.reset();
+
+    const std::optional<AppGroup> group = m_groupProvider ? m_groupProvider() : std::nullopt;
+    if (m_popupSettings.effectiveLayout(group ? &*group : nullptr).anchor != PopupAnchor::DockIcon)
+        return true;
+    const std::optional<QPointF> pointer = m_screens.pointer();
+    if (!pointer)
+        return true;
+    const auto under = std::find_if(screens.begin(), screens.end(), [&pointer](const Screen &screen) {
+        return placement::contains(screen.frame, *pointer);
+    });
+    if (under == screens.end())
+        return true;
+    m_placementAnchor = placement::dockClickPoint(*under, *pointer);
+    if (m_placementAnchor)
+        m_placementScreen = *under;
+    return true;
+}
+
+QRectF FloatingPanelController::placedFrame() const
+{
+    const QSizeF size = placement::fittedSize(*m_placementScreen, m_desiredSize);
+    return {placement::panelOrigin(*m_placementScreen, size, m_placementAnchor), size};
+}
+
+void FloatingPanelController::hide()
+{
+    if (!isVisible() || m_isHiding)
+        return;
+    m_isHiding = true;
+    m_pendingResize.reset();
+    m_panel->fade(0, animationTime, Easing::In, [this] {
+        if (!m_isHiding)
+            return;
+        m_panel->orderOut();
+        m_panel->setAlpha(1);
+        m_isHiding = false;
+    });
+}
+
+void FloatingPanelController::setDesiredSize(const QSizeF &size)
+{
+    if (size == m_desiredSize)
+        return;
+    m_desiredSize = size;
+    if (isVisible() && !m_isHiding)
+        m_pendingResize = m_scheduler.after(std::chrono::milliseconds(0), [this] { resize(); });
+}
+
+void FloatingPanelController::resize()
+{
+    m_panel->animateFrame(placedFrame(), animationTime, Easing::Out);
+}
+
+void FloatingPanelController::resignedKey()
+{
+    if (m_isHiding || m_panel->hasModalWindow())
+        return;
+    if (m_panel->otherKeyWindow() == KeyWindow::Borderless) {
+        m_panel->orderOutOtherKeyWindow();
+        m_panel->makeKeyAndOrderFront();
+        return;
+    }
+    hide();
+}
+
+bool FloatingPanelController::handleKeyPress(int key, Qt::KeyboardModifiers modifiers, const QString &characters)
+{
+    if (key == Qt::Key_Escape) {
+        hide();
+        return true;
+    }
+    if (!modifiers.testFlag(Qt::ControlModifier)) // the Command key, as Qt maps it
+        return false;
+    const std::optional<int> digit = decimal(characters);
+    if (!digit || *digit < 1 || *digit > 9)
+        return false;
+    m_notifications.post(notification::selectGroupShortcut, {{QStringLiteral("digit"), *digit}});
+    return true;
+}
+
+bool FloatingPanelController::eventFilter(QObject *watched, QEvent *event)
+{
+    // A key press reaches its window first and is then passed on to the item or widget within.
+    if (event->type() != QEvent::KeyPress || !watched->isWindowType() || keysBelongElsewhere())
+        return false;
+    const auto &press = static_cast<const QKeyEvent &>(*event);
+    return handleKeyPress(press.key(), press.modifiers(), charactersIgnoringModifiers(press));
+}
+
+} // namespace cobblet

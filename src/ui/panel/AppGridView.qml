@@ -1,0 +1,86 @@
+import QtQuick
+import Cobblet.Panel
+
+// The applications of the selected tab, with the tool row beneath them.
+Item {
+    id: page
+
+    required property real hair
+    readonly property int columns: Units.columnCount(Panel.columns, width)
+    readonly property int pitch: Math.floor((width - 2 * Units.gridPadding + Units.columnSpacing) / columns)
+    readonly property string contentID: Panel.contentID
+
+    signal leftEdgePassed
+
+    onContentIDChanged: {
+        view.currentIndex = 0;
+        view.positionViewAtBeginning();
+    }
+
+    function focusGrid() {
+        view.forceActiveFocus();
+    }
+
+    GridView {
+        id: view
+        x: Math.round((page.width - width + Units.columnSpacing) / 2)
+        width: page.columns * page.pitch
+        height: page.height - (tools.visible ? tools.height : 0)
+        // A header, because positioning a view does not count its margin. The last row brings its spacing along.
+        header: Item {
+            width: 1
+            height: Units.gridPadding
+        }
+        bottomMargin: Units.gridPadding - Units.rowSpacing
+        cellWidth: page.pitch
+        cellHeight: (Panel.showsTitles ? Units.titledCellHeight : Units.cellHeight) + Units.rowSpacing
+        cacheBuffer: 0
+        clip: contentHeight + bottomMargin > height
+        interactive: clip
+        keyNavigationEnabled: true
+        boundsBehavior: Flickable.StopAtBounds
+        focus: true
+        activeFocusOnTab: true
+        highlightFollowsCurrentItem: false
+        model: Panel.grid
+        Accessible.role: Accessible.List
+        Accessible.name: "Apps"
+        onCurrentIndexChanged: {
+            if (activeFocus)
+                positionViewAtIndex(currentIndex, GridView.Contain);
+        }
+
+        // From the first column the way leads back to the sidebar.
+        Keys.onLeftPressed: {
+            if (currentIndex % page.columns > 0)
+                moveCurrentIndexLeft();
+            else
+                page.leftEdgePassed();
+        }
+
+        delegate: CBAppCell {
+            width: (GridView.view as GridView).cellWidth - Units.columnSpacing
+            height: (GridView.view as GridView).cellHeight - Units.rowSpacing
+            showsTitle: Panel.showsTitles
+        }
+    }
+
+    // Where the grid is, while it scrolls.
+    Rectangle {
+        x: page.width - 7
+        y: 4 + view.visibleArea.yPosition * (view.height - 8)
+        width: 4
+        height: Math.max(24, view.visibleArea.heightRatio * (view.height - 8))
+        radius: 2
+        visible: view.moving
+        color: CBTheme.text3
+    }
+
+    CBToolRow {
+        id: tools
+        y: page.height - height
+        width: page.width
+        hair: page.hair
+        visible: Panel.showsToolRow
+    }
+}

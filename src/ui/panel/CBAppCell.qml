@@ -1,0 +1,68 @@
+import QtQuick
+import Cobblet.Panel
+
+// One application of the grid, or the cell that adds some.
+Pressable {
+    id: cell
+
+    required property int index
+    required property string name
+    required property int count
+    required property bool isAdd
+    required property bool installed
+    required property bool running
+    required property var tile
+    required property bool showsTitle
+
+    corner: 8
+    label: isAdd ? "Add Apps" : name
+    springs: picture
+    opacity: installed ? 1 : 0.35
+    Accessible.description: running ? "Running" : ""
+    onTriggered: Panel.activateCell(index)
+    onMenuRequested: position => Panel.showCellMenu(index, position)
+
+    CBAppIconTile {
+        id: picture
+        x: Math.round((cell.width - width) / 2)
+        y: 8
+        width: Units.iconSide
+        height: Units.iconSide
+        image: cell.tile
+    }
+
+    Rectangle {
+        x: picture.x + 21.5
+        y: 60
+        width: 5
+        height: 5
+        radius: 2.5
+        visible: cell.running
+        color: CBTheme.text2
+    }
+
+    Text {
+        x: 6
+        y: 68
+        width: cell.width - 12
+        visible: cell.showsTitle
+        textFormat: Text.PlainText
+        elide: Text.ElideRight
+        maximumLineCount: 1
+        horizontalAlignment: Text.AlignHCenter
+        color: CBTheme.text
+        text: cell.name
+        font.pointSize: Units.titlePointSize
+    }
+
+    CBText {
+        x: 6
+        y: cell.showsTitle ? 83 : 66
+        width: cell.width - 12
+        visible: cell.count >= 0
+        horizontalAlignment: Text.AlignHCenter
+        text: cell.count
+        color: CBTheme.text3
+        font.pixelSize: 10
+    }
+}

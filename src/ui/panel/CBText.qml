@@ -1,0 +1,12 @@
+import QtQuick
+import Cobblet.Panel
+
+// One line of text as it stands: names from outside are never read as markup.
+Text {
+    textFormat: Text.PlainText
+    elide: Text.ElideRight
+    maximumLineCount: 1
+    horizontalAlignment: Text.AlignLeft
+    color: CBTheme.text
+    font.pixelSize: 13
+}

@@ -1,0 +1,47 @@
+import QtQuick
+import Cobblet.Panel
+
+Pressable {
+    id: button
+
+    property alias symbol: picture.name
+    // Without room for its label the button keeps its symbol, and tells its label as a tip.
+    property bool compact: false
+    readonly property real fullWidth: picture.width + labelText.implicitWidth + 26
+    property string hint
+    property HintBubble bubble: null
+    readonly property bool hinting: containsMouse && hint !== ""
+
+    width: compact ? picture.width + 20 : fullWidth
+    tip: compact ? label : ""
+    height: 28
+    corner: 7
+    fill: CBTheme.toolHover
+    activeFocusOnTab: true
+
+    onHintingChanged: {
+        if (hinting)
+            bubble = Decorations.make(Decorations.HintBubble, button, { text: button.hint }) as HintBubble;
+        else
+            Decorations.dismiss(bubble);
+    }
+
+    CBSymbol {
+        id: picture
+        x: 10
+        y: Math.round((button.height - height) / 2)
+        width: implicitWidth
+        height: implicitHeight
+        fontSize: 11
+        color: CBTheme.text
+    }
+
+    CBText {
+        id: labelText
+        x: picture.x + picture.width + 6
+        visible: !button.compact
+        height: button.height
+        verticalAlignment: Text.AlignVCenter
+        text: button.label
+    }
+}

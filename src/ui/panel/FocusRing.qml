@@ -1,0 +1,10 @@
+import QtQuick
+import Cobblet.Panel
+
+// Shows where the keyboard is.
+Rectangle {
+    anchors.fill: parent
+    color: "transparent"
+    border.width: 2
+    border.color: CBTheme.accent
+}

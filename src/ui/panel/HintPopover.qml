@@ -1,0 +1,17 @@
+import QtQuick
+import Cobblet.Panel
+
+PopoverFrame {
+    width: text.implicitWidth + 24
+    height: text.implicitHeight + 24
+
+    CBText {
+        id: text
+        x: 12
+        y: 12
+        maximumLineCount: 3
+        lineHeight: 1.2
+        text: "Close All Button Shortcuts:\n⌘ + Click = Force Quit\n⌥ + Click = Graceful Quit"
+        font.pixelSize: 12
+    }
+}

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <QAbstractListModel>
+
+#include <algorithm>
+
+namespace cobblet {
+
+/// A list model over a row of plain values. Replacing the rows keeps the delegates of those that stay in
+/// place: they get new values instead of being built again, which is what makes selecting a group quick.
+template<class Row>
+class ListRows : public QAbstractListModel {
+public:
+    using QAbstractListModel::QAbstractListModel;
+
+    int rowCount(const QModelIndex &parent = {}) const override { return parent.isValid() ? 0 : int(m_rows.size()); }
+
+    const QList<Row> &rows() const { return m_rows; }
+    /// Null when there is no such row.
+    const Row *row(int index) const
+    {
+        return index >= 0 && index < m_rows.size() ? &m_rows[index] : nullptr;
+    }
+
+protected:
+    void setRows(QList<Row> rows)
+    {
+        const auto before = m_rows.size();
+        const auto after = rows.size();
+        if (after < before)
+            beginRemoveRows({}, int(after), int(before - 1));
+        else if (after > before)
+            beginInsertRows({}, int(before), int(after - 1));
+        const auto kept = std::min(before, after);
+        int first = -1;
+        int last = -1;
+        for (qsizetype i = 0; i < kept; ++i)
+            if (!(rows[i] == m_rows[i])) {
+                first = first < 0 ? int(i) : first;
+                last = int(i);
+            }
+        m_rows = std::move(rows);
+        if (after < before)
+            endRemoveRows();
+        else if (after > before)
+            endInsertRows();
+        if (first >= 0)
+            emit dataChanged(index(first), index(last));
+    }
+
+    bool isRow(const QModelIndex &index) const
+    {
+        return checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid);
+    }
+
+    void allRowsChanged(const QList<int> &roles)
+    {
+        if (!m_rows.isEmpty())
+            emit dataChanged(index(0), index(int(m_rows.size()) - 1), roles);
+    }
+
+private:
+    QList<Row> m_rows;
+};
+
+} // namespace cobblet

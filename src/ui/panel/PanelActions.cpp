@@ -1,0 +1,163 @@
+#include "ui/panel/PanelActions.h"
+
+#include "control/GroupActions.h"
+#include "model/ConfigManager.h"
+#include "model/Notifications.h"
+#include "platform/Dialogs.h"
+#include "platform/Workspace.h"
+#include "ui/panel/DisplayText.h"
+
+#include <QPointer>
+
+namespace cobblet {
+
+PanelActions::PanelActions(ConfigManager &config, NotificationCenter &notifications, GroupActions &groupActions,
+                           Workspace &workspace, Dialogs &dialogs, QObject *parent)
+    : QObject(parent), m_config(config), m_notifications(notifications), m_groupActions(groupActions),
+      m_workspace(workspace), m_dialogs(dialogs)
+{
+}
+
+void PanelActions::openApp(const QString &bundleID)
+{
+    if (m_groupActions.openApp(bundleID))
+        m_notifications.post(notification::closePanel);
+}
+
+void PanelActions::openAll(const QList<AppItem> &apps)
+{
+    m_groupActions.openAll(apps);
+}
+
+void PanelActions::closeAll(const QList<AppItem> &apps, CloseAll how)
+{
+    switch (how) {
+    case CloseAll::Hide:
+        return m_groupActions.hideAll(apps);
+    case CloseAll::Quit:
+        return m_groupActions.quitAll(apps);
+    case CloseAll::ForceQuit:
+        return m_groupActions.forceQuitAll(apps);
+    }
+}
+
+void PanelActions::openSettings()
+{
+    m_notifications.post(notification::openSettings);
+}
+
+QUuid PanelActions::createGroup(const QString &name, const QString &emoji)
+{
+    AppGroup group;
+    group.name = name.trimmed();
+    if (group.name.isEmpty())
+        return {};
+    group.emoji = emoji.trimmed();
+    if (group.emoji.isEmpty())
+        group.emoji = QStringLiteral("📁");
+    m_config.addGroup(group);
+    return group.id;
+}
+
+void PanelActions::chooseApps(const QUuid &group)
+{
+    FileRequest request;
+    request.title = QStringLiteral("Choose Apps");
+    request.acceptLabel = QStringLiteral("Add");
+    request.folder = m_workspace.applicationsFolder();
+    request.filters = {QStringLiteral("Applications (*.desktop *.app)")};
+    request.multiple = true;
+    m_dialogs.chooseFiles(request, [self = QPointer(this), group](const QStringList &paths) {
+        if (self)
+            self->addFiles(paths, group);
+    });
+}
+
+void PanelActions::addFiles(const QStringList &paths, const QUuid &group)
+{
+    QList<AppItem> apps;
+    QStringList refused;
+    for (const QString &path : paths) {
+        const auto application = m_workspace.applicationAt(path);
+        if (application)
+            apps.append({application.value().name, application.value().bundleID});
+        else
+            refused.append(application.error());
+    }
+    if (!apps.isEmpty())
+        m_config.addApps(apps, group);
+    if (!refused.isEmpty())
+        m_dialogs.inform(QStringLiteral("Not everything could be added."), refused.join(QLatin1Char('\n')));
+}
+
+void PanelActions::deleteGroup(const QUuid &group)
+{
+    Confirmation question;
+    question.message =
+        QStringLiteral("This removes the group and its app list. The apps themselves aren’t affected.");
+    question.acceptLabel = QStringLiteral("Delete");
+    question.cancelLabel = QStringLiteral("Cancel");
+    question.destructive = true;
+    m_dialogs.confirm(question, [self = QPointer(this), group](bool accepted) {
+        if (self && accepted)
+            self->m_config.deleteGroup(group);
+    });
+}
+
+QList<MenuItem> PanelActions::cellMenu(const CellState &cell, const AppGroup *group, const QList<AppGroup> &others)
+{
+    // The menu may outlive the rows it was made from: its entries own what they act on.
+    const QList<AppItem> one{cell.app};
+    const QString bundleID = cell.app.bundleID;
+    const auto entry = [](const QString &title, std::function<void()> action) {
+        MenuItem item;
+        item.title = title;
+        item.action = std::move(action);
+        return item;
+    };
+
+    QList<MenuItem> menu;
+    if (cell.isRunning) {
+        menu.append(entry(QStringLiteral("Show All Windows"), [this, bundleID] { openApp(bundleID); }));
+        menu.append(entry(QStringLiteral("Hide"), [this, one] { m_groupActions.hideAll(one); }));
+        menu.append(entry(QStringLiteral("Quit"), [this, one] { m_groupActions.quitAll(one); }));
+        menu.append(entry(QStringLiteral("Force Quit"), [this, one] { m_groupActions.forceQuitAll(one); }));
+    } else {
+        menu.append(entry(QStringLiteral("Open"), [this, bundleID] { openApp(bundleID); }));
+        menu.last().enabled = cell.isInstalled;
+    }
+    menu.append(entry(QStringLiteral("Show in Finder"), [this, bundleID] { m_workspace.reveal(bundleID); }));
+    menu.last().enabled = cell.isInstalled;
+    if (!group)
+        return menu;
+
+    menu.append(MenuItem{});
+    MenuItem move;
+    move.title = QStringLiteral("Move to");
+    for (const AppGroup &other : others)
+        move.children.append(
+            entry(displayText(other.name), [this, bundleID, from = group->id, to = other.id] {
+                m_config.moveApp(bundleID, from, to);
+            }));
+    move.enabled = !move.children.isEmpty();
+    menu.append(move);
+    menu.append(entry(QStringLiteral("Remove from ") + displayText(group->name),
+                      [this, bundleID, from = group->id] { m_config.removeApp(bundleID, from); }));
+    return menu;
+}
+
+QList<MenuItem> PanelActions::groupMenu(const AppGroup &group)
+{
+    MenuItem pin;
+    pin.title = group.isPinned ? QStringLiteral("Unpin") : QStringLiteral("Pin");
+    pin.symbol = group.isPinned ? QStringLiteral("pin.slash") : QStringLiteral("pin");
+    pin.action = [this, id = group.id, pinned = !group.isPinned] { m_config.setPinned(id, pinned); };
+    MenuItem remove;
+    remove.title = QStringLiteral("Delete");
+    remove.symbol = QStringLiteral("trash");
+    remove.destructive = true;
+    remove.action = [this, id = group.id] { deleteGroup(id); };
+    return {pin, remove};
+}
+
+} // namespace cobblet

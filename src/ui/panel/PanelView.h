@@ -1,0 +1,56 @@
+#pragma once
+
+#include "ui/panel/PanelTheme.h"
+#include "ui/panel/PanelViewModel.h"
+
+#include <QQmlEngine>
+
+#include <memory>
+
+class QKeyEvent;
+class QQuickView;
+class QQuickWindow;
+
+namespace cobblet {
+
+class Decorations;
+class Popovers;
+
+/// The launcher panel's content in a window of its own, not shown yet. The window is translucent; whoever
+/// shows it places it and makes it a floating panel. Main thread only.
+class PanelView : public QObject {
+    Q_OBJECT
+public:
+    explicit PanelView(const PanelDependencies &dependencies);
+    ~PanelView() override;
+
+    QQuickWindow &window();
+    PanelViewModel &model() { return m_model; }
+    Popovers &popovers() { return *m_popovers; }
+    /// The group on show, whose anchor decides where the panel opens.
+    std::optional<AppGroup> selectedGroup() const { return m_model.selectedGroup(); }
+    /// Whether the desktop blends windows: without it the glassy palettes are drawn opaque.
+    void setBlending(bool blending) { m_theme.setBlending(blending); }
+
+    /// The corner radius that the content is drawn with, in points.
+    static double cornerRadius();
+
+    /// The window's keys, modifiers and presses, before its items see them.
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void followPixelRatio();
+
+    PanelTheme m_theme;
+    PanelViewModel m_model;
+    IconProvider &m_icons;
+    QQmlEngine m_engine;
+    std::unique_ptr<Decorations> m_decorations;
+    std::unique_ptr<QQuickView> m_view;
+    std::unique_ptr<Popovers> m_popovers;
+};
+
+/// The modifier keys held once this key press or release has taken effect.
+Qt::KeyboardModifiers modifiersAfter(const QKeyEvent &event);
+
+} // namespace cobblet

@@ -1,0 +1,257 @@
+#include "ui/panel/PanelViewModel.h"
+
+#include "control/RunningAppsMonitor.h"
+#include "control/UsageTracker.h"
+#include "model/ConfigManager.h"
+#include "model/Notifications.h"
+#include "platform/Menus.h"
+#include "platform/Workspace.h"
+#include "ui/panel/PanelEngine.h"
+#include "ui/panel/PanelMetrics.h"
+
+namespace cobblet {
+
+namespace {
+
+constexpr int mostUsedLimit = 10;
+
+} // namespace
+
+PanelViewModel::PanelViewModel(const PanelDependencies &dependencies, QObject *parent)
+    : QObject(parent), m_d(dependencies),
+      m_actions(m_d.config, m_d.notifications, m_d.groupActions, m_d.workspace, m_d.dialogs), m_tiles(m_d.icons),
+      m_grid(m_d.workspace, m_d.runningApps, m_tiles)
+{
+    connect(&m_d.config, &ConfigManager::groupsChanged, this, &PanelViewModel::reload);
+    connect(&m_d.config, &ConfigManager::groupShortcutsChanged, this,
+            [this] { m_sidebar.update(m_order, m_d.config.groupShortcuts(), m_d.popupSettings.showsMostUsed()); });
+    connect(&m_d.popupSettings, &PopupSettings::changed, this, &PanelViewModel::reload);
+    const auto refreshMostUsed = [this] {
+        if (m_visible && !groupOnShow())
+            reloadContent();
+    };
+    connect(&m_d.usage, &UsageTracker::countsChanged, this, refreshMostUsed);
+    connect(&m_d.workspace, &Workspace::installedApplicationsChanged, this, refreshMostUsed);
+
+    m_d.notifications.observe(notification::selectGroupShortcut, this, [this](const QVariantMap &userInfo) {
+        selectDigit(userInfo.value(QStringLiteral("digit")).toInt());
+    });
+    m_d.notifications.observe(notification::selectGroupByID, this, [this](const QVariantMap &userInfo) {
+        const QUuid id = userInfo.value(QStringLiteral("id")).toUuid();
+        if (!id.isNull())
+            select(SidebarSelection::group(id));
+    });
+    reload();
+}
+
+PanelViewModel *PanelViewModel::create(QQmlEngine *engine, QJSEngine *)
+{
+    return providedToQml<PanelViewModel>(*engine);
+}
+
+void PanelViewModel::select(const SidebarSelection &selection)
+{
+    if (m_selection == selection)
+        return;
+    m_selection = selection;
+    reloadContent();
+}
+
+const AppGroup *PanelViewModel::groupOnShow() const
+{
+    if (const auto id = m_selection.groupID()) {
+        for (const AppGroup &group : m_order)
+            if (group.id == *id)
+                return &group;
+    } else if (m_d.popupSettings.showsMostUsed()) {
+        return nullptr;
+    }
+    // The selected tab is gone: its group was deleted, or Most Used is no longer offered.
+    return m_order.isEmpty() ? nullptr : &m_order.front();
+}
+
+std::optional<AppGroup> PanelViewModel::selectedGroup() const
+{
+    const AppGroup *group = groupOnShow();
+    return group ? std::optional(*group) : std::nullopt;
+}
+
+void PanelViewModel::selectDigit(int digit)
+{
+    if (digit < 1 || digit > 9)
+        return;
+    const QUuid mapped = m_d.config.groupShortcuts().value(digit);
+    for (const AppGroup &group : m_order)
+        if (group.id == mapped)
+            return select(SidebarSelection::group(mapped));
+    if (digit <= m_order.size())
+        select(SidebarSelection::group(m_order[digit - 1].id));
+}
+
+void PanelViewModel::reload()
+{
+    m_order = sidebarOrder(m_d.config.groups());
+    m_sidebar.update(m_order, m_d.config.groupShortcuts(), m_d.popupSettings.showsMostUsed());
+    reloadContent();
+}
+
+void PanelViewModel::reloadContent()
+{
+    const AppGroup *group = groupOnShow();
+    m_layout = m_d.popupSettings.effectiveLayout(group);
+    if (group) {
+        m_mostUsed = {};
+        m_grid.show(group->apps, true);
+    } else {
+        m_mostUsed = m_order.isEmpty() ? AppGroup() : m_d.usage.mostUsed(mostUsedLimit);
+        m_grid.show(m_mostUsed.apps, false, &m_d.usage.counts());
+    }
+    emit contentChanged();
+    postDesiredSize();
+}
+
+QSizeF PanelViewModel::desiredSize() const
+{
+    return metrics::desiredPanelSize(groupOnShow(), m_layout);
+}
+
+void PanelViewModel::postDesiredSize()
+{
+    m_d.notifications.post(notification::panelDesiredSizeChanged, {{QStringLiteral("size"), desiredSize()}});
+}
+
+int PanelViewModel::selectedRow() const
+{
+    const AppGroup *group = groupOnShow();
+    return group ? m_sidebar.rowOfGroup(group->id) : m_sidebar.rowOfMostUsed();
+}
+
+PanelViewModel::Content PanelViewModel::content() const
+{
+    if (m_order.isEmpty())
+        return Content::NoGroups;
+    return groupOnShow() || !m_mostUsed.apps.isEmpty() ? Content::Grid : Content::NoLaunches;
+}
+
+QString PanelViewModel::contentID() const
+{
+    const AppGroup *group = groupOnShow();
+    return group ? group->id.toString() : QString();
+}
+
+bool PanelViewModel::showsToolRow() const
+{
+    const AppGroup *group = groupOnShow();
+    return group ? !group->apps.isEmpty() : !m_mostUsed.apps.isEmpty();
+}
+
+void PanelViewModel::setModifiers(Qt::KeyboardModifiers modifiers)
+{
+    const bool command = modifiers.testFlag(Qt::ControlModifier);
+    const bool option = modifiers.testFlag(Qt::AltModifier);
+    if (command == m_command && option == m_option)
+        return;
+    m_command = command;
+    m_option = option;
+    emit modifiersChanged();
+}
+
+bool PanelViewModel::handleKey(int key, Qt::KeyboardModifiers modifiers)
+{
+    if (key != Qt::Key_Comma || modifiers != Qt::ControlModifier)
+        return false;
+    openSettings();
+    return true;
+}
+
+void PanelViewModel::setKeyboardFocus(bool visible)
+{
+    if (m_keyboardFocus == visible)
+        return;
+    m_keyboardFocus = visible;
+    emit keyboardFocusChanged();
+}
+
+void PanelViewModel::setVisible(bool visible)
+{
+    if (m_visible == visible)
+        return;
+    m_visible = visible;
+    setModifiers({});
+    setKeyboardFocus(false);
+    if (visible && !groupOnShow())
+        reloadContent();
+    emit shownChanged();
+}
+
+void PanelViewModel::selectRow(int row)
+{
+    if (const SidebarRow *tab = m_sidebar.row(row))
+        select(tab->isMostUsed ? SidebarSelection::mostUsed() : SidebarSelection::group(tab->groupID));
+}
+
+void PanelViewModel::toggleSidebar()
+{
+    m_sidebarExpanded = !m_sidebarExpanded;
+    emit sidebarExpandedChanged();
+}
+
+void PanelViewModel::openAll()
+{
+    const AppGroup *group = groupOnShow();
+    m_actions.openAll(group ? group->apps : m_mostUsed.apps);
+}
+
+void PanelViewModel::closeAll()
+{
+    const AppGroup *group = groupOnShow();
+    m_actions.closeAll(group ? group->apps : m_mostUsed.apps, closeAllButton(m_command, m_option).action);
+}
+
+void PanelViewModel::activateCell(int row)
+{
+    const GridCell *cell = m_grid.row(row);
+    if (!cell)
+        return;
+    if (cell->isAdd) {
+        if (const AppGroup *group = groupOnShow())
+            m_actions.chooseApps(group->id);
+    } else if (m_grid.isInstalled(cell->app.bundleID)) {
+        m_actions.openApp(cell->app.bundleID);
+    }
+}
+
+void PanelViewModel::showCellMenu(int row, const QPointF &position)
+{
+    const GridCell *cell = m_grid.row(row);
+    if (!cell || cell->isAdd)
+        return;
+    const QString &bundleID = cell->app.bundleID;
+    const AppGroup *group = groupOnShow();
+    QList<AppGroup> others;
+    if (group)
+        for (const AppGroup &other : m_order)
+            if (other.id != group->id)
+                others.append(other);
+    m_d.menus.popUp(
+        m_actions.cellMenu({cell->app, m_grid.isRunning(bundleID), m_grid.isInstalled(bundleID)}, group, others),
+        m_window, position);
+}
+
+void PanelViewModel::showGroupMenu(int row, const QPointF &position)
+{
+    const SidebarRow *tab = m_sidebar.row(row);
+    if (!tab || tab->isMostUsed)
+        return;
+    if (const AppGroup *group = m_d.config.group(tab->groupID))
+        m_d.menus.popUp(m_actions.groupMenu(*group), m_window, position);
+}
+
+void PanelViewModel::createGroup(const QString &name, const QString &emoji)
+{
+    const QUuid id = m_actions.createGroup(name, emoji);
+    if (!id.isNull())
+        select(SidebarSelection::group(id));
+}
+
+} // namespace cobblet

@@ -1,0 +1,156 @@
+#pragma once
+
+#include "model/PopupSettings.h"
+#include "ui/panel/AppGridModel.h"
+#include "ui/panel/PanelActions.h"
+#include "ui/panel/SidebarModel.h"
+#include "ui/panel/SidebarSelection.h"
+#include "ui/panel/TileImages.h"
+
+#include <QPointF>
+#include <QSizeF>
+
+class QJSEngine;
+class QQmlEngine;
+class QWindow;
+
+namespace cobblet {
+
+class Appearance;
+class IconProvider;
+class PopupSettings;
+class RunningAppsMonitor;
+class ThemeManager;
+class UsageTracker;
+
+/// Everything the launcher panel's views draw on.
+struct PanelDependencies {
+    ConfigManager &config;
+    PopupSettings &popupSettings;
+    ThemeManager &theme;
+    NotificationCenter &notifications;
+    GroupActions &groupActions;
+    RunningAppsMonitor &runningApps;
+    UsageTracker &usage;
+    IconProvider &icons;
+    Workspace &workspace;
+    Dialogs &dialogs;
+    Menus &menus;
+    Appearance &appearance;
+};
+
+/// What the launcher panel shows and what its controls do, without a window. Main thread only.
+class PanelViewModel : public QObject {
+    Q_OBJECT
+    QML_NAMED_ELEMENT(Panel)
+    QML_SINGLETON
+    Q_PROPERTY(cobblet::SidebarModel *sidebar READ sidebar CONSTANT)
+    Q_PROPERTY(cobblet::AppGridModel *grid READ grid CONSTANT)
+    Q_PROPERTY(int selectedRow READ selectedRow NOTIFY contentChanged)
+    Q_PROPERTY(Content content READ content NOTIFY contentChanged)
+    Q_PROPERTY(QString contentID READ contentID NOTIFY contentChanged)
+    Q_PROPERTY(bool showsToolRow READ showsToolRow NOTIFY contentChanged)
+    Q_PROPERTY(int columns READ columns NOTIFY contentChanged)
+    Q_PROPERTY(bool showsTitles READ showsTitles NOTIFY contentChanged)
+    Q_PROPERTY(bool sidebarExpanded READ sidebarExpanded NOTIFY sidebarExpandedChanged)
+    Q_PROPERTY(QString closeAllLabel READ closeAllLabel NOTIFY modifiersChanged)
+    Q_PROPERTY(QString closeAllSymbol READ closeAllSymbol NOTIFY modifiersChanged)
+    Q_PROPERTY(bool showsMostUsed READ showsMostUsed NOTIFY contentChanged)
+    Q_PROPERTY(bool shown READ isVisible NOTIFY shownChanged)
+    Q_PROPERTY(bool keyboardFocus READ keyboardFocus NOTIFY keyboardFocusChanged)
+public:
+    /// What the right column holds.
+    enum class Content {
+        Grid,
+        NoGroups,   ///< the store holds no group at all
+        NoLaunches, ///< Most Used before the first launch
+    };
+    Q_ENUM(Content)
+
+    explicit PanelViewModel(const PanelDependencies &dependencies, QObject *parent = nullptr);
+
+    static PanelViewModel *create(QQmlEngine *engine, QJSEngine *);
+
+    SidebarModel *sidebar() { return &m_sidebar; }
+    AppGridModel *grid() { return &m_grid; }
+    TileImages &tiles() { return m_tiles; }
+
+    SidebarSelection selection() const { return m_selection; }
+    void select(const SidebarSelection &selection);
+    /// The group on show; the first of the sidebar order when the selected one is gone, absent for Most Used.
+    std::optional<AppGroup> selectedGroup() const;
+    /// By the shortcut map, else by position in the sidebar order; a digit without a group changes nothing.
+    void selectDigit(int digit);
+
+    QSizeF desiredSize() const;
+    /// Announces the size that the panel wants to have.
+    void postDesiredSize();
+
+    int selectedRow() const;
+    Content content() const;
+    /// Changes exactly when another tab comes on show.
+    QString contentID() const;
+    bool showsToolRow() const;
+    bool showsMostUsed() const { return m_d.popupSettings.showsMostUsed(); }
+    int columns() const { return m_layout.columns; }
+    bool showsTitles() const { return m_layout.showsTitles; }
+    bool sidebarExpanded() const { return m_sidebarExpanded; }
+    QString closeAllLabel() const { return closeAllButton(m_command, m_option).label; }
+    QString closeAllSymbol() const { return closeAllButton(m_command, m_option).symbol; }
+
+    /// The keys as held now; none when the panel is hidden or has lost the keyboard.
+    void setModifiers(Qt::KeyboardModifiers modifiers);
+    /// Command with a comma opens the settings. True when the key is used up.
+    bool handleKey(int key, Qt::KeyboardModifiers modifiers);
+    /// Whether the focus is to be seen: while the keyboard, not the pointer, moves it.
+    bool keyboardFocus() const { return m_keyboardFocus; }
+    void setKeyboardFocus(bool visible);
+    /// While hidden, launch counts do not move the Most Used list.
+    void setVisible(bool visible);
+    bool isVisible() const { return m_visible; }
+    /// Menus open over this window.
+    void setWindow(QWindow *window) { m_window = window; }
+
+    Q_INVOKABLE void selectRow(int row);
+    Q_INVOKABLE void toggleSidebar();
+    Q_INVOKABLE void openSettings() { m_actions.openSettings(); }
+    Q_INVOKABLE void openAll();
+    Q_INVOKABLE void closeAll();
+    /// Opens the cell's application, or lets the user choose applications to add.
+    Q_INVOKABLE void activateCell(int row);
+    /// `position` in points from the window's top left corner.
+    Q_INVOKABLE void showCellMenu(int row, const QPointF &position);
+    Q_INVOKABLE void showGroupMenu(int row, const QPointF &position);
+    Q_INVOKABLE bool canCreateGroup(const QString &name) const { return !name.trimmed().isEmpty(); }
+    Q_INVOKABLE void createGroup(const QString &name, const QString &emoji);
+
+signals:
+    void contentChanged();
+    void sidebarExpandedChanged();
+    void modifiersChanged();
+    void keyboardFocusChanged();
+    void shownChanged();
+
+private:
+    void reload();
+    void reloadContent();
+    const AppGroup *groupOnShow() const;
+
+    PanelDependencies m_d;
+    PanelActions m_actions;
+    TileImages m_tiles;
+    SidebarModel m_sidebar;
+    AppGridModel m_grid;
+    SidebarSelection m_selection = SidebarSelection::mostUsed();
+    QList<AppGroup> m_order; ///< the groups in sidebar order
+    AppGroup m_mostUsed;
+    EffectivePopupLayout m_layout;
+    bool m_sidebarExpanded = true;
+    bool m_command = false;
+    bool m_option = false;
+    bool m_keyboardFocus = false;
+    bool m_visible = false;
+    QWindow *m_window = nullptr;
+};
+
+} // namespace cobblet

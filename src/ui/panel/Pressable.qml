@@ -1,0 +1,89 @@
+import QtQuick
+import Cobblet.Panel
+
+// A button without chrome: hover fill, focus ring, tip, and the keyboard.
+MouseArea {
+    id: area
+
+    property string label
+    property string tip
+    property color fill: CBTheme.hoverBG
+    property real corner: 6
+    property bool fills: true
+    property Item springs: null
+
+    property HoverFill decoration: null
+    property FocusRing ring: null
+    readonly property bool lit: containsMouse && fills
+    readonly property bool ringed: activeFocus && Panel.keyboardFocus
+
+    signal triggered
+    // In points of the window.
+    signal menuRequested(point position)
+
+    hoverEnabled: true
+    acceptedButtons: Qt.LeftButton | Qt.RightButton
+    preventStealing: true
+
+    Accessible.role: Accessible.Button
+    Accessible.name: label
+    Accessible.focusable: true
+    Accessible.onPressAction: triggered()
+
+    onLitChanged: {
+        if (lit && (!decoration || decoration.dying))
+            decoration = Decorations.make(Decorations.HoverFill, area, { radius: area.corner, color: area.fill, springs: area.springs }) as HoverFill;
+        if (decoration)
+            decoration.shown = lit;
+    }
+    onRingedChanged: {
+        if (ringed)
+            ring = Decorations.make(Decorations.FocusRing, area, { radius: area.corner }) as FocusRing;
+        else
+            Decorations.dismiss(ring);
+    }
+    onFillChanged: {
+        if (decoration)
+            decoration.color = fill;
+    }
+
+    onEntered: {
+        if (tip)
+            Decorations.expectTip(area, tip);
+    }
+    onExited: {
+        if (tip)
+            Decorations.closeTip();
+    }
+    onPressed: mouse => {
+        if (tip)
+            Decorations.closeTip();
+        if (mouse.button === Qt.RightButton)
+            menuRequested(mapToItem(null, mouse.x, mouse.y));
+    }
+    onClicked: mouse => {
+        if (mouse.button === Qt.LeftButton)
+            triggered();
+    }
+
+    Keys.onPressed: event => {
+        switch (event.key) {
+        case Qt.Key_Return:
+        case Qt.Key_Enter:
+        case Qt.Key_Space:
+            triggered();
+            event.accepted = true;
+            break;
+        case Qt.Key_Menu:
+            menuRequested(mapToItem(null, width / 2, height / 2));
+            event.accepted = true;
+            break;
+        case Qt.Key_F10:
+            if (event.modifiers & Qt.ShiftModifier) {
+                menuRequested(mapToItem(null, width / 2, height / 2));
+                event.accepted = true;
+            }
+            break;
+        }
+    }
+}

@@ -1,0 +1,31 @@
+import QtQuick
+import Cobblet.Panel
+
+// A push button of a sheet; the default one is filled with the accent colour.
+Pressable {
+    id: button
+
+    property bool isDefault: false
+
+    width: Math.max(72, text.implicitWidth + 28)
+    height: 28
+    fills: false
+    activeFocusOnTab: enabled
+    opacity: enabled ? 1 : 0.4
+
+    Rectangle {
+        anchors.fill: parent
+        radius: 6
+        color: button.isDefault ? CBTheme.accent : button.containsMouse ? CBTheme.hoverBG : CBTheme.fieldBG
+        border.width: button.isDefault ? 0 : 1
+        border.color: CBTheme.border
+    }
+
+    CBText {
+        id: text
+        anchors.centerIn: parent
+        text: button.label
+        color: button.isDefault ? "white" : CBTheme.text
+        font.weight: button.isDefault ? Font.DemiBold : Font.Normal
+    }
+}

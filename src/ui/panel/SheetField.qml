@@ -1,0 +1,48 @@
+import QtQuick
+import Cobblet.Panel
+
+// A text field with a rounded border.
+Rectangle {
+    id: field
+
+    property alias text: input.text
+    property alias placeholder: placeholderText.text
+    property alias input: input
+    property string label: placeholder
+    signal accepted
+
+    height: 28
+    radius: 6
+    color: CBTheme.fieldBG
+    border.width: input.activeFocus ? 2 : 1
+    border.color: input.activeFocus ? CBTheme.accent : CBTheme.border
+
+    TextInput {
+        id: input
+        x: 8
+        width: field.width - 16
+        height: field.height
+        verticalAlignment: TextInput.AlignVCenter
+        clip: true
+        activeFocusOnTab: true
+        selectByMouse: true
+        maximumLength: 200
+        color: CBTheme.text
+        selectionColor: CBTheme.accent
+        selectedTextColor: "white"
+        font.pixelSize: 13
+        Accessible.role: Accessible.EditableText
+        Accessible.name: field.label
+        onAccepted: field.accepted()
+    }
+
+    CBText {
+        id: placeholderText
+        x: 8
+        width: field.width - 16
+        height: field.height
+        verticalAlignment: Text.AlignVCenter
+        visible: input.text === "" && input.preeditText === ""
+        color: CBTheme.text3
+    }
+}

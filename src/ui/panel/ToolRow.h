@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+
+namespace cobblet {
+
+/// What the close-all button does.
+enum class CloseAll { Hide, Quit, ForceQuit };
+
+struct CloseAllButton {
+    CloseAll action;
+    QString label;
+    QString symbol;
+};
+
+/// The close-all button under the modifier keys held. Both together fall back to hiding, the least destructive
+/// action.
+inline CloseAllButton closeAllButton(bool commandPressed, bool optionPressed)
+{
+    if (commandPressed && !optionPressed)
+        return {CloseAll::ForceQuit, QStringLiteral("Force Quit All"), QStringLiteral("exclamationmark.octagon")};
+    if (optionPressed && !commandPressed)
+        return {CloseAll::Quit, QStringLiteral("Quit All"), QStringLiteral("xmark")};
+    return {CloseAll::Hide, QStringLiteral("Hide All"), QStringLiteral("eye.slash")};
+}
+
+} // namespace cobblet

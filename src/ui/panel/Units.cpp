@@ -1,0 +1,52 @@
+#include "ui/panel/Units.h"
+
+#include <QFontDatabase>
+#include <QGuiApplication>
+#include <QScreen>
+
+#include <cmath>
+#include <numbers>
+
+namespace cobblet {
+
+double Units::springProgress(double seconds)
+{
+    constexpr double response = 0.22;
+    constexpr double damping = 0.55;
+    const double omega = 2 * std::numbers::pi / response;
+    const double decay = damping * omega;
+    const double ringing = omega * std::sqrt(1 - damping * damping);
+    return 1 - std::exp(-decay * seconds) * (std::cos(ringing * seconds) + decay / ringing * std::sin(ringing * seconds));
+}
+
+QEasingCurve Units::spring()
+{
+    QEasingCurve curve;
+    curve.setCustomType([](qreal progress) {
+        return progress >= 1 ? 1.0 : springProgress(progress * springMilliseconds / 1000.0);
+    });
+    return curve;
+}
+
+QString Units::fixedFont()
+{
+    return QFontDatabase::systemFont(QFontDatabase::FixedFont).family();
+}
+
+QFont Units::emojiFont()
+{
+    QFont font;
+    font.setFamilies({QStringLiteral("Noto Color Emoji"), QStringLiteral("Apple Color Emoji"),
+                      QStringLiteral("emoji"), font.family()});
+    font.setPixelSize(16);
+    return font;
+}
+
+double Units::titlePointSize()
+{
+    const QScreen *screen = QGuiApplication::primaryScreen();
+    const double dotsPerInch = screen ? screen->logicalDotsPerInchY() : 96;
+    return 11.5 * 72 / dotsPerInch;
+}
+
+} // namespace cobblet

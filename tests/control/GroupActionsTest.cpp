@@ -1,0 +1,150 @@
+#include "control/GroupActions.h"
+#include "control/UsageTracker.h"
+#include "support/FakeDesktop.h"
+#include "support/VirtualScheduler.h"
+
+#include <QTemporaryDir>
+
+#include <gmock/gmock.h>
+
+namespace cobblet {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+
+QList<AppItem> items(std::initializer_list<const char *> ids)
+{
+    QList<AppItem> apps;
+    for (const char *id : ids)
+        apps.append({QLatin1String(id), QLatin1String(id)});
+    return apps;
+}
+
+class GroupActionsTest : public testing::Test {
+protected:
+    void run(const char *id, qint64 pid) { running.running.append({QLatin1String(id), pid}); }
+    std::vector<std::string> lines() const
+    {
+        std::vector<std::string> result;
+        for (const QString &line : log)
+            result.push_back(line.toStdString());
+        return result;
+    }
+
+    QTemporaryDir folder;
+    test::Log log;
+    test::VirtualScheduler scheduler;
+    test::FakeWorkspace workspace{&log};
+    test::FakeRunningApplications running{&log};
+    test::FakeWindowAccess windows{&log};
+    test::FakeDefaults defaults;
+    UsageTracker usage{folder.path(), running, workspace, scheduler};
+    std::unique_ptr<GroupActions> actions =
+        std::make_unique<GroupActions>(workspace, running, windows, usage, defaults, scheduler);
+};
+
+TEST_F(GroupActionsTest, BringsTheFirstRunningInstanceForwardAndCountsIt)
+{
+    run("org.b", 1);
+    run("org.a", 2);
+    run("org.a", 3);
+    EXPECT_TRUE(actions->openApp(QStringLiteral("org.a")));
+    EXPECT_THAT(lines(), ElementsAre("unhide org.a 2", "unminimize org.a", "reopen org.a", "activate org.a 2"));
+    EXPECT_EQ(usage.counts().value(QStringLiteral("org.a")), 1);
+}
+
+TEST_F(GroupActionsTest, LaunchesWhatIsInstalledWithoutCountingItTwice)
+{
+    workspace.install(QStringLiteral("org.a"));
+    EXPECT_TRUE(actions->openApp(QStringLiteral("org.a")));
+    EXPECT_THAT(lines(), ElementsAre("open org.a"));
+    EXPECT_TRUE(usage.counts().isEmpty()) << "the launch signal will count it";
+}
+
+TEST_F(GroupActionsTest, OpensNothingForAnIdentifierOfNoApplication)
+{
+    run("", 7); // a process that is no application has no identifier either
+    for (const char *id : {"org.gone", "", "ORG.A"})
+        EXPECT_FALSE(actions->openApp(QLatin1String(id))) << id;
+    EXPECT_TRUE(log.isEmpty());
+}
+
+TEST_F(GroupActionsTest, WellKnownIdentifiersMeanThisDesktopsCounterpart)
+{
+    workspace.aliases[QStringLiteral("com.apple.mail")] = QStringLiteral("org.mailer");
+    run("org.mailer", 4);
+    EXPECT_TRUE(actions->openApp(QStringLiteral("com.apple.mail")));
+    actions->hideAll(items({"com.apple.mail"}));
+    EXPECT_THAT(lines(), ElementsAre("unhide org.mailer 4", "unminimize org.mailer", "reopen org.mailer",
+                                     "activate org.mailer 4", "hide org.mailer 4"));
+    EXPECT_EQ(usage.counts().keys(), QStringList{QStringLiteral("org.mailer")});
+}
+
+TEST_F(GroupActionsTest, AsksForTrustOnceInTheLifeOfTheInstallation)
+{
+    windows.trusted = false;
+    run("org.a", 1);
+    actions->openApp(QStringLiteral("org.a"));
+    EXPECT_THAT(lines(), ElementsAre("unhide org.a 1", "reopen org.a", "activate org.a 1"));
+    actions->openApp(QStringLiteral("org.a"));
+    EXPECT_EQ(windows.prompts, 1);
+    EXPECT_EQ(defaults.stored.value(QStringLiteral("didPromptAccessibility")), QVariant(true));
+
+    GroupActions nextRun(workspace, running, windows, usage, defaults, scheduler);
+    nextRun.openApp(QStringLiteral("org.a"));
+    EXPECT_EQ(windows.prompts, 1);
+}
+
+TEST_F(GroupActionsTest, OpenAllStaggersTheOpens)
+{
+    for (const char *id : {"a", "b", "c"})
+        workspace.install(QLatin1String(id));
+    actions->openAll({});
+    EXPECT_EQ(scheduler.pending(), 0);
+
+    actions->openAll(items({"a", "b", "c"}));
+    EXPECT_TRUE(log.isEmpty()) << "even the first opens on the event loop, not within the call";
+    scheduler.advance(0ms);
+    EXPECT_EQ(workspace.opened.size(), 1);
+    scheduler.advance(79ms);
+    EXPECT_EQ(workspace.opened.size(), 1);
+    scheduler.advance(1ms);
+    EXPECT_EQ(workspace.opened.size(), 2);
+    scheduler.advance(80ms);
+    EXPECT_THAT(lines(), ElementsAre("open a", "open b", "open c"));
+}
+
+TEST_F(GroupActionsTest, OpensThatAreStillToComeEndWithTheObject)
+{
+    workspace.install(QStringLiteral("a"));
+    actions->openAll(items({"a"}));
+    actions.reset();
+    scheduler.advance(1s);
+    EXPECT_TRUE(log.isEmpty());
+}
+
+TEST_F(GroupActionsTest, MessagesReachEveryInstanceOnceInTheSystemsOrder)
+{
+    run("z", 1);
+    run("", 2);
+    run("a", 3);
+    run("other", 4);
+    run("z", 5);
+    const QList<AppItem> apps = items({"a", "z", "z", "", "gone"});
+
+    struct Row {
+        void (GroupActions::*verb)(const QList<AppItem> &);
+        const char *message;
+    };
+    for (const Row &row : {Row{&GroupActions::hideAll, "hide"}, Row{&GroupActions::quitAll, "terminate"},
+                           Row{&GroupActions::forceQuitAll, "forceTerminate"}}) {
+        log.clear();
+        ((*actions).*row.verb)(apps);
+        const std::string m = row.message;
+        EXPECT_THAT(lines(), ElementsAre(m + " z 1", m + " a 3", m + " z 5"));
+    }
+}
+
+} // namespace
+} // namespace cobblet

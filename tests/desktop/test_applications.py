@@ -1,0 +1,151 @@
+"""Opening, hiding, quitting and killing real applications from the panel."""
+
+from cobblet import ICON, TOOLS, CobbletCase
+
+WINDOWS = ["XTerm", "XCalc", "XClock", "Galculator"]
+OPEN_ALL, CLOSE_ALL = 0, 1
+
+
+class OneApplication(CobbletCase):
+    def launch(self, cobblet, index, digit=1, columns=3, name=None):
+        cobblet.show()
+        cobblet.select(digit)
+        cobblet.click_cell(index, columns)
+        window = self.desktop.wait_window(name or WINDOWS[index])
+        cobblet.wait_hidden()
+        return window
+
+    def test_a_click_launches_each_application_and_closes_the_panel(self):
+        cobblet = self.start()
+        cobblet.wait_painted()
+        for index, name in enumerate(WINDOWS):
+            with self.subTest(name):
+                window = self.launch(cobblet, index)
+                if window.takes_keyboard():
+                    self.desktop.wait(lambda: self.desktop.focused() == window, f"{name} to have the keyboard")
+
+    def test_a_second_click_brings_forward_and_unminimises_without_a_second_start(self):
+        cobblet = self.start()
+        cobblet.wait_painted()
+        calculator, clock = self.launch(cobblet, 1), self.launch(cobblet, 2)
+        self.desktop.wait(lambda: self.desktop.on_top(clock, calculator), "the clock on top")
+        self.assertEqual(self.launch(cobblet, 1), calculator)
+        self.desktop.wait(lambda: self.desktop.on_top(calculator, clock), "the calculator on top")
+        self.desktop.minimise(calculator)
+        self.assertEqual(self.launch(cobblet, 1), calculator)
+        self.desktop.wait(lambda: calculator.viewable() and self.desktop.focused() == calculator,
+                          "the calculator back with the keyboard")
+        self.assertEqual([window.name for window in self.desktop.windows()].count("XCalc"), 1)
+
+    def test_the_running_dot_comes_and_goes_with_the_application(self):
+        cobblet = self.start()
+        cobblet.wait_painted()
+        cobblet.select(1)
+        strip = cobblet.below_icon(1)
+        without = self.desktop.picture(strip)
+        environment = {**cobblet.environment, "GIO_LAUNCHED_DESKTOP_FILE": ""}
+        self.desktop.start(["xcalc"], environment=environment)
+        window = self.desktop.wait_window("XCalc")
+        cobblet.show()
+        cobblet.select(1)
+        dot = self.desktop.wait(lambda: self.desktop.picture(strip).changed(without), "the dot")
+        self.assertEqual((dot.width, dot.height), (5, 5))
+        self.assertAlmostEqual(dot.x + dot.width / 2, cobblet.cell(1)[0], delta=2)
+        self.assertGreaterEqual(dot.y, cobblet.cell(1)[1] + ICON // 2 - 1)
+        window.handle.kill_client()
+        self.desktop.display.sync()
+        self.desktop.wait(lambda: not self.desktop.picture(strip).changed(without), "the dot to go")
+
+    def test_killing_the_program_leaves_what_it_launched_running(self):
+        cobblet = self.start()
+        cobblet.wait_painted()
+        windows = [self.launch(cobblet, index) for index in (0, 1)]
+        cobblet.kill()
+        self.assertTrue(self.desktop.holds(lambda: all(window.viewable() for window in windows)))
+
+    def test_an_application_that_ignores_the_close_request_stays_alive_and_listed(self):
+        cobblet = self.start()
+        cobblet.wait_painted()
+        window = self.launch(cobblet, 0, digit=2, columns=6, name="Stubborn")
+        cobblet.show()
+        cobblet.select(2)
+        strip = cobblet.below_icon(0, columns=6)
+        listed = self.desktop.picture(strip)
+        self.assertGreater(listed.colours(), 1, "the dot is shown")
+        with self.desktop.holding("Alt_L"):
+            cobblet.wait_painted()
+            cobblet.click_tool(CLOSE_ALL)
+        self.desktop.wait(lambda: window.property("_TEST_CLOSE_REQUESTS"), "the request to close")
+        self.assertTrue(self.desktop.holds(window.viewable))
+        self.assertEqual(list(window.property("_TEST_CLOSE_REQUESTS")), [1])
+        cobblet.show()
+        cobblet.select(2)
+        self.assertIsNone(self.desktop.picture(strip).changed(listed))
+
+
+class WholeGroup(CobbletCase):
+    def open_all(self, cobblet):
+        cobblet.wait_painted()
+        cobblet.select(1)
+        cobblet.click_tool(OPEN_ALL)
+        windows = [self.desktop.wait_window(name) for name in WINDOWS]
+        self.desktop.start(["xeyes"])
+        self.outsider = self.desktop.wait_window("XEyes")
+        return windows
+
+    def close_all(self, cobblet, *modifiers):
+        cobblet.show()
+        cobblet.select(1)
+        plain = self.desktop.picture(cobblet.tool_buttons()[CLOSE_ALL])
+        if not modifiers:
+            cobblet.click_tool(CLOSE_ALL)
+            return
+        with self.desktop.holding(modifiers[0]):
+            self.desktop.wait(lambda: self.desktop.picture(plain.rect).changed(plain), "the button's other label")
+            if len(modifiers) > 1:
+                with self.desktop.holding(modifiers[1]):
+                    self.desktop.wait(lambda: not self.desktop.picture(plain.rect).changed(plain), "Hide All again")
+                    cobblet.click_tool(CLOSE_ALL)
+            else:
+                cobblet.click_tool(CLOSE_ALL)
+
+    def test_open_all_opens_every_application(self):
+        self.assertEqual(len(self.open_all(self.start())), len(TOOLS["apps"]))
+
+    def test_hide_all_hides_the_group_and_nothing_else(self):
+        for modifiers in ((), ("Control_L", "Alt_L")):
+            with self.subTest(modifiers):
+                cobblet = self.start()
+                windows = self.open_all(cobblet)
+                self.close_all(cobblet, *modifiers)
+                for window in windows:
+                    self.desktop.wait(window.minimised, f"{window} to be hidden")
+                self.assertTrue(self.outsider.viewable())
+                self.finish(cobblet)
+                self.desktop.close_applications()
+
+    def test_quit_all_asks_and_force_quit_all_kills(self):
+        for modifier in ("Alt_L", "Control_L"):
+            with self.subTest(modifier):
+                cobblet = self.start()
+                self.open_all(cobblet)
+                self.close_all(cobblet, modifier)
+                for name in WINDOWS:
+                    self.desktop.wait_no_window(name)
+                self.assertTrue(self.outsider.viewable())
+                self.finish(cobblet)
+                self.desktop.close_applications()
+
+    def test_force_quit_ends_an_application_that_ignores_the_close_request(self):
+        cobblet = self.start()
+        cobblet.wait_painted()
+        cobblet.select(2)
+        cobblet.click_cell(0, columns=6)
+        self.desktop.wait_window("Stubborn")
+        cobblet.wait_hidden()
+        cobblet.show()
+        cobblet.select(2)
+        with self.desktop.holding("Control_L"):
+            cobblet.wait_painted()
+            cobblet.click_tool(CLOSE_ALL)
+        self.desktop.wait_no_window("Stubborn")

@@ -1,0 +1,276 @@
+#include "platform/freedesktop/DBusInstance.h"
+#include "platform/freedesktop/DBusNotifications.h"
+#include "platform/freedesktop/PortalAppearance.h"
+#include "platform/freedesktop/SessionBus.h"
+#include "support/TemporaryHome.h"
+
+#include <QDBusArgument>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusVariant>
+#include <QDBusVirtualObject>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QDir>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <signal.h>
+
+using namespace cobblet;
+
+namespace {
+
+const QString identifier = QStringLiteral("com.example.cobblet-test");
+
+/// A session bus of its own for each test.
+class BusTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        m_daemon.start(QStringLiteral("dbus-daemon"),
+                       {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address")});
+        ASSERT_TRUE(m_daemon.waitForReadyRead(10'000)) << "dbus-daemon does not start";
+        qputenv("DBUS_SESSION_BUS_ADDRESS", m_daemon.readLine().trimmed());
+    }
+    void TearDown() override
+    {
+        m_daemon.kill();
+        m_daemon.waitForFinished();
+        qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    }
+
+    test::TemporaryHome m_home;
+    QProcess m_daemon;
+};
+
+class NoBusTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "autolaunch:");
+        qputenv("XDG_RUNTIME_DIR", "/nonexistent");
+    }
+    void TearDown() override { qunsetenv("DBUS_SESSION_BUS_ADDRESS"); }
+};
+
+/// Another process that has claimed the identifier or tried to.
+class Claimer {
+public:
+    explicit Claimer(const QStringList &environment = {})
+    {
+        m_process.setEnvironment(QProcess::systemEnvironment() + environment);
+        m_process.start(QStringLiteral(PLATFORM_HELPER), {QStringLiteral("claim"), identifier});
+    }
+    ~Claimer()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+
+    QString line()
+    {
+        // The event loop turns meanwhile: the other process may be waiting for an answer from this one.
+        QElapsedTimer clock;
+        for (clock.start(); !m_process.canReadLine() && clock.elapsed() < 10'000;)
+            QTest::qWait(2);
+        return QString::fromLocal8Bit(m_process.readLine()).trimmed();
+    }
+    qint64 pid() const { return m_process.processId(); }
+
+private:
+    QProcess m_process;
+};
+
+TEST_F(BusTest, ALaterStartReachesTheFirstOneWithItsToken)
+{
+    SessionBus bus;
+    DBusInstance first(bus, identifier);
+    QSignalSpy reopened(&first, &Instance::reopen);
+    ASSERT_EQ(first.claim(), Instance::Role::First);
+    EXPECT_EQ(reopened.size(), 0);
+
+    EXPECT_EQ(Claimer({QStringLiteral("DESKTOP_STARTUP_ID=launch-1_TIME77")}).line(), QStringLiteral("handed over"));
+    EXPECT_EQ(Claimer({QStringLiteral("XDG_ACTIVATION_TOKEN=token")}).line(), QStringLiteral("handed over"));
+    EXPECT_EQ(Claimer().line(), QStringLiteral("handed over"));
+    ASSERT_EQ(reopened.size(), 3);
+    EXPECT_EQ(reopened[0][0].toString(), QStringLiteral("launch-1_TIME77"));
+    EXPECT_EQ(reopened[1][0].toString(), QStringLiteral("token"));
+    EXPECT_EQ(reopened[2][0].toString(), QString());
+}
+
+TEST_F(BusTest, TheNameIsFreeAgainWhenTheFirstOneEnds)
+{
+    {
+        Claimer other;
+        ASSERT_EQ(other.line(), QStringLiteral("first"));
+        SessionBus bus;
+        EXPECT_EQ(DBusInstance(bus, identifier).claim(), Instance::Role::HandedOver);
+        EXPECT_EQ(other.line(), QStringLiteral("reopen"));
+    }
+    SessionBus bus;
+    EXPECT_EQ(DBusInstance(bus, identifier).claim(), Instance::Role::First);
+}
+
+TEST_F(BusTest, AFirstInstanceThatHangsIsNotWaitedForLong)
+{
+    Claimer hung;
+    ASSERT_EQ(hung.line(), QStringLiteral("first"));
+    ::kill(pid_t(hung.pid()), SIGSTOP);
+    QElapsedTimer clock;
+    clock.start();
+    SessionBus bus;
+    EXPECT_EQ(DBusInstance(bus, identifier, std::chrono::milliseconds(200)).claim(), Instance::Role::HandedOver);
+    EXPECT_LT(clock.elapsed(), 2'000);
+    ::kill(pid_t(hung.pid()), SIGCONT);
+    EXPECT_EQ(hung.line(), QStringLiteral("reopen")) << "it gets the request when it goes on";
+}
+
+TEST_F(BusTest, RequestsItDoesNotUnderstandAreErrors)
+{
+    SessionBus bus;
+    DBusInstance instance(bus, identifier);
+    QSignalSpy reopened(&instance, &Instance::reopen);
+    ASSERT_EQ(instance.claim(), Instance::Role::First);
+    SessionBus other;
+    const QVariantMap data;
+    const auto answerTo = [&](const QString &method, const QVariantList &arguments) {
+        QDBusMessage call = QDBusMessage::createMethodCall(identifier, DBusInstance::objectPath(identifier),
+                                                           QStringLiteral("org.freedesktop.Application"), method);
+        call.setArguments(arguments);
+        QDBusPendingCallWatcher watcher(other.connection().asyncCall(call));
+        QSignalSpy(&watcher, &QDBusPendingCallWatcher::finished).wait(5'000);
+        return watcher.reply().type();
+    };
+    EXPECT_EQ(answerTo(QStringLiteral("Activate"), {}), QDBusMessage::ErrorMessage);
+    EXPECT_EQ(answerTo(QStringLiteral("Activate"), {1}), QDBusMessage::ErrorMessage);
+    EXPECT_EQ(answerTo(QStringLiteral("Quit"), {}), QDBusMessage::ErrorMessage);
+    EXPECT_EQ(answerTo(QStringLiteral("Open"), {QStringList{QStringLiteral("x:y")}, data}), QDBusMessage::ErrorMessage);
+    EXPECT_EQ(reopened.size(), 0);
+    EXPECT_EQ(answerTo(QStringLiteral("Activate"), {data}), QDBusMessage::ReplyMessage);
+    EXPECT_EQ(reopened.size(), 1);
+
+    QStringList opened;
+    instance.setUrlHandler([&](const QStringList &urls) { opened = urls; });
+    EXPECT_EQ(answerTo(QStringLiteral("Open"), {QStringList{QStringLiteral("x:y")}, data}), QDBusMessage::ReplyMessage);
+    EXPECT_EQ(opened, QStringList{QStringLiteral("x:y")});
+    instance.setActionHandler([](const QString &action, const QVariantList &) { return action == QLatin1String("known"); });
+    EXPECT_EQ(answerTo(QStringLiteral("ActivateAction"), {QStringLiteral("known"), QVariantList(), data}),
+              QDBusMessage::ReplyMessage);
+    EXPECT_EQ(answerTo(QStringLiteral("ActivateAction"), {QStringLiteral("other"), QVariantList(), data}),
+              QDBusMessage::ErrorMessage);
+}
+
+TEST_F(BusTest, NotificationsReachEveryProcessTheSenderIncluded)
+{
+    SessionBus oneBus, twoBus;
+    DBusNotifications one(oneBus), two(twoBus);
+    QSignalSpy seenByOne(&one, &DistributedNotifications::received);
+    QSignalSpy seenByTwo(&two, &DistributedNotifications::received);
+    ASSERT_TRUE(one.post(QStringLiteral("com.cobblet.repaintTile"), QStringLiteral("ID")));
+    for (QSignalSpy *seen : {&seenByOne, &seenByTwo}) {
+        ASSERT_TRUE(!seen->isEmpty() || seen->wait(2'000));
+        EXPECT_EQ(seen->size(), 1);
+        EXPECT_EQ(seen->constFirst(), (QVariantList{QStringLiteral("com.cobblet.repaintTile"), QStringLiteral("ID")}));
+    }
+    EXPECT_FALSE(one.post(QStringLiteral("name"), QString(5'000, QLatin1Char('x'))));
+}
+
+/// Answers as the settings portal does.
+class FakePortal : public QDBusVirtualObject {
+public:
+    explicit FakePortal(QDBusConnection &bus) : m_bus(bus)
+    {
+        m_bus.registerVirtualObject(QStringLiteral("/org/freedesktop/portal/desktop"), this);
+        m_bus.registerService(QStringLiteral("org.freedesktop.portal.Desktop"));
+    }
+    QString introspect(const QString &) const override { return {}; }
+    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
+    {
+        if (message.member() != QLatin1String("Read"))
+            return false;
+        QVariant value = scheme;
+        if (message.arguments().value(1).toString() == QLatin1String("accent-color")) {
+            QDBusArgument color;
+            color.beginStructure();
+            color << accent[0] << accent[1] << accent[2];
+            color.endStructure();
+            value = QVariant::fromValue(color);
+        }
+        const QVariant inner = QVariant::fromValue(QDBusVariant(value));
+        return connection.send(message.createReply(QVariant::fromValue(QDBusVariant(inner))));
+    }
+    void announce()
+    {
+        QDBusMessage signal = QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/portal/desktop"),
+                                                         QStringLiteral("org.freedesktop.portal.Settings"),
+                                                         QStringLiteral("SettingChanged"));
+        signal.setArguments({QStringLiteral("org.freedesktop.appearance"), QStringLiteral("color-scheme"),
+                             QVariant::fromValue(QDBusVariant(scheme))});
+        m_bus.send(signal);
+    }
+
+    QVariant scheme = 1u;
+    double accent[3] = {1, 0.5, 0};
+
+private:
+    QDBusConnection &m_bus;
+};
+
+TEST_F(BusTest, AppearanceFollowsThePortal)
+{
+    SessionBus portalBus, bus;
+    FakePortal portal(portalBus.connection());
+    PortalAppearance appearance(bus);
+    QSignalSpy changed(&appearance, &Appearance::changed);
+    EXPECT_FALSE(appearance.isDark()) << "the guess, before the answer";
+    const auto settles = [&](const auto &condition) { return QTest::qWaitFor(condition, 2'000); };
+    EXPECT_TRUE(settles([&] { return appearance.isDark() && appearance.accentColor() == QColor::fromRgbF(1, 0.5, 0); }));
+
+    portal.scheme = 2u;
+    portal.accent[0] = -1; // out of range: no colour chosen
+    portal.announce();
+    EXPECT_TRUE(settles([&] { return !appearance.isDark() && appearance.accentColor() == QColor(0, 122, 255); }));
+    portal.scheme = 1u;
+    portal.announce();
+    EXPECT_TRUE(settles([&] { return appearance.isDark(); }));
+    portal.scheme = 0u;
+    portal.announce();
+    EXPECT_TRUE(settles([&] { return !appearance.isDark(); }));
+    const qsizetype before = changed.size();
+    portal.scheme = QStringLiteral("dark"); // of another type than the standard says
+    portal.announce();
+    QTest::qWait(100);
+    EXPECT_EQ(changed.size(), before);
+}
+
+TEST_F(BusTest, WithoutAPortalTheToolkitsSettingsDecide)
+{
+    QDir().mkpath(m_home.path(QStringLiteral(".config/gtk-3.0")));
+    QFile settings(m_home.path(QStringLiteral(".config/gtk-3.0/settings.ini")));
+    ASSERT_TRUE(settings.open(QIODevice::WriteOnly));
+    settings.write("[Settings]\ngtk-application-prefer-dark-theme = true\n");
+    settings.close();
+    SessionBus bus;
+    const PortalAppearance appearance(bus);
+    QTest::qWait(50);
+    EXPECT_TRUE(appearance.isDark());
+}
+
+TEST_F(NoBusTest, EverythingStandsAlone)
+{
+    SessionBus bus;
+    DBusInstance instance(bus, identifier);
+    EXPECT_EQ(instance.claim(), Instance::Role::First);
+    DBusNotifications notifications(bus);
+    QSignalSpy received(&notifications, &DistributedNotifications::received);
+    const Status posted = notifications.post(QStringLiteral("name"), QStringLiteral("object"));
+    EXPECT_FALSE(posted);
+    EXPECT_FALSE(posted.error().isEmpty());
+    EXPECT_FALSE(PortalAppearance(bus).isDark());
+}
+
+} // namespace

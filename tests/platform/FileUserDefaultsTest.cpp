@@ -1,0 +1,326 @@
+#include "platform/freedesktop/FileUserDefaults.h"
+#include "platform/freedesktop/PlistDomain.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtEndian>
+
+#include <gtest/gtest.h>
+#include <plist/plist.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <limits>
+
+using namespace cobblet;
+
+namespace {
+
+const QString domain = QStringLiteral("com.example.test");
+
+class FileUserDefaultsTest : public testing::Test {
+protected:
+    QString folder() const { return m_home.filePath(QStringLiteral("config/cobblet")); }
+    QString file() const { return folder() + QLatin1Char('/') + domain + QStringLiteral(".plist"); }
+    void put(const QByteArray &bytes) const
+    {
+        QDir().mkpath(folder());
+        QFile out(file());
+        ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+        out.write(bytes);
+    }
+    QStringList setAside() const
+    {
+        return QDir(folder()).entryList({QStringLiteral("*.corrupt-*")}, QDir::AllEntries);
+    }
+    std::unique_ptr<FileUserDefaults> open() const { return std::make_unique<FileUserDefaults>(folder(), domain); }
+
+    QTemporaryDir m_home;
+};
+
+QByteArray binaryPlist(plist_t root)
+{
+    char *bytes = nullptr;
+    uint32_t length = 0;
+    plist_to_bin(root, &bytes, &length);
+    const QByteArray result(bytes, length);
+    plist_to_bin_free(bytes);
+    plist_free(root);
+    return result;
+}
+
+/// A dictionary whose `references` keys all name one data object of `size` bytes.
+QByteArray amplifier(int references, int size)
+{
+    QByteArray bytes("bplist00");
+    std::vector<quint32> offsets;
+    const auto begin = [&] { offsets.push_back(quint32(bytes.size())); };
+    const auto count = [&](int marker, int n) {
+        bytes.append(char(marker | 0xF)).append(char(0x12));
+        const quint32 big = qToBigEndian(quint32(n));
+        bytes.append(reinterpret_cast<const char *>(&big), 4);
+    };
+    const auto word = [&](quint32 n) {
+        n = qToBigEndian(n);
+        bytes.append(reinterpret_cast<const char *>(&n), 4);
+    };
+    begin();
+    count(0xD0, references);
+    for (int i = 0; i < references; ++i)
+        word(quint32(2 + i));
+    for (int i = 0; i < references; ++i)
+        word(1);
+    begin();
+    count(0x40, size);
+    bytes.append(QByteArray(size, 'x'));
+    for (int i = 0; i < references; ++i) {
+        begin();
+        const QByteArray key = QByteArray::number(10000 + i);
+        bytes.append(char(0x50 | key.size())).append(key);
+    }
+    const auto table = quint32(bytes.size());
+    for (const quint32 offset : offsets)
+        word(offset);
+    bytes.append(6, '\0').append(char(4)).append(char(4));
+    for (const quint32 n : {quint32(offsets.size()), 0u, table}) {
+        word(0);
+        word(n);
+    }
+    return bytes;
+}
+
+TEST_F(FileUserDefaultsTest, EveryTypeSurvivesTheFile)
+{
+    const QList<QVariant> values{
+        true, false, qint64(0), qint64(1), qint64(-3), qint64(300), std::numeric_limits<qint64>::max(),
+        std::numeric_limits<qint64>::min(), 0.1, -1e300, QString(), QStringLiteral("plain"),
+        QStringLiteral("👩‍💻 “é” مرحبا"), QStringLiteral("a") + QChar() + QStringLiteral("b"), QString(100'000, QLatin1Char('s')), QByteArray(), QByteArray("\0\xff\x01", 3),
+        QByteArray(5'000'000, '{')};
+    auto writer = open();
+    for (qsizetype i = 0; i < values.size(); ++i)
+        ASSERT_TRUE(writer->set(QStringLiteral("k%1").arg(i), values[i]));
+    const auto reader = open();
+    for (qsizetype i = 0; i < values.size(); ++i) {
+        const QString key = QStringLiteral("k%1").arg(i);
+        for (const FileUserDefaults *each : {writer.get(), reader.get()}) {
+            const auto read = each->object(key);
+            ASSERT_TRUE(read) << i;
+            EXPECT_EQ(read->metaType(), values[i].metaType()) << i;
+            EXPECT_EQ(*read, values[i]) << i;
+        }
+    }
+}
+
+TEST(PlistDomain, SpeaksTheCommonFormat)
+{
+    plist_t theirs = plist_new_dict();
+    plist_dict_set_item(theirs, "flag", plist_new_bool(1));
+    plist_dict_set_item(theirs, "minus", plist_new_uint(uint64_t(-3)));
+    plist_dict_set_item(theirs, "number", plist_new_uint(70'000));
+    plist_dict_set_item(theirs, "real", plist_new_real(0.25));
+    plist_dict_set_item(theirs, "text", plist_new_string("wörter"));
+    plist_dict_set_item(theirs, "long", plist_new_string(QByteArray(300, 'x').constData()));
+    plist_dict_set_item(theirs, "data", plist_new_data("\0\1", 2));
+    const auto ours = PlistDomain::decode(binaryPlist(theirs));
+    ASSERT_TRUE(ours);
+    const QMap<QString, QVariant> expected{
+        {QStringLiteral("flag"), true}, {QStringLiteral("minus"), qint64(-3)}, {QStringLiteral("number"), qint64(70'000)},
+        {QStringLiteral("real"), 0.25}, {QStringLiteral("text"), QStringLiteral("wörter")},
+        {QStringLiteral("long"), QString(300, QLatin1Char('x'))}, {QStringLiteral("data"), QByteArray("\0\1", 2)}};
+    EXPECT_EQ(ours.value().values(), expected);
+
+    // And the library reads what is written here: it writes it again as it was.
+    const QByteArray written = ours.value().encode();
+    plist_t read = nullptr;
+    plist_from_memory(written.constData(), uint32_t(written.size()), &read);
+    ASSERT_TRUE(read);
+    const auto back = PlistDomain::decode(binaryPlist(read));
+    ASSERT_TRUE(back);
+    EXPECT_EQ(back.value().values(), expected);
+}
+
+TEST_F(FileUserDefaultsTest, WhatCannotBeStoredIsRefused)
+{
+    auto defaults = open();
+    for (const QVariant &value : {QVariant(), QVariant(QStringList{QStringLiteral("a")}),
+                                  QVariant(QVariantMap())})
+        EXPECT_FALSE(defaults->set(QStringLiteral("key"), value));
+    EXPECT_FALSE(defaults->contains(QStringLiteral("key")));
+}
+
+TEST_F(FileUserDefaultsTest, RegisteredDefaultsShowThroughAndAreNotStored)
+{
+    auto defaults = open();
+    defaults->registerDefault(QStringLiteral("glassy"), true);
+    EXPECT_TRUE(defaults->boolean(QStringLiteral("glassy")));
+    EXPECT_FALSE(defaults->contains(QStringLiteral("glassy")));
+    ASSERT_TRUE(defaults->set(QStringLiteral("glassy"), false));
+    EXPECT_FALSE(defaults->boolean(QStringLiteral("glassy")));
+    ASSERT_TRUE(defaults->remove(QStringLiteral("glassy")));
+    EXPECT_TRUE(defaults->boolean(QStringLiteral("glassy")));
+    EXPECT_FALSE(open()->object(QStringLiteral("glassy")));
+}
+
+TEST_F(FileUserDefaultsTest, AChangeIsToldOnceAndAtOnce)
+{
+    auto defaults = open();
+    QSignalSpy changes(defaults.get(), &UserDefaults::didChange);
+    ASSERT_TRUE(defaults->set(QStringLiteral("a"), 1));
+    EXPECT_EQ(changes.size(), 1);
+    ASSERT_TRUE(defaults->set(QStringLiteral("a"), 1)) << "the same value again";
+    changes.wait(250);
+    EXPECT_EQ(changes.size(), 1) << "our own write came back from the watch";
+}
+
+TEST_F(FileUserDefaultsTest, TwoOpenDomainsFollowEachOther)
+{
+    auto one = open();
+    auto two = open();
+    QSignalSpy seenByTwo(two.get(), &UserDefaults::didChange);
+    ASSERT_TRUE(one->set(QStringLiteral("large"), QByteArray(100'000, 'a')));
+    ASSERT_TRUE(seenByTwo.wait(200));
+    EXPECT_EQ(two->data(QStringLiteral("large")), QByteArray(100'000, 'a'));
+    ASSERT_TRUE(one->set(QStringLiteral("large"), QByteArray(100'000, 'b')));
+    ASSERT_TRUE(seenByTwo.wait(200)) << "same size, other content";
+
+    // Two has not heard of this yet and writes on top of it all the same.
+    ASSERT_TRUE(one->set(QStringLiteral("fromOne"), 1));
+    ASSERT_TRUE(two->set(QStringLiteral("fromTwo"), 2));
+    EXPECT_EQ(two->integer(QStringLiteral("fromOne")), 1);
+    QSignalSpy seenByOne(one.get(), &UserDefaults::didChange);
+    ASSERT_TRUE(seenByOne.wait(200));
+    EXPECT_EQ(one->integer(QStringLiteral("fromTwo")), 2);
+}
+
+TEST_F(FileUserDefaultsTest, ProcessesWritingAtTheSameTimeLoseNothing)
+{
+    std::vector<std::unique_ptr<QProcess>> writers;
+    for (int i = 0; i < 3; ++i) {
+        writers.push_back(std::make_unique<QProcess>());
+        writers.back()->start(QStringLiteral(PLATFORM_HELPER), {QStringLiteral("defaults"), folder(), domain,
+                                                                QStringLiteral("w%1").arg(i), QStringLiteral("60")});
+    }
+    for (const auto &writer : writers) {
+        ASSERT_TRUE(writer->waitForFinished(60'000));
+        EXPECT_EQ(writer->exitCode(), 0);
+    }
+    const auto defaults = open();
+    for (int i = 0; i < 3; ++i)
+        for (int n = 0; n < 60; ++n)
+            EXPECT_TRUE(defaults->contains(QStringLiteral("w%1-%2").arg(i).arg(n)));
+}
+
+TEST_F(FileUserDefaultsTest, AFileThatCannotBeUsedIsSetAside)
+{
+    plist_t nested = plist_new_dict();
+    plist_t list = plist_new_array();
+    plist_array_append_item(list, plist_new_bool(1));
+    plist_dict_set_item(nested, "list", list);
+    plist_t uid = plist_new_dict();
+    plist_dict_set_item(uid, "uid", plist_new_uid(7));
+    QByteArray deep("<plist>");
+    for (int i = 0; i < 100'000; ++i)
+        deep += "<array>";
+    plist_t fine = plist_new_dict();
+    plist_dict_set_item(fine, "key", plist_new_string("value"));
+    const QByteArray good = binaryPlist(fine);
+    QByteArray badOffset = good;
+    badOffset[good.size() - 33] = char(0xff);
+
+    const std::vector<std::pair<const char *, QByteArray>> files{
+        {"empty", QByteArray()},
+        {"text", "key = value"},
+        {"half written", good.left(good.size() / 2)},
+        {"offset past the end", badOffset},
+        {"nested values", binaryPlist(nested)},
+        {"a uid", binaryPlist(uid)},
+        {"no dictionary", binaryPlist(plist_new_string("alone"))},
+        {"deeply nested text form", deep},
+        {"one value referred to often", amplifier(5'000, 1'000'000)},
+    };
+    for (const auto &[name, bytes] : files) {
+        SCOPED_TRACE(name);
+        const qsizetype before = setAside().size();
+        put(bytes);
+        auto defaults = open();
+        EXPECT_FALSE(defaults->contains(QStringLiteral("key")));
+        EXPECT_FALSE(QFile::exists(file()));
+        EXPECT_EQ(setAside().size(), std::min<qsizetype>(before + 1, 3)) << "the newest three are kept";
+        ASSERT_TRUE(defaults->set(QStringLiteral("after"), 1));
+        EXPECT_EQ(open()->integer(QStringLiteral("after")), 1);
+        ::usleep(2000); // the copies are told apart by milliseconds
+    }
+    QFile last(folder() + QLatin1Char('/') + setAside().constLast());
+    ASSERT_TRUE(last.open(QIODevice::ReadOnly));
+    EXPECT_EQ(last.readAll(), files.back().second) << "the bytes as they were";
+}
+
+TEST_F(FileUserDefaultsTest, AnEnormousFileIsSetAsideUnread)
+{
+    put({});
+    ASSERT_EQ(::truncate(QFile::encodeName(file()).constData(), off_t(65) * 1024 * 1024), 0);
+    EXPECT_FALSE(open()->contains(QStringLiteral("key")));
+    EXPECT_EQ(setAside().size(), 1);
+}
+
+TEST_F(FileUserDefaultsTest, ACorruptFileFoundWhileWritingIsSetAsideToo)
+{
+    auto defaults = open();
+    ASSERT_TRUE(defaults->set(QStringLiteral("a"), 1));
+    put("garbage");
+    ASSERT_TRUE(defaults->set(QStringLiteral("b"), 2));
+    EXPECT_EQ(setAside().size(), 1);
+    EXPECT_EQ(open()->integer(QStringLiteral("b")), 2);
+}
+
+TEST_F(FileUserDefaultsTest, AnyDamageToAGoodFileIsSurvived)
+{
+    plist_t root = plist_new_dict();
+    plist_dict_set_item(root, "text", plist_new_string("wörter"));
+    plist_dict_set_item(root, "data", plist_new_data("0123456789abcdef", 16));
+    plist_dict_set_item(root, "number", plist_new_uint(300));
+    plist_dict_set_item(root, "real", plist_new_real(0.5));
+    const QByteArray good = binaryPlist(root);
+    ASSERT_TRUE(PlistDomain::decode(good));
+    int decoded = 0;
+    for (qsizetype at = 0; at < good.size(); ++at)
+        for (int value = 0; value < 256; ++value) {
+            QByteArray damaged = good;
+            damaged[at] = char(value);
+            if (const auto result = PlistDomain::decode(damaged)) {
+                ++decoded;
+                EXPECT_FALSE(result.value().encode().isEmpty());
+            }
+        }
+    EXPECT_GT(decoded, 256);
+}
+
+TEST_F(FileUserDefaultsTest, KeepsItsValuesWhereNothingCanBeWritten)
+{
+    // A file in the folder's place: permissions would not stop a test that runs as root.
+    QDir().mkpath(m_home.filePath(QStringLiteral("config")));
+    QFile blocker(folder());
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    auto defaults = open();
+    QSignalSpy changes(defaults.get(), &UserDefaults::didChange);
+    const Status status = defaults->set(QStringLiteral("a"), QStringLiteral("value"));
+    EXPECT_FALSE(status);
+    EXPECT_FALSE(status.error().isEmpty());
+    EXPECT_EQ(defaults->string(QStringLiteral("a")), QStringLiteral("value"));
+    EXPECT_EQ(changes.size(), 1);
+    (void)defaults->set(QStringLiteral("b"), 1);
+    (void)defaults->remove(QStringLiteral("b"));
+    EXPECT_FALSE(defaults->contains(QStringLiteral("b")));
+
+    ASSERT_TRUE(QFile::remove(folder()));
+    ASSERT_TRUE(defaults->set(QStringLiteral("c"), 3));
+    EXPECT_EQ(open()->string(QStringLiteral("a")), QStringLiteral("value")) << "written as soon as it can be";
+}
+
+} // namespace

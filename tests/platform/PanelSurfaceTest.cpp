@@ -1,0 +1,340 @@
+#include "platform/freedesktop/X11Connection.h"
+#include "platform/freedesktop/X11Desktop.h"
+#include "platform/freedesktop/X11PanelSurface.h"
+#include "platform/freedesktop/X11Screens.h"
+
+#include "platform/XSession.h"
+
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QRasterWindow>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+using namespace cobblet;
+
+namespace {
+
+test::XSession *session = nullptr;
+
+class PanelSurfaceTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(session->startWindowManager());
+        open();
+    }
+    void TearDown() override
+    {
+        m_panel.reset();
+        m_window.reset();
+        QTest::qWait(50);
+        session->stopCompositor();
+        session->stopWindowManager();
+    }
+
+    void open()
+    {
+        m_x11 = X11Connection::open();
+        ASSERT_TRUE(m_x11);
+        m_desktop = std::make_unique<X11Desktop>(*m_x11);
+        m_screens = std::make_unique<X11Screens>(m_x11.get());
+        m_window = std::make_unique<QRasterWindow>();
+        m_panel = std::make_unique<X11PanelSurface>(*m_window, 14, *m_screens, *m_desktop);
+        m_panel->setFrame(QRectF(300, 100, 600, 340));
+    }
+    xcb_window_t id() const { return xcb_window_t(m_window->winId()); }
+    static bool settles(const std::function<bool()> &condition) { return QTest::qWaitFor(condition, 5'000); }
+    bool isActive(xcb_window_t window) const
+    {
+        return settles([window] { return session->activeWindow() == window; });
+    }
+    void show()
+    {
+        m_panel->makeKeyAndOrderFront();
+        ASSERT_TRUE(isActive(id()));
+        ASSERT_TRUE(settles([this] { return QGuiApplication::focusWindow() == m_window.get(); }));
+    }
+    xcb_window_t otherProgram()
+    {
+        const xcb_window_t other = session->makeWindow();
+        EXPECT_TRUE(isActive(other));
+        EXPECT_TRUE(settles([&] { return m_desktop->activeWindow() == other; }));
+        return other;
+    }
+    static void close(xcb_window_t window)
+    {
+        xcb_destroy_window(session->xcb(), window);
+        xcb_flush(session->xcb());
+    }
+
+    std::unique_ptr<X11Connection> m_x11;
+    std::unique_ptr<X11Desktop> m_desktop;
+    std::unique_ptr<X11Screens> m_screens;
+    std::unique_ptr<QRasterWindow> m_window;
+    std::unique_ptr<X11PanelSurface> m_panel;
+};
+
+TEST_F(PanelSurfaceTest, FloatsWithoutDecorationWhereItWasPut)
+{
+    for (int round = 0; round < 2; ++round) { // a window manager forgets a window's state when it is withdrawn
+        SCOPED_TRACE(round);
+        show();
+        for (const char *state : {"_NET_WM_STATE_ABOVE", "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER"})
+            EXPECT_TRUE(settles([&] { return session->hasAtom(id(), "_NET_WM_STATE", state); })) << state;
+        EXPECT_EQ(session->property(id(), "_NET_WM_WINDOW_TYPE"),
+                  std::vector<uint32_t>{session->atom("_NET_WM_WINDOW_TYPE_UTILITY")});
+        EXPECT_TRUE(settles([&] {
+            return session->property(id(), "_NET_WM_DESKTOP") == std::vector<uint32_t>{0xFFFFFFFF};
+        }));
+        EXPECT_EQ(session->property(id(), "_NET_FRAME_EXTENTS"), std::vector<uint32_t>(4, 0u));
+        EXPECT_EQ(session->geometry(id()), QRect(300, 800 - 100 - 340, 600, 340));
+        m_panel->orderOut();
+        EXPECT_FALSE(m_panel->isVisible());
+    }
+}
+
+TEST_F(PanelSurfaceTest, MovesAndResizesWhileShown)
+{
+    show();
+    m_panel->animateFrame(QRectF(200, 50, 500, 420), 0.05, Easing::Out);
+    EXPECT_TRUE(settles([this] { return session->geometry(id()) == QRect(200, 330, 500, 420); }));
+    m_panel->animateFrame(QRectF(0, 0, 700, 500), 10, Easing::Out);
+    m_panel->setFrame(QRectF(-40, -20, 400, 300)); // partly off the screen is fine, and the animation is over
+    EXPECT_TRUE(settles([this] { return session->geometry(id()) == QRect(-40, 520, 400, 300); }));
+    QTest::qWait(60);
+    EXPECT_EQ(session->geometry(id()), QRect(-40, 520, 400, 300));
+}
+
+TEST_F(PanelSurfaceTest, ReturnsTheFocusToTheWindowThatHadIt)
+{
+    const xcb_window_t first = otherProgram();
+    const xcb_window_t second = otherProgram();
+    // The one that is not on top, so that the window manager's own choice would be another.
+    m_desktop->activate(first, XCB_CURRENT_TIME);
+    ASSERT_TRUE(isActive(first));
+    ASSERT_TRUE(settles([&] { return m_desktop->activeWindow() == first; }));
+    show();
+    m_panel->orderOut();
+    EXPECT_TRUE(isActive(first));
+    close(first);
+    close(second);
+}
+
+TEST_F(PanelSurfaceTest, LosesKeyWhenTheUserTurnsElsewhereAndLeavesTheFocusThere)
+{
+    const xcb_window_t before = otherProgram();
+    show();
+    QSignalSpy lost(m_panel.get(), &PanelSurface::resignedKey);
+    QElapsedTimer clock;
+    const xcb_window_t clicked = session->makeWindow();
+    ASSERT_TRUE(isActive(clicked));
+    clock.start();
+    ASSERT_TRUE(!lost.isEmpty() || lost.wait(2'000));
+    EXPECT_LT(clock.elapsed(), 90) << "the toolkit's own delay";
+    EXPECT_EQ(m_panel->otherKeyWindow(), KeyWindow::None);
+    m_panel->orderOut();
+    QTest::qWait(150);
+    EXPECT_EQ(session->activeWindow(), clicked);
+    EXPECT_EQ(lost.size(), 1);
+    close(before);
+    close(clicked);
+}
+
+TEST_F(PanelSurfaceTest, DoesNotTakeTheFocusBackFromAnApplicationItBroughtForward)
+{
+    const xcb_window_t target = otherProgram();
+    const xcb_window_t before = otherProgram();
+    show();
+    m_desktop->activate(target, XCB_CURRENT_TIME);
+    m_panel->orderOut();
+    EXPECT_TRUE(isActive(target));
+    QTest::qWait(150);
+    EXPECT_EQ(session->activeWindow(), target);
+    close(target);
+    close(before);
+}
+
+TEST_F(PanelSurfaceTest, LeavesAWindowThatWasIconifiedMeanwhileAlone)
+{
+    const xcb_window_t before = otherProgram();
+    show();
+    m_x11->sendToRoot(before, m_x11->atom("WM_CHANGE_STATE"), {3});
+    ASSERT_TRUE(settles([&] { return session->hasAtom(before, "_NET_WM_STATE", "_NET_WM_STATE_HIDDEN"); }));
+    m_panel->orderOut();
+    QTest::qWait(150);
+    EXPECT_TRUE(session->hasAtom(before, "_NET_WM_STATE", "_NET_WM_STATE_HIDDEN"));
+    close(before);
+}
+
+TEST_F(PanelSurfaceTest, PopoversCountAsThePanelAndOtherWindowsDoNot)
+{
+    const xcb_window_t before = otherProgram(); // where a window manager would like to put the focus
+    show();
+    QSignalSpy lost(m_panel.get(), &PanelSurface::resignedKey);
+    {
+        QRasterWindow popover;
+        popover.setFlags(Qt::Tool | Qt::FramelessWindowHint);
+        popover.setTransientParent(m_window.get());
+        popover.setGeometry(350, 400, 100, 100);
+        popover.show();
+        popover.requestActivate();
+        ASSERT_TRUE(isActive(xcb_window_t(popover.winId())));
+        QTest::qWait(150);
+        EXPECT_EQ(lost.size(), 0);
+        EXPECT_EQ(m_panel->otherKeyWindow(), KeyWindow::None);
+    }
+    ASSERT_TRUE(isActive(id())) << "closing the popover gives the focus back";
+    QTest::qWait(150);
+    EXPECT_EQ(lost.size(), 0);
+
+    struct Row {
+        Qt::WindowFlags flags;
+        KeyWindow kind;
+    };
+    for (const auto &[flags, kind] : {Row{Qt::Window, KeyWindow::Titled},
+                                      Row{Qt::Window | Qt::FramelessWindowHint, KeyWindow::Borderless}}) {
+        lost.clear();
+        QRasterWindow other;
+        other.setFlags(flags);
+        other.setGeometry(10, 10, 100, 100);
+        other.show();
+        other.requestActivate();
+        ASSERT_TRUE(!lost.isEmpty() || lost.wait(2'000));
+        EXPECT_EQ(m_panel->otherKeyWindow(), kind);
+        m_panel->orderOutOtherKeyWindow();
+        EXPECT_FALSE(other.isVisible());
+        m_panel->makeKeyAndOrderFront();
+        ASSERT_TRUE(isActive(id()));
+    }
+    close(before);
+}
+
+TEST_F(PanelSurfaceTest, AKeyboardGrabIsNoLossOfKey)
+{
+    show();
+    QSignalSpy lost(m_panel.get(), &PanelSurface::resignedKey);
+    const auto cookie = xcb_grab_keyboard(session->xcb(), 0, session->root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC,
+                                          XCB_GRAB_MODE_ASYNC);
+    std::free(xcb_grab_keyboard_reply(session->xcb(), cookie, nullptr));
+    QTest::qWait(200);
+    xcb_ungrab_keyboard(session->xcb(), XCB_CURRENT_TIME);
+    xcb_flush(session->xcb());
+    QTest::qWait(200);
+    EXPECT_EQ(lost.size(), 0);
+}
+
+TEST_F(PanelSurfaceTest, CutsItsCornersOnlyWhileNothingIsBlended)
+{
+    m_panel->setWantsBlur(true);
+    show();
+    EXPECT_FALSE(m_panel->blendsWithDesktop());
+    EXPECT_GT(session->shapeRectangles(id()), 10);
+
+    // Applied at once: nobody would see the animation.
+    bool done = false;
+    m_panel->fade(0, 10, Easing::In, [&] { done = true; });
+    EXPECT_TRUE(done);
+    m_panel->setAlpha(1);
+
+    QSignalSpy blending(m_panel.get(), &PanelSurface::blendingChanged);
+    ASSERT_TRUE(session->startCompositor());
+    ASSERT_TRUE(settles([this] { return m_panel->blendsWithDesktop(); }));
+    EXPECT_TRUE(settles([this] { return session->shapeRectangles(id()) == 1; }));
+    EXPECT_FALSE(session->property(id(), "_KDE_NET_WM_BLUR_BEHIND_REGION").empty());
+
+    done = false;
+    m_panel->setAlpha(0);
+    m_panel->fade(1, 0.1, Easing::Out, [&] { done = true; });
+    EXPECT_FALSE(done);
+    const auto opacity = [this] {
+        const auto value = session->property(id(), "_NET_WM_WINDOW_OPACITY");
+        return value.empty() ? 1.0 : value[0] / double(0xFFFFFFFF);
+    };
+    bool sawMiddle = false;
+    EXPECT_TRUE(settles([&] {
+        sawMiddle = sawMiddle || (opacity() > 0.02 && opacity() < 0.98);
+        return done;
+    }));
+    EXPECT_TRUE(sawMiddle);
+    EXPECT_DOUBLE_EQ(opacity(), 1);
+
+    // A newer alpha drops the older fade and its completion.
+    done = false;
+    m_panel->fade(0, 0.05, Easing::In, [&] { done = true; });
+    m_panel->setAlpha(1);
+    QTest::qWait(120);
+    EXPECT_FALSE(done);
+    EXPECT_DOUBLE_EQ(opacity(), 1);
+
+    session->stopCompositor();
+    ASSERT_TRUE(settles([this] { return !m_panel->blendsWithDesktop(); }));
+    EXPECT_TRUE(settles([this] { return session->shapeRectangles(id()) > 10; }));
+    EXPECT_TRUE(session->property(id(), "_KDE_NET_WM_BLUR_BEHIND_REGION").empty());
+    EXPECT_EQ(blending.size(), 2);
+}
+
+TEST_F(PanelSurfaceTest, WorksWithoutAWindowManager)
+{
+    session->stopWindowManager();
+    ASSERT_TRUE(settles([this] { return !m_desktop->hasWindowManager(); }));
+    const xcb_window_t before = session->makeWindow();
+    xcb_set_input_focus(session->xcb(), XCB_INPUT_FOCUS_POINTER_ROOT, before, XCB_CURRENT_TIME);
+    ASSERT_EQ(session->focus(), before);
+    m_panel->setFrame(QRectF(310, 110, 610, 350));
+    m_panel->makeKeyAndOrderFront();
+    EXPECT_TRUE(settles([this] { return session->focus() == id() && QGuiApplication::focusWindow() == m_window.get(); }));
+    EXPECT_EQ(session->geometry(id()), QRect(310, 340, 610, 350));
+    m_panel->orderOut();
+    EXPECT_TRUE(settles([&] { return session->focus() == before; }));
+    close(before);
+}
+
+TEST_F(PanelSurfaceTest, ScreensFollowDocksAsTheyComeAndGo)
+{
+    const QRectF whole(0, 0, 1280, 800);
+    ASSERT_EQ(m_screens->screens().size(), 1);
+    EXPECT_EQ(m_screens->screens().constFirst().frame, whole);
+    EXPECT_EQ(m_screens->screens().constFirst().visibleFrame, whole);
+    const auto visible = [this] { return m_screens->screens().constFirst().visibleFrame; };
+    const auto reserve = [](xcb_window_t window, const std::vector<uint32_t> &strut) {
+        xcb_change_property(session->xcb(), XCB_PROP_MODE_REPLACE, window, session->atom("_NET_WM_STRUT_PARTIAL"),
+                            XCB_ATOM_CARDINAL, 32, uint32_t(strut.size()), strut.data());
+        xcb_flush(session->xcb());
+    };
+    QSignalSpy changed(m_screens.get(), &Screens::changed);
+    const xcb_window_t dock = session->makeWindow();
+    reserve(dock, {0, 0, 0, 60, 0, 0, 0, 0, 0, 0, 0, 1279});
+    EXPECT_TRUE(settles([&] { return visible() == QRectF(0, 60, 1280, 740); }));
+    reserve(dock, {0, 80, 0, 0, 0, 0, 0, 799, 0, 0, 0, 0});
+    EXPECT_TRUE(settles([&] { return visible() == QRectF(0, 0, 1200, 800); }));
+    EXPECT_EQ(X11Screens(m_x11.get()).screens().constFirst().visibleFrame, visible()) << "found at start as well";
+    close(dock);
+    EXPECT_TRUE(settles([&] { return visible() == whole; }));
+    EXPECT_EQ(changed.size(), 3);
+
+    xcb_warp_pointer(session->xcb(), XCB_NONE, session->root(), 0, 0, 0, 0, 100, 700);
+    xcb_flush(session->xcb());
+    EXPECT_TRUE(settles([&] { return m_screens->pointer() == QPointF(100, 100); }));
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    test::XSession server;
+    if (!server.isReady()) {
+        std::fputs("Xvfb does not start\n", stderr);
+        return 1;
+    }
+    session = &server;
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    QGuiApplication application(argc, argv);
+    application.setQuitOnLastWindowClosed(false);
+    return RUN_ALL_TESTS();
+}

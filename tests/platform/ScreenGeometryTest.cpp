@@ -1,0 +1,97 @@
+#include "platform/freedesktop/ScreenGeometry.h"
+
+#include <gtest/gtest.h>
+
+using namespace cobblet::geometry;
+
+namespace {
+
+using Numbers = std::vector<uint32_t>;
+
+struct VisibleCase {
+    const char *name;
+    ToolkitScreen screen; // frame in y-down points
+    std::vector<Numbers> docks;
+    QSize desktop;
+    QRectF visible; // y-down points
+};
+
+TEST(VisibleFrame, LeavesOutWhatDocksReserve)
+{
+    const ToolkitScreen single{QRectF(0, 0, 1440, 900), 1};
+    const QSize singleDesktop(1440, 900);
+    // Two side by side, the right one taller; and a 4K one at scale 2 with a plain one to its right.
+    const ToolkitScreen left{QRectF(0, 0, 1920, 1080), 1}, right{QRectF(1920, 0, 2560, 1440), 1};
+    const QSize pair(4480, 1440);
+    const ToolkitScreen dense{QRectF(0, 0, 1920, 1080), 2}, beside{QRectF(3840, 0, 1920, 1080), 1};
+    const QSize mixed(5760, 2160);
+
+    const std::vector<VisibleCase> cases{
+        {"no dock", single, {}, singleDesktop, QRectF(0, 0, 1440, 900)},
+        {"bottom", single, {{0, 0, 0, 48, 0, 0, 0, 0, 0, 0, 0, 1439}}, singleDesktop, QRectF(0, 0, 1440, 852)},
+        {"left", single, {{64, 0, 0, 0, 0, 899, 0, 0, 0, 0, 0, 0}}, singleDesktop, QRectF(64, 0, 1376, 900)},
+        {"right", single, {{0, 64, 0, 0, 0, 0, 0, 899, 0, 0, 0, 0}}, singleDesktop, QRectF(0, 0, 1376, 900)},
+        {"old property", single, {{0, 0, 24, 48}}, singleDesktop, QRectF(0, 24, 1440, 828)},
+        {"depths without ranges", single, {{0, 0, 0, 48, 0, 0, 0, 0, 0, 0, 0, 0}}, singleDesktop, QRectF(0, 0, 1440, 852)},
+        {"the deeper of two on one edge counts", single, {{0, 0, 0, 48}, {0, 0, 0, 30}}, singleDesktop,
+         QRectF(0, 0, 1440, 852)},
+        {"two edges add up", single, {{0, 0, 0, 48}, {60, 0, 0, 0}}, singleDesktop, QRectF(60, 0, 1380, 852)},
+        {"one that would leave nothing is no reservation", single, {{0, 0, 0, 4'000'000'000u}}, singleDesktop,
+         QRectF(0, 0, 1440, 900)},
+        {"two that would leave nothing together", single, {{0, 0, 500, 500}}, singleDesktop, QRectF(0, 0, 1440, 900)},
+        {"dock of the left screen, counted from the desktop's bottom", left,
+         {{0, 0, 0, 408, 0, 0, 0, 0, 0, 0, 0, 1919}}, pair, QRectF(0, 0, 1920, 1032)},
+        {"that dock and the right screen", right, {{0, 0, 0, 408, 0, 0, 0, 0, 0, 0, 0, 1919}}, pair,
+         QRectF(1920, 0, 2560, 1440)},
+        {"dock on the right screen's left side", right, {{1984, 0, 0, 0, 0, 1439, 0, 0, 0, 0, 0, 0}}, pair,
+         QRectF(1984, 0, 2496, 1440)},
+        {"that dock does not swallow the left screen", left, {{1984, 0, 0, 0, 0, 1439, 0, 0, 0, 0, 0, 0}}, pair,
+         QRectF(0, 0, 1920, 1080)},
+        {"pixels become points at scale 2", dense, {{0, 0, 0, 96, 0, 0, 0, 0, 0, 0, 0, 3839}}, mixed,
+         QRectF(0, 0, 1920, 1032)},
+        {"a screen beside a dense one begins at its pixels", beside, {{0, 0, 0, 1140, 0, 0, 0, 0, 0, 0, 3840, 5759}}, mixed,
+         QRectF(3840, 0, 1920, 1020)},
+        {"fractional scale", {QRectF(0, 0, 1280, 720), 1.5}, {{0, 0, 0, 50}}, QSize(1920, 1080),
+         QRectF(0, 0, 1280, 720 - 50 / 1.5)},
+    };
+    for (const VisibleCase &each : cases) {
+        SCOPED_TRACE(each.name);
+        QList<Strut> struts;
+        for (const Numbers &numbers : each.docks)
+            if (const auto strut = strutFrom(numbers))
+                struts.append(*strut);
+        const QRectF visible = visibleFrame(each.screen, struts, each.desktop);
+        EXPECT_DOUBLE_EQ(visible.x(), each.visible.x());
+        EXPECT_DOUBLE_EQ(visible.y(), each.visible.y());
+        EXPECT_DOUBLE_EQ(visible.width(), each.visible.width());
+        EXPECT_DOUBLE_EQ(visible.height(), each.visible.height());
+    }
+}
+
+TEST(Strut, IsAbsentForWhatReservesNothing)
+{
+    for (const Numbers &numbers : {Numbers{}, Numbers{1, 2, 3}, Numbers(12), Numbers{0, 0, 0, 0}, Numbers(13, 5u)})
+        EXPECT_FALSE(strutFrom(numbers)) << numbers.size();
+}
+
+TEST(YUp, HasItsOriginAtTheMainScreensLowerLeftCorner)
+{
+    struct Row {
+        QRectF main, yDown, yUp;
+    };
+    const std::vector<Row> rows{
+        {QRectF(0, 0, 1440, 900), QRectF(0, 0, 1440, 900), QRectF(0, 0, 1440, 900)},
+        {QRectF(0, 0, 1440, 900), QRectF(100, 0, 10, 20), QRectF(100, 880, 10, 20)},
+        // Main screen on the right and lower than its neighbour: the neighbour lies at negative x and sticks out.
+        {QRectF(1920, 200, 1440, 900), QRectF(0, 0, 1920, 1200), QRectF(-1920, -100, 1920, 1200)},
+        // A screen below the main one.
+        {QRectF(0, 0, 1440, 900), QRectF(0, 900, 1440, 900), QRectF(0, -900, 1440, 900)},
+    };
+    for (const Row &row : rows) {
+        EXPECT_EQ(toYUp(row.yDown, row.main), row.yUp);
+        EXPECT_EQ(toYDown(row.yUp, row.main), row.yDown);
+        EXPECT_EQ(toYUp(row.yDown.bottomLeft(), row.main), row.yUp.topLeft());
+    }
+}
+
+} // namespace

@@ -1,0 +1,213 @@
+#include "ui/PanelFixture.h"
+
+#include <gtest/gtest.h>
+
+namespace cobblet {
+namespace {
+
+using test::PanelFixture;
+
+class PanelActions : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        work = f.group(QStringLiteral("Work"), 2, QStringLiteral("work"));
+        work.apps.append({QStringLiteral("Gone"), QStringLiteral("gone")});
+        play = f.group(QStringLiteral("Play\n& more"), 1, QStringLiteral("play"));
+        f.config.replaceGroups({work, play});
+        model = std::make_unique<PanelViewModel>(f.dependencies());
+        model->select(SidebarSelection::group(work.id));
+    }
+
+    /// The menu's titles; a submenu's in brackets, "-" for a separator, "!" before what is disabled.
+    static QStringList titles(const QList<MenuItem> &menu)
+    {
+        QStringList list;
+        for (const MenuItem &item : menu) {
+            QString title = item.isSeparator() ? QStringLiteral("-") : item.title;
+            if (!item.children.isEmpty())
+                title += QLatin1Char('[') + titles(item.children).join(QLatin1Char(',')) + QLatin1Char(']');
+            list.append(item.enabled ? title : QLatin1Char('!') + title);
+        }
+        return list;
+    }
+    const MenuItem &entry(const QString &title) const
+    {
+        for (const MenuItem &item : f.menus.last)
+            if (item.title == title)
+                return item;
+        throw std::out_of_range(title.toStdString());
+    }
+    QStringList storedApps(const AppGroup &group) const
+    {
+        QStringList ids;
+        for (const AppItem &app : f.config.group(group.id)->apps)
+            ids.append(app.bundleID);
+        return ids;
+    }
+    int closed() const { return int(f.posted(notification::closePanel).size()); }
+
+    PanelFixture f;
+    AppGroup work, play;
+    std::unique_ptr<PanelViewModel> model;
+};
+
+TEST_F(PanelActions, ClickOpensTheApplicationAndThenClosesThePanel)
+{
+    model->activateCell(1);
+    EXPECT_EQ(f.workspace.opened, QStringList({QStringLiteral("work.2")}));
+    EXPECT_EQ(closed(), 1);
+}
+
+TEST_F(PanelActions, ClickOnAnApplicationThatIsNotInstalledDoesNothing)
+{
+    model->activateCell(2);
+    model->activateCell(-1);
+    model->activateCell(99);
+    EXPECT_TRUE(f.workspace.opened.isEmpty());
+    EXPECT_EQ(closed(), 0);
+}
+
+TEST_F(PanelActions, AddCellLetsTheUserChooseApplications)
+{
+    f.workspace.install(QStringLiteral("new.one"), QStringLiteral("New One"));
+    f.dialogs.files = {QStringLiteral("/apps/new.one.desktop"), QStringLiteral("/apps/work.1.desktop"),
+                       QStringLiteral("/etc/passwd")};
+    model->activateCell(3);
+    ASSERT_EQ(f.dialogs.requests.size(), 1);
+    const FileRequest &request = f.dialogs.requests.front();
+    EXPECT_EQ(request.title, QStringLiteral("Choose Apps"));
+    EXPECT_EQ(request.acceptLabel, QStringLiteral("Add"));
+    EXPECT_EQ(request.folder, QStringLiteral("/apps"));
+    EXPECT_TRUE(request.multiple);
+    EXPECT_EQ(storedApps(work), QStringList({QStringLiteral("work.1"), QStringLiteral("work.2"),
+                                             QStringLiteral("gone"), QStringLiteral("new.one")}));
+    EXPECT_EQ(f.config.group(work.id)->apps.last().name, QStringLiteral("New One"));
+    EXPECT_EQ(f.dialogs.informed.size(), 1) << "a file that is no application is not dropped silently";
+    EXPECT_EQ(closed(), 0);
+}
+
+TEST_F(PanelActions, CancelledChooserChangesNothing)
+{
+    model->activateCell(3);
+    EXPECT_EQ(storedApps(work).size(), 3);
+    EXPECT_TRUE(f.dialogs.informed.isEmpty());
+}
+
+TEST_F(PanelActions, CellMenuFollowsTheApplicationsState)
+{
+    f.run(QStringLiteral("work.1"));
+    const QString move = QStringLiteral("Move to[Play & more]");
+    const QString remove = QStringLiteral("Remove from Work");
+    const QString finder = QStringLiteral("Show in Finder");
+    model->showCellMenu(0, {});
+    EXPECT_EQ(titles(f.menus.last),
+              QStringList({QStringLiteral("Show All Windows"), QStringLiteral("Hide"), QStringLiteral("Quit"),
+                           QStringLiteral("Force Quit"), finder, QStringLiteral("-"), move, remove}));
+    model->showCellMenu(1, {});
+    EXPECT_EQ(titles(f.menus.last), QStringList({QStringLiteral("Open"), finder, QStringLiteral("-"), move, remove}));
+    model->showCellMenu(2, {});
+    EXPECT_EQ(titles(f.menus.last), QStringList({QStringLiteral("!Open"), QStringLiteral("!Show in Finder"),
+                                                 QStringLiteral("-"), move, remove}));
+    f.menus.last.clear();
+    model->showCellMenu(3, {});
+    EXPECT_TRUE(f.menus.last.isEmpty()) << "the add cell has none";
+}
+
+TEST_F(PanelActions, MostUsedOffersNoEditing)
+{
+    model->setVisible(true);
+    f.usage.recordLaunch(QStringLiteral("work.1"));
+    model->select(SidebarSelection::mostUsed());
+    model->showCellMenu(0, {});
+    EXPECT_EQ(titles(f.menus.last), QStringList({QStringLiteral("Open"), QStringLiteral("Show in Finder")}));
+    model->showGroupMenu(0, {});
+    EXPECT_EQ(f.menus.last.size(), 2) << "the Most Used tab has no menu of its own";
+}
+
+TEST_F(PanelActions, CellMenuEntriesActOnThatApplicationAlone)
+{
+    for (const char *id : {"work.1", "work.2"})
+        f.run(QLatin1String(id));
+    model->showCellMenu(0, {});
+    entry(QStringLiteral("Hide")).action();
+    entry(QStringLiteral("Quit")).action();
+    entry(QStringLiteral("Force Quit")).action();
+    EXPECT_EQ(f.running.calls, QStringList({QStringLiteral("hide work.1 100"), QStringLiteral("terminate work.1 100"),
+                                            QStringLiteral("forceTerminate work.1 100")}));
+    EXPECT_EQ(closed(), 0);
+    entry(QStringLiteral("Show All Windows")).action();
+    EXPECT_EQ(closed(), 1);
+    entry(QStringLiteral("Show in Finder")).action();
+    EXPECT_TRUE(f.log.contains(QStringLiteral("reveal work.1")));
+    entry(QStringLiteral("Move to")).children.front().action();
+    EXPECT_EQ(storedApps(play), QStringList({QStringLiteral("play.1"), QStringLiteral("work.1")}));
+    model->showCellMenu(0, {});
+    entry(QStringLiteral("Remove from Work")).action();
+    EXPECT_EQ(storedApps(work), QStringList({QStringLiteral("gone")}));
+}
+
+TEST_F(PanelActions, GroupMenuPinsAndDeletesAfterAsking)
+{
+    model->showGroupMenu(1, {});
+    EXPECT_EQ(titles(f.menus.last), QStringList({QStringLiteral("Pin"), QStringLiteral("Delete")}));
+    EXPECT_EQ(f.menus.last[0].symbol, QStringLiteral("pin"));
+    EXPECT_TRUE(f.menus.last[1].destructive);
+    entry(QStringLiteral("Pin")).action();
+    EXPECT_TRUE(f.config.group(work.id)->isPinned);
+    model->showGroupMenu(1, {});
+    EXPECT_EQ(f.menus.last[0].symbol, QStringLiteral("pin.slash"));
+    entry(QStringLiteral("Unpin")).action();
+    EXPECT_FALSE(f.config.group(work.id)->isPinned);
+
+    f.dialogs.accept = false;
+    entry(QStringLiteral("Delete")).action();
+    ASSERT_EQ(f.dialogs.questions.size(), 1);
+    EXPECT_EQ(f.dialogs.questions[0].message,
+              QStringLiteral("This removes the group and its app list. The apps themselves aren’t affected."));
+    EXPECT_EQ(f.dialogs.questions[0].acceptLabel, QStringLiteral("Delete"));
+    EXPECT_EQ(f.dialogs.questions[0].cancelLabel, QStringLiteral("Cancel"));
+    EXPECT_TRUE(f.dialogs.questions[0].destructive);
+    EXPECT_NE(f.config.group(work.id), nullptr);
+    f.dialogs.accept = true;
+    entry(QStringLiteral("Delete")).action();
+    EXPECT_EQ(f.config.group(work.id), nullptr);
+}
+
+TEST_F(PanelActions, ToolRowActsOnTheWholeGroupUnderTheModifiersHeld)
+{
+    for (const char *id : {"work.1", "work.2", "play.1"})
+        f.run(QLatin1String(id));
+    const std::pair<Qt::KeyboardModifiers, const char *> cases[] = {{Qt::NoModifier, "hide"},
+                                                                    {Qt::AltModifier, "terminate"},
+                                                                    {Qt::ControlModifier, "forceTerminate"},
+                                                                    {Qt::ControlModifier | Qt::AltModifier, "hide"}};
+    for (const auto &[modifiers, verb] : cases) {
+        f.running.calls.clear();
+        model->setModifiers(modifiers);
+        model->closeAll();
+        EXPECT_EQ(f.running.calls, QStringList({QLatin1String(verb) + QStringLiteral(" work.1 100"),
+                                                QLatin1String(verb) + QStringLiteral(" work.2 101")}));
+    }
+    f.running.running.clear();
+    model->openAll();
+    f.scheduler.advance(std::chrono::seconds(1));
+    EXPECT_EQ(f.workspace.opened, QStringList({QStringLiteral("work.1"), QStringLiteral("work.2")}));
+}
+
+TEST_F(PanelActions, NewGroupIsTrimmedStoredAndSelected)
+{
+    model->createGroup(QStringLiteral(" \n\t "), QStringLiteral("📁"));
+    EXPECT_FALSE(model->canCreateGroup(QStringLiteral(" \n ")));
+    EXPECT_EQ(f.config.groups().size(), 2);
+    model->createGroup(QStringLiteral("  Reading "), QStringLiteral("📚"));
+    ASSERT_EQ(f.config.groups().size(), 3);
+    EXPECT_EQ(f.config.groups().last().name, QStringLiteral("Reading"));
+    EXPECT_EQ(f.config.groups().last().emoji, QStringLiteral("📚"));
+    EXPECT_EQ(model->selectedGroup()->name, QStringLiteral("Reading"));
+    model->createGroup(QStringLiteral("Plain"), QStringLiteral(" "));
+    EXPECT_EQ(f.config.groups().last().emoji, QStringLiteral("📁"));
+}
+
+} // namespace
+} // namespace cobblet
