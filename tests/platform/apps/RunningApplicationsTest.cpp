@@ -131,6 +131,25 @@ TEST_F(RunningApplicationsTest, FollowsWhatRunsAndHidesAndShowsIt)
     EXPECT_EQ(count("clock"), 1);
 }
 
+TEST_F(RunningApplicationsTest, TheServersClockIsTheOneOfItsEvents)
+{
+    ASSERT_NO_FATAL_FAILURE(connectToDesktop(false));
+    std::optional<uint32_t> stamped;
+    QObject::connect(x11.get(), &X11Connection::eventArrived, x11.get(), [&](xcb_generic_event_t *event) {
+        if ((event->response_type & 0x7f) == XCB_PROPERTY_NOTIFY)
+            stamped = reinterpret_cast<const xcb_property_notify_event_t *>(event)->time;
+    });
+    const auto before = serverTime(*x11);
+    xcb_change_property(x11->xcb(), XCB_PROP_MODE_REPLACE, x11->root(), x11->atom("COBBLET_TEST"), XCB_ATOM_STRING, 8, 1, "x");
+    x11->flush();
+    ASSERT_TRUE(waitFor([&] { return stamped.has_value(); }));
+    const auto after = serverTime(*x11);
+    ASSERT_TRUE(before && after);
+    EXPECT_LE(*before, *stamped);
+    EXPECT_LE(*stamped, *after);
+    EXPECT_FALSE(StartupNotification(x11.get()).mint().endsWith(u"_TIME0"));
+}
+
 TEST_F(RunningApplicationsTest, AWindowThatRefusesToCloseStaysUntilItIsKilled)
 {
     ASSERT_NO_FATAL_FAILURE(connectToDesktop(true));

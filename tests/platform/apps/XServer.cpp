@@ -3,11 +3,26 @@
 #include <QElapsedTimer>
 #include <QProcessEnvironment>
 
+#include <csignal>
+
+#include <sys/prctl.h>
+
 namespace cobblet::test {
+
+namespace {
+
+/// A test that crashes takes its desktop with it.
+void endWithThisProcess()
+{
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+}
+
+} // namespace
 
 XServer::XServer() : m_displayBefore(qgetenv("DISPLAY"))
 {
     m_server.setStandardErrorFile(QProcess::nullDevice());
+    m_server.setChildProcessModifier(endWithThisProcess);
     m_server.start(QStringLiteral("Xvfb"),
                    {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"), QStringLiteral("0"),
                     QStringLiteral("800x600x24"), QStringLiteral("-nolisten"), QStringLiteral("tcp")});
@@ -46,6 +61,7 @@ QProcess &XServer::start(const QString &program, const QStringList &arguments)
     process.setProcessEnvironment(environment);
     process.setStandardOutputFile(QProcess::nullDevice());
     process.setStandardErrorFile(QProcess::nullDevice());
+    process.setChildProcessModifier(endWithThisProcess);
     process.start(program, arguments);
     process.waitForStarted();
     return process;
