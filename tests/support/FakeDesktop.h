@@ -99,6 +99,11 @@ public:
     QList<Screen> screens() const override { return list; }
     std::optional<QPointF> pointer() const override { return pointerPosition; }
     QRectF toWindowSystem(const QRectF &yUp) const override { return yUp; }
+    void replace(const QList<Screen> &screens)
+    {
+        list = screens;
+        emit changed();
+    }
 
     QList<Screen> list{{QStringLiteral("main"), QRectF(0, 0, 1440, 900), QRectF(0, 60, 1440, 840)}};
     std::optional<QPointF> pointerPosition;
