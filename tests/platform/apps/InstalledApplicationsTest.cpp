@@ -146,11 +146,25 @@ TEST_F(InstalledApplicationsTest, CommandLinesSplitAsTheFormatSays)
         {"foo --bar %U", {QStringLiteral("foo"), QStringLiteral("--bar")}},
         {"\"/opt/with space/foo\" \"a\\\"b\" 100%%", {QStringLiteral("/opt/with space/foo"), QStringLiteral("a\"b"), QStringLiteral("100%")}},
         {"foo \"unfinished", {}},
+        {"sh -c 'a \"b\" \\n'", {QStringLiteral("sh"), QStringLiteral("-c"), QStringLiteral("a \"b\" \\n")}},
+        {"wine C:\\\\x\\ y \"\\n\"", {QStringLiteral("wine"), QStringLiteral("C:\\x y"), QStringLiteral("\\n")}},
         {"", {}},
         {"env A=1 B=2 foo", {QStringLiteral("env"), QStringLiteral("A=1"), QStringLiteral("B=2"), QStringLiteral("foo")}},
     };
     for (const auto &row : rows)
         EXPECT_EQ(splitExec(QString::fromUtf8(row.command)), row.arguments) << row.command;
+
+    const ExecFields fields{QStringLiteral("A name"), QStringLiteral("an icon"), QStringLiteral("/a.desktop"),
+                            {QStringLiteral("file:///a%20b"), QStringLiteral("https://c")}};
+    const struct {
+        const char *command;
+        const char *arguments; ///< joined by bars
+    } expanded[] = {{"x %c %k", "x|A name|/a.desktop|/a b"}, {"x %i", "x|--icon|an icon|/a b"},
+                    {"x %u", "x|file:///a%20b"},             {"x %U -y", "x|file:///a%20b|https://c|-y"},
+                    {"x --f=%f", "x|--f=/a b"},              {"x %F", "x|/a b"},
+                    {"x %d %m %% %", "x|%|%|/a b"},          {"\"%c", ""}};
+    for (const auto &row : expanded)
+        EXPECT_EQ(expandExec(QString::fromUtf8(row.command), fields).join(u'|'), QString::fromUtf8(row.arguments)) << row.command;
 }
 
 } // namespace

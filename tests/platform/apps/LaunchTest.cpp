@@ -103,7 +103,7 @@ TEST_F(LaunchTest, ALaunchedProgramIsOnItsOwn)
     }
     EXPECT_EQ(startupIds, 1);
     EXPECT_TRUE(told.contains("env:GIO_LAUNCHED_DESKTOP_FILE=" + system(QStringLiteral("probe")).toLocal8Bit()));
-    EXPECT_TRUE(told.contains("env:GIO_LAUNCHED_DESKTOP_FILE_PID=" + QByteArray::number(pid)));
+    EXPECT_TRUE(told.contains("env:GIO_LAUNCHED_DESKTOP_FILE_PID=" + QByteArray::number(pid).rightJustified(10, '0')));
 
     // Its end leaves no zombie of ours.
     ASSERT_EQ(::kill(pid_t(pid), SIGKILL), 0);

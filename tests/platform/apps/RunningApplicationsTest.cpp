@@ -31,10 +31,14 @@ protected:
     void connectToDesktop(bool windowManager)
     {
         if (windowManager) {
-            server.start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
+            // Its marks on the root window come before it manages windows; its start-up command comes after.
+            const QString ready = home.path(QStringLiteral("ready"));
+            server.start(QStringLiteral("openbox"),
+                         {QStringLiteral("--sm-disable"), QStringLiteral("--startup"), QStringLiteral("touch ") + ready});
+            ASSERT_TRUE(waitFor([&] { return QFile::exists(ready); }, 15000));
             x11 = X11Connection::open();
             ASSERT_TRUE(x11);
-            ASSERT_TRUE(waitFor([&] { return X11ClientWindows(*x11).hasLists(); }, 15000));
+            ASSERT_TRUE(X11ClientWindows(*x11).hasLists());
         } else {
             x11 = X11Connection::open();
             ASSERT_TRUE(x11);
@@ -130,9 +134,6 @@ TEST_F(RunningApplicationsTest, FollowsWhatRunsAndHidesAndShowsIt)
 TEST_F(RunningApplicationsTest, AWindowThatRefusesToCloseStaysUntilItIsKilled)
 {
     ASSERT_NO_FATAL_FAILURE(connectToDesktop(true));
-    // A window manager that has shown one window is past its start.
-    server.start(QStringLiteral("xclock"), {QStringLiteral("-update"), QStringLiteral("3600")});
-    ASSERT_TRUE(waitFor([&] { return count("clock") == 1; }, 10000));
     QProcess &plain = server.start(QStringLiteral(COBBLET_STUBBORN_WINDOW));
     ASSERT_TRUE(waitFor([&] { return count("stubborn") == 1; }, 10000));
     EXPECT_EQ(count("term"), 0) << "it is only titled like one";
@@ -165,18 +166,32 @@ TEST_F(RunningApplicationsTest, AClassThatComesLateMovesTheWindow)
 
 TEST_F(RunningApplicationsTest, WhatIsLaunchedBecomesOneApplicationWithItsWindow)
 {
-    write(system(QStringLiteral("script")), entry("Script", "sh -c \"xclock -update 3600; true\"", "StartupWMClass=XClock\nNoDisplay=true"));
+    // A wrapper that stays: the window comes from its child. What is launched gets this process's first
+    // environment, which knows another display.
     QFile::remove(system(QStringLiteral("clock")));
+    write(system(QStringLiteral("wrapper")),
+          entry("Wrapper", "env DISPLAY=" + qgetenv("DISPLAY") + " sh -c \"xclock -update 3600; true\"", "StartupWMClass=XClock"));
     ASSERT_NO_FATAL_FAILURE(connectToDesktop(true));
     QSignalSpy launches(running.get(), &RunningApplications::didLaunch);
     QSignalSpy ends(running.get(), &RunningApplications::didTerminate);
-    // The environment that launched programs get is this process's first one, which knows another display.
-    server.start(QStringLiteral("sh"), {QStringLiteral("-c"), QStringLiteral("sleep 0.1; xclock -update 3600")});
-    ASSERT_TRUE(waitFor([&] { return count("script") == 1; }, 10000));
-    EXPECT_EQ(launches.count(), 1);
-    running->terminate(first("script"));
-    EXPECT_TRUE(waitFor([&] { return count("script") == 0; }));
-    EXPECT_EQ(ends.count(), 1);
+    for (const bool force : {false, true}) {
+        launches.clear();
+        ends.clear();
+        workspace->open(QStringLiteral("wrapper"));
+        EXPECT_EQ(count("wrapper"), 1) << "it runs from the launch on";
+        const RunningApplication application = first("wrapper");
+        EXPECT_FALSE(running->lacksWindows(application)) << "it is only starting";
+        ASSERT_TRUE(waitFor([&] { return windows->list({}).size() == 1; }, 10000));
+        EXPECT_FALSE(waitFor([&] { return count("wrapper") != 1; }, 300));
+        EXPECT_EQ(first("wrapper"), application);
+        const qint64 child = windows->describe(windows->list({})).front().pid;
+        EXPECT_NE(child, application.processIdentifier);
+        force ? running->forceTerminate(application) : running->terminate(application);
+        EXPECT_TRUE(waitFor([&] { return count("wrapper") == 0; }));
+        EXPECT_TRUE(waitFor([&] { return !processEntry(child) && !processEntry(application.processIdentifier); }));
+        EXPECT_EQ(launches.count(), 1);
+        EXPECT_EQ(ends.count(), 1);
+    }
 }
 
 TEST_F(RunningApplicationsTest, WorksWithoutAWindowManagerAndWithOneThatComesLater)

@@ -1,11 +1,7 @@
-#undef signals // GIO has members of that name
-#include <gio/gdesktopappinfo.h>
-#define signals Q_SIGNALS
-
 #include "platform/freedesktop/apps/ApplicationLauncher.h"
 
-#include "platform/AtomicFile.h"
 #include "platform/freedesktop/apps/DesktopBus.h"
+#include "platform/freedesktop/apps/DesktopEntry.h"
 
 #include <QDir>
 #include <QFile>
@@ -15,10 +11,13 @@
 #include <algorithm>
 #include <csignal>
 #include <memory>
+#include <vector>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <glib.h>
 
 namespace cobblet {
 
@@ -31,24 +30,26 @@ struct Releasing {
     template<class T>
     void operator()(T *object) const { Free(object); }
 };
-using AppInfo = std::unique_ptr<GDesktopAppInfo, Releasing<g_object_unref>>;
-using KeyFile = std::unique_ptr<GKeyFile, Releasing<g_key_file_free>>;
+/// What the child prepares between fork and exec, where only few calls are safe.
+struct ChildSetup {
+    const char *homeFolder; ///< where it starts; null when another folder was asked for
+    char *pidDigits;        ///< where its own number goes in the environment
+    size_t digits;
+};
 
-/// Runs in the child between fork and exec: only calls that are safe there.
-void prepareChild(gpointer homeFolder)
+void prepareChild(gpointer data)
 {
+    const auto *setup = static_cast<const ChildSetup *>(data);
     setsid();
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
     std::signal(SIGPIPE, SIG_DFL);
-    if (homeFolder && chdir(static_cast<const char *>(homeFolder)) != 0)
+    pid_t rest = getpid();
+    for (size_t place = setup->digits; place > 0; rest /= 10)
+        setup->pidDigits[--place] = char('0' + rest % 10);
+    if (setup->homeFolder && chdir(setup->homeFolder) != 0)
         return; // it stays where this process is
-}
-
-void takePid(GDesktopAppInfo *, GPid pid, gpointer target)
-{
-    *static_cast<qint64 *>(target) = pid;
 }
 
 /// The environment that this process was started with; later changes of our own are not in it.
@@ -65,24 +66,6 @@ QByteArrayList initialEnvironment()
     return variables;
 }
 
-/// A launch context whose environment is exactly this one.
-std::unique_ptr<GAppLaunchContext, Releasing<g_object_unref>> contextWith(const QByteArrayList &variables)
-{
-    std::unique_ptr<GAppLaunchContext, Releasing<g_object_unref>> context(g_app_launch_context_new());
-    const std::unique_ptr<char *, Releasing<g_strfreev>> present(g_get_environ());
-    for (char **variable = present.get(); *variable; ++variable) {
-        const QByteArray name = QByteArray(*variable).split('=').first();
-        if (!name.isEmpty())
-            g_app_launch_context_unsetenv(context.get(), name.constData());
-    }
-    for (const QByteArray &variable : variables) {
-        const qsizetype equals = variable.indexOf('=');
-        if (equals > 0)
-            g_app_launch_context_setenv(context.get(), variable.left(equals).constData(), variable.mid(equals + 1).constData());
-    }
-    return context;
-}
-
 /// Output of ours that goes to a file or the journal is a place for the application's output too; a pipe or a
 /// terminal may be gone long before the application is.
 int outputFor(int descriptor, int nowhere)
@@ -92,46 +75,32 @@ int outputFor(int descriptor, int nowhere)
     return lasting ? descriptor : nowhere;
 }
 
-QString quotedForExec(const QString &argument)
-{
-    QString out = QStringLiteral("\"");
-    for (const QChar c : argument) {
-        if (c == u'"' || c == u'\\' || c == u'$' || c == u'`')
-            out += u'\\';
-        if (c == u'%')
-            out += u'%';
-        out += c;
-    }
-    return out + u'"';
-}
-
-/// The entry as GIO launches it; one that wants a terminal is given the command that runs it in one.
-Result<AppInfo> loadForLaunch(const InstalledEntry &entry)
+/// The arguments that start an entry's command, in a terminal where it wants one.
+Result<QStringList> argumentsFor(const InstalledEntry &entry, const QStringList &uris)
 {
     const QString &name = entry.application.name;
-    AppInfo direct(g_desktop_app_info_new_from_filename(QFile::encodeName(entry.application.path).constData()));
-    if (!direct)
-        return Error{QStringLiteral("“%1” cannot be opened: its program is missing.").arg(name)};
+    const QStringList arguments = expandExec(entry.command, {name, entry.icon, entry.application.path, uris});
+    if (arguments.isEmpty())
+        return Error{QStringLiteral("“%1” cannot be opened: its desktop entry does not say how to start it.").arg(name)};
+    if (QStandardPaths::findExecutable(arguments.first()).isEmpty())
+        return Error{QStringLiteral("“%1” cannot be opened: its program “%2” is missing.").arg(name, arguments.first())};
     if (!entry.terminal)
-        return direct;
+        return arguments;
     const QStringList terminal = terminalCommand();
     if (terminal.isEmpty())
         return Error{QStringLiteral("“%1” cannot be opened: it needs a terminal, and no terminal emulator is installed.")
                          .arg(name)};
-    const KeyFile keys(g_key_file_new());
-    if (!g_key_file_load_from_file(keys.get(), QFile::encodeName(entry.application.path).constData(), G_KEY_FILE_NONE,
-                                   nullptr))
-        return Error{QStringLiteral("“%1” cannot be opened: its desktop entry is damaged.").arg(name)};
-    QString command;
-    for (const QString &argument : terminal)
-        command += quotedForExec(argument) + u' ';
-    command += QString::fromUtf8(g_app_info_get_commandline(G_APP_INFO(direct.get())));
-    g_key_file_set_string(keys.get(), G_KEY_FILE_DESKTOP_GROUP, "Exec", command.toUtf8().constData());
-    g_key_file_set_boolean(keys.get(), G_KEY_FILE_DESKTOP_GROUP, "Terminal", FALSE);
-    AppInfo inTerminal(g_desktop_app_info_new_from_keyfile(keys.get()));
-    if (!inTerminal)
-        return Error{QStringLiteral("“%1” cannot be opened: its terminal “%2” is missing.").arg(name, terminal.first())};
-    return inTerminal;
+    return terminal + arguments;
+}
+
+/// A list of texts as the C functions take it; it points into `texts`.
+std::vector<char *> pointersTo(QByteArrayList &texts)
+{
+    std::vector<char *> pointers;
+    for (QByteArray &text : texts)
+        pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+    return pointers;
 }
 
 void finish(QObject *context, const Workspace::Completion &done, const Status &status)
@@ -200,7 +169,7 @@ void ApplicationLauncher::launchOverBus(const InstalledEntry &entry, const QStri
         if (reply.type() == QDBusMessage::ErrorMessage) {
             const QString cause = QStringLiteral("“%1” cannot be opened over D-Bus: %2")
                                       .arg(entry.application.name, reply.errorMessage());
-            if (!entry.hasCommand) {
+            if (entry.command.isEmpty()) {
                 finish(this, done, Error{cause});
                 return;
             }
@@ -221,51 +190,54 @@ void ApplicationLauncher::launchOverBus(const InstalledEntry &entry, const QStri
     });
 }
 
+// GIO would launch the entry too, but over a bus connection of its own that is waited for and that ends this
+// process together with the bus; so it reads the entry, and GLib starts the command.
 void ApplicationLauncher::launchCommand(const InstalledEntry &entry, const QStringList &uris,
                                         const Workspace::Completion &done)
 {
-    auto loaded = loadForLaunch(entry);
-    if (!loaded) {
-        finish(this, done, Error{loaded.error()});
+    const auto command = argumentsFor(entry, uris);
+    if (!command) {
+        finish(this, done, Error{command.error()});
         return;
     }
-    const AppInfo info = std::move(loaded).value();
-    QByteArrayList environment = launchEnvironment(initialEnvironment());
+    QByteArrayList arguments;
+    for (const QString &argument : command.value())
+        arguments.append(QFile::encodeName(argument));
     const QString startupId = m_startup.mint();
+    QByteArrayList environment = launchEnvironment(initialEnvironment());
     environment.append("DESKTOP_STARTUP_ID=" + startupId.toUtf8());
-    const auto context = contextWith(environment);
+    environment.append("GIO_LAUNCHED_DESKTOP_FILE=" + QFile::encodeName(entry.application.path));
+    const QByteArray pidName = "GIO_LAUNCHED_DESKTOP_FILE_PID=";
+    constexpr qsizetype pidDigits = 10;
+    environment.append(pidName + QByteArray(pidDigits, '0'));
+    std::vector<char *> argumentPointers = pointersTo(arguments);
+    std::vector<char *> environmentPointers = pointersTo(environment);
 
-    QByteArrayList encoded;
-    for (const QString &uri : uris)
-        encoded.append(uri.toUtf8());
-    GList *list = nullptr;
-    for (QByteArray &uri : encoded)
-        list = g_list_append(list, uri.data());
-    const std::unique_ptr<GList, Releasing<g_list_free>> uriList(list);
-
-    const bool notifies = g_desktop_app_info_get_boolean(info.get(), "StartupNotify") != 0;
-    if (notifies)
-        m_startup.announce(startupId, entry.application.name, entry.application.path);
     const QByteArray home = QFile::encodeName(QDir::homePath());
+    const QByteArray folder = QFile::encodeName(entry.workingFolder);
+    ChildSetup setup{folder.isEmpty() ? home.constData() : nullptr,
+                     environmentPointers[environmentPointers.size() - 2] + pidName.size(), pidDigits};
+    if (entry.startupNotify)
+        m_startup.announce(startupId, entry.application.name, entry.application.path);
     const int nowhere = ::open("/dev/null", O_RDWR | O_CLOEXEC);
-    qint64 pid = 0;
+    GPid pid = 0;
     GError *failure = nullptr;
-    const bool launchedIt = g_desktop_app_info_launch_uris_as_manager_with_fds(
-        info.get(), list, context.get(), GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD), prepareChild,
-        entry.workingFolder.isEmpty() ? const_cast<char *>(home.constData()) : nullptr, takePid, &pid, nowhere,
+    const bool spawned = g_spawn_async_with_fds(
+        folder.isEmpty() ? nullptr : folder.constData(), argumentPointers.data(), environmentPointers.data(),
+        GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD), prepareChild, &setup, &pid, nowhere,
         outputFor(STDOUT_FILENO, nowhere), outputFor(STDERR_FILENO, nowhere), &failure);
     const std::unique_ptr<GError, Releasing<g_error_free>> error(failure);
     if (nowhere >= 0)
         ::close(nowhere);
-    if (!launchedIt) {
-        if (notifies)
+    if (!spawned) {
+        if (entry.startupNotify)
             m_startup.remove(startupId);
         finish(this, done,
-               Error{QStringLiteral("“%1” cannot be opened: %2")
-                         .arg(entry.application.name, error ? QString::fromUtf8(error->message) : QStringLiteral("no reason was given."))});
+               Error{QStringLiteral("“%1” cannot be opened: %2.")
+                         .arg(entry.application.name, error ? QString::fromUtf8(error->message) : QStringLiteral("no reason was given"))});
         return;
     }
-    started(entry, pid, notifies ? startupId : QString());
+    started(entry, pid, entry.startupNotify ? startupId : QString());
     finish(this, done, {});
 }
 

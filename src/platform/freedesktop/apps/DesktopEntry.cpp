@@ -1,6 +1,7 @@
 #include "platform/freedesktop/apps/DesktopEntry.h"
 
 #include <QByteArrayView>
+#include <QUrl>
 
 #include <algorithm>
 
@@ -113,38 +114,67 @@ std::optional<DesktopEntry> parseDesktopEntry(const QByteArray &bytes)
 
 QStringList splitExec(const QString &command)
 {
+    return expandExec(command, {});
+}
+
+QStringList expandExec(const QString &command, const ExecFields &fields)
+{
     QStringList arguments;
     QString argument;
-    bool quoted = false;
+    QChar quote; // the one that is open
     bool any = false;
+    bool takesFiles = false;
+    QStringList paths;
+    for (const QString &uri : fields.uris)
+        if (const QUrl url(uri); url.isLocalFile())
+            paths.append(url.toLocalFile());
     const auto finish = [&] {
         if (any)
             arguments.append(argument);
         argument.clear();
         any = false;
     };
+    const auto insert = [&](const QString &text) {
+        argument += text;
+        any = any || !text.isEmpty();
+    };
+    const auto insertList = [&](const QStringList &list) {
+        finish();
+        arguments += list;
+    };
     for (qsizetype i = 0; i < command.size(); ++i) {
         const QChar c = command.at(i);
-        if (c == u'"') {
-            quoted = !quoted;
+        // Single quotes and backslashes outside quotes are beyond the rules, but many entries use them.
+        if ((c == u'"' || c == u'\'') && (quote.isNull() || quote == c)) {
+            quote = quote.isNull() ? c : QChar();
             any = true;
-        } else if (c == u'\\' && quoted && i + 1 < command.size()) {
-            argument += command.at(++i);
+        } else if (c == u'\\' && i + 1 < command.size()
+                   && (quote.isNull() || (quote == u'"' && QStringView(u"\"\\$`").contains(command.at(i + 1))))) {
+            insert(command.at(++i));
         } else if (c == u'%' && i + 1 < command.size()) {
-            if (command.at(++i) == u'%') {
-                argument += u'%';
-                any = true;
+            switch (command.at(++i).unicode()) {
+            case u'%': insert(QStringLiteral("%")); break;
+            case u'c': insert(fields.name); break;
+            case u'k': insert(fields.path); break;
+            case u'i': insertList(fields.icon.isEmpty() ? QStringList() : QStringList{QStringLiteral("--icon"), fields.icon}); break;
+            case u'u': insert(fields.uris.value(0)); takesFiles = true; break;
+            case u'f': insert(paths.value(0)); takesFiles = true; break;
+            case u'U': insertList(fields.uris); takesFiles = true; break;
+            case u'F': insertList(paths); takesFiles = true; break;
+            default: break; // codes that are no longer in use stand for nothing
             }
-        } else if (c.isSpace() && !quoted) {
+        } else if (c.isSpace() && quote.isNull()) {
             finish();
         } else {
             argument += c;
             any = true;
         }
     }
-    if (quoted)
+    if (!quote.isNull())
         return {};
     finish();
+    if (!takesFiles && !arguments.isEmpty())
+        arguments += paths;
     return arguments;
 }
 

@@ -38,6 +38,17 @@ std::optional<DesktopEntry> parseDesktopEntry(const QByteArray &bytes);
 /// do not match.
 QStringList splitExec(const QString &command);
 
+/// What the field codes of a command line stand for.
+struct ExecFields {
+    QString name;     ///< %c
+    QString icon;     ///< %i, as two arguments
+    QString path;     ///< %k
+    QStringList uris; ///< %u and %U; %f and %F as local paths. Appended where the command has no place for them.
+};
+
+/// A command line of the Desktop Entry format as the arguments to run; empty when its quotes do not match.
+QStringList expandExec(const QString &command, const ExecFields &fields);
+
 /// The arguments less a leading `env NAME=value ...`, as far as it can be told.
 QStringList withoutEnvPrefix(QStringList arguments);
 

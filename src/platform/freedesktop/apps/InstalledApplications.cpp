@@ -108,7 +108,8 @@ Result<InstalledEntry> InstalledApplications::load(const QString &id) const
     entry.workingFolder = taken(g_desktop_app_info_get_string(info.get(), "Path"));
     entry.dBusActivatable = g_desktop_app_info_get_boolean(info.get(), "DBusActivatable") != 0;
     entry.terminal = parsed->terminal;
-    entry.hasCommand = !parsed->exec.isEmpty();
+    entry.command = QString::fromUtf8(g_app_info_get_commandline(G_APP_INFO(info.get())));
+    entry.startupNotify = g_desktop_app_info_get_boolean(info.get(), "StartupNotify") != 0;
     return entry;
 }
 

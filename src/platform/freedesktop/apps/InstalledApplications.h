@@ -19,9 +19,10 @@ struct InstalledEntry {
     InstalledApplication application;
     QString icon;          ///< the Icon key: a theme name or an absolute path
     QString workingFolder; ///< the Path key
+    QString command;       ///< the Exec key; may be empty when dBusActivatable
     bool dBusActivatable = false;
     bool terminal = false;
-    bool hasCommand = false;
+    bool startupNotify = false;
 };
 
 /// The installed applications, live. An entry is read when it is first asked for and kept until something

@@ -20,6 +20,16 @@ namespace {
 /// How long an application may take to show its first window before a click on it starts it again.
 constexpr qint64 startingMilliseconds = 15000;
 
+/// The first of the processes that the leader of a session left behind; 0 when there is none.
+qint64 leftInSession(qint64 session)
+{
+    qint64 first = 0;
+    for (const ProcessEntry &process : allProcesses())
+        if (process.session == session && process.pid != session && (first == 0 || process.pid < first))
+            first = process.pid;
+    return first;
+}
+
 } // namespace
 
 X11RunningApplications::X11RunningApplications(X11Connection *x11, FreedesktopWorkspace &workspace, QObject *parent)
@@ -210,9 +220,15 @@ void X11RunningApplications::launchedHere(const QString &id, qint64 pid, bool in
                     [&](const auto &application) { return application->self.bundleIdentifier == id; }))
         return;
     Application &application = add({id, pid});
-    if (!application.end) {
-        m_applications.pop_back();
-        return;
+    if (!application.end) { // it has ended already
+        if (const qint64 successor = leftInSession(pid); successor > 0) {
+            application.self.processIdentifier = successor;
+            watchProcess(application);
+        }
+        if (!application.end) {
+            m_applications.pop_back();
+            return;
+        }
     }
     application.startedHere.start();
     emit didLaunch(RunningApplication(application.self));
@@ -233,9 +249,7 @@ void X11RunningApplications::processEnded(const RunningApplication &ended)
         if (const Window &window = m_windows.value(id); successor == 0 && !window.processEnded)
             successor = window.seen.pid;
     if (successor == 0 && application->startedHere.isValid() && application->windows.empty())
-        for (const ProcessEntry &process : allProcesses())
-            if (process.session == ended.processIdentifier && (successor == 0 || process.pid < successor))
-                successor = process.pid;
+        successor = leftInSession(ended.processIdentifier);
     application->end.reset();
     if (successor > 0) {
         application->self.processIdentifier = successor;
@@ -302,15 +316,6 @@ bool X11RunningApplications::lacksWindows(const RunningApplication &application)
     return found && found->windows.empty() && !starting;
 }
 
-std::vector<xcb_window_t> X11RunningApplications::ordinaryWindows(const Application &application) const
-{
-    std::vector<xcb_window_t> windows;
-    for (const xcb_window_t window : application.windows)
-        if (m_windows.value(window).seen.isOrdinary)
-            windows.push_back(window);
-    return windows;
-}
-
 // The verbs
 
 void X11RunningApplications::hide(const RunningApplication &application)
@@ -318,9 +323,8 @@ void X11RunningApplications::hide(const RunningApplication &application)
     const Application *found = find(application);
     if (!found || !m_clients)
         return;
-    const std::vector<xcb_window_t> windows = ordinaryWindows(*found);
-    const std::vector<xcb_window_t> already = m_clients->iconified(windows);
-    for (const xcb_window_t window : windows) {
+    const std::vector<xcb_window_t> already = m_clients->iconified(found->windows);
+    for (const xcb_window_t window : found->windows) {
         if (!m_windows[window].restoring && std::find(already.begin(), already.end(), window) != already.end())
             continue;
         m_hidden.insert(window);
@@ -352,7 +356,7 @@ void X11RunningApplications::unhide(const RunningApplication &application)
 void X11RunningApplications::unminimize(const RunningApplication &application)
 {
     if (const Application *found = find(application); found && m_clients)
-        restore(ordinaryWindows(*found));
+        restore(found->windows);
 }
 
 void X11RunningApplications::activate(const RunningApplication &application)
@@ -360,7 +364,7 @@ void X11RunningApplications::activate(const RunningApplication &application)
     const Application *found = find(application);
     if (!found || !m_clients)
         return;
-    const std::vector<xcb_window_t> all = m_clients->inStackingOrder(ordinaryWindows(*found));
+    const std::vector<xcb_window_t> all = m_clients->inStackingOrder(found->windows);
     if (all.empty())
         return;
     std::vector<xcb_window_t> shown = all;
@@ -378,7 +382,7 @@ bool X11RunningApplications::closeWindows(const Application &application)
 {
     bool asked = false;
     if (m_clients)
-        for (const xcb_window_t window : ordinaryWindows(application))
+        for (const xcb_window_t window : application.windows)
             asked = m_clients->close(window) || asked;
     return asked;
 }

@@ -52,7 +52,7 @@ private:
     };
     struct Application {
         RunningApplication self;
-        std::vector<xcb_window_t> windows; ///< in the order they were mapped
+        std::vector<xcb_window_t> windows; ///< ordinary ones, in the order they were mapped
         std::unique_ptr<ProcessEnd, QScopedPointerDeleteLater> end; ///< deleted later: it may be the one that tells
         ProcessEntry process;
         QElapsedTimer startedHere; ///< valid when launched by this process
@@ -72,7 +72,6 @@ private:
     Application &add(const RunningApplication &application);
     void watchProcess(Application &application);
     bool sharesProcess(const Application &application) const;
-    std::vector<xcb_window_t> ordinaryWindows(const Application &application) const;
     void restore(const std::vector<xcb_window_t> &windows);
     bool closeWindows(const Application &application);
 

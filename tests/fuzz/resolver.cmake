@@ -1,1 +1,0 @@
-cobblet_fuzzer(fuzz_resolver SOURCES fuzz_resolver.cpp LINKS cobblet_freedesktop_apps)
