@@ -9,6 +9,9 @@ import math
 import statistics
 import sys
 
+MICRO_TITLES = {"load": "load 1,000 groups of 50", "loadStore": "  the store with both its copies",
+                "save": "save 1,000 groups of 50, flushed", "saveStore": "  one edit in the store, both copies",
+                "encode": "  to text only"}
 FADE = 180  # ms; the panel's fade-in, after which nothing may be drawn
 
 
@@ -63,7 +66,10 @@ def figure(value, unit):
 
 
 def row(measure, value, unit, peer=None, peer_name="", at_most=None, times=None, below=None):
-    """One line: a target is a bound on the figure (at_most, or strictly below) or on the ratio (times)."""
+    """One line, or none without anything to compare: a target is a bound on the figure (at_most, or strictly below)
+    or on the ratio (times)."""
+    if value is None and peer is None or peer_name and peer is None and times is None:
+        return None
     ratio = value / peer if value is not None and peer else None
     target, met = "", ""
     if at_most is not None or below is not None:
@@ -75,7 +81,7 @@ def row(measure, value, unit, peer=None, peer_name="", at_most=None, times=None,
         target = f"at most {times:g} x"
         if ratio is not None:
             met = ratio <= times
-    return [measure, figure(value, unit), f"{peer_name} {figure(peer, unit)}" if peer is not None else "",
+    return [measure, figure(value, unit), f"{peer_name} {figure(peer, unit)}" if peer_name else "",
             f"{ratio:.2f}" if ratio is not None else "", target, {True: "met", False: "NOT MET"}.get(met, "")]
 
 
@@ -106,8 +112,8 @@ def rows(results):
     for kind, name in (("pss", "proportional"), ("rss", "resident")):
         yield row(f"{name} memory, hidden after one show", mib("cobblet idle", "memory", kind), "MiB",
                   mib("floor idle", "memory", kind), "floor")
-    large = mib("cobblet idle large", "memory", "anon")
-    added = large - own if large is not None and own is not None else None
+    small, large = (mib(f"cobblet idle {size}", "memory", "anon") for size in ("small", "large"))
+    added = large - small if large is not None and small is not None else None
     yield row("own memory that 1,000 groups of 50 add", added, "MiB", at_most=12)
     cycles = at("cobblet cycles", "rounds")
     yield row(f"growth of own memory in {cycles or 1000:,} shows", mib("cobblet cycles", "growth", "anon"), "MiB",
@@ -121,7 +127,7 @@ def rows(results):
         if name.endswith("Peer"):
             continue
         peer = results.micro.get(f"{name}Peer")
-        title = {"load": "load 1,000 groups of 50", "save": "save 1,000 groups of 50, flushed"}.get(name, name)
+        title = MICRO_TITLES.get(name, name)
         yield row(title, value, "ms", peer, "plain structs" if peer else "", times=1.2 if peer else None)
 
 
@@ -137,7 +143,7 @@ def print_table(lines):
 def main():
     with open(sys.argv[1], encoding="utf-8") as lines:
         results = Results(lines)
-    measured = [line for line in rows(results) if line[1] != "-" or line[2] not in ("", "-")]
+    measured = [line for line in rows(results) if line]
     if measured:
         print_table(measured)
         print(f"\nMedians of {results.count('cobblet show', 'painted')} shows, "

@@ -155,18 +155,23 @@ if part cycles; then
 fi
 
 if part large; then
-    # The same, with a list of 1,000 groups of 50.
+    # With the usual list, and with 1,000 groups of 50.
+    if begin_cobblet; then
+        sleep 5
+        watch idle --label "cobblet idle small" --pid "$pid" --seconds 1
+    fi
+    end
     mv "$data_home/Cobblet" "$HOME/kept-Cobblet"
-    [ ! -e "$HOME/.config/Cobblet" ] || mv "$HOME/.config/Cobblet" "$HOME/kept-settings"
+    [ ! -e "$HOME/.config/cobblet" ] || mv "$HOME/.config/cobblet" "$HOME/kept-settings"
     /usr/bin/python3 "$here/fixture.py" "$data_home" 1000 50
     if begin_cobblet; then
         sleep 5
         watch idle --label "cobblet idle large" --pid "$pid" --seconds 1
     fi
     end
-    rm -rf "$data_home/Cobblet" "$HOME/.config/Cobblet"
+    rm -rf "$data_home/Cobblet" "$HOME/.config/cobblet"
     mv "$HOME/kept-Cobblet" "$data_home/Cobblet"
-    [ ! -e "$HOME/kept-settings" ] || mv "$HOME/kept-settings" "$HOME/.config/Cobblet"
+    [ ! -e "$HOME/kept-settings" ] || mv "$HOME/kept-settings" "$HOME/.config/cobblet"
 fi
 
 if part micro; then

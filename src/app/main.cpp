@@ -32,6 +32,7 @@ int run(const Bundle &bundle)
     std::unique_ptr<Platform> platform = makePlatform(bundle);
     if (platform->instance().claim() == Instance::Role::HandedOver)
         return EX_OK;
+    platform->warmUp();
 
     // The toolkit names windows after the program, and gets none of the arguments, which are ours.
     int argc = 1;

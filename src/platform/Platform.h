@@ -34,6 +34,9 @@ public:
     /// Where the program keeps its files ("…/Cobblet"); not necessarily there yet.
     virtual QString applicationSupportFolder() const = 0;
 
+    /// Called once before the toolkit starts: loads on a thread of its own what the toolkit would wait for.
+    virtual void warmUp() {}
+
     virtual Instance &instance() = 0;
     virtual Scheduler &scheduler() = 0;
     virtual UserDefaults &standardDefaults() = 0;
@@ -56,7 +59,8 @@ public:
     virtual void settle() = 0;
 };
 
-/// The backend that was linked. `bundle` is the running program's own. Needs a QGuiApplication.
+/// The backend that was linked. `bundle` is the running program's own. Before there is a QGuiApplication only
+/// instance() and warmUp() may be used; no service may outlive it.
 std::unique_ptr<Platform> makePlatform(const Bundle &bundle);
 
 } // namespace cobblet

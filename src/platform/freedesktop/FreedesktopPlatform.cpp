@@ -21,7 +21,10 @@
 
 #include <QGuiApplication>
 
+#include <fontconfig/fontconfig.h>
 #include <malloc.h>
+
+#include <thread>
 
 namespace cobblet {
 
@@ -95,7 +98,15 @@ public:
         return std::make_unique<QtPanelSurface>(window, screens());
     }
 
-    void settle() override { ::malloc_trim(0); }
+    /// Reading the font configuration takes several of the milliseconds before the first text is painted.
+    void warmUp() override { m_fonts = std::jthread([] { ::FcInit(); }); }
+
+    void settle() override
+    {
+        if (m_fonts.joinable())
+            m_fonts.join();
+        ::malloc_trim(0);
+    }
 
 private:
     template<class T, class Make>
@@ -135,6 +146,7 @@ private:
     }
 
     const QString m_identifier;
+    std::jthread m_fonts;
     QtScheduler m_scheduler;
     X11DockTile m_dockTile;
     SessionBus m_bus;

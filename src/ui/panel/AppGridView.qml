@@ -59,8 +59,8 @@ Item {
         }
 
         delegate: CBAppCell {
-            width: GridView.view.cellWidth - Units.columnSpacing
-            height: GridView.view.cellHeight - Units.rowSpacing
+            width: (GridView.view as GridView).cellWidth - Units.columnSpacing
+            height: (GridView.view as GridView).cellHeight - Units.rowSpacing
             showsTitle: Panel.showsTitles
         }
     }

@@ -11,9 +11,10 @@ Pressable {
     required property string hint
     required property bool isMostUsed
     required property bool selected
-    required property real expansion
 
     readonly property int fullWidth: Units.sidebarExpanded - 16
+    readonly property int smallWidth: Units.sidebarCollapsed - 16
+    readonly property real expansion: (width - smallWidth) / (fullWidth - smallWidth)
 
     height: Units.rowHeight
     corner: Units.rowRadius

@@ -34,7 +34,7 @@ QColor PanelTheme::panelBG() const
     const CBTheme &current = theme();
     if (!current.panelIsMaterial || m_blending)
         return current.panelBG;
-    return over(current.panelBG, popoverBG());
+    return over(current.panelBG, solidBG());
 }
 
 QColor PanelTheme::accent() const
@@ -42,9 +42,15 @@ QColor PanelTheme::accent() const
     return m_appearance.accentColor();
 }
 
-QColor PanelTheme::popoverBG() const
+QColor PanelTheme::solidBG() const
 {
     return CBTheme::palette(m_manager.effectiveScheme(), false).panelBG;
+}
+
+QColor PanelTheme::popoverBG() const
+{
+    // A touch lighter than the panel, so that it stands off where it lies over it.
+    return over(QColor::fromRgbF(1, 1, 1, isDark() ? 0.05f : 0.55f), solidBG());
 }
 
 QColor PanelTheme::fieldBG() const

@@ -69,6 +69,7 @@ signals:
 
 private:
     const CBTheme &theme() const { return m_manager.theme(); }
+    QColor solidBG() const;
     bool isDark() const { return m_manager.effectiveScheme() == ColorScheme::Dark; }
 
     ThemeManager &m_manager;

@@ -55,8 +55,9 @@ QSGNode *PictureItem::updatePaintNode(QSGNode *old, UpdatePaintNodeData *)
     return node;
 }
 
-void CBAppIconTile::setImage(const QImage &image)
+void CBAppIconTile::setImage(const QVariant &value)
 {
+    const QImage image = value.value<QImage>();
     if (m_image.cacheKey() == image.cacheKey())
         return;
     m_image = image;

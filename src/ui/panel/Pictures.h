@@ -3,6 +3,7 @@
 #include <QColor>
 #include <QImage>
 #include <QQuickItem>
+#include <QVariant>
 
 namespace cobblet {
 
@@ -26,15 +27,17 @@ private:
     bool m_stale = true;
 };
 
+// The base class is written with its namespace below: the tools that read the types do not look it up otherwise.
+
 /// A picture that a model supplies.
-class CBAppIconTile : public PictureItem {
+class CBAppIconTile : public cobblet::PictureItem {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(QImage image READ image WRITE setImage NOTIFY imageChanged)
+    Q_PROPERTY(QVariant image READ image WRITE setImage NOTIFY imageChanged)
 public:
     using PictureItem::PictureItem;
-    QImage image() const { return m_image; }
-    void setImage(const QImage &image);
+    QVariant image() const { return m_image; } ///< a QImage
+    void setImage(const QVariant &image);
 
 signals:
     void imageChanged();
@@ -47,7 +50,7 @@ private:
 };
 
 /// A symbol in one colour, centred in the item as in the system font of `fontSize`.
-class CBSymbol : public PictureItem {
+class CBSymbol : public cobblet::PictureItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(QString name READ name WRITE setName NOTIFY changed)
@@ -76,7 +79,7 @@ private:
 
 /// The selected row's rounded rectangle with its fine outline and its shadow. The item's margin leaves room for
 /// the shadow on every side.
-class CBRowShape : public PictureItem {
+class CBRowShape : public cobblet::PictureItem {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(QColor fill MEMBER m_fill WRITE setFill NOTIFY changed)

@@ -55,40 +55,15 @@ Item {
         Keys.onUpPressed: Panel.selectRow(currentIndex - 1)
         Keys.onDownPressed: Panel.selectRow(currentIndex + 1)
         onCurrentIndexChanged: reveal()
-        onHeightChanged: reveal()
+        onHeightChanged: {
+            positionViewAtBeginning();
+            reveal();
+        }
 
         function reveal() {
             // Before the first layout there is no room, and every row would seem to lie outside.
             if (height > Units.rowHeight && currentIndex >= 0)
                 positionViewAtIndex(currentIndex, ListView.Contain);
-        }
-
-        highlight: CBRowShape {
-            id: shape
-            readonly property Item row: list.currentItem
-            // Only a change of selection glides; the first layout does not.
-            property bool settled: false
-
-            x: -margin
-            y: (row ? row.y : 0) - margin
-            width: list.width + 2 * margin
-            height: Units.rowHeight + 2 * margin
-            visible: row !== null
-            radius: Units.rowRadius
-            fill: CBTheme.selBG
-            stroke: CBTheme.border
-            shadow: CBTheme.selShadow
-            shadowRadius: CBTheme.selShadowRadius
-            shadowY: CBTheme.selShadowY
-            onRowChanged: settled = true
-
-            Behavior on y {
-                enabled: shape.settled && Panel.shown
-                NumberAnimation {
-                    duration: Units.selection
-                    easing.type: Easing.InOutQuad
-                }
-            }
         }
 
         // Most Used stands apart from the groups.
@@ -100,9 +75,38 @@ Item {
         }
 
         delegate: CBGroupRow {
-            width: list.width
+            width: ListView.view.width
             selected: ListView.isCurrentItem
-            expansion: sidebar.expansion
+        }
+    }
+
+    // Under the selected row.
+    CBRowShape {
+        id: shape
+        readonly property Item row: list.currentItem
+        // Only a change of selection glides; the first layout does not.
+        property bool settled: false
+
+        parent: list.contentItem
+        x: -margin
+        y: (row ? row.y : 0) - margin
+        width: list.width + 2 * margin
+        height: Units.rowHeight + 2 * margin
+        visible: row !== null
+        radius: Units.rowRadius
+        fill: CBTheme.selBG
+        stroke: CBTheme.border
+        shadow: CBTheme.selShadow
+        shadowRadius: CBTheme.selShadowRadius
+        shadowY: CBTheme.selShadowY
+        onRowChanged: settled = true
+
+        Behavior on y {
+            enabled: shape.settled && Panel.shown
+            NumberAnimation {
+                duration: Units.selection
+                easing.type: Easing.InOutQuad
+            }
         }
     }
 

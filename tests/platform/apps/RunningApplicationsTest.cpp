@@ -83,7 +83,7 @@ protected:
 TEST_F(RunningApplicationsTest, FollowsWhatRunsAndHidesAndShowsIt)
 {
     server.start(QStringLiteral("xclock"), {QStringLiteral("-update"), QStringLiteral("3600")}); // before anybody looks
-    connectToDesktop(true);
+    ASSERT_NO_FATAL_FAILURE(connectToDesktop(true));
     ASSERT_TRUE(waitFor([&] { return count("clock") == 1; }, 10000));
     QSignalSpy launches(running.get(), &RunningApplications::didLaunch);
     QSignalSpy ends(running.get(), &RunningApplications::didTerminate);
@@ -106,8 +106,8 @@ TEST_F(RunningApplicationsTest, FollowsWhatRunsAndHidesAndShowsIt)
     access->unminimizeWindows(clock);
     access->reopen(clock);
     running->activate(clock);
-    EXPECT_TRUE(waitFor([&] { return !isIconified(face[0]) && active() == face[0]; }));
-    EXPECT_EQ(windows->inStackingOrder(windows->list({})).back(), face[0]);
+    // A clock takes no focus; being in front is all it can be.
+    EXPECT_TRUE(waitFor([&] { return !isIconified(face[0]) && windows->inStackingOrder(windows->list({})).back() == face[0]; }));
     running->activate(first("term"));
     EXPECT_TRUE(waitFor([&] { return active() == windowsOf(term.processId()).front(); }));
 
@@ -129,7 +129,10 @@ TEST_F(RunningApplicationsTest, FollowsWhatRunsAndHidesAndShowsIt)
 
 TEST_F(RunningApplicationsTest, AWindowThatRefusesToCloseStaysUntilItIsKilled)
 {
-    connectToDesktop(true);
+    ASSERT_NO_FATAL_FAILURE(connectToDesktop(true));
+    // A window manager that has shown one window is past its start.
+    server.start(QStringLiteral("xclock"), {QStringLiteral("-update"), QStringLiteral("3600")});
+    ASSERT_TRUE(waitFor([&] { return count("clock") == 1; }, 10000));
     QProcess &plain = server.start(QStringLiteral(COBBLET_STUBBORN_WINDOW));
     ASSERT_TRUE(waitFor([&] { return count("stubborn") == 1; }, 10000));
     EXPECT_EQ(count("term"), 0) << "it is only titled like one";
@@ -149,7 +152,7 @@ TEST_F(RunningApplicationsTest, AWindowThatRefusesToCloseStaysUntilItIsKilled)
 
 TEST_F(RunningApplicationsTest, AClassThatComesLateMovesTheWindow)
 {
-    connectToDesktop(true);
+    ASSERT_NO_FATAL_FAILURE(connectToDesktop(true));
     QProcess &clock = server.start(QStringLiteral("xclock"), {QStringLiteral("-name"), QStringLiteral("clock-face"),
                                                               QStringLiteral("-update"), QStringLiteral("3600")});
     ASSERT_TRUE(waitFor([&] { return count("clock") == 1; }, 10000));
@@ -164,7 +167,7 @@ TEST_F(RunningApplicationsTest, WhatIsLaunchedBecomesOneApplicationWithItsWindow
 {
     write(system(QStringLiteral("script")), entry("Script", "sh -c \"xclock -update 3600; true\"", "StartupWMClass=XClock\nNoDisplay=true"));
     QFile::remove(system(QStringLiteral("clock")));
-    connectToDesktop(true);
+    ASSERT_NO_FATAL_FAILURE(connectToDesktop(true));
     QSignalSpy launches(running.get(), &RunningApplications::didLaunch);
     QSignalSpy ends(running.get(), &RunningApplications::didTerminate);
     // The environment that launched programs get is this process's first one, which knows another display.
@@ -178,7 +181,7 @@ TEST_F(RunningApplicationsTest, WhatIsLaunchedBecomesOneApplicationWithItsWindow
 
 TEST_F(RunningApplicationsTest, WorksWithoutAWindowManagerAndWithOneThatComesLater)
 {
-    connectToDesktop(false);
+    ASSERT_NO_FATAL_FAILURE(connectToDesktop(false));
     EXPECT_FALSE(windows->hasLists());
     server.start(QStringLiteral("xclock"), {QStringLiteral("-update"), QStringLiteral("3600")});
     ASSERT_TRUE(waitFor([&] { return count("clock") == 1; }, 10000));

@@ -1,6 +1,7 @@
 #include "XServer.h"
 
 #include <QElapsedTimer>
+#include <QProcessEnvironment>
 
 namespace cobblet::test {
 
@@ -38,7 +39,13 @@ QProcess &XServer::start(const QString &program, const QStringList &arguments)
 {
     m_programs.push_back(std::make_unique<QProcess>());
     QProcess &process = *m_programs.back();
-    process.setProcessChannelMode(QProcess::ForwardedChannels);
+    // Its themes and defaults are the machine's, whatever applications the test pretends are installed.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.remove(QStringLiteral("XDG_DATA_DIRS"));
+    environment.remove(QStringLiteral("XDG_CONFIG_DIRS"));
+    process.setProcessEnvironment(environment);
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(QProcess::nullDevice());
     process.start(program, arguments);
     process.waitForStarted();
     return process;
