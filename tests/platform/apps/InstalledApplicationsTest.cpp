@@ -34,10 +34,14 @@ TEST_F(InstalledApplicationsTest, TheFirstFolderWinsAndItsWordIsFinal)
     write(system(QStringLiteral("garbage")), QByteArray(5000, '\xff'));
     write(system(QStringLiteral("kde/deep")), entry("Deep", "true"));
     write(system(QStringLiteral("huge")), entry("Huge", "true", "X-Padding=" + QByteArray(2000000, 'x')));
-    write(system(QStringLiteral("localised")), entry("Plain", "true", "Name[de]=Schlicht"));
+    write(system(QStringLiteral("localised")),
+          "# made by hand\n\n[Desktop Entry]\nType=Application\nName[fr]=Simple\nName=Plain\nName[de]=Schlicht\nExec=true\n"
+          "[Desktop Action x]\nName=Other\n");
     QDir().mkpath(home.path(QStringLiteral("system/applications/folder.desktop")));
     QFile::link(home.path(QStringLiteral("nowhere")), user(QStringLiteral("dangling")));
     write(system(QStringLiteral("dangling")), entry("Behind", "true"));
+    const QByteArray language = qgetenv("LANGUAGE");
+    qputenv("LANGUAGE", "de_AT:de");
     const FreedesktopWorkspace workspace(nullptr);
 
     const struct {
@@ -47,9 +51,10 @@ TEST_F(InstalledApplicationsTest, TheFirstFolderWinsAndItsWordIsFinal)
                 {"foreign", "Foreign"}, {"no-program", "-"}, {"no-try", "-"},       {"link", "-"},
                 {"garbage", "-"},       {"kde-deep", "Deep"}, {"huge", "-"},        {"folder", "-"},
                 {"dangling", "Behind"}, {"unknown", "-"},   {"../both", "-"},       {"", "-"},
-                {"localised", "Plain"}};
+                {"localised", "Schlicht"}};
     for (const auto &row : rows)
         EXPECT_EQ(nameOf(workspace, QLatin1String(row.id)), QLatin1String(row.name)) << row.id;
+    qputenv("LANGUAGE", language);
     // Menus are what visibility is about.
     const auto index = workspace.installed().index();
     EXPECT_TRUE(index->byId(QStringLiteral("both"))->visible);

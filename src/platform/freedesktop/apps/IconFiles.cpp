@@ -3,6 +3,7 @@
 #include "platform/AtomicFile.h"
 #include "platform/freedesktop/apps/ApplicationFolders.h"
 
+#include <QByteArrayView>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -11,6 +12,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <utility>
 
 namespace cobblet {
 
@@ -18,7 +20,7 @@ namespace {
 
 constexpr qint64 maximumIndexBytes = 2 * 1024 * 1024;
 constexpr int maximumThemes = 16;
-constexpr qsizetype maximumFolders = 2000;
+constexpr size_t maximumFolders = 2000;
 
 bool exists(const QByteArray &path)
 {
@@ -30,24 +32,22 @@ bool isPlainName(const QString &name)
     return !name.isEmpty() && name.size() <= 200 && !name.contains(u'/') && !name.contains(QChar(0)) && name != u"..";
 }
 
-using Groups = QHash<QByteArray, QHash<QByteArray, QByteArray>>;
-
-Groups readIndex(const QString &path)
+/// Calls `line` with (group, key, value) for every entry of a theme's description, without copying it.
+template<class Line>
+void forEachLine(const QByteArray &bytes, Line line)
 {
-    Groups groups;
-    const auto bytes = readBounded(path, maximumIndexBytes);
-    if (!bytes)
-        return groups;
-    QByteArray group;
-    for (const QByteArray &raw : bytes.value().split('\n')) {
-        const QByteArray line = raw.trimmed();
-        const qsizetype equals = line.indexOf('=');
-        if (line.startsWith('[') && line.endsWith(']'))
-            group = line.mid(1, line.size() - 2);
-        else if (equals > 0 && !line.startsWith('#'))
-            groups[group].insert(line.left(equals).trimmed(), line.mid(equals + 1).trimmed());
+    QByteArrayView group;
+    for (qsizetype start = 0; start < bytes.size();) {
+        const qsizetype end = bytes.indexOf('\n', start);
+        const QByteArrayView text =
+            QByteArrayView(bytes).sliced(start, (end < 0 ? bytes.size() : end) - start).trimmed();
+        start = end < 0 ? bytes.size() : end + 1;
+        const qsizetype equals = text.indexOf('=');
+        if (text.startsWith('[') && text.endsWith(']'))
+            group = text.sliced(1, text.size() - 2);
+        else if (equals > 0 && !text.startsWith('#'))
+            line(group, text.first(equals).trimmed(), text.sliced(equals + 1).trimmed());
     }
-    return groups;
 }
 
 } // namespace
@@ -132,36 +132,56 @@ IconFiles::Theme IconFiles::readTheme(const QString &name) const
     Theme theme;
     if (!isPlainName(name))
         return theme;
-    QStringList roots;
-    Groups index;
+    QByteArrayList roots;
+    QByteArray index;
     for (const QString &base : m_baseFolders) {
         const QString root = base + u'/' + name;
         if (!QFileInfo(root).isDir())
             continue;
-        roots.append(root);
+        roots.append(QFile::encodeName(root));
         // The first description holds for the theme's folders under every base.
         if (const QString file = root + QStringLiteral("/index.theme"); index.isEmpty() && QFile::exists(file))
-            index = readIndex(file);
+            if (const auto bytes = readBounded(file, maximumIndexBytes))
+                index = bytes.value();
     }
-    const auto &main = index.value("Icon Theme");
-    for (const QByteArray &parent : main.value("Inherits").split(','))
-        if (!parent.trimmed().isEmpty())
-            theme.inherits.append(QString::fromUtf8(parent.trimmed()));
-    QByteArrayList names = main.value("Directories").split(',') + main.value("ScaledDirectories").split(',');
-    names = names.mid(0, maximumFolders);
-    for (const QByteArray &raw : names) {
-        const QByteArray sub = raw.trimmed();
-        const auto group = index.constFind(sub);
-        if (sub.isEmpty() || sub.contains("..") || group == index.cend())
-            continue;
-        const int scale = std::clamp(group->value("Scale", "1").toInt(), 1, 8);
-        const int size = std::clamp(group->value("Size", "0").toInt(), 0, 4096);
-        const QByteArray context = group->value("Context").toLower();
-        for (const QString &root : roots)
-            if (const QByteArray path = QFile::encodeName(root) + '/' + sub; exists(path))
-                theme.folders.push_back({path, size * scale, group->value("Type").toLower() == "scalable",
-                                         context.isEmpty() || context == "applications"});
-    }
+
+    struct Described {
+        QByteArrayView name;
+        int size = 0;
+        int scale = 1;
+        bool scalable = false;
+        bool ofApplications = true;
+    } current;
+    const auto finish = [&] {
+        if (!current.name.isEmpty() && !current.name.contains("..") && current.size > 0)
+            for (const QByteArray &root : std::as_const(roots))
+                if (const QByteArray path = root + '/' + current.name.toByteArray();
+                    theme.folders.size() < maximumFolders && exists(path))
+                    theme.folders.push_back({path, current.size * current.scale, current.scalable, current.ofApplications});
+    };
+    forEachLine(index, [&](QByteArrayView group, QByteArrayView key, QByteArrayView value) {
+        if (group == "Icon Theme") {
+            if (key == "Inherits")
+                for (const QString &parent : QString::fromUtf8(value).split(u','))
+                    if (!parent.trimmed().isEmpty())
+                        theme.inherits.append(parent.trimmed());
+            return;
+        }
+        if (group != current.name) {
+            finish();
+            current = {};
+            current.name = group;
+        }
+        if (key == "Size")
+            current.size = std::clamp(value.toByteArray().toInt(), 0, 4096);
+        else if (key == "Scale")
+            current.scale = std::clamp(value.toByteArray().toInt(), 1, 8);
+        else if (key == "Type")
+            current.scalable = value.compare("scalable", Qt::CaseInsensitive) == 0;
+        else if (key == "Context")
+            current.ofApplications = value.isEmpty() || value.compare("applications", Qt::CaseInsensitive) == 0;
+    });
+    finish();
     theme.folders.shrink_to_fit();
     return theme;
 }
