@@ -41,8 +41,8 @@ bool keysBelongElsewhere()
 {
     const QWindowList windows = QGuiApplication::allWindows();
     return QGuiApplication::modalWindow() || std::any_of(windows.begin(), windows.end(), [](const QWindow *window) {
-        return window->type() == Qt::Popup && window->isVisible();
-    });
+               return window->type() == Qt::Popup && window->isVisible();
+           });
 }
 
 } // namespace

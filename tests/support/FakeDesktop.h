@@ -120,7 +120,11 @@ public:
     void makeKeyAndOrderFront() override;
     void orderOut() override { visible = false; }
     KeyWindow otherKeyWindow() const override { return otherKey; }
-    void orderOutOtherKeyWindow() override { otherKey = KeyWindow::None; ++orderedOutOther; }
+    void orderOutOtherKeyWindow() override
+    {
+        otherKey = KeyWindow::None;
+        ++orderedOutOther;
+    }
     bool hasModalWindow() const override { return modal; }
 
     void finishFade();

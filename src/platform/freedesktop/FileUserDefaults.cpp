@@ -25,8 +25,8 @@ constexpr int keptAside = 3;
 } // namespace
 
 FileUserDefaults::FileUserDefaults(const QString &folder, const QString &domain, QObject *parent)
-    : m_path(folder + QLatin1Char('/') + domain + QStringLiteral(".plist")), m_lockPath(m_path + QStringLiteral(".lock")),
-      m_stamp(m_path)
+    : m_path(folder + QLatin1Char('/') + domain + QStringLiteral(".plist")),
+      m_lockPath(m_path + QStringLiteral(".lock")), m_stamp(m_path)
 {
     setParent(parent);
     connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, &FileUserDefaults::follow);
@@ -77,7 +77,8 @@ bool FileUserDefaults::adopt(const PlistDomain &domain)
     Values values;
     for (auto it = domain.values().cbegin(); it != domain.values().cend(); ++it) {
         const QByteArray bytes = it->typeId() == QMetaType::QByteArray ? it->toByteArray() : QByteArray();
-        values[it.key()] = bytes.size() > largeValueBytes ? Known{QVariant(), bytes.size(), qHash(bytes)} : Known{*it};
+        values[it.key()] =
+            bytes.size() > largeValueBytes ? Known{QVariant(), bytes.size(), qHash(bytes)} : Known{*it};
     }
     const bool differs = values != m_values;
     m_values = std::move(values);
@@ -143,8 +144,10 @@ Status FileUserDefaults::change(const QString &key, const std::optional<QVariant
         if (applyUnsaved(domain)) {
             const QByteArray bytes = domain.encode();
             written = bytes.size() <= maximumFileBytes
-                ? writeAtomically(m_path, bytes)
-                : Error{QStringLiteral("Can't write %1: it would be larger than %2 bytes.").arg(m_path).arg(maximumFileBytes)};
+                          ? writeAtomically(m_path, bytes)
+                          : Error{QStringLiteral("Can't write %1: it would be larger than %2 bytes.")
+                                      .arg(m_path)
+                                      .arg(maximumFileBytes)};
         }
         if (written) {
             m_unsaved.clear();

@@ -2,6 +2,7 @@
 
 #include <QFontDatabase>
 #include <QGuiApplication>
+#include <QRawFont>
 #include <QScreen>
 
 #include <cmath>
@@ -40,6 +41,11 @@ QFont Units::emojiFont()
                       QStringLiteral("emoji"), font.family()});
     font.setPixelSize(16);
     return font;
+}
+
+bool Units::hasEmojiFont()
+{
+    return QRawFont::fromFont(emojiFont()).supportsCharacter(uint(U'💼'));
 }
 
 double Units::titlePointSize()
