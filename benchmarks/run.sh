@@ -32,8 +32,10 @@ if [ "${1:-}" != --inside ]; then
     done
     mkdir -p "$(dirname "$results")"
     : >"$results"
-    "$here/session.sh" "$here/run.sh" --inside
-    exec /usr/bin/python3 "$here/report.py" "$results"
+    status=0
+    "$here/session.sh" "$here/run.sh" --inside || status=$?
+    /usr/bin/python3 "$here/report.py" "$results"
+    exit "$status"
 fi
 
 # Inside the session.
@@ -214,6 +216,8 @@ if part peers; then
     fi
     if have synapse; then
         watch show --label "synapse cold" --class '^synapse' --dismiss end --rounds "$peer_rounds" -- synapse
-        begin synapse --startup && resident_peer synapse '^synapse' --key Ctrl+space
+        if begin synapse --startup; then
+            resident_peer synapse '^synapse' --key Ctrl+space
+        fi
     fi
 fi

@@ -150,7 +150,7 @@ void saveStore(benchmark::State &state)
     const auto defaults = test::makeTestDefaults(folder() + QStringLiteral("/defaults"));
     ConfigManager manager({folder(), true}, *defaults);
     const QUuid id = manager.groups().constLast().id;
-    int count = 0;
+    static int count = 0; // a name that is stored already would be no change
     for (auto _ : state)
         manager.renameGroup(id, QString::number(++count));
 }

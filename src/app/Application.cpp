@@ -14,8 +14,10 @@
 #include "platform/Workspace.h"
 #include "shell/FloatingPanelController.h"
 #include "ui/common/Symbols.h"
+#include "ui/panel/Units.h"
 
 #include <QGuiApplication>
+#include <QLoggingCategory>
 #include <QPalette>
 #include <QPointer>
 #include <QQuickWindow>
@@ -25,6 +27,8 @@ namespace cobblet {
 namespace {
 
 using namespace std::chrono_literals;
+
+Q_LOGGING_CATEGORY(log, "cobblet.app")
 
 /// Counted from the first frame: past the panel's fade, so that it stays smooth.
 constexpr auto preloadDelay = 400ms;
@@ -74,9 +78,9 @@ void Application::start()
 
 std::unique_ptr<FloatingPanelController> Application::makePanelController()
 {
-    auto controller = std::make_unique<FloatingPanelController>([this] { return makePanel(); }, m_platform.screens(),
-                                                                *m_popupSettings, m_notifications,
-                                                                m_platform.scheduler());
+    auto controller =
+        std::make_unique<FloatingPanelController>([this] { return makePanel(); }, m_platform.screens(),
+                                                  *m_popupSettings, m_notifications, m_platform.scheduler());
     controller->setGroupProvider([this] { return m_view ? m_view->selectedGroup() : std::nullopt; });
     return controller;
 }
@@ -90,8 +94,9 @@ std::unique_ptr<PanelSurface> Application::makePanel()
     m_view.emplace(PanelDependencies{*m_config, *m_popupSettings, *m_theme, m_notifications, *m_actions,
                                      *m_runningApps, *m_usage, *m_icons, m_platform.workspace(), m_platform.dialogs(),
                                      m_platform.menus(), m_platform.appearance()});
-    m_platform.menus().setSymbolSource(
-        [](const QString &symbol) { return symbolIcon(symbol, QGuiApplication::palette().color(QPalette::WindowText)); });
+    m_platform.menus().setSymbolSource([](const QString &symbol) {
+        return symbolIcon(symbol, QGuiApplication::palette().color(QPalette::WindowText));
+    });
     connect(&m_view->window(), &QQuickWindow::frameSwapped, this, &Application::settle,
             Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
 
@@ -120,6 +125,9 @@ void Application::settle()
 
 void Application::preloadIcons()
 {
+    if (!Units::hasEmojiFont())
+        qCWarning(log)
+            << "No emoji font is installed: the groups' emoji can't be drawn. Install one, such as Noto Color Emoji.";
     const double side = IconProvider::iconPoints * m_view->window().effectiveDevicePixelRatio();
     const qint64 maximum = preloadBytes / qint64(side * side * 4);
     QStringList ids;

@@ -20,8 +20,7 @@ const QString didPromptKey = QStringLiteral("didPromptAccessibility");
 } // namespace
 
 GroupActions::GroupActions(Workspace &workspace, RunningApplications &running, WindowAccess &windowAccess,
-                           UsageTracker &usage, UserDefaults &standardDefaults, Scheduler &scheduler,
-                           QObject *parent)
+                           UsageTracker &usage, UserDefaults &standardDefaults, Scheduler &scheduler, QObject *parent)
     : QObject(parent), m_workspace(workspace), m_running(running), m_windowAccess(windowAccess), m_usage(usage),
       m_defaults(standardDefaults), m_scheduler(scheduler)
 {

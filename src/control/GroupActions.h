@@ -19,9 +19,8 @@ class Workspace;
 class GroupActions : public QObject {
     Q_OBJECT
 public:
-    GroupActions(Workspace &workspace, RunningApplications &running, WindowAccess &windowAccess,
-                 UsageTracker &usage, UserDefaults &standardDefaults, Scheduler &scheduler,
-                 QObject *parent = nullptr);
+    GroupActions(Workspace &workspace, RunningApplications &running, WindowAccess &windowAccess, UsageTracker &usage,
+                 UserDefaults &standardDefaults, Scheduler &scheduler, QObject *parent = nullptr);
 
     /// Brings the running application forward or asks for its launch; false when none is installed.
     bool openApp(const QString &bundleID);

@@ -29,14 +29,14 @@ constexpr qint64 maximumFileBytes = 16 * 1024 * 1024;
 bool isExcluded(const QString &bundleID)
 {
     static constexpr QLatin1String exact[] = {
-        QLatin1String("com.apple.systemuiserver"),       QLatin1String("com.apple.dock"),
-        QLatin1String("com.apple.WindowManager"),        QLatin1String("com.apple.notificationcenterui"),
-        QLatin1String("com.apple.Spotlight"),            QLatin1String("com.apple.finder")};
+        QLatin1String("com.apple.systemuiserver"), QLatin1String("com.apple.dock"),
+        QLatin1String("com.apple.WindowManager"),  QLatin1String("com.apple.notificationcenterui"),
+        QLatin1String("com.apple.Spotlight"),      QLatin1String("com.apple.finder")};
     static constexpr QLatin1String prefixes[] = {QLatin1String("com.apple.WebKit."),
                                                  QLatin1String("com.apple.security."),
                                                  QLatin1String("com.apple.accessibility.")};
-    return std::any_of(std::begin(exact), std::end(exact), [&](QLatin1String id) { return bundleID == id; })
-        || std::any_of(std::begin(prefixes), std::end(prefixes),
+    return std::any_of(std::begin(exact), std::end(exact), [&](QLatin1String id) { return bundleID == id; }) ||
+           std::any_of(std::begin(prefixes), std::end(prefixes),
                        [&](QLatin1String prefix) { return bundleID.startsWith(prefix); });
 }
 
@@ -106,8 +106,8 @@ QJsonObject encoded(const UsageTracker::Counts &counts)
 UsageTracker::UsageTracker(QString folder, RunningApplications &running, Workspace &workspace, Scheduler &scheduler,
                            QObject *parent)
     : QObject(parent), m_workspace(workspace), m_scheduler(scheduler),
-      m_lockPath(folder + QStringLiteral("/usage.lock")),
-      m_countsFile{folder + QStringLiteral("/usage-stats.json"), countsDelay, &UsageTracker::encodeCounts},
+      m_lockPath(folder + QStringLiteral("/usage.lock")), m_countsFile{folder + QStringLiteral("/usage-stats.json"),
+                                                                       countsDelay, &UsageTracker::encodeCounts},
       m_cooccurrenceFile{folder + QStringLiteral("/usage-cooccurrence.json"), cooccurrenceDelay,
                          &UsageTracker::encodeCooccurrence},
       m_counts(load(m_countsFile.path, decodeCounts)),

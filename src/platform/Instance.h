@@ -10,7 +10,7 @@ class Instance : public QObject {
     Q_OBJECT
 public:
     enum class Role {
-        First,   ///< this process is the one that runs, or the desktop cannot tell (logged)
+        First,     ///< this process is the one that runs, or the desktop cannot tell (logged)
         HandedOver ///< another one runs and has been asked to reopen; this process has nothing left to do
     };
 

@@ -8,7 +8,7 @@ namespace cobblet {
 
 /// One running application: a main process together with the windows and processes that belong to it.
 struct RunningApplication {
-    QString bundleIdentifier;    ///< empty when the application has none
+    QString bundleIdentifier; ///< empty when the application has none
     qint64 processIdentifier = 0;
 
     bool operator==(const RunningApplication &) const = default;

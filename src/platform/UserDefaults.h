@@ -22,8 +22,8 @@ public:
     /// Whether the key is stored (registered defaults do not count).
     virtual bool contains(const QString &key) const = 0;
 
-    bool boolean(const QString &key) const;              ///< false when absent
-    qint64 integer(const QString &key) const;            ///< 0 when absent
+    bool boolean(const QString &key) const;   ///< false when absent
+    qint64 integer(const QString &key) const; ///< 0 when absent
     std::optional<QString> string(const QString &key) const;
     std::optional<QByteArray> data(const QString &key) const;
 

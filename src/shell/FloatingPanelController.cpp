@@ -41,8 +41,8 @@ bool keysBelongElsewhere()
 {
     const QWindowList windows = QGuiApplication::allWindows();
     return QGuiApplication::modalWindow() || std::any_of(windows.begin(), windows.end(), [](const QWindow *window) {
-        return window->type() == Qt::Popup && window->isVisible();
-    });
+               return window->type() == Qt::Popup && window->isVisible();
+           });
 }
 
 } // namespace
@@ -62,6 +62,7 @@ FloatingPanelController::FloatingPanelController(MakePanel makePanel, Screens &s
         if (size.metaType() == QMetaType::fromType<QSizeF>())
             setDesiredSize(size.toSizeF());
     });
+    connect(&screens, &Screens::changed, this, &FloatingPanelController::followScreens);
 }
 
 FloatingPanelController::~FloatingPanelController() = default;
@@ -156,6 +157,21 @@ void FloatingPanelController::setDesiredSize(const QSizeF &size)
     m_desiredSize = size;
     if (isVisible() && !m_isHiding)
         m_pendingResize = m_scheduler.after(std::chrono::milliseconds(0), [this] { resize(); });
+}
+
+/// A dock or a screen came, went or moved while the panel is open: it keeps its place beside the dock.
+void FloatingPanelController::followScreens()
+{
+    if (!isVisible() || m_isHiding)
+        return;
+    const QList<Screen> screens = m_screens.screens();
+    const auto same = std::find_if(screens.begin(), screens.end(),
+                                   [this](const Screen &screen) { return screen.name == m_placementScreen->name; });
+    if (same == screens.end() ? choosePlacement() : *same != *m_placementScreen) {
+        if (same != screens.end())
+            m_placementScreen = *same;
+        m_pendingResize = m_scheduler.after(std::chrono::milliseconds(0), [this] { resize(); });
+    }
 }
 
 void FloatingPanelController::resize()

@@ -54,6 +54,7 @@ private:
     bool choosePlacement();
     /// The desired size as it fits, at the chosen place.
     QRectF placedFrame() const;
+    void followScreens();
     void resize();
     void resignedKey();
 

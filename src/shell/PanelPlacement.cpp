@@ -7,10 +7,22 @@ namespace cobblet::placement {
 namespace {
 
 // In y-up rectangles the lower edge is top() and the upper edge is bottom(); these names say which is meant.
-double minX(const QRectF &r) { return r.left(); }
-double maxX(const QRectF &r) { return r.right(); }
-double minY(const QRectF &r) { return r.top(); }
-double maxY(const QRectF &r) { return r.bottom(); }
+double minX(const QRectF &r)
+{
+    return r.left();
+}
+double maxX(const QRectF &r)
+{
+    return r.right();
+}
+double minY(const QRectF &r)
+{
+    return r.top();
+}
+double maxY(const QRectF &r)
+{
+    return r.bottom();
+}
 
 /// First not above `high`, then not below `low`: where both cannot hold, `low` wins.
 double clamped(double value, double low, double high)
@@ -42,9 +54,15 @@ std::optional<QPointF> dockClickPoint(const Screen &screen, const QPointF &point
     const QRectF &visible = screen.visibleFrame;
     bool inStrip = false;
     switch (dockSide(screen)) {
-    case DockSide::Bottom: inStrip = pointer.y() < minY(visible); break;
-    case DockSide::Left: inStrip = pointer.x() < minX(visible); break;
-    case DockSide::Right: inStrip = pointer.x() > maxX(visible); break;
+    case DockSide::Bottom:
+        inStrip = pointer.y() < minY(visible);
+        break;
+    case DockSide::Left:
+        inStrip = pointer.x() < minX(visible);
+        break;
+    case DockSide::Right:
+        inStrip = pointer.x() > maxX(visible);
+        break;
     }
     return inStrip ? std::optional(pointer) : std::nullopt;
 }

@@ -183,7 +183,8 @@ void IconProvider::load(const Job &job)
             continue;
         changed = true;
         if (!job.replaces)
-            QMetaObject::invokeMethod(this, [this, ids = icons.keys()] { emit loaded(ids); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                this, [this, ids = icons.keys()] { emit loaded(ids); }, Qt::QueuedConnection);
     }
     if (changed && job.replaces)
         QMetaObject::invokeMethod(this, &IconProvider::iconsChanged, Qt::QueuedConnection);

@@ -64,9 +64,10 @@ TEST_F(UsageTrackerTest, PairsWhatIsLaunchedWithinOneSession)
 TEST_F(UsageTrackerTest, LeavesOutTheSystemsOwnProcesses)
 {
     const auto usage = tracker();
-    for (const char *id : {"com.apple.systemuiserver", "com.apple.dock", "com.apple.WindowManager",
-                           "com.apple.notificationcenterui", "com.apple.Spotlight", "com.apple.finder",
-                           "com.apple.WebKit.Networking", "com.apple.security.agent", "com.apple.accessibility.x", ""})
+    for (const char *id :
+         {"com.apple.systemuiserver", "com.apple.dock", "com.apple.WindowManager", "com.apple.notificationcenterui",
+          "com.apple.Spotlight", "com.apple.finder", "com.apple.WebKit.Networking", "com.apple.security.agent",
+          "com.apple.accessibility.x", ""})
         launch(id);
     EXPECT_TRUE(usage->counts().isEmpty());
     EXPECT_EQ(scheduler.pending(), 0);

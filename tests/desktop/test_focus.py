@@ -58,7 +58,7 @@ class Focus(CobbletCase):
 
     def test_the_keyboard_alone_opens_an_application(self):
         self.cobblet.select(1)
-        for key in ("Right", "Right", "Return"):
+        for key in ("Right", "Return"):
             self.desktop.key(key)
         self.desktop.wait_window("XCalc")
         self.cobblet.wait_hidden()

@@ -9,9 +9,9 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
 #include <QDBusVirtualObject>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QDir>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
@@ -148,16 +148,19 @@ TEST_F(BusTest, RequestsItDoesNotUnderstandAreErrors)
     EXPECT_EQ(answerTo(QStringLiteral("Activate"), {}), QDBusMessage::ErrorMessage);
     EXPECT_EQ(answerTo(QStringLiteral("Activate"), {1}), QDBusMessage::ErrorMessage);
     EXPECT_EQ(answerTo(QStringLiteral("Quit"), {}), QDBusMessage::ErrorMessage);
-    EXPECT_EQ(answerTo(QStringLiteral("Open"), {QStringList{QStringLiteral("x:y")}, data}), QDBusMessage::ErrorMessage);
+    EXPECT_EQ(answerTo(QStringLiteral("Open"), {QStringList{QStringLiteral("x:y")}, data}),
+              QDBusMessage::ErrorMessage);
     EXPECT_EQ(reopened.size(), 0);
     EXPECT_EQ(answerTo(QStringLiteral("Activate"), {data}), QDBusMessage::ReplyMessage);
     EXPECT_EQ(reopened.size(), 1);
 
     QStringList opened;
     instance.setUrlHandler([&](const QStringList &urls) { opened = urls; });
-    EXPECT_EQ(answerTo(QStringLiteral("Open"), {QStringList{QStringLiteral("x:y")}, data}), QDBusMessage::ReplyMessage);
+    EXPECT_EQ(answerTo(QStringLiteral("Open"), {QStringList{QStringLiteral("x:y")}, data}),
+              QDBusMessage::ReplyMessage);
     EXPECT_EQ(opened, QStringList{QStringLiteral("x:y")});
-    instance.setActionHandler([](const QString &action, const QVariantList &) { return action == QLatin1String("known"); });
+    instance.setActionHandler(
+        [](const QString &action, const QVariantList &) { return action == QLatin1String("known"); });
     EXPECT_EQ(answerTo(QStringLiteral("ActivateAction"), {QStringLiteral("known"), QVariantList(), data}),
               QDBusMessage::ReplyMessage);
     EXPECT_EQ(answerTo(QStringLiteral("ActivateAction"), {QStringLiteral("other"), QVariantList(), data}),
@@ -174,7 +177,8 @@ TEST_F(BusTest, NotificationsReachEveryProcessTheSenderIncluded)
     for (QSignalSpy *seen : {&seenByOne, &seenByTwo}) {
         ASSERT_TRUE(!seen->isEmpty() || seen->wait(2'000));
         EXPECT_EQ(seen->size(), 1);
-        EXPECT_EQ(seen->constFirst(), (QVariantList{QStringLiteral("com.cobblet.repaintTile"), QStringLiteral("ID")}));
+        EXPECT_EQ(seen->constFirst(),
+                  (QVariantList{QStringLiteral("com.cobblet.repaintTile"), QStringLiteral("ID")}));
     }
     EXPECT_FALSE(one.post(QStringLiteral("name"), QString(5'000, QLatin1Char('x'))));
 }
@@ -228,7 +232,8 @@ TEST_F(BusTest, AppearanceFollowsThePortal)
     QSignalSpy changed(&appearance, &Appearance::changed);
     EXPECT_FALSE(appearance.isDark()) << "the guess, before the answer";
     const auto settles = [&](const auto &condition) { return QTest::qWaitFor(condition, 2'000); };
-    EXPECT_TRUE(settles([&] { return appearance.isDark() && appearance.accentColor() == QColor::fromRgbF(1, 0.5, 0); }));
+    EXPECT_TRUE(
+        settles([&] { return appearance.isDark() && appearance.accentColor() == QColor::fromRgbF(1, 0.5, 0); }));
 
     portal.scheme = 2u;
     portal.accent[0] = -1; // out of range: no colour chosen

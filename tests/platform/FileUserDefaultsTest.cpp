@@ -96,11 +96,24 @@ QByteArray amplifier(int references, int size)
 
 TEST_F(FileUserDefaultsTest, EveryTypeSurvivesTheFile)
 {
-    const QList<QVariant> values{
-        true, false, qint64(0), qint64(1), qint64(-3), qint64(300), std::numeric_limits<qint64>::max(),
-        std::numeric_limits<qint64>::min(), 0.1, -1e300, QString(), QStringLiteral("plain"),
-        QStringLiteral("👩‍💻 “é” مرحبا"), QStringLiteral("a") + QChar() + QStringLiteral("b"), QString(100'000, QLatin1Char('s')), QByteArray(), QByteArray("\0\xff\x01", 3),
-        QByteArray(5'000'000, '{')};
+    const QList<QVariant> values{true,
+                                 false,
+                                 qint64(0),
+                                 qint64(1),
+                                 qint64(-3),
+                                 qint64(300),
+                                 std::numeric_limits<qint64>::max(),
+                                 std::numeric_limits<qint64>::min(),
+                                 0.1,
+                                 -1e300,
+                                 QString(),
+                                 QStringLiteral("plain"),
+                                 QStringLiteral("👩‍💻 “é” مرحبا"),
+                                 QStringLiteral("a") + QChar() + QStringLiteral("b"),
+                                 QString(100'000, QLatin1Char('s')),
+                                 QByteArray(),
+                                 QByteArray("\0\xff\x01", 3),
+                                 QByteArray(5'000'000, '{')};
     auto writer = open();
     for (qsizetype i = 0; i < values.size(); ++i)
         ASSERT_TRUE(writer->set(QStringLiteral("k%1").arg(i), values[i]));
@@ -128,10 +141,13 @@ TEST(PlistDomain, SpeaksTheCommonFormat)
     plist_dict_set_item(theirs, "data", plist_new_data("\0\1", 2));
     const auto ours = PlistDomain::decode(binaryPlist(theirs));
     ASSERT_TRUE(ours);
-    const QMap<QString, QVariant> expected{
-        {QStringLiteral("flag"), true}, {QStringLiteral("minus"), qint64(-3)}, {QStringLiteral("number"), qint64(70'000)},
-        {QStringLiteral("real"), 0.25}, {QStringLiteral("text"), QStringLiteral("wörter")},
-        {QStringLiteral("long"), QString(300, QLatin1Char('x'))}, {QStringLiteral("data"), QByteArray("\0\1", 2)}};
+    const QMap<QString, QVariant> expected{{QStringLiteral("flag"), true},
+                                           {QStringLiteral("minus"), qint64(-3)},
+                                           {QStringLiteral("number"), qint64(70'000)},
+                                           {QStringLiteral("real"), 0.25},
+                                           {QStringLiteral("text"), QStringLiteral("wörter")},
+                                           {QStringLiteral("long"), QString(300, QLatin1Char('x'))},
+                                           {QStringLiteral("data"), QByteArray("\0\1", 2)}};
     EXPECT_EQ(ours.value().values(), expected);
 
     // And the library reads what is written here: it writes it again as it was.
@@ -147,8 +163,7 @@ TEST(PlistDomain, SpeaksTheCommonFormat)
 TEST_F(FileUserDefaultsTest, WhatCannotBeStoredIsRefused)
 {
     auto defaults = open();
-    for (const QVariant &value : {QVariant(), QVariant(QStringList{QStringLiteral("a")}),
-                                  QVariant(QVariantMap())})
+    for (const QVariant &value : {QVariant(), QVariant(QStringList{QStringLiteral("a")}), QVariant(QVariantMap())})
         EXPECT_FALSE(defaults->set(QStringLiteral("key"), value));
     EXPECT_FALSE(defaults->contains(QStringLiteral("key")));
 }

@@ -33,7 +33,8 @@ int claim(const QString &identifier)
 {
     SessionBus bus;
     DBusInstance instance(bus, identifier);
-    QObject::connect(&instance, &Instance::reopen, [](const QString &token) { say(QStringLiteral("reopen ") + token); });
+    QObject::connect(&instance, &Instance::reopen,
+                     [](const QString &token) { say(QStringLiteral("reopen ") + token); });
     if (instance.claim() == Instance::Role::HandedOver) {
         say(QStringLiteral("handed over"));
         return 0;

@@ -88,9 +88,8 @@ TEST_F(PanelSurfaceTest, FloatsWithoutDecorationWhereItWasPut)
             EXPECT_TRUE(settles([&] { return session->hasAtom(id(), "_NET_WM_STATE", state); })) << state;
         EXPECT_EQ(session->property(id(), "_NET_WM_WINDOW_TYPE"),
                   std::vector<uint32_t>{session->atom("_NET_WM_WINDOW_TYPE_UTILITY")});
-        EXPECT_TRUE(settles([&] {
-            return session->property(id(), "_NET_WM_DESKTOP") == std::vector<uint32_t>{0xFFFFFFFF};
-        }));
+        EXPECT_TRUE(
+            settles([&] { return session->property(id(), "_NET_WM_DESKTOP") == std::vector<uint32_t>{0xFFFFFFFF}; }));
         EXPECT_EQ(session->property(id(), "_NET_FRAME_EXTENTS"), std::vector<uint32_t>(4, 0u));
         EXPECT_EQ(session->geometry(id()), QRect(300, 800 - 100 - 340, 600, 340));
         m_panel->orderOut();
@@ -196,8 +195,8 @@ TEST_F(PanelSurfaceTest, PopoversCountAsThePanelAndOtherWindowsDoNot)
         Qt::WindowFlags flags;
         KeyWindow kind;
     };
-    for (const auto &[flags, kind] : {Row{Qt::Window, KeyWindow::Titled},
-                                      Row{Qt::Window | Qt::FramelessWindowHint, KeyWindow::Borderless}}) {
+    for (const auto &[flags, kind] :
+         {Row{Qt::Window, KeyWindow::Titled}, Row{Qt::Window | Qt::FramelessWindowHint, KeyWindow::Borderless}}) {
         lost.clear();
         QRasterWindow other;
         other.setFlags(flags);
@@ -287,7 +286,8 @@ TEST_F(PanelSurfaceTest, WorksWithoutAWindowManager)
     ASSERT_EQ(session->focus(), before);
     m_panel->setFrame(QRectF(310, 110, 610, 350));
     m_panel->makeKeyAndOrderFront();
-    EXPECT_TRUE(settles([this] { return session->focus() == id() && QGuiApplication::focusWindow() == m_window.get(); }));
+    EXPECT_TRUE(
+        settles([this] { return session->focus() == id() && QGuiApplication::focusWindow() == m_window.get(); }));
     EXPECT_EQ(session->geometry(id()), QRect(310, 340, 610, 350));
     m_panel->orderOut();
     EXPECT_TRUE(settles([&] { return session->focus() == before; }));

@@ -23,8 +23,8 @@ TEST(RoundedShape, CutsTheCornersAndNothingElse)
         QSize size;
         double radius;
     };
-    for (const auto &[size, radius] : {Case{{600, 340}, 14}, Case{{601, 341}, 28}, Case{{40, 41}, 7.5}, Case{{20, 21}, 50},
-                                       Case{{20, 20}, 10}, Case{{9, 3}, 0}}) {
+    for (const auto &[size, radius] : {Case{{600, 340}, 14}, Case{{601, 341}, 28}, Case{{40, 41}, 7.5},
+                                       Case{{20, 21}, 50}, Case{{20, 20}, 10}, Case{{9, 3}, 0}}) {
         SCOPED_TRACE(testing::Message() << size.width() << "x" << size.height() << " r " << radius);
         const auto shape = roundedShape(size, radius);
         const double r = std::min(radius, std::min(size.width(), size.height()) / 2.0);

@@ -36,8 +36,9 @@ XSession::XSession()
 {
     m_server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_server.start(QStringLiteral("Xvfb"),
-                   {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-nolisten"), QStringLiteral("tcp"),
-                    QStringLiteral("-screen"), QStringLiteral("0"), QStringLiteral("1280x800x24")});
+                   {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-nolisten"),
+                    QStringLiteral("tcp"), QStringLiteral("-screen"), QStringLiteral("0"),
+                    QStringLiteral("1280x800x24")});
     if (!m_server.waitForReadyRead(20'000))
         return;
     qputenv("DISPLAY", ":" + m_server.readLine().trimmed());
@@ -80,12 +81,12 @@ void XSession::stop(std::unique_ptr<QProcess> &process)
 
 bool XSession::startWindowManager()
 {
-    return start(m_windowManager, QStringLiteral("openbox"), {QStringLiteral("--sm-disable")})
-        && eventually([this] { // one that ended leaves the root window's property behind
+    return start(m_windowManager, QStringLiteral("openbox"), {QStringLiteral("--sm-disable")}) &&
+           eventually([this] { // one that ended leaves the root window's property behind
                const auto check = property(root(), "_NET_SUPPORTING_WM_CHECK");
                return !check.empty() && property(check[0], "_NET_SUPPORTING_WM_CHECK") == check;
-           })
-        && eventually([this] { // it announces itself before it listens: windows mapped in between stay unmanaged
+           }) &&
+           eventually([this] { // it announces itself before it listens: windows mapped in between stay unmanaged
                const xcb_window_t probe = makeWindow();
                QThread::msleep(50);
                const bool managed = !property(probe, "WM_STATE").empty();
@@ -98,8 +99,9 @@ bool XSession::startWindowManager()
 bool XSession::startCompositor()
 {
     return start(m_compositor, QStringLiteral("picom"),
-                 {QStringLiteral("--backend"), QStringLiteral("xrender"), QStringLiteral("--config"), QStringLiteral("/dev/null")})
-        && eventually([this] { return selectionOwned("_NET_WM_CM_S0"); });
+                 {QStringLiteral("--backend"), QStringLiteral("xrender"), QStringLiteral("--config"),
+                  QStringLiteral("/dev/null")}) &&
+           eventually([this] { return selectionOwned("_NET_WM_CM_S0"); });
 }
 
 bool XSession::selectionOwned(const char *selection)
@@ -129,7 +131,8 @@ xcb_atom_t XSession::atom(const char *name)
 std::vector<uint32_t> XSession::property(xcb_window_t window, const char *name)
 {
     const auto reply = owned(xcb_get_property_reply(
-        m_connection, xcb_get_property(m_connection, 0, window, atom(name), XCB_GET_PROPERTY_TYPE_ANY, 0, 1024), nullptr));
+        m_connection, xcb_get_property(m_connection, 0, window, atom(name), XCB_GET_PROPERTY_TYPE_ANY, 0, 1024),
+        nullptr));
     if (!reply || reply->format != 32)
         return {};
     const auto *values = static_cast<const uint32_t *>(xcb_get_property_value(reply.get()));

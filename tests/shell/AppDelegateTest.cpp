@@ -33,7 +33,11 @@ protected:
             surface = created.get();
             return created;
         };
-        return {standard, shared, dockTile, scheduler, [this]() -> ThemeManager & { return theme; },
+        return {standard,
+                shared,
+                dockTile,
+                scheduler,
+                [this]() -> ThemeManager & { return theme; },
                 [this]() -> UsageTracker & {
                     log.append(QStringLiteral("usage"));
                     return usage;

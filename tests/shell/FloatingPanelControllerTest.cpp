@@ -213,6 +213,24 @@ TEST_F(FloatingPanelControllerTest, TheAnchorDecidesWhereThePanelOpens)
     }
 }
 
+TEST_F(FloatingPanelControllerTest, AnOpenPanelFollowsTheDockAndItsScreen)
+{
+    test::FakePanelSurface &shown = shownPanel();
+    const QList<Screen> before = screens.list;
+    screens.replace({{before.first().name, QRectF(0, 0, 1440, 900), QRectF(0, 90, 1440, 810)}});
+    scheduler.advance(1ms);
+    EXPECT_EQ(shown.frame.y(), 98);
+
+    screens.replace({{QStringLiteral("other"), QRectF(0, 0, 1000, 700), QRectF(0, 0, 1000, 700)}});
+    scheduler.advance(1ms);
+    EXPECT_EQ(shown.frame.topLeft(), QPointF(200, 8));
+
+    shown.animations.clear();
+    screens.replace(screens.list);
+    scheduler.advance(1ms);
+    EXPECT_EQ(shown.animations, QStringList()) << "the same screens move nothing";
+}
+
 TEST_F(FloatingPanelControllerTest, WithoutAScreenNothingShows)
 {
     screens.list.clear();

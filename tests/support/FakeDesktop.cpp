@@ -50,7 +50,8 @@ Status FakeDefaults::remove(const QString &key)
 
 void FakeWorkspace::install(const QString &bundleID, const QString &name)
 {
-    installed[bundleID] = {bundleID, name.isEmpty() ? bundleID : name, QStringLiteral("/apps/%1.desktop").arg(bundleID)};
+    installed[bundleID] = {bundleID, name.isEmpty() ? bundleID : name,
+                           QStringLiteral("/apps/%1.desktop").arg(bundleID)};
 }
 
 std::optional<InstalledApplication> FakeWorkspace::application(const QString &bundleID) const

@@ -99,6 +99,11 @@ public:
     QList<Screen> screens() const override { return list; }
     std::optional<QPointF> pointer() const override { return pointerPosition; }
     QRectF toWindowSystem(const QRectF &yUp) const override { return yUp; }
+    void replace(const QList<Screen> &screens)
+    {
+        list = screens;
+        emit changed();
+    }
 
     QList<Screen> list{{QStringLiteral("main"), QRectF(0, 0, 1440, 900), QRectF(0, 60, 1440, 840)}};
     std::optional<QPointF> pointerPosition;
@@ -115,7 +120,11 @@ public:
     void makeKeyAndOrderFront() override;
     void orderOut() override { visible = false; }
     KeyWindow otherKeyWindow() const override { return otherKey; }
-    void orderOutOtherKeyWindow() override { otherKey = KeyWindow::None; ++orderedOutOther; }
+    void orderOutOtherKeyWindow() override
+    {
+        otherKey = KeyWindow::None;
+        ++orderedOutOther;
+    }
     bool hasModalWindow() const override { return modal; }
 
     void finishFade();

@@ -43,7 +43,8 @@ public:
     /// Work that is still to run.
     int pending() const
     {
-        return int(std::count_if(m_entries.begin(), m_entries.end(), [](const auto &e) { return e->work != nullptr; }));
+        return int(
+            std::count_if(m_entries.begin(), m_entries.end(), [](const auto &e) { return e->work != nullptr; }));
     }
 
 private:

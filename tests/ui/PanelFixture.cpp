@@ -17,7 +17,9 @@ PanelFixture::PanelFixture(const QList<AppGroup> &groups, std::unique_ptr<FakeWo
         digits[i + 1] = groups[i].id;
     config.replaceShortcuts(digits);
     QObject::connect(&notifications, &NotificationCenter::posted, &notifications,
-                     [this](const QString &name, const QVariantMap &userInfo) { m_posted.append({name, userInfo}); });
+                     [this](const QString &name, const QVariantMap &userInfo) {
+                         m_posted.append({name, userInfo});
+                     });
 }
 
 PanelDependencies PanelFixture::dependencies()

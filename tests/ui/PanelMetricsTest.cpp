@@ -1,6 +1,6 @@
+#include "ui/panel/PanelMetrics.h"
 #include "ui/PanelFixture.h"
 #include "ui/panel/DisplayText.h"
-#include "ui/panel/PanelMetrics.h"
 #include "ui/panel/ToolRow.h"
 #include "ui/panel/Units.h"
 
@@ -63,10 +63,10 @@ TEST(PanelMetrics, ColumnsFollowTheWidthOrTheFixedNumber)
         int columns;
     };
     const Case cases[] = {
-        {0, 399.5, 4},  {0, 408, 4},   {0, 492, 5}, {0, 80, 1}, // automatic
-        {4, 392, 4},    {4, 391, 4},                            // a window rounded down keeps its columns
-        {2, 399.5, 2},                                          // fewer than would fit
-        {20, 399.5, 4},                                         // more than the screen has room for
+        {0, 399.5, 4},  {0, 408, 4}, {0, 492, 5}, {0, 80, 1}, // automatic
+        {4, 392, 4},    {4, 391, 4},                          // a window rounded down keeps its columns
+        {2, 399.5, 2},                                        // fewer than would fit
+        {20, 399.5, 4},                                       // more than the screen has room for
     };
     for (const Case &c : cases)
         EXPECT_EQ(metrics::columnCount(c.fixed, c.width), c.columns) << c.fixed << " in " << c.width;

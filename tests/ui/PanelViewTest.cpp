@@ -1,5 +1,5 @@
-#include "ui/PanelFixture.h"
 #include "ui/panel/PanelView.h"
+#include "ui/PanelFixture.h"
 #include "ui/panel/Popovers.h"
 
 #include <QGuiApplication>
@@ -159,7 +159,8 @@ TEST_F(PanelWindow, KeyboardReachesEverything)
         passed.append(view->window().activeFocusItem()->property("label").toString());
     }
     for (const char *label : {"Open All", "Hide All", "Settings", "New Group", "Collapse sidebar"})
-        EXPECT_TRUE(passed.contains(QLatin1String(label))) << label << " in " << qPrintable(passed.join(QLatin1Char(' ')));
+        EXPECT_TRUE(passed.contains(QLatin1String(label)))
+            << label << " in " << qPrintable(passed.join(QLatin1Char(' ')));
 
     QTest::mouseMove(&view->window(), QPoint(300, 20));
     QTest::mousePress(&view->window(), Qt::LeftButton, {}, QPoint(300, 8));

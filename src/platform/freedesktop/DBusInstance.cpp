@@ -51,8 +51,9 @@ public:
 
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
     {
-        if (message.type() != QDBusMessage::MethodCallMessage || message.path() != objectPath(m_instance.m_identifier)
-            || (!message.interface().isEmpty() && message.interface() != applicationInterface))
+        if (message.type() != QDBusMessage::MethodCallMessage ||
+            message.path() != objectPath(m_instance.m_identifier) ||
+            (!message.interface().isEmpty() && message.interface() != applicationInterface))
             return false;
         const QVariantList arguments = message.arguments();
         const QString call = message.member() + QLatin1Char('(') + message.signature() + QLatin1Char(')');
@@ -81,8 +82,9 @@ private:
     void open(const QDBusConnection &connection, const QDBusMessage &message, const QStringList &urls)
     {
         if (urls.size() > maximumUrls || !m_instance.m_urlHandler)
-            return refuse(connection, message,
-                          QStringLiteral("%1 addresses were not opened: no kind of address is known here.").arg(urls.size()));
+            return refuse(
+                connection, message,
+                QStringLiteral("%1 addresses were not opened: no kind of address is known here.").arg(urls.size()));
         answer(connection, message.createReply());
         m_instance.m_urlHandler(urls);
     }
@@ -98,7 +100,8 @@ private:
     DBusInstance &m_instance;
 };
 
-DBusInstance::DBusInstance(SessionBus &bus, const QString &identifier, std::chrono::milliseconds patience, QObject *parent)
+DBusInstance::DBusInstance(SessionBus &bus, const QString &identifier, std::chrono::milliseconds patience,
+                           QObject *parent)
     : m_bus(bus), m_identifier(identifier), m_patience(patience)
 {
     setParent(parent);
@@ -158,15 +161,16 @@ Instance::Role DBusInstance::claim()
 /// False when the other instance is gone. One that hangs finds the request when it goes on.
 bool DBusInstance::handOver() const
 {
-    QDBusMessage activate = QDBusMessage::createMethodCall(m_identifier, objectPath(m_identifier), applicationInterface,
-                                                           QStringLiteral("Activate"));
+    QDBusMessage activate = QDBusMessage::createMethodCall(m_identifier, objectPath(m_identifier),
+                                                           applicationInterface, QStringLiteral("Activate"));
     activate.setArguments({platformDataOfEnvironment()});
     activate.setAutoStartService(false);
     const QDBusMessage reply = m_bus.connection().call(activate, QDBus::Block, int(m_patience.count()));
     if (reply.type() == QDBusMessage::ReplyMessage)
         return true;
     const auto error = QDBusError(reply).type();
-    if (error == QDBusError::ServiceUnknown || reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner"))
+    if (error == QDBusError::ServiceUnknown ||
+        reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner"))
         return false;
     qCWarning(lcInstance).noquote()
         << QStringLiteral("The running Cobblet does not answer: %1").arg(reply.errorMessage());

@@ -45,8 +45,8 @@ void DBusNotifications::connectNotify(const QMetaMethod &signal)
     if (m_listening || signal != QMetaMethod::fromSignal(&DistributedNotifications::received))
         return;
     QDBusConnection &bus = m_bus.connection();
-    m_listening = bus.isConnected()
-        && bus.connect(QString(), path, interface, member, this, SLOT(arrived(QDBusMessage)));
+    m_listening =
+        bus.isConnected() && bus.connect(QString(), path, interface, member, this, SLOT(arrived(QDBusMessage)));
 }
 
 void DBusNotifications::arrived(const QDBusMessage &message)

@@ -9,7 +9,8 @@
 #include <QFileInfo>
 #include <QLoggingCategory>
 
-#include <sys/stat.h>
+#include <cstdio>
+#include <utility>
 
 namespace cobblet {
 
@@ -24,30 +25,22 @@ constexpr int keptAside = 3;
 } // namespace
 
 FileUserDefaults::FileUserDefaults(const QString &folder, const QString &domain, QObject *parent)
-    : m_path(folder + QLatin1Char('/') + domain + QStringLiteral(".plist")), m_lockPath(m_path + QStringLiteral(".lock"))
+    : m_path(folder + QLatin1Char('/') + domain + QStringLiteral(".plist")),
+      m_lockPath(m_path + QStringLiteral(".lock")), m_stamp(m_path)
 {
     setParent(parent);
     connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, &FileUserDefaults::follow);
     QDir().mkpath(folder);
     watch(); // before the first look, so that no change falls between the two
-    m_stamp = currentStamp();
+    m_stamp = FileStamp(m_path);
     adopt(read(false));
-}
-
-FileUserDefaults::Stamp FileUserDefaults::currentStamp() const
-{
-    struct stat status {};
-    if (::stat(QFile::encodeName(m_path).constData(), &status) != 0)
-        return {};
-    return {quint64(status.st_dev), quint64(status.st_ino), qint64(status.st_size), qint64(status.st_mtim.tv_sec),
-            qint64(status.st_mtim.tv_nsec)};
 }
 
 /// The file's content; an empty domain when there is none. A file that cannot be used is set aside, which needs
 /// the lock: another process may be putting a good one in its place.
 PlistDomain FileUserDefaults::read(bool locked)
 {
-    if (currentStamp() == Stamp()) // no file
+    if (!QFileInfo::exists(m_path))
         return {};
     const auto bytes = readBounded(m_path, maximumFileBytes);
     const Result<PlistDomain> domain = bytes ? PlistDomain::decode(bytes.value()) : Error{bytes.error()};
@@ -84,7 +77,8 @@ bool FileUserDefaults::adopt(const PlistDomain &domain)
     Values values;
     for (auto it = domain.values().cbegin(); it != domain.values().cend(); ++it) {
         const QByteArray bytes = it->typeId() == QMetaType::QByteArray ? it->toByteArray() : QByteArray();
-        values[it.key()] = bytes.size() > largeValueBytes ? Known{QVariant(), bytes.size(), qHash(bytes)} : Known{*it};
+        values[it.key()] =
+            bytes.size() > largeValueBytes ? Known{QVariant(), bytes.size(), qHash(bytes)} : Known{*it};
     }
     const bool differs = values != m_values;
     m_values = std::move(values);
@@ -150,12 +144,14 @@ Status FileUserDefaults::change(const QString &key, const std::optional<QVariant
         if (applyUnsaved(domain)) {
             const QByteArray bytes = domain.encode();
             written = bytes.size() <= maximumFileBytes
-                ? writeAtomically(m_path, bytes)
-                : Error{QStringLiteral("Can't write %1: it would be larger than %2 bytes.").arg(m_path).arg(maximumFileBytes)};
+                          ? writeAtomically(m_path, bytes)
+                          : Error{QStringLiteral("Can't write %1: it would be larger than %2 bytes.")
+                                      .arg(m_path)
+                                      .arg(maximumFileBytes)};
         }
         if (written) {
             m_unsaved.clear();
-            m_stamp = currentStamp();
+            m_stamp = FileStamp(m_path);
             differs = adopt(domain);
         }
     }
@@ -176,10 +172,9 @@ void FileUserDefaults::registerDefault(const QString &key, const QVariant &value
 
 void FileUserDefaults::follow()
 {
-    const Stamp stamp = currentStamp();
-    if (stamp == m_stamp)
+    if (m_stamp.isCurrent())
         return;
-    m_stamp = stamp;
+    m_stamp = FileStamp(m_path);
     if (adopt(read(false)))
         emit didChange();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/FileStamp.h"
 #include "platform/UserDefaults.h"
 #include "platform/freedesktop/PlistDomain.h"
 
@@ -21,14 +22,9 @@ public:
     Status set(const QString &key, const QVariant &value) override;
     Status remove(const QString &key) override;
     void registerDefault(const QString &key, const QVariant &value) override;
+    void synchronize() override { follow(); }
 
 private:
-    /// Tells one state of the file from the next.
-    struct Stamp {
-        quint64 device = 0, inode = 0;
-        qint64 size = -1, seconds = 0, nanoseconds = 0;
-        bool operator==(const Stamp &) const = default;
-    };
     /// What this process remembers of a stored value: a large one stays on disk.
     struct Known {
         QVariant value;
@@ -38,7 +34,6 @@ private:
     };
     using Values = QHash<QString, Known>;
 
-    Stamp currentStamp() const;
     PlistDomain read(bool locked);
     void setAside(const QString &reason);
     bool adopt(const PlistDomain &domain);
@@ -50,7 +45,7 @@ private:
 
     QString m_path;
     QString m_lockPath;
-    Stamp m_stamp;
+    FileStamp m_stamp;
     Values m_values;
     QHash<QString, std::optional<QVariant>> m_unsaved; ///< changes that could not be written; no value: removed
     QHash<QString, QVariant> m_registered;

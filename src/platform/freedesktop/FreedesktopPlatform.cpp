@@ -59,12 +59,16 @@ public:
 
     UserDefaults &standardDefaults() override
     {
-        return made(m_standard, [this] { return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), m_identifier); });
+        return made(m_standard, [this] {
+            return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), m_identifier);
+        });
     }
 
     UserDefaults &sharedDefaults() override
     {
-        return made(m_shared, [] { return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), sharedDomain); });
+        return made(m_shared, [] {
+            return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), sharedDomain);
+        });
     }
 
     DistributedNotifications &distributedNotifications() override
@@ -77,7 +81,10 @@ public:
         return made(m_appearance, [this] { return std::make_unique<PortalAppearance>(m_bus); });
     }
 
-    Screens &screens() override { return made(m_screens, [this] { return std::make_unique<X11Screens>(x11()); }); }
+    Screens &screens() override
+    {
+        return made(m_screens, [this] { return std::make_unique<X11Screens>(x11()); });
+    }
 
     Workspace &workspace() override { return theWorkspace(); }
     RunningApplications &runningApplications() override { return running(); }
@@ -87,8 +94,14 @@ public:
         return made(m_windowAccess, [this] { return std::make_unique<X11WindowAccess>(running(), theWorkspace()); });
     }
 
-    Dialogs &dialogs() override { return made(m_dialogs, [] { return std::make_unique<QtDialogs>(); }); }
-    Menus &menus() override { return made(m_menus, [] { return std::make_unique<QtMenus>(); }); }
+    Dialogs &dialogs() override
+    {
+        return made(m_dialogs, [] { return std::make_unique<QtDialogs>(); });
+    }
+    Menus &menus() override
+    {
+        return made(m_menus, [] { return std::make_unique<QtMenus>(); });
+    }
     DockTile &dockTile() override { return m_dockTile; }
 
     std::unique_ptr<PanelSurface> makePanelSurface(QWindow &window, double cornerRadius) override
@@ -99,7 +112,10 @@ public:
     }
 
     /// Reading the font configuration takes several of the milliseconds before the first text is painted.
-    void warmUp() override { m_fonts = std::jthread([] { ::FcInit(); }); }
+    void warmUp() override
+    {
+        m_fonts = std::jthread([] { ::FcInit(); });
+    }
 
     void settle() override
     {

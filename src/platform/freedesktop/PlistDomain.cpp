@@ -30,7 +30,10 @@ enum Kind : uchar {
 
 class Reader {
 public:
-    explicit Reader(const QByteArray &bytes) : m_bytes(bytes), m_data(reinterpret_cast<const uchar *>(bytes.constData())) {}
+    explicit Reader(const QByteArray &bytes)
+        : m_bytes(bytes), m_data(reinterpret_cast<const uchar *>(bytes.constData()))
+    {
+    }
 
     std::optional<QMap<QString, QVariant>> dictionary()
     {
@@ -43,13 +46,14 @@ public:
         m_objects = qFromBigEndian<quint64>(trailer + 8);
         const auto top = qFromBigEndian<quint64>(trailer + 16);
         m_end = qFromBigEndian<quint64>(trailer + 24); // the objects end where the table begins
-        if (m_offsetSize < 1 || m_offsetSize > 8 || referenceSize < 1 || referenceSize > 8 || m_objects > maximumObjects
-            || m_end > size - trailerSize || m_objects * m_offsetSize > size - trailerSize - m_end)
+        if (m_offsetSize < 1 || m_offsetSize > 8 || referenceSize < 1 || referenceSize > 8 ||
+            m_objects > maximumObjects || m_end > size - trailerSize ||
+            m_objects * m_offsetSize > size - trailerSize - m_end)
             return std::nullopt;
 
         const auto head = object(top);
-        if (!head || head->kind != Dictionary || head->count > maximumObjects
-            || head->count * 2 * referenceSize > m_end - head->at)
+        if (!head || head->kind != Dictionary || head->count > maximumObjects ||
+            head->count * 2 * referenceSize > m_end - head->at)
             return std::nullopt;
         QMap<QString, QVariant> values;
         quint64 unfolded = 0;
@@ -192,7 +196,10 @@ public:
     }
 
 private:
-    static unsigned widthOf(quint64 value) { return value <= 0xFF ? 1 : value <= 0xFFFF ? 2 : value <= 0xFFFFFFFF ? 4 : 8; }
+    static unsigned widthOf(quint64 value)
+    {
+        return value <= 0xFF ? 1 : value <= 0xFFFF ? 2 : value <= 0xFFFFFFFF ? 4 : 8;
+    }
 
     void begin() { m_offsets.push_back(quint64(m_out.size())); }
 

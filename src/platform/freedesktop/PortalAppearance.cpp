@@ -101,7 +101,8 @@ void PortalAppearance::answered(const QString &key, const QDBusMessage &reply)
         set(scheme == 1 ? true : scheme == 2 ? false : guessDark(), m_accent);
     } else if (!std::exchange(m_warned, true)) {
         qCInfo(lcAppearance).noquote()
-            << QStringLiteral("The desktop's settings portal does not tell light from dark, the toolkit's colours decide: %1")
+            << QStringLiteral(
+                   "The desktop's settings portal does not tell light from dark, the toolkit's colours decide: %1")
                    .arg(reply.errorMessage());
     }
 }
@@ -124,15 +125,15 @@ void PortalAppearance::set(bool dark, const QColor &color)
 /// Read as plain lines: the file is small and only two of its keys matter.
 bool PortalAppearance::guessDark()
 {
-    QFile settings(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation)
-                   + QStringLiteral("/gtk-3.0/settings.ini"));
+    QFile settings(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+                   QStringLiteral("/gtk-3.0/settings.ini"));
     if (settings.open(QIODevice::ReadOnly)) {
         for (const QByteArray &line : settings.read(maximumSettingsBytes).split('\n')) {
             const qsizetype equals = line.indexOf('=');
             const QByteArray key = line.left(std::max<qsizetype>(equals, 0)).trimmed();
             const QByteArray value = line.mid(equals + 1).trimmed().toLower();
-            if ((key == "gtk-application-prefer-dark-theme" && (value == "1" || value == "true"))
-                || (key == "gtk-theme-name" && value.endsWith("-dark")))
+            if ((key == "gtk-application-prefer-dark-theme" && (value == "1" || value == "true")) ||
+                (key == "gtk-theme-name" && value.endsWith("-dark")))
                 return true;
         }
     }

@@ -29,12 +29,13 @@ QDBusConnection &SessionBus::connection()
 {
     if (!m_connection) {
         const QString where = address();
-        m_connection = where.isEmpty() ? QDBusConnection(QString())
-                                       : QDBusConnection::connectToBus(where, connectionName(this));
+        m_connection =
+            where.isEmpty() ? QDBusConnection(QString()) : QDBusConnection::connectToBus(where, connectionName(this));
         if (!m_connection->isConnected())
             qCWarning(lcBus).noquote()
                 << QStringLiteral("No session bus can be reached: other programs, a second start and the desktop's "
-                                  "settings can't be talked to. %1").arg(m_connection->lastError().message());
+                                  "settings can't be talked to. %1")
+                       .arg(m_connection->lastError().message());
     }
     return *m_connection;
 }
@@ -46,8 +47,9 @@ QString SessionBus::address()
     if (!stated.isEmpty())
         return stated.startsWith(QLatin1String("autolaunch:")) ? QString() : stated;
     const QString socket = qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus");
-    return socket.startsWith(QLatin1Char('/')) && QFileInfo::exists(socket)
-        && socket != QLatin1String("/bus") ? QStringLiteral("unix:path=") + socket : QString();
+    return socket.startsWith(QLatin1Char('/')) && QFileInfo::exists(socket) && socket != QLatin1String("/bus")
+               ? QStringLiteral("unix:path=") + socket
+               : QString();
 }
 
 } // namespace cobblet

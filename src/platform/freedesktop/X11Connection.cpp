@@ -80,7 +80,8 @@ void X11Connection::forget(xcb_window_t window)
 
 std::optional<QByteArray> X11Connection::property(xcb_window_t window, xcb_atom_t name, uint32_t maximum)
 {
-    const auto cookie = xcb_get_property(m_connection, 0, window, name, XCB_GET_PROPERTY_TYPE_ANY, 0, (maximum + 3) / 4);
+    const auto cookie =
+        xcb_get_property(m_connection, 0, window, name, XCB_GET_PROPERTY_TYPE_ANY, 0, (maximum + 3) / 4);
     const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(m_connection, cookie, nullptr));
     drainSoon();
     if (!reply || reply->type == XCB_ATOM_NONE)

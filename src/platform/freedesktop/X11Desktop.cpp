@@ -40,7 +40,8 @@ X11Desktop::X11Desktop(X11Connection &x11, QObject *parent) : QObject(parent), m
     xcb_connection_t *xcb = m_x11.xcb();
     const QByteArray selection = "_NET_WM_CM_S" + QByteArray::number(m_x11.screenNumber());
     xcb_prefetch_extension_data(xcb, &xcb_xfixes_id);
-    m_x11.intern({activeWindowName, managerCheck, selection.constData(), "_NET_STARTUP_INFO", "_NET_STARTUP_INFO_BEGIN"});
+    m_x11.intern(
+        {activeWindowName, managerCheck, selection.constData(), "_NET_STARTUP_INFO", "_NET_STARTUP_INFO_BEGIN"});
     m_compositorSelection = m_x11.atom(selection.constData());
     connect(&m_x11, &X11Connection::eventArrived, this, &X11Desktop::handle);
     connect(&m_x11, &X11Connection::sentToRoot, this, [this](xcb_window_t window, xcb_atom_t type) {
@@ -53,9 +54,9 @@ X11Desktop::X11Desktop(X11Connection &x11, QObject *parent) : QObject(parent), m
         m_selectionEvent = uint8_t(extension->first_event + XCB_XFIXES_SELECTION_NOTIFY);
         xcb_discard_reply(xcb, xcb_xfixes_query_version(xcb, 5, 0).sequence);
         xcb_xfixes_select_selection_input(xcb, m_x11.root(), m_compositorSelection,
-                                          XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER
-                                              | XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY
-                                              | XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
+                                          XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
+                                              XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
+                                              XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
     }
 
     const auto ownerAsked = xcb_get_selection_owner(xcb, m_compositorSelection);
@@ -75,6 +76,9 @@ X11Desktop::X11Desktop(X11Connection &x11, QObject *parent) : QObject(parent), m
     }
     if (!hasWindowManager())
         qCWarning(lcDesktop) << "No window manager runs: the panel places and focuses itself.";
+    if (!m_compositing)
+        qCInfo(lcDesktop)
+            << "No compositing manager runs: the panel's corners are cut, and it neither fades nor blurs.";
     m_x11.drainSoon();
 }
 
@@ -171,7 +175,8 @@ void X11Desktop::sendOn(xcb_connection_t *connection, xcb_window_t window, const
     message.window = window;
     message.type = m_x11.atom(type);
     std::copy_n(data.begin(), std::min<size_t>(data.size(), 5), message.data.data32);
-    xcb_send_event(connection, 0, m_x11.root(), XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+    xcb_send_event(connection, 0, m_x11.root(),
+                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
                    reinterpret_cast<const char *>(&message));
     xcb_flush(connection);
 }
@@ -215,7 +220,8 @@ void X11Desktop::finishStartup(const QString &startupID)
         message.window = m_helper;
         message.type = m_x11.atom(at == 0 ? "_NET_STARTUP_INFO_BEGIN" : "_NET_STARTUP_INFO");
         std::copy_n(text.constData() + at, std::min<qsizetype>(20, text.size() - at), message.data.data8);
-        xcb_send_event(xcb, 0, m_x11.root(), XCB_EVENT_MASK_PROPERTY_CHANGE, reinterpret_cast<const char *>(&message));
+        xcb_send_event(xcb, 0, m_x11.root(), XCB_EVENT_MASK_PROPERTY_CHANGE,
+                       reinterpret_cast<const char *>(&message));
     }
     m_x11.flush();
 }

@@ -30,7 +30,8 @@ public:
     void activateOn(xcb_connection_t *connection, xcb_window_t window, xcb_timestamp_t time);
 
     /// Sends any client message to the root window on a connection.
-    void sendOn(xcb_connection_t *connection, xcb_window_t window, const char *type, const std::vector<uint32_t> &data);
+    void sendOn(xcb_connection_t *connection, xcb_window_t window, const char *type,
+                const std::vector<uint32_t> &data);
 
     /// The server's time when the user last did something to this program; 0 when that is unknown.
     xcb_timestamp_t userTime() const { return m_userTime; }

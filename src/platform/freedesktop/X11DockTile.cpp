@@ -15,7 +15,8 @@ void X11DockTile::setIcon(const QImage &icon)
 void X11DockTile::activateApplication()
 {
     for (QWindow *window : QGuiApplication::topLevelWindows())
-        if (window->isVisible() && window->type() == Qt::Window && !window->flags().testFlag(Qt::FramelessWindowHint)) {
+        if (window->isVisible() && window->type() == Qt::Window &&
+            !window->flags().testFlag(Qt::FramelessWindowHint)) {
             window->raise();
             window->requestActivate();
             return;

@@ -103,8 +103,9 @@ void X11PanelSurface::repeatState()
     constexpr uint32_t fromApplication = 1;
     m_desktop.sendOn(m_toolkit, m_id, windowState,
                      {add, x11.atom("_NET_WM_STATE_ABOVE"), x11.atom("_NET_WM_STATE_STICKY"), fromApplication});
-    m_desktop.sendOn(m_toolkit, m_id, windowState,
-                     {add, x11.atom("_NET_WM_STATE_SKIP_TASKBAR"), x11.atom("_NET_WM_STATE_SKIP_PAGER"), fromApplication});
+    m_desktop.sendOn(
+        m_toolkit, m_id, windowState,
+        {add, x11.atom("_NET_WM_STATE_SKIP_TASKBAR"), x11.atom("_NET_WM_STATE_SKIP_PAGER"), fromApplication});
     m_desktop.sendOn(m_toolkit, m_id, "_NET_WM_DESKTOP", {allDesktops, fromApplication});
 }
 
@@ -136,8 +137,8 @@ void X11PanelSurface::updateEffects()
     if (blended)
         xcb_shape_mask(m_toolkit, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, m_id, 0, 0, XCB_PIXMAP_NONE);
     else
-        xcb_shape_rectangles(m_toolkit, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, XCB_CLIP_ORDERING_YX_BANDED, m_id, 0, 0,
-                             uint32_t(shape.size()), shape.data());
+        xcb_shape_rectangles(m_toolkit, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_BOUNDING, XCB_CLIP_ORDERING_YX_BANDED, m_id, 0,
+                             0, uint32_t(shape.size()), shape.data());
     if (blended && m_wantsBlur) {
         std::vector<uint32_t> region;
         for (const xcb_rectangle_t &row : shape)
@@ -184,16 +185,16 @@ void X11PanelSurface::takeFocus()
         // brought the panel up often has no time of its own. An empty change of a property makes the server say
         // what time it is.
         m_awaitsTime = true;
-        xcb_change_property(m_toolkit, XCB_PROP_MODE_APPEND, m_id, m_desktop.x11().atom(timeMark), XCB_ATOM_CARDINAL, 32, 0,
-                            nullptr);
+        xcb_change_property(m_toolkit, XCB_PROP_MODE_APPEND, m_id, m_desktop.x11().atom(timeMark), XCB_ATOM_CARDINAL,
+                            32, 0, nullptr);
     }
     xcb_flush(m_toolkit);
 }
 
 bool X11PanelSurface::holdsFocus(xcb_window_t focus) const
 {
-    if (focus == XCB_INPUT_FOCUS_NONE || focus == XCB_INPUT_FOCUS_POINTER_ROOT || focus == m_desktop.x11().root()
-        || m_desktop.isManagerWindow(focus))
+    if (focus == XCB_INPUT_FOCUS_NONE || focus == XCB_INPUT_FOCUS_POINTER_ROOT || focus == m_desktop.x11().root() ||
+        m_desktop.isManagerWindow(focus))
         return true; // nobody else has it
     return isFamily(ownWindow(focus));
 }
@@ -288,7 +289,8 @@ void X11PanelSurface::handleFocus(const xcb_focus_in_event_t &event)
         m_holder = event.event;
         m_loss.stop();
         if (own != &window())
-            connect(own, &QWindow::visibleChanged, this, &X11PanelSurface::popoverVisibleChanged, Qt::UniqueConnection);
+            connect(own, &QWindow::visibleChanged, this, &X11PanelSurface::popoverVisibleChanged,
+                    Qt::UniqueConnection);
     } else if (m_holder != XCB_WINDOW_NONE) {
         m_loss.start(std::chrono::milliseconds(0)); // another window of ours; once the toolkit knows it too
     }

@@ -2,6 +2,7 @@
 
 #include <QCursor>
 #include <QGuiApplication>
+#include <QLoggingCategory>
 #include <QScreen>
 
 #include <algorithm>
@@ -48,6 +49,8 @@ constexpr const char *oldStrut = "_NET_WM_STRUT";
 
 } // namespace
 
+Q_LOGGING_CATEGORY(lcScreens, "cobblet.screens")
+
 X11Screens::X11Screens(X11Connection *x11, QObject *parent) : m_x11(x11)
 {
     setParent(parent);
@@ -63,6 +66,8 @@ X11Screens::X11Screens(X11Connection *x11, QObject *parent) : m_x11(x11)
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, &X11Screens::update, Qt::QueuedConnection);
     connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &X11Screens::update);
     m_screens = measured();
+    if (m_struts.isEmpty())
+        qCInfo(lcScreens) << "No dock keeps an edge of a screen free: the panel opens at the bottom.";
 }
 
 void X11Screens::watch(QScreen *screen)
@@ -94,7 +99,8 @@ void X11Screens::loadStruts()
     for (const xcb_window_t window : numbers(clients.get())) {
         m_clients.insert(window);
         m_x11->select(window, XCB_EVENT_MASK_PROPERTY_CHANGE);
-        asked.push_back({window, askCardinals(*m_x11, window, partialStrut, 12), askCardinals(*m_x11, window, oldStrut, 4)});
+        asked.push_back(
+            {window, askCardinals(*m_x11, window, partialStrut, 12), askCardinals(*m_x11, window, oldStrut, 4)});
     }
     for (const Asked &each : asked) {
         const XcbReply<xcb_get_property_reply_t> partial(xcb_get_property_reply(xcb, each.partial, nullptr));
@@ -112,8 +118,8 @@ void X11Screens::handle(const xcb_generic_event_t *event)
         const auto *notify = reinterpret_cast<const xcb_property_notify_event_t *>(event);
         if (notify->window == m_x11->root() && notify->atom == m_x11->atom(clientList))
             followClients();
-        else if (m_clients.contains(notify->window)
-                 && (notify->atom == m_x11->atom(partialStrut) || notify->atom == m_x11->atom(oldStrut)))
+        else if (m_clients.contains(notify->window) &&
+                 (notify->atom == m_x11->atom(partialStrut) || notify->atom == m_x11->atom(oldStrut)))
             followStrut(notify->window);
         break;
     }
@@ -132,8 +138,9 @@ void X11Screens::handle(const xcb_generic_event_t *event)
 
 void X11Screens::followClients()
 {
-    m_x11->whenReplied(askCardinals(*m_x11, m_x11->root(), clientList, maximumClients).sequence, this,
-                       [this](const void *reply) { takeClients(numbers(static_cast<const xcb_get_property_reply_t *>(reply))); });
+    m_x11->whenReplied(
+        askCardinals(*m_x11, m_x11->root(), clientList, maximumClients).sequence, this,
+        [this](const void *reply) { takeClients(numbers(static_cast<const xcb_get_property_reply_t *>(reply))); });
 }
 
 void X11Screens::takeClients(const std::vector<uint32_t> &windows)
@@ -194,9 +201,8 @@ QList<Screen> X11Screens::measured() const
     QList<Screen> result;
     for (const QScreen *screen : order) {
         const QRectF frame = screen->geometry();
-        const QRectF visible = m_x11
-            ? geometry::visibleFrame({frame, screen->devicePixelRatio()}, struts, m_desktop)
-            : QRectF(screen->availableGeometry());
+        const QRectF visible = m_x11 ? geometry::visibleFrame({frame, screen->devicePixelRatio()}, struts, m_desktop)
+                                     : QRectF(screen->availableGeometry());
         result.append({screen->name(), geometry::toYUp(frame, main), geometry::toYUp(visible, main)});
     }
     return result;

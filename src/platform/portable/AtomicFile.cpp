@@ -65,8 +65,8 @@ Status writeAtomically(const QString &path, const QByteArray &bytes)
     Descriptor file(::open(temporary.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (file < 0)
         return systemError(QStringLiteral("Can't write"), target);
-    const bool written = writeAll(file, bytes) && ::fsync(file) == 0 && file.close()
-        && ::rename(temporary.constData(), QFile::encodeName(target).constData()) == 0;
+    const bool written = writeAll(file, bytes) && ::fsync(file) == 0 && file.close() &&
+                         ::rename(temporary.constData(), QFile::encodeName(target).constData()) == 0;
     if (!written) {
         const Error error = systemError(QStringLiteral("Can't write"), target);
         ::unlink(temporary.constData());

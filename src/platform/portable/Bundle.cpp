@@ -39,7 +39,8 @@ QString executablePath()
 Bundle Bundle::current()
 {
     QDir contents = QFileInfo(executablePath()).dir(); // .../Contents/MacOS
-    if (contents.dirName() != QLatin1String("MacOS") || !contents.cdUp() || contents.dirName() != QLatin1String("Contents"))
+    if (contents.dirName() != QLatin1String("MacOS") || !contents.cdUp() ||
+        contents.dirName() != QLatin1String("Contents"))
         return {};
     const auto bytes = readBounded(contents.filePath(QStringLiteral("Info.plist")), maximumInfoBytes);
     if (!bytes)

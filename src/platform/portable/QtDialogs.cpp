@@ -50,8 +50,8 @@ QMessageBox *messageBox(QMessageBox::Icon icon, const QString &message, const QS
 void QtDialogs::confirm(const Confirmation &question, std::function<void(bool)> answer)
 {
     QMessageBox *box = messageBox(QMessageBox::Warning, question.message, question.informativeText);
-    QPushButton *accept = box->addButton(
-        question.acceptLabel, question.destructive ? QMessageBox::DestructiveRole : QMessageBox::AcceptRole);
+    QPushButton *accept = box->addButton(question.acceptLabel, question.destructive ? QMessageBox::DestructiveRole
+                                                                                    : QMessageBox::AcceptRole);
     QPushButton *cancel = box->addButton(question.cancelLabel, QMessageBox::RejectRole);
     box->setDefaultButton(question.destructive ? cancel : accept);
     box->setEscapeButton(cancel);

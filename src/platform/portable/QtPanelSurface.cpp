@@ -22,7 +22,8 @@ QEasingCurve curve(Easing easing)
 
 } // namespace
 
-QtPanelSurface::QtPanelSurface(QWindow &window, const Screens &screens, Focus focus) : m_window(window), m_screens(screens)
+QtPanelSurface::QtPanelSurface(QWindow &window, const Screens &screens, Focus focus)
+    : m_window(window), m_screens(screens)
 {
     QSurfaceFormat format = m_window.requestedFormat();
     format.setAlphaBufferSize(8);
@@ -126,9 +127,8 @@ void QtPanelSurface::orderOut()
 
 bool QtPanelSurface::isFamily(const QWindow *other) const
 {
-    return other
-        && (other == &m_window || m_window.isAncestorOf(other, QWindow::IncludeTransients)
-            || other->type() == Qt::Popup || other->type() == Qt::ToolTip);
+    return other && (other == &m_window || m_window.isAncestorOf(other, QWindow::IncludeTransients) ||
+                     other->type() == Qt::Popup || other->type() == Qt::ToolTip);
 }
 
 KeyWindow QtPanelSurface::otherKeyWindow() const

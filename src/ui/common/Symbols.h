@@ -16,6 +16,9 @@ QImage symbolImage(const QString &name, const QColor &color, double points, qrea
 QIcon symbolIcon(const QString &name, const QColor &color);
 
 /// The box, in points, of a symbol set in the system font of this size: the optical size of its capitals.
-constexpr double symbolBox(double fontSize) { return int(fontSize * 1.24 + 0.5); }
+constexpr double symbolBox(double fontSize)
+{
+    return int(fontSize * 1.24 + 0.5);
+}
 
 } // namespace cobblet

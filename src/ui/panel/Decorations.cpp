@@ -32,8 +32,8 @@ QQuickItem *Decorations::make(Kind kind, QQuickItem *parent, const QVariantMap &
     auto &component = m_components[kind];
     if (!component) {
         const char *name = QMetaEnum::fromType<Kind>().valueToKey(kind);
-        component = std::make_unique<QQmlComponent>(
-            &m_engine, panelSource(QLatin1String(name) + QLatin1String(".qml")));
+        component =
+            std::make_unique<QQmlComponent>(&m_engine, panelSource(QLatin1String(name) + QLatin1String(".qml")));
     }
     auto *item = qobject_cast<QQuickItem *>(component->beginCreate(m_engine.rootContext()));
     if (!item) {
@@ -77,9 +77,9 @@ void Decorations::timerEvent(QTimerEvent *event)
         return;
     m_tipDelay.stop();
     if (m_tipOwner && m_tipOwner->window())
-        m_tip = make(TipBubble, m_tipOwner->window()->contentItem(),
-                     {{QStringLiteral("owner"), QVariant::fromValue(m_tipOwner.get())},
-                      {QStringLiteral("text"), m_tipText}});
+        m_tip = make(
+            TipBubble, m_tipOwner->window()->contentItem(),
+            {{QStringLiteral("owner"), QVariant::fromValue(m_tipOwner.get())}, {QStringLiteral("text"), m_tipText}});
 }
 
 } // namespace cobblet

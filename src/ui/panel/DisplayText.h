@@ -15,8 +15,8 @@ inline QString displayText(const QString &name)
         if (text.size() == longest)
             break;
         const auto category = c.category();
-        const bool breaks = category == QChar::Other_Control || category == QChar::Separator_Line
-            || category == QChar::Separator_Paragraph;
+        const bool breaks = category == QChar::Other_Control || category == QChar::Separator_Line ||
+                            category == QChar::Separator_Paragraph;
         text.append(breaks ? QLatin1Char(' ') : c);
     }
     // The cut must not leave half of a surrogate pair behind.

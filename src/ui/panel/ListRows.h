@@ -17,10 +17,7 @@ public:
 
     const QList<Row> &rows() const { return m_rows; }
     /// Null when there is no such row.
-    const Row *row(int index) const
-    {
-        return index >= 0 && index < m_rows.size() ? &m_rows[index] : nullptr;
-    }
+    const Row *row(int index) const { return index >= 0 && index < m_rows.size() ? &m_rows[index] : nullptr; }
 
 protected:
     void setRows(QList<Row> rows)

@@ -135,10 +135,9 @@ QList<MenuItem> PanelActions::cellMenu(const CellState &cell, const AppGroup *gr
     MenuItem move;
     move.title = QStringLiteral("Move to");
     for (const AppGroup &other : others)
-        move.children.append(
-            entry(displayText(other.name), [this, bundleID, from = group->id, to = other.id] {
-                m_config.moveApp(bundleID, from, to);
-            }));
+        move.children.append(entry(displayText(other.name), [this, bundleID, from = group->id, to = other.id] {
+            m_config.moveApp(bundleID, from, to);
+        }));
     move.enabled = !move.children.isEmpty();
     menu.append(move);
     menu.append(entry(QStringLiteral("Remove from ") + displayText(group->name),

@@ -40,8 +40,8 @@ inline QSizeF desiredPanelSize(const AppGroup *group, const EffectivePopupLayout
     if (layout.maxRows > 0)
         rows = std::min<qint64>(rows, layout.maxRows);
     const double gridWidth = columns * cellWidth + (columns - 1) * columnSpacing + 2 * gridPadding;
-    const double gridHeight = double(rows) * (layout.showsTitles ? titledCellHeight : cellHeight)
-        + double(rows - 1) * rowSpacing + 2 * gridPadding;
+    const double gridHeight = double(rows) * (layout.showsTitles ? titledCellHeight : cellHeight) +
+                              double(rows - 1) * rowSpacing + 2 * gridPadding;
     const double toolRow = group->apps.isEmpty() ? 0 : toolRowHeight + hairline;
     return {std::max(gridWidth + sidebarExpanded + hairline, minimumPanel.width()),
             std::max(gridHeight + toolRow, minimumPanel.height())};

@@ -26,7 +26,8 @@ namespace {
 void chooseSceneGraph()
 {
     // Once per process: a scene graph that runs cannot be exchanged.
-    static bool chosen = !qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND") || !qEnvironmentVariableIsEmpty("QSG_RHI_BACKEND");
+    static bool chosen =
+        !qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND") || !qEnvironmentVariableIsEmpty("QSG_RHI_BACKEND");
     if (!std::exchange(chosen, true))
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
 }

@@ -109,12 +109,30 @@ void CBRowShape::assign(T &member, const T &value)
     emit changed();
 }
 
-void CBRowShape::setFill(const QColor &fill) { assign(m_fill, fill); }
-void CBRowShape::setStroke(const QColor &stroke) { assign(m_stroke, stroke); }
-void CBRowShape::setShadow(const QColor &shadow) { assign(m_shadow, shadow); }
-void CBRowShape::setShadowRadius(double radius) { assign(m_shadowRadius, radius); }
-void CBRowShape::setShadowY(double y) { assign(m_shadowY, y); }
-void CBRowShape::setRadius(double radius) { assign(m_radius, radius); }
+void CBRowShape::setFill(const QColor &fill)
+{
+    assign(m_fill, fill);
+}
+void CBRowShape::setStroke(const QColor &stroke)
+{
+    assign(m_stroke, stroke);
+}
+void CBRowShape::setShadow(const QColor &shadow)
+{
+    assign(m_shadow, shadow);
+}
+void CBRowShape::setShadowRadius(double radius)
+{
+    assign(m_shadowRadius, radius);
+}
+void CBRowShape::setShadowY(double y)
+{
+    assign(m_shadowY, y);
+}
+void CBRowShape::setRadius(double radius)
+{
+    assign(m_radius, radius);
+}
 
 QImage CBRowShape::picture(qreal ratio) const
 {
@@ -126,8 +144,8 @@ QImage CBRowShape::picture(qreal ratio) const
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    const QRectF shape =
-        QRectF(QPointF(0, 0), QSizeF(width(), height())).adjusted(shadowMargin, shadowMargin, -shadowMargin, -shadowMargin);
+    const QRectF shape = QRectF(QPointF(0, 0), QSizeF(width(), height()))
+                             .adjusted(shadowMargin, shadowMargin, -shadowMargin, -shadowMargin);
     if (m_shadowRadius > 0) {
         // A blur this small is a few outlines that fade outwards.
         constexpr int rings = 4;

@@ -62,7 +62,11 @@ Item {
 
         function reveal() {
             // Before the first layout there is no room, and every row would seem to lie outside.
-            if (height > Units.rowHeight && currentIndex >= 0)
+            if (height <= Units.rowHeight || currentIndex < 0)
+                return;
+            if (currentIndex === count - 1)
+                positionViewAtEnd();
+            else
                 positionViewAtIndex(currentIndex, ListView.Contain);
         }
 

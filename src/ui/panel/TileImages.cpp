@@ -82,8 +82,8 @@ QImage TileImages::tile(const QString &bundleID)
     const int side = qRound(points * m_ratio);
     // Scaled here, once and with a good filter: the scene graph would do it anew, and worse, for every frame.
     QImage scaled = icon.width() == side && icon.height() == side
-        ? icon
-        : icon.scaled(side, side, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+                        ? icon
+                        : icon.scaled(side, side, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     scaled.convertTo(QImage::Format_ARGB32_Premultiplied);
     scaled.setDevicePixelRatio(m_ratio);
     m_tiles.insert(bundleID, new QImage(scaled), scaled.sizeInBytes());

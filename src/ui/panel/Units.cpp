@@ -2,6 +2,7 @@
 
 #include <QFontDatabase>
 #include <QGuiApplication>
+#include <QRawFont>
 #include <QScreen>
 
 #include <cmath>
@@ -16,15 +17,15 @@ double Units::springProgress(double seconds)
     const double omega = 2 * std::numbers::pi / response;
     const double decay = damping * omega;
     const double ringing = omega * std::sqrt(1 - damping * damping);
-    return 1 - std::exp(-decay * seconds) * (std::cos(ringing * seconds) + decay / ringing * std::sin(ringing * seconds));
+    return 1 -
+           std::exp(-decay * seconds) * (std::cos(ringing * seconds) + decay / ringing * std::sin(ringing * seconds));
 }
 
 QEasingCurve Units::spring()
 {
     QEasingCurve curve;
-    curve.setCustomType([](qreal progress) {
-        return progress >= 1 ? 1.0 : springProgress(progress * springMilliseconds / 1000.0);
-    });
+    curve.setCustomType(
+        [](qreal progress) { return progress >= 1 ? 1.0 : springProgress(progress * springMilliseconds / 1000.0); });
     return curve;
 }
 
@@ -40,6 +41,11 @@ QFont Units::emojiFont()
                       QStringLiteral("emoji"), font.family()});
     font.setPixelSize(16);
     return font;
+}
+
+bool Units::hasEmojiFont()
+{
+    return QRawFont::fromFont(emojiFont()).supportsCharacter(uint(U'💼'));
 }
 
 double Units::titlePointSize()

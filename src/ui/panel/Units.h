@@ -48,6 +48,8 @@ public:
 
     /// The emoji of a tab. Other fonts have drawings of some emoji, too: the coloured ones come first.
     static QFont emojiFont();
+    /// Whether an installed font draws emoji; without one groups show an empty box or nothing before their names.
+    static bool hasEmojiFont();
     /// What a cell's title of 11.5 points measures in the toolkit's own points, which depend on the screen.
     static double titlePointSize();
 

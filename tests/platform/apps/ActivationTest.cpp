@@ -76,7 +76,8 @@ QProcess *ActivationTest::daemon = nullptr;
 TEST_F(ActivationTest, AnApplicationOnTheBusIsAskedToShowItself)
 {
     const QString id = QStringLiteral("org.example.On-Bus");
-    write(system(id), entry("On Bus", "touch " + home.path(QStringLiteral("command-ran")).toLocal8Bit(), "DBusActivatable=true"));
+    write(system(id),
+          entry("On Bus", "touch " + home.path(QStringLiteral("command-ran")).toLocal8Bit(), "DBusActivatable=true"));
     auto bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("application"));
     BusApplication service;
     ASSERT_TRUE(bus.registerObject(QStringLiteral("/org/example/On_Bus"), &service, QDBusConnection::ExportAllSlots));
@@ -98,9 +99,11 @@ TEST_F(ActivationTest, AnApplicationOnTheBusIsAskedToShowItself)
 TEST_F(ActivationTest, AFailingActivationFallsBackToTheCommand)
 {
     const QString marker = home.path(QStringLiteral("command-ran"));
-    write(system(QStringLiteral("org.example.Absent")), entry("Absent", "touch " + marker.toLocal8Bit(), "DBusActivatable=true"));
+    write(system(QStringLiteral("org.example.Absent")),
+          entry("Absent", "touch " + marker.toLocal8Bit(), "DBusActivatable=true"));
     FreedesktopWorkspace workspace(nullptr);
-    const auto status = finished([&](auto done) { workspace.open(QStringLiteral("org.example.Absent"), std::move(done)); });
+    const auto status =
+        finished([&](auto done) { workspace.open(QStringLiteral("org.example.Absent"), std::move(done)); });
     EXPECT_TRUE(status && status->ok());
     EXPECT_TRUE(waitFor([&] { return QFile::exists(marker); }));
 }
@@ -116,15 +119,18 @@ TEST_F(ActivationTest, RevealGoesToTheFileManagerOrOpensTheFolder)
     EXPECT_TRUE(status && !status->ok() && status->error().contains(u"no file manager"));
 
     const QString marker = home.path(QStringLiteral("opened"));
-    write(system(QStringLiteral("files")), entry("Files", "ln -s %f " + marker.toLocal8Bit(), "Categories=System;FileManager;"));
+    write(system(QStringLiteral("files")),
+          entry("Files", "ln -s %f " + marker.toLocal8Bit(), "Categories=System;FileManager;"));
     ASSERT_TRUE(waitFor([&] { return workspace.application(QStringLiteral("com.apple.finder")).has_value(); }));
     status = reveal();
     EXPECT_TRUE(status && status->ok());
-    EXPECT_TRUE(waitFor([&] { return QFile::symLinkTarget(marker) == home.path(QStringLiteral("system/applications")); }));
+    EXPECT_TRUE(
+        waitFor([&] { return QFile::symLinkTarget(marker) == home.path(QStringLiteral("system/applications")); }));
 
     auto bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("files"));
     FileManager manager;
-    ASSERT_TRUE(bus.registerObject(QStringLiteral("/org/freedesktop/FileManager1"), &manager, QDBusConnection::ExportAllSlots));
+    ASSERT_TRUE(bus.registerObject(QStringLiteral("/org/freedesktop/FileManager1"), &manager,
+                                   QDBusConnection::ExportAllSlots));
     ASSERT_TRUE(bus.registerService(QStringLiteral("org.freedesktop.FileManager1")));
     status = reveal();
     EXPECT_TRUE(status && status->ok());

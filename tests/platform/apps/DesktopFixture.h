@@ -44,7 +44,9 @@ protected:
         m_systemBefore = qgetenv("XDG_DATA_DIRS");
         m_configBefore = qgetenv("XDG_CONFIG_DIRS");
         m_desktopBefore = qgetenv("XDG_CURRENT_DESKTOP");
-        qputenv("XDG_DATA_DIRS", (home.path(QStringLiteral("system")) + QStringLiteral(":") + home.path(QStringLiteral("vendor"))).toLocal8Bit());
+        qputenv("XDG_DATA_DIRS",
+                (home.path(QStringLiteral("system")) + QStringLiteral(":") + home.path(QStringLiteral("vendor")))
+                    .toLocal8Bit());
         qputenv("XDG_CONFIG_DIRS", home.path(QStringLiteral("etc")).toLocal8Bit());
         qputenv("XDG_CURRENT_DESKTOP", "GNOME");
     }
@@ -55,9 +57,18 @@ protected:
         qputenv("XDG_CURRENT_DESKTOP", m_desktopBefore);
     }
 
-    QString user(const QString &id) const { return home.path(QStringLiteral(".local/share/applications/%1.desktop").arg(id)); }
-    QString system(const QString &id) const { return home.path(QStringLiteral("system/applications/%1.desktop").arg(id)); }
-    QString vendor(const QString &id) const { return home.path(QStringLiteral("vendor/applications/%1.desktop").arg(id)); }
+    QString user(const QString &id) const
+    {
+        return home.path(QStringLiteral(".local/share/applications/%1.desktop").arg(id));
+    }
+    QString system(const QString &id) const
+    {
+        return home.path(QStringLiteral("system/applications/%1.desktop").arg(id));
+    }
+    QString vendor(const QString &id) const
+    {
+        return home.path(QStringLiteral("vendor/applications/%1.desktop").arg(id));
+    }
 
     static QByteArray entry(const QByteArray &name, const QByteArray &exec, const QByteArray &more = {})
     {

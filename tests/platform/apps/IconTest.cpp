@@ -36,7 +36,8 @@ protected:
               "[48@2/apps]\nSize=48\nScale=2\nContext=Applications\n");
         write(icons(QStringLiteral("Parent/index.theme")),
               "[Icon Theme]\nName=Parent\nInherits=Base\nDirectories=scalable/apps,16/apps,../evil\n"
-              "[scalable/apps]\nSize=48\nType=Scalable\nMinSize=8\nMaxSize=512\n[16/apps]\nSize=16\n[../evil]\nSize=48\n");
+              "[scalable/apps]\nSize=48\nType=Scalable\nMinSize=8\nMaxSize=512\n[16/apps]\nSize=16\n[../"
+              "evil]\nSize=48\n");
         write(icons(QStringLiteral("hicolor/index.theme")),
               "[Icon Theme]\nName=Hicolor\nDirectories=48x48/apps\n[48x48/apps]\nSize=48\nContext=Applications\n");
     }
@@ -58,7 +59,8 @@ TEST_F(IconTest, TheBestFileOfTheFirstThemeIsFound)
     write(icons(QStringLiteral("hicolor/48x48/apps/fallback.png")), "x");
     write(home.path(QStringLiteral("system/pixmaps/old.xpm")), "x");
     write(icons(QStringLiteral("evil/48/bad.png")), "x");
-    const IconFiles files(IconFiles::defaultBaseFolders(), IconFiles::defaultPictureFolders(), {QStringLiteral("Base")});
+    const IconFiles files(IconFiles::defaultBaseFolders(), IconFiles::defaultPictureFolders(),
+                          {QStringLiteral("Base")});
     const struct {
         const char *name;
         int pixels;
@@ -89,13 +91,17 @@ TEST_F(IconTest, PicturesComeInExactlyTheAskedSize)
     png(home.path(QStringLiteral("wide.png")), 64, 32, Qt::blue);
     png(home.path(QStringLiteral("tiny.png")), 16, 16, Qt::blue);
     write(home.path(QStringLiteral("vector.svg")), redSvg);
-    write(home.path(QStringLiteral("pixels.xpm")), "/* XPM */\nstatic char *a[]={\"2 2 1 1\",\"a c #00ff00\",\"aa\",\"aa\"};\n");
+    write(home.path(QStringLiteral("pixels.xpm")),
+          "/* XPM */\nstatic char *a[]={\"2 2 1 1\",\"a c #00ff00\",\"aa\",\"aa\"};\n");
     const struct {
         const char *file;
         QColor middle;
         bool filled; ///< covers the square up to its upper edge
-    } rows[] = {{"big.png", Qt::blue, true},  {"wide.png", Qt::blue, false}, {"tiny.png", Qt::blue, true},
-                {"vector.svg", Qt::red, false}, {"pixels.xpm", Qt::green, true}};
+    } rows[] = {{"big.png", Qt::blue, true},
+                {"wide.png", Qt::blue, false},
+                {"tiny.png", Qt::blue, true},
+                {"vector.svg", Qt::red, false},
+                {"pixels.xpm", Qt::green, true}};
     for (const auto &row : rows)
         for (const auto &[points, ratio, pixels] : {std::tuple{64, 1.0, 64}, {64, 2.0, 128}, {36, 1.25, 45}}) {
             const QImage image = iconImage(home.path(QLatin1String(row.file)), points, ratio);
@@ -114,7 +120,8 @@ TEST_F(IconTest, WhatIsNoPictureIsRefused)
     write(home.path(QStringLiteral("huge.png")), QByteArray(9 * 1024 * 1024, 'x'));
     write(home.path(QStringLiteral("empty.png")), "");
     png(home.path(QStringLiteral("sheet.png")), 5000, 4, Qt::blue);
-    for (const char *name : {"garbage.png", "garbage.svg", "bomb.svg", "huge.png", "empty.png", "sheet.png", "missing.png"})
+    for (const char *name :
+         {"garbage.png", "garbage.svg", "bomb.svg", "huge.png", "empty.png", "sheet.png", "missing.png"})
         EXPECT_TRUE(iconImage(home.path(QLatin1String(name)), 64, 1).isNull()) << name;
 }
 
@@ -134,11 +141,11 @@ TEST_F(IconTest, ApplicationsHaveTheirIconOrNoneOnAnyThread)
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([&] {
             for (int round = 0; round < 20; ++round)
-                right += workspace.icon(QStringLiteral("named"), 64, 2).pixelColor(64, 64) == QColor(Qt::blue)
-                    && workspace.icon(QStringLiteral("absolute"), 64, 1).pixelColor(5, 5) == QColor(Qt::red)
-                    && workspace.icon(QStringLiteral("iconless"), 64, 1).isNull()
-                    && workspace.icon(QStringLiteral("unknown"), 64, 1).isNull()
-                    && workspace.genericIcon(64, 2).size() == QSize(128, 128);
+                right += workspace.icon(QStringLiteral("named"), 64, 2).pixelColor(64, 64) == QColor(Qt::blue) &&
+                         workspace.icon(QStringLiteral("absolute"), 64, 1).pixelColor(5, 5) == QColor(Qt::red) &&
+                         workspace.icon(QStringLiteral("iconless"), 64, 1).isNull() &&
+                         workspace.icon(QStringLiteral("unknown"), 64, 1).isNull() &&
+                         workspace.genericIcon(64, 2).size() == QSize(128, 128);
         });
     for (std::thread &thread : threads)
         thread.join();

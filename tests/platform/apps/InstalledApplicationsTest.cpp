@@ -35,7 +35,8 @@ TEST_F(InstalledApplicationsTest, TheFirstFolderWinsAndItsWordIsFinal)
     write(system(QStringLiteral("kde/deep")), entry("Deep", "true"));
     write(system(QStringLiteral("huge")), entry("Huge", "true", "X-Padding=" + QByteArray(2000000, 'x')));
     write(system(QStringLiteral("localised")),
-          "# made by hand\n\n[Desktop Entry]\nType=Application\nName[fr]=Simple\nName=Plain\nName[de]=Schlicht\nExec=true\n"
+          "# made by hand\n\n[Desktop "
+          "Entry]\nType=Application\nName[fr]=Simple\nName=Plain\nName[de]=Schlicht\nExec=true\n"
           "[Desktop Action x]\nName=Other\n");
     QDir().mkpath(home.path(QStringLiteral("system/applications/folder.desktop")));
     QFile::link(home.path(QStringLiteral("nowhere")), user(QStringLiteral("dangling")));
@@ -47,10 +48,10 @@ TEST_F(InstalledApplicationsTest, TheFirstFolderWinsAndItsWordIsFinal)
     const struct {
         const char *id;
         const char *name; ///< "-" when it is not installed
-    } rows[] = {{"both", "Mine"},       {"deleted", "-"},   {"last", "Vendor"},     {"quiet", "Quiet"},
-                {"foreign", "Foreign"}, {"no-program", "-"}, {"no-try", "-"},       {"link", "-"},
-                {"garbage", "-"},       {"kde-deep", "Deep"}, {"huge", "-"},        {"folder", "-"},
-                {"dangling", "Behind"}, {"unknown", "-"},   {"../both", "-"},       {"", "-"},
+    } rows[] = {{"both", "Mine"},         {"deleted", "-"},     {"last", "Vendor"}, {"quiet", "Quiet"},
+                {"foreign", "Foreign"},   {"no-program", "-"},  {"no-try", "-"},    {"link", "-"},
+                {"garbage", "-"},         {"kde-deep", "Deep"}, {"huge", "-"},      {"folder", "-"},
+                {"dangling", "Behind"},   {"unknown", "-"},     {"../both", "-"},   {"", "-"},
                 {"localised", "Schlicht"}};
     for (const auto &row : rows)
         EXPECT_EQ(nameOf(workspace, QLatin1String(row.id)), QLatin1String(row.name)) << row.id;
@@ -136,7 +137,8 @@ TEST_F(InstalledApplicationsTest, AFileStandsForAnApplicationOrSaysWhyNot)
                 {QString(), ""}};
     for (const auto &row : rows) {
         const auto result = workspace.applicationAt(row.path);
-        EXPECT_EQ(result ? result.value().bundleID : QString(), QLatin1String(row.id)) << qPrintable(row.path.left(200));
+        EXPECT_EQ(result ? result.value().bundleID : QString(), QLatin1String(row.id))
+            << qPrintable(row.path.left(200));
         EXPECT_EQ(result.error().isEmpty(), result.ok());
     }
     EXPECT_EQ(workspace.applicationsFolder(), home.path(QStringLiteral("system/applications")));
@@ -149,27 +151,36 @@ TEST_F(InstalledApplicationsTest, CommandLinesSplitAsTheFormatSays)
         QStringList arguments;
     } rows[] = {
         {"foo --bar %U", {QStringLiteral("foo"), QStringLiteral("--bar")}},
-        {"\"/opt/with space/foo\" \"a\\\"b\" 100%%", {QStringLiteral("/opt/with space/foo"), QStringLiteral("a\"b"), QStringLiteral("100%")}},
+        {"\"/opt/with space/foo\" \"a\\\"b\" 100%%",
+         {QStringLiteral("/opt/with space/foo"), QStringLiteral("a\"b"), QStringLiteral("100%")}},
         {"foo \"unfinished", {}},
         {"sh -c 'a \"b\" \\n'", {QStringLiteral("sh"), QStringLiteral("-c"), QStringLiteral("a \"b\" \\n")}},
         {"wine C:\\\\x\\ y \"\\n\"", {QStringLiteral("wine"), QStringLiteral("C:\\x y"), QStringLiteral("\\n")}},
         {"", {}},
-        {"env A=1 B=2 foo", {QStringLiteral("env"), QStringLiteral("A=1"), QStringLiteral("B=2"), QStringLiteral("foo")}},
+        {"env A=1 B=2 foo",
+         {QStringLiteral("env"), QStringLiteral("A=1"), QStringLiteral("B=2"), QStringLiteral("foo")}},
     };
     for (const auto &row : rows)
         EXPECT_EQ(splitExec(QString::fromUtf8(row.command)), row.arguments) << row.command;
 
-    const ExecFields fields{QStringLiteral("A name"), QStringLiteral("an icon"), QStringLiteral("/a.desktop"),
+    const ExecFields fields{QStringLiteral("A name"),
+                            QStringLiteral("an icon"),
+                            QStringLiteral("/a.desktop"),
                             {QStringLiteral("file:///a%20b"), QStringLiteral("https://c")}};
     const struct {
         const char *command;
         const char *arguments; ///< joined by bars
-    } expanded[] = {{"x %c %k", "x|A name|/a.desktop|/a b"}, {"x %i", "x|--icon|an icon|/a b"},
-                    {"x %u", "x|file:///a%20b"},             {"x %U -y", "x|file:///a%20b|https://c|-y"},
-                    {"x --f=%f", "x|--f=/a b"},              {"x %F", "x|/a b"},
-                    {"x %d %m %% %", "x|%|%|/a b"},          {"\"%c", ""}};
+    } expanded[] = {{"x %c %k", "x|A name|/a.desktop|/a b"},
+                    {"x %i", "x|--icon|an icon|/a b"},
+                    {"x %u", "x|file:///a%20b"},
+                    {"x %U -y", "x|file:///a%20b|https://c|-y"},
+                    {"x --f=%f", "x|--f=/a b"},
+                    {"x %F", "x|/a b"},
+                    {"x %d %m %% %", "x|%|%|/a b"},
+                    {"\"%c", ""}};
     for (const auto &row : expanded)
-        EXPECT_EQ(expandExec(QString::fromUtf8(row.command), fields).join(u'|'), QString::fromUtf8(row.arguments)) << row.command;
+        EXPECT_EQ(expandExec(QString::fromUtf8(row.command), fields).join(u'|'), QString::fromUtf8(row.arguments))
+            << row.command;
 }
 
 } // namespace

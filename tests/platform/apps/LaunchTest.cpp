@@ -75,9 +75,8 @@ qint64 numberIn(const QByteArrayList &lines, const QByteArray &name)
 TEST_F(LaunchTest, ALaunchedProgramIsOnItsOwn)
 {
     QDir().mkpath(home.path(QStringLiteral("work")));
-    write(system(QStringLiteral("probe")),
-          entry("Probe", probe("30 \"two words\" $HOME \\\\$(id) %c %f"),
-                "Path=" + home.path(QStringLiteral("work")).toLocal8Bit()));
+    write(system(QStringLiteral("probe")), entry("Probe", probe("30 \"two words\" $HOME \\\\$(id) %c %f"),
+                                                 "Path=" + home.path(QStringLiteral("work")).toLocal8Bit()));
     FreedesktopWorkspace workspace(nullptr);
     QSignalSpy launched(&workspace.launcher(), &ApplicationLauncher::launched);
     qputenv("QT_COBBLET_SET_THIS_ITSELF", "1");
@@ -103,7 +102,8 @@ TEST_F(LaunchTest, ALaunchedProgramIsOnItsOwn)
     }
     EXPECT_EQ(startupIds, 1);
     EXPECT_TRUE(told.contains("env:GIO_LAUNCHED_DESKTOP_FILE=" + system(QStringLiteral("probe")).toLocal8Bit()));
-    EXPECT_TRUE(told.contains("env:GIO_LAUNCHED_DESKTOP_FILE_PID=" + QByteArray::number(pid).rightJustified(10, '0')));
+    EXPECT_TRUE(
+        told.contains("env:GIO_LAUNCHED_DESKTOP_FILE_PID=" + QByteArray::number(pid).rightJustified(10, '0')));
 
     // Its end leaves no zombie of ours.
     ASSERT_EQ(::kill(pid_t(pid), SIGKILL), 0);
@@ -151,7 +151,8 @@ TEST_F(LaunchTest, AFailureNamesTheApplicationAndTheCause)
 TEST_F(LaunchTest, ALaunchedApplicationRunsUntilItsProcessEnds)
 {
     write(system(QStringLiteral("probe")), entry("Probe", probe("30")));
-    write(system(QStringLiteral("wrapped")), entry("Wrapped", "sh -c \"" COBBLET_LAUNCH_PROBE " " + report().toLocal8Bit() + " 30 & exit 0\""));
+    write(system(QStringLiteral("wrapped")),
+          entry("Wrapped", "sh -c \"" COBBLET_LAUNCH_PROBE " " + report().toLocal8Bit() + " 30 & exit 0\""));
     FreedesktopWorkspace workspace(nullptr);
     X11RunningApplications running(nullptr, workspace);
     X11WindowAccess access(running, workspace);
@@ -190,8 +191,8 @@ TEST_F(LaunchTest, ALaunchedApplicationRunsUntilItsProcessEnds)
 
 TEST(LaunchEnvironment, KeepsTheUsersVariablesAndDropsTheOnesOfOneProcess)
 {
-    EXPECT_EQ(launchEnvironment({"PATH=/bin", "QT_QPA_PLATFORMTHEME=gtk3", "XDG_ACTIVATION_TOKEN=x", "COBBLET_DEBUG=1",
-                                 "GIO_LAUNCHED_DESKTOP_FILE_PID=1", "NOTIFY_SOCKET=/x", "EMPTY="}),
+    EXPECT_EQ(launchEnvironment({"PATH=/bin", "QT_QPA_PLATFORMTHEME=gtk3", "XDG_ACTIVATION_TOKEN=x",
+                                 "COBBLET_DEBUG=1", "GIO_LAUNCHED_DESKTOP_FILE_PID=1", "NOTIFY_SOCKET=/x", "EMPTY="}),
               (QByteArrayList{"PATH=/bin", "QT_QPA_PLATFORMTHEME=gtk3", "EMPTY="}));
 }
 

@@ -33,8 +33,8 @@ protected:
         if (windowManager) {
             // Its marks on the root window come before it manages windows; its start-up command comes after.
             const QString ready = home.path(QStringLiteral("ready"));
-            server.start(QStringLiteral("openbox"),
-                         {QStringLiteral("--sm-disable"), QStringLiteral("--startup"), QStringLiteral("touch ") + ready});
+            server.start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable"), QStringLiteral("--startup"),
+                                                     QStringLiteral("touch ") + ready});
             ASSERT_TRUE(waitFor([&] { return QFile::exists(ready); }, 15000));
             x11 = X11Connection::open();
             ASSERT_TRUE(x11);
@@ -52,7 +52,8 @@ protected:
     int count(const char *id) const
     {
         const auto list = running->runningApplications();
-        return int(std::count_if(list.begin(), list.end(), [&](const auto &a) { return a.bundleIdentifier == QLatin1String(id); }));
+        return int(std::count_if(list.begin(), list.end(),
+                                 [&](const auto &a) { return a.bundleIdentifier == QLatin1String(id); }));
     }
     RunningApplication first(const char *id) const
     {
@@ -86,7 +87,8 @@ protected:
 
 TEST_F(RunningApplicationsTest, FollowsWhatRunsAndHidesAndShowsIt)
 {
-    server.start(QStringLiteral("xclock"), {QStringLiteral("-update"), QStringLiteral("3600")}); // before anybody looks
+    server.start(QStringLiteral("xclock"),
+                 {QStringLiteral("-update"), QStringLiteral("3600")}); // before anybody looks
     ASSERT_NO_FATAL_FAILURE(connectToDesktop(true));
     ASSERT_TRUE(waitFor([&] { return count("clock") == 1; }, 10000));
     QSignalSpy launches(running.get(), &RunningApplications::didLaunch);
@@ -111,7 +113,8 @@ TEST_F(RunningApplicationsTest, FollowsWhatRunsAndHidesAndShowsIt)
     access->reopen(clock);
     running->activate(clock);
     // A clock takes no focus; being in front is all it can be.
-    EXPECT_TRUE(waitFor([&] { return !isIconified(face[0]) && windows->inStackingOrder(windows->list({})).back() == face[0]; }));
+    EXPECT_TRUE(waitFor(
+        [&] { return !isIconified(face[0]) && windows->inStackingOrder(windows->list({})).back() == face[0]; }));
     running->activate(first("term"));
     EXPECT_TRUE(waitFor([&] { return active() == windowsOf(term.processId()).front(); }));
 
@@ -178,7 +181,8 @@ TEST_F(RunningApplicationsTest, AClassThatComesLateMovesTheWindow)
     ASSERT_TRUE(waitFor([&] { return count("clock") == 1; }, 10000));
     const xcb_window_t window = windowsOf(clock.processId()).front();
     const char late[] = "guest\0Guest";
-    xcb_change_property(x11->xcb(), XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8, sizeof late, late);
+    xcb_change_property(x11->xcb(), XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8, sizeof late,
+                        late);
     x11->flush();
     EXPECT_TRUE(waitFor([&] { return count("guest") == 1 && count("clock") == 0; }));
 }
@@ -189,7 +193,8 @@ TEST_F(RunningApplicationsTest, WhatIsLaunchedBecomesOneApplicationWithItsWindow
     // environment, which knows another display.
     QFile::remove(system(QStringLiteral("clock")));
     write(system(QStringLiteral("wrapper")),
-          entry("Wrapper", "env DISPLAY=" + qgetenv("DISPLAY") + " sh -c \"xclock -update 3600; true\"", "StartupWMClass=XClock"));
+          entry("Wrapper", "env DISPLAY=" + qgetenv("DISPLAY") + " sh -c \"xclock -update 3600; true\"",
+                "StartupWMClass=XClock"));
     ASSERT_NO_FATAL_FAILURE(connectToDesktop(true));
     QSignalSpy launches(running.get(), &RunningApplications::didLaunch);
     QSignalSpy ends(running.get(), &RunningApplications::didTerminate);

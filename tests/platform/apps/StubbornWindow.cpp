@@ -25,8 +25,8 @@ void makeWindow(xcb_connection_t *connection, const xcb_screen_t *screen, const 
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8,
                         sizeof title - 1, title);
     const xcb_atom_t close = atom(connection, "WM_DELETE_WINDOW");
-    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, atom(connection, "WM_PROTOCOLS"), XCB_ATOM_ATOM, 32, 1,
-                        &close);
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, atom(connection, "WM_PROTOCOLS"), XCB_ATOM_ATOM,
+                        32, 1, &close);
     xcb_map_window(connection, window);
     xcb_flush(connection);
 }

@@ -47,14 +47,21 @@ TEST_F(WellKnownApplicationsTest, CounterpartsComeFromDefaultsThenFromTraits)
     const struct {
         const char *wellKnown;
         const char *here;
-    } rows[] = {{"com.apple.mail", "mailer"},         {"com.apple.iCal", "gnome-dates"},
-                {"com.apple.Notes", "scribble"},      {"com.apple.reminders", "doit"},
-                {"com.apple.Photos", "album"},        {"com.apple.Preview", "papers"},
-                {"com.apple.Terminal", "term"},       {"com.apple.ActivityMonitor", "load"},
+    } rows[] = {{"com.apple.mail", "mailer"},
+                {"com.apple.iCal", "gnome-dates"},
+                {"com.apple.Notes", "scribble"},
+                {"com.apple.reminders", "doit"},
+                {"com.apple.Photos", "album"},
+                {"com.apple.Preview", "papers"},
+                {"com.apple.Terminal", "term"},
+                {"com.apple.ActivityMonitor", "load"},
                 {"com.apple.DiskUtility", "org.gnome.DiskUtility"},
-                {"com.apple.Safari", "web"},          {"com.apple.finder", "files"},
-                {"COM.APPLE.FINDER", "files"},        {"com.apple.Chess", "com.apple.Chess"},
-                {"org.example.App", "org.example.App"}, {"", ""}};
+                {"com.apple.Safari", "web"},
+                {"com.apple.finder", "files"},
+                {"COM.APPLE.FINDER", "files"},
+                {"com.apple.Chess", "com.apple.Chess"},
+                {"org.example.App", "org.example.App"},
+                {"", ""}};
     for (const auto &row : rows)
         EXPECT_EQ(workspace.resolved(QLatin1String(row.wellKnown)), QLatin1String(row.here)) << row.wellKnown;
     EXPECT_EQ(workspace.application(QStringLiteral("com.apple.mail"))->bundleID, QStringLiteral("mailer"));

@@ -16,11 +16,11 @@ struct Sample {
 };
 
 constexpr Sample samples[] = {
-    {"Mail", "✉", 212},       {"Calendar", "31", 2},      {"Notes", "✎", 46},      {"Terminal", ">_", 220},
-    {"Photos", "❀", 325},     {"Music", "♫", 345},        {"Preview", "◉", 200},   {"Maps", "➤", 140},
-    {"Files", "▤", 208},      {"Weather", "☀", 198},      {"Contacts", "☺", 28},   {"Clock", "◷", 260},
-    {"Calculator", "±", 30},  {"Text Editor", "¶", 190},  {"Disks", "◍", 160},     {"Books", "❖", 18},
-    {"Reminders", "✓", 12},   {"Player", "▶", 285},       {"Draw", "✐", 172},      {"Archive", "▣", 38},
+    {"Mail", "✉", 212},      {"Calendar", "31", 2},     {"Notes", "✎", 46},    {"Terminal", ">_", 220},
+    {"Photos", "❀", 325},    {"Music", "♫", 345},       {"Preview", "◉", 200}, {"Maps", "➤", 140},
+    {"Files", "▤", 208},     {"Weather", "☀", 198},     {"Contacts", "☺", 28}, {"Clock", "◷", 260},
+    {"Calculator", "±", 30}, {"Text Editor", "¶", 190}, {"Disks", "◍", 160},   {"Books", "❖", 18},
+    {"Reminders", "✓", 12},  {"Player", "▶", 285},      {"Draw", "✐", 172},    {"Archive", "▣", 38},
 };
 
 Sample sampleOf(const QString &bundleID)

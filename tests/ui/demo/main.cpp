@@ -66,7 +66,8 @@ int main(int argc, char **argv)
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Shows the launcher panel on a fake desktop."));
     parser.addHelpOption();
-    const auto option = [&](const char *name, const char *description, const char *value = "", const char *standard = "") {
+    const auto option = [&](const char *name, const char *description, const char *value = "",
+                            const char *standard = "") {
         parser.addOption({QString::fromLatin1(name), QString::fromLatin1(description), QString::fromLatin1(value),
                           QString::fromLatin1(standard)});
     };
@@ -89,8 +90,8 @@ int main(int argc, char **argv)
 
     auto desktop = std::make_unique<demo::DemoWorkspace>();
     const QList<AppGroup> groups = parser.isSet(QStringLiteral("no-groups"))
-        ? QList<AppGroup>()
-        : demo::sampleGroups(*desktop, parser.value(QStringLiteral("apps")).toInt());
+                                       ? QList<AppGroup>()
+                                       : demo::sampleGroups(*desktop, parser.value(QStringLiteral("apps")).toInt());
     test::PanelFixture f(groups, std::move(desktop));
     f.appearance.setDark(parser.value(QStringLiteral("theme")) == QLatin1String("dark"));
     f.setPreference(QStringLiteral("glassyStyle"), parser.isSet(QStringLiteral("glassy")));
@@ -127,7 +128,8 @@ int main(int argc, char **argv)
 
     QTimer::singleShot(400, &window, [&] {
         QQuickItem *root = window.contentItem();
-        if (QQuickItem *item = findItem(root, parser.value(QStringLiteral("hover"))); item && parser.isSet(QStringLiteral("hover")))
+        if (QQuickItem *item = findItem(root, parser.value(QStringLiteral("hover")));
+            item && parser.isSet(QStringLiteral("hover")))
             movePointer(window, item->mapToScene(QPointF(item->width() / 2, item->height() / 2)));
         const QString popover = parser.value(QStringLiteral("popover"));
         if (popover == QLatin1String("group"))

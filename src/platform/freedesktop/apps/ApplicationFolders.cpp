@@ -17,7 +17,8 @@ constexpr int maximumDepth = 4;
 constexpr qsizetype maximumEntries = 20000;
 const QLatin1String suffix(".desktop");
 
-QStringList xdgFolders(const char *homeVariable, const QString &homeDefault, const char *variable, const char *defaults)
+QStringList xdgFolders(const char *homeVariable, const QString &homeDefault, const char *variable,
+                       const char *defaults)
 {
     QString own = qEnvironmentVariable(homeVariable);
     if (!QDir::isAbsolutePath(own))
@@ -87,7 +88,8 @@ void collect(const QString &folder, const QString &prefix, int depth, QMap<QStri
 
 QStringList xdgDataFolders()
 {
-    return xdgFolders("XDG_DATA_HOME", QStringLiteral("/.local/share"), "XDG_DATA_DIRS", "/usr/local/share:/usr/share");
+    return xdgFolders("XDG_DATA_HOME", QStringLiteral("/.local/share"), "XDG_DATA_DIRS",
+                      "/usr/local/share:/usr/share");
 }
 
 QStringList xdgConfigFolders()

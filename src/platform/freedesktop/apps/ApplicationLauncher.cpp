@@ -28,7 +28,10 @@ namespace {
 template<auto Free>
 struct Releasing {
     template<class T>
-    void operator()(T *object) const { Free(object); }
+    void operator()(T *object) const
+    {
+        Free(object);
+    }
 };
 /// What the child prepares between fork and exec, where only few calls are safe.
 struct ChildSetup {
@@ -81,15 +84,18 @@ Result<QStringList> argumentsFor(const InstalledEntry &entry, const QStringList 
     const QString &name = entry.application.name;
     const QStringList arguments = expandExec(entry.command, {name, entry.icon, entry.application.path, uris});
     if (arguments.isEmpty())
-        return Error{QStringLiteral("“%1” cannot be opened: its desktop entry does not say how to start it.").arg(name)};
+        return Error{
+            QStringLiteral("“%1” cannot be opened: its desktop entry does not say how to start it.").arg(name)};
     if (QStandardPaths::findExecutable(arguments.first()).isEmpty())
-        return Error{QStringLiteral("“%1” cannot be opened: its program “%2” is missing.").arg(name, arguments.first())};
+        return Error{
+            QStringLiteral("“%1” cannot be opened: its program “%2” is missing.").arg(name, arguments.first())};
     if (!entry.terminal)
         return arguments;
     const QStringList terminal = terminalCommand();
     if (terminal.isEmpty())
-        return Error{QStringLiteral("“%1” cannot be opened: it needs a terminal, and no terminal emulator is installed.")
-                         .arg(name)};
+        return Error{
+            QStringLiteral("“%1” cannot be opened: it needs a terminal, and no terminal emulator is installed.")
+                .arg(name)};
     return terminal + arguments;
 }
 
@@ -108,17 +114,29 @@ void finish(QObject *context, const Workspace::Completion &done, const Status &s
     if (!status)
         qCWarning(lcLaunch).noquote() << status.error();
     if (done)
-        QMetaObject::invokeMethod(context, [done, status] { done(status); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            context, [done, status] { done(status); }, Qt::QueuedConnection);
 }
 
 } // namespace
 
 QByteArrayList launchEnvironment(const QByteArrayList &own)
 {
-    static const QByteArrayList ofOneProcess{
-        "DESKTOP_STARTUP_ID", "XDG_ACTIVATION_TOKEN", "GIO_LAUNCHED_DESKTOP_FILE", "GIO_LAUNCHED_DESKTOP_FILE_PID",
-        "BAMF_DESKTOP_FILE_HINT", "INVOCATION_ID", "JOURNAL_STREAM", "NOTIFY_SOCKET", "MANAGERPID", "SYSTEMD_EXEC_PID",
-        "LISTEN_PID", "LISTEN_FDS", "LISTEN_FDNAMES", "WATCHDOG_PID", "WATCHDOG_USEC"};
+    static const QByteArrayList ofOneProcess{"DESKTOP_STARTUP_ID",
+                                             "XDG_ACTIVATION_TOKEN",
+                                             "GIO_LAUNCHED_DESKTOP_FILE",
+                                             "GIO_LAUNCHED_DESKTOP_FILE_PID",
+                                             "BAMF_DESKTOP_FILE_HINT",
+                                             "INVOCATION_ID",
+                                             "JOURNAL_STREAM",
+                                             "NOTIFY_SOCKET",
+                                             "MANAGERPID",
+                                             "SYSTEMD_EXEC_PID",
+                                             "LISTEN_PID",
+                                             "LISTEN_FDS",
+                                             "LISTEN_FDNAMES",
+                                             "WATCHDOG_PID",
+                                             "WATCHDOG_USEC"};
     QByteArrayList kept;
     for (const QByteArray &variable : own)
         if (const QByteArray name = variable.left(variable.indexOf('='));
@@ -133,10 +151,18 @@ QStringList terminalCommand()
         const char *program;
         const char *option; ///< what comes before the program to run
     };
-    static constexpr Terminal known[] = {
-        {"xdg-terminal-exec", nullptr}, {"x-terminal-emulator", "-e"}, {"kgx", "-e"},        {"gnome-terminal", "--"},
-        {"konsole", "-e"},              {"xfce4-terminal", "-x"},      {"mate-terminal", "-x"}, {"tilix", "-e"},
-        {"kitty", nullptr},             {"alacritty", "-e"},           {"foot", nullptr},    {"xterm", "-e"}};
+    static constexpr Terminal known[] = {{"xdg-terminal-exec", nullptr},
+                                         {"x-terminal-emulator", "-e"},
+                                         {"kgx", "-e"},
+                                         {"gnome-terminal", "--"},
+                                         {"konsole", "-e"},
+                                         {"xfce4-terminal", "-x"},
+                                         {"mate-terminal", "-x"},
+                                         {"tilix", "-e"},
+                                         {"kitty", nullptr},
+                                         {"alacritty", "-e"},
+                                         {"foot", nullptr},
+                                         {"xterm", "-e"}};
     for (const Terminal &terminal : known) {
         const QString path = QStandardPaths::findExecutable(QString::fromLatin1(terminal.program));
         if (path.isEmpty())
@@ -165,29 +191,30 @@ void ApplicationLauncher::launchOverBus(const InstalledEntry &entry, const QStri
                                         const Workspace::Completion &done)
 {
     const QString id = entry.application.bundleID;
-    callSessionBus(this, activateCall(id, m_startup.mint()), [this, entry, uris, done, id](const QDBusMessage &reply) {
-        if (reply.type() == QDBusMessage::ErrorMessage) {
-            const QString cause = QStringLiteral("“%1” cannot be opened over D-Bus: %2")
-                                      .arg(entry.application.name, reply.errorMessage());
-            if (entry.command.isEmpty()) {
-                finish(this, done, Error{cause});
-                return;
-            }
-            qCWarning(lcLaunch).noquote() << cause << "Its command is run instead.";
-            launchCommand(entry, uris, done);
-            return;
-        }
-        finish(this, done, {});
-        QDBusMessage ask = QDBusMessage::createMethodCall(
-            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetConnectionUnixProcessID"));
-        ask << id;
-        callSessionBus(this, ask, [this, id](const QDBusMessage &answer) {
-            if (const qint64 pid = answer.arguments().value(0).toLongLong();
-                answer.type() == QDBusMessage::ReplyMessage && pid > 0)
-                emit launched(id, pid, false);
-        });
-    });
+    callSessionBus(this, activateCall(id, m_startup.mint()),
+                   [this, entry, uris, done, id](const QDBusMessage &reply) {
+                       if (reply.type() == QDBusMessage::ErrorMessage) {
+                           const QString cause = QStringLiteral("“%1” cannot be opened over D-Bus: %2")
+                                                     .arg(entry.application.name, reply.errorMessage());
+                           if (entry.command.isEmpty()) {
+                               finish(this, done, Error{cause});
+                               return;
+                           }
+                           qCWarning(lcLaunch).noquote() << cause << "Its command is run instead.";
+                           launchCommand(entry, uris, done);
+                           return;
+                       }
+                       finish(this, done, {});
+                       QDBusMessage ask = QDBusMessage::createMethodCall(
+                           QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+                           QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetConnectionUnixProcessID"));
+                       ask << id;
+                       callSessionBus(this, ask, [this, id](const QDBusMessage &answer) {
+                           if (const qint64 pid = answer.arguments().value(0).toLongLong();
+                               answer.type() == QDBusMessage::ReplyMessage && pid > 0)
+                               emit launched(id, pid, false);
+                       });
+                   });
 }
 
 // GIO would launch the entry too, but over a bus connection of its own that is waited for and that ends this
@@ -234,7 +261,8 @@ void ApplicationLauncher::launchCommand(const InstalledEntry &entry, const QStri
             m_startup.remove(startupId);
         finish(this, done,
                Error{QStringLiteral("“%1” cannot be opened: %2.")
-                         .arg(entry.application.name, error ? QString::fromUtf8(error->message) : QStringLiteral("no reason was given"))});
+                         .arg(entry.application.name,
+                              error ? QString::fromUtf8(error->message) : QStringLiteral("no reason was given"))});
         return;
     }
     started(entry, pid, entry.startupNotify ? startupId : QString());

@@ -68,8 +68,8 @@ QString escapedForUnit(const QString &text)
 {
     QString out;
     for (const char c : text.toUtf8()) {
-        const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_'
-            || (c == '.' && !out.isEmpty());
+        const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+                           (c == '.' && !out.isEmpty());
         out += plain ? QString(QLatin1Char(c))
                      : QStringLiteral("\\x") + QString::number(uchar(c), 16).rightJustified(2, u'0');
     }
@@ -81,8 +81,8 @@ QString escapedForUnit(const QString &text)
 bool hasSessionBus()
 {
     // Without an address the library would start a bus of its own.
-    if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")
-        && !QFile::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus")))
+    if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS") &&
+        !QFile::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus")))
         return false;
     return QDBusConnection::sessionBus().isConnected();
 }
@@ -104,10 +104,10 @@ void callSessionBus(QObject *context, const QDBusMessage &call, std::function<vo
 bool isBusName(const QString &id)
 {
     const QStringList elements = id.split(u'.');
-    return id.size() <= 255 && elements.size() >= 2
-        && std::all_of(elements.begin(), elements.end(), [](const QString &element) {
-               return !element.isEmpty() && !element.at(0).isDigit()
-                   && std::all_of(element.begin(), element.end(), [](QChar c) {
+    return id.size() <= 255 && elements.size() >= 2 &&
+           std::all_of(elements.begin(), elements.end(), [](const QString &element) {
+               return !element.isEmpty() && !element.at(0).isDigit() &&
+                      std::all_of(element.begin(), element.end(), [](QChar c) {
                           return c.unicode() < 128 && (c.isLetterOrNumber() || c == u'_' || c == u'-');
                       });
            });
@@ -121,8 +121,8 @@ QString busPathOf(const QString &id)
 
 QDBusMessage activateCall(const QString &id, const QString &startupId)
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(id, busPathOf(id), QStringLiteral("org.freedesktop.Application"),
-                                                       QStringLiteral("Activate"));
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        id, busPathOf(id), QStringLiteral("org.freedesktop.Application"), QStringLiteral("Activate"));
     QVariantMap platformData;
     if (!startupId.isEmpty()) {
         platformData.insert(QStringLiteral("desktop-startup-id"), startupId);
@@ -156,8 +156,8 @@ void moveToOwnScope(QObject *context, const QString &id, qint64 pid)
          << QVariant::fromValue(QList<AuxiliaryUnit>());
     callSessionBus(context, call, [id](const QDBusMessage &reply) {
         if (reply.type() == QDBusMessage::ErrorMessage)
-            qCInfo(lcDesktopBus).noquote() << QStringLiteral("“%1” shares Cobblet's systemd scope: %2")
-                                                  .arg(id, reply.errorMessage());
+            qCInfo(lcDesktopBus).noquote()
+                << QStringLiteral("“%1” shares Cobblet's systemd scope: %2").arg(id, reply.errorMessage());
     });
 }
 

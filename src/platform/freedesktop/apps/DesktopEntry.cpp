@@ -20,12 +20,24 @@ QString unescaped(QByteArrayView raw)
             continue;
         }
         switch (raw[++i]) {
-        case 's': out.append(' '); break;
-        case 'n': out.append('\n'); break;
-        case 't': out.append('\t'); break;
-        case 'r': out.append('\r'); break;
-        case '\\': out.append('\\'); break;
-        default: out.append('\\').append(raw[i]); break;
+        case 's':
+            out.append(' ');
+            break;
+        case 'n':
+            out.append('\n');
+            break;
+        case 't':
+            out.append('\t');
+            break;
+        case 'r':
+            out.append('\r');
+            break;
+        case '\\':
+            out.append('\\');
+            break;
+        default:
+            out.append('\\').append(raw[i]);
+            break;
         }
     }
     return QString::fromUtf8(out);
@@ -148,20 +160,42 @@ QStringList expandExec(const QString &command, const ExecFields &fields)
         if ((c == u'"' || c == u'\'') && (quote.isNull() || quote == c)) {
             quote = quote.isNull() ? c : QChar();
             any = true;
-        } else if (c == u'\\' && i + 1 < command.size()
-                   && (quote.isNull() || (quote == u'"' && QStringView(u"\"\\$`").contains(command.at(i + 1))))) {
+        } else if (c == u'\\' && i + 1 < command.size() &&
+                   (quote.isNull() || (quote == u'"' && QStringView(u"\"\\$`").contains(command.at(i + 1))))) {
             insert(command.at(++i));
         } else if (c == u'%' && i + 1 < command.size()) {
             switch (command.at(++i).unicode()) {
-            case u'%': insert(QStringLiteral("%")); break;
-            case u'c': insert(fields.name); break;
-            case u'k': insert(fields.path); break;
-            case u'i': insertList(fields.icon.isEmpty() ? QStringList() : QStringList{QStringLiteral("--icon"), fields.icon}); break;
-            case u'u': insert(fields.uris.value(0)); takesFiles = true; break;
-            case u'f': insert(paths.value(0)); takesFiles = true; break;
-            case u'U': insertList(fields.uris); takesFiles = true; break;
-            case u'F': insertList(paths); takesFiles = true; break;
-            default: break; // codes that are no longer in use stand for nothing
+            case u'%':
+                insert(QStringLiteral("%"));
+                break;
+            case u'c':
+                insert(fields.name);
+                break;
+            case u'k':
+                insert(fields.path);
+                break;
+            case u'i':
+                insertList(fields.icon.isEmpty() ? QStringList()
+                                                 : QStringList{QStringLiteral("--icon"), fields.icon});
+                break;
+            case u'u':
+                insert(fields.uris.value(0));
+                takesFiles = true;
+                break;
+            case u'f':
+                insert(paths.value(0));
+                takesFiles = true;
+                break;
+            case u'U':
+                insertList(fields.uris);
+                takesFiles = true;
+                break;
+            case u'F':
+                insertList(paths);
+                takesFiles = true;
+                break;
+            default:
+                break; // codes that are no longer in use stand for nothing
             }
         } else if (c.isSpace() && quote.isNull()) {
             finish();

@@ -15,8 +15,8 @@ struct DesktopEntry {
     QStringList exec; ///< the command split into arguments, field codes dropped
     QString tryExec;
     QString startupWMClass;
-    QString snapInstance;     ///< X-SnapInstanceName
-    QString flatpak;          ///< X-Flatpak
+    QString snapInstance;      ///< X-SnapInstanceName
+    QString flatpak;           ///< X-Flatpak
     QByteArrayList categories; ///< lower case
     QByteArrayList keywords;   ///< lower case
     QStringList onlyShowIn;

@@ -19,8 +19,8 @@ constexpr int maximumWatches = 1024;
 constexpr int maximumLinks = 16;
 constexpr int maximumDepth = 4;
 constexpr int quietMilliseconds = 150;
-constexpr uint32_t events = IN_CREATE | IN_DELETE | IN_CLOSE_WRITE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF
-    | IN_MOVE_SELF | IN_ONLYDIR;
+constexpr uint32_t events =
+    IN_CREATE | IN_DELETE | IN_CLOSE_WRITE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 
 } // namespace
 
@@ -30,7 +30,8 @@ FolderWatch::FolderWatch(QObject *parent) : QObject(parent), m_descriptor(inotif
     m_quiet.setInterval(quietMilliseconds);
     connect(&m_quiet, &QTimer::timeout, this, &FolderWatch::settle);
     if (m_descriptor < 0) {
-        qCWarning(lcFolderWatch) << "Changes of installed applications will not be noticed: no inotify instance is free.";
+        qCWarning(lcFolderWatch)
+            << "Changes of installed applications will not be noticed: no inotify instance is free.";
         return;
     }
     m_notifier = std::make_unique<QSocketNotifier>(m_descriptor, QSocketNotifier::Read);
@@ -108,7 +109,8 @@ int FolderWatch::add(const QString &folder)
         m_watched[watch];
     if (m_watched.size() >= maximumWatches) {
         m_full = true;
-        qCWarning(lcFolderWatch) << "Changes of some installed applications will not be noticed: there are too many folders.";
+        qCWarning(lcFolderWatch)
+            << "Changes of some installed applications will not be noticed: there are too many folders.";
     }
     return watch;
 }
@@ -129,9 +131,9 @@ void FolderWatch::read()
             at += sizeof(inotify_event) + event->len;
             const auto watched = m_watched.constFind(event->wd);
             const bool lost = (event->mask & (IN_Q_OVERFLOW | IN_DELETE_SELF | IN_MOVE_SELF)) != 0;
-            relevant = relevant || lost
-                || (watched != m_watched.cend() && event->len > 0
-                    && (watched->everything || watched->names.contains(QFile::decodeName(event->name))));
+            relevant = relevant || lost ||
+                       (watched != m_watched.cend() && event->len > 0 &&
+                        (watched->everything || watched->names.contains(QFile::decodeName(event->name))));
         }
     }
     // Not restarted: a folder that never comes to rest must not hide a change for ever.

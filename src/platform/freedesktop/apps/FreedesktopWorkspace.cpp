@@ -144,7 +144,8 @@ void FreedesktopWorkspace::open(const QString &bundleID, Completion done)
     }
     qCWarning(lcWorkspace).noquote() << entry.error();
     if (done)
-        QMetaObject::invokeMethod(this, [done, error = entry.error()] { done(Error{error}); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [done, error = entry.error()] { done(Error{error}); }, Qt::QueuedConnection);
 }
 
 void FreedesktopWorkspace::reveal(const QString &bundleID, Completion done)
@@ -153,7 +154,8 @@ void FreedesktopWorkspace::reveal(const QString &bundleID, Completion done)
     if (!entry) {
         qCWarning(lcWorkspace).noquote() << entry.error();
         if (done)
-            QMetaObject::invokeMethod(this, [done, error = entry.error()] { done(Error{error}); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                this, [done, error = entry.error()] { done(Error{error}); }, Qt::QueuedConnection);
         return;
     }
     const QString path = entry.value().application.path;
@@ -165,7 +167,8 @@ void FreedesktopWorkspace::reveal(const QString &bundleID, Completion done)
         if (reply.type() == QDBusMessage::ErrorMessage)
             openFolder(QFileInfo(path).absolutePath(), done);
         else if (done)
-            QMetaObject::invokeMethod(this, [done] { done({}); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                this, [done] { done({}); }, Qt::QueuedConnection);
     });
 }
 
@@ -176,10 +179,12 @@ void FreedesktopWorkspace::openFolder(const QString &folder, const Completion &d
         m_launcher.launch(manager.value(), {QUrl::fromLocalFile(folder).toString(QUrl::FullyEncoded)}, done);
         return;
     }
-    const QString cause = QStringLiteral("The folder “%1” cannot be shown: no file manager is installed.").arg(folder);
+    const QString cause =
+        QStringLiteral("The folder “%1” cannot be shown: no file manager is installed.").arg(folder);
     qCWarning(lcWorkspace).noquote() << cause;
     if (done)
-        QMetaObject::invokeMethod(this, [done, cause] { done(Error{cause}); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [done, cause] { done(Error{cause}); }, Qt::QueuedConnection);
 }
 
 QImage FreedesktopWorkspace::icon(const QString &bundleID, int points, qreal devicePixelRatio) const

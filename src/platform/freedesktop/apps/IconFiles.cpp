@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLoggingCategory>
 #include <QMutexLocker>
 
 #include <unistd.h>
@@ -15,6 +16,8 @@
 #include <utility>
 
 namespace cobblet {
+
+Q_LOGGING_CATEGORY(lcIcons, "cobblet.applications.icons")
 
 namespace {
 
@@ -124,6 +127,11 @@ QStringList IconFiles::chain() const
     }
     names = names.mid(0, maximumThemes);
     names.append(last);
+    const bool useless =
+        std::all_of(names.begin(), names.end(), [this](const QString &name) { return theme(name).folders.empty(); });
+    if (useless && !std::exchange(m_saidUseless, true))
+        qCWarning(lcIcons)
+            << "No icon theme is installed: only applications that bring a picture of their own show it.";
     return names;
 }
 
@@ -157,7 +165,8 @@ IconFiles::Theme IconFiles::readTheme(const QString &name) const
             for (const QByteArray &root : std::as_const(roots))
                 if (const QByteArray path = root + '/' + current.name.toByteArray();
                     theme.folders.size() < maximumFolders && exists(path))
-                    theme.folders.push_back({path, current.size * current.scale, current.scalable, current.ofApplications});
+                    theme.folders.push_back(
+                        {path, current.size * current.scale, current.scalable, current.ofApplications});
     };
     forEachLine(index, [&](QByteArrayView group, QByteArrayView key, QByteArrayView value) {
         if (group == "Icon Theme") {
@@ -203,7 +212,8 @@ QString IconFiles::findIn(const Theme &theme, const QByteArray &name, int pixels
             rank = 10000 + pixels - folder.pixels;
         candidates.push_back({rank + (folder.ofApplications ? 0 : 20000), &folder});
     }
-    std::stable_sort(candidates.begin(), candidates.end(), [](const auto &a, const auto &b) { return a.rank < b.rank; });
+    std::stable_sort(candidates.begin(), candidates.end(),
+                     [](const auto &a, const auto &b) { return a.rank < b.rank; });
     for (const Candidate &candidate : candidates) {
         const QByteArray stem = candidate.folder->path + '/' + name;
         for (const char *extension : {".png", ".svg", ".xpm"})

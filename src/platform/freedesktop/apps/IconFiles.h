@@ -48,6 +48,7 @@ private:
     const QStringList m_pictureFolders;
     const QStringList m_startThemes;
     mutable QMutex m_mutex;
+    mutable bool m_saidUseless = false;
     mutable QHash<QString, Theme> m_themes;
 };
 

@@ -60,8 +60,9 @@ bool drawRaster(QByteArray bytes, QImage &image)
     if (target.size() == size)
         painter.drawImage(target.topLeft(), picture);
     else // averages over the whole area when it shrinks, which a painter's own scaling does not
-        painter.drawImage(target.topLeft(), picture.convertToFormat(QImage::Format_ARGB32_Premultiplied)
-                                                .scaled(target.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+        painter.drawImage(target.topLeft(),
+                          picture.convertToFormat(QImage::Format_ARGB32_Premultiplied)
+                              .scaled(target.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
     return true;
 }
 

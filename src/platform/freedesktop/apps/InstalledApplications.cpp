@@ -23,7 +23,10 @@ constexpr qsizetype maximumCached = 4096;
 template<auto Free>
 struct Releasing {
     template<class T>
-    void operator()(T *object) const { Free(object); }
+    void operator()(T *object) const
+    {
+        Free(object);
+    }
 };
 
 QString taken(char *text)
@@ -90,9 +93,9 @@ Result<InstalledEntry> InstalledApplications::load(const QString &id) const
         return Error{QStringLiteral("The desktop entry of “%1” cannot be read: %2").arg(id, bytes.error())};
     const auto parsed = parseDesktopEntry(bytes.value());
     const std::unique_ptr<GKeyFile, Releasing<g_key_file_free>> keys(g_key_file_new());
-    if (!parsed || !parsed->isApplication
-        || !g_key_file_load_from_data(keys.get(), bytes.value().constData(), gsize(bytes.value().size()),
-                                      G_KEY_FILE_NONE, nullptr))
+    if (!parsed || !parsed->isApplication ||
+        !g_key_file_load_from_data(keys.get(), bytes.value().constData(), gsize(bytes.value().size()),
+                                   G_KEY_FILE_NONE, nullptr))
         return Error{QStringLiteral("The desktop entry of “%1” is damaged.").arg(id)};
     if (parsed->hidden)
         return Error{QStringLiteral("“%1” is not installed: its desktop entry is marked as deleted.").arg(id)};
@@ -145,7 +148,8 @@ std::shared_ptr<const ApplicationIndex> InstalledApplications::index() const
 void InstalledApplications::watchLink(const QString &path) const
 {
     if (QFileInfo(path).isSymLink())
-        QMetaObject::invokeMethod(&m_watch, [this, path] { m_watch.watchLink(path); }, Qt::AutoConnection);
+        QMetaObject::invokeMethod(
+            &m_watch, [this, path] { m_watch.watchLink(path); }, Qt::AutoConnection);
 }
 
 QStringList InstalledApplications::currentDesktops()

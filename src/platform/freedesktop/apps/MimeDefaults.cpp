@@ -35,16 +35,18 @@ void forEachLine(const QString &path, Line line)
 void appendIds(QStringList &list, const QByteArray &value)
 {
     for (const QByteArray &name : value.split(';'))
-        if (const QString id = entryIdFromFileName(QString::fromUtf8(name.trimmed())); !id.isEmpty() && !list.contains(id))
+        if (const QString id = entryIdFromFileName(QString::fromUtf8(name.trimmed()));
+            !id.isEmpty() && !list.contains(id))
             list.append(id);
 }
 
 /// The types that some well-known identifier is decided by; only these are kept in memory.
 bool isOfInterest(const QByteArray &type)
 {
-    static const QByteArrayList types{"text/plain", "text/html", "text/calendar", "text/vcard", "text/x-vcard",
-                                      "application/pdf", "application/epub+zip", "application/zip", "image/jpeg",
-                                      "image/png", "audio/mpeg", "audio/flac", "video/mp4", "inode/directory"};
+    static const QByteArrayList types{"text/plain",   "text/html",       "text/calendar",        "text/vcard",
+                                      "text/x-vcard", "application/pdf", "application/epub+zip", "application/zip",
+                                      "image/jpeg",   "image/png",       "audio/mpeg",           "audio/flac",
+                                      "video/mp4",    "inode/directory"};
     return type.startsWith("x-scheme-handler/") || types.contains(type);
 }
 
@@ -70,16 +72,17 @@ void MimeDefaults::load()
     m_loaded = true;
     for (const QString &folder : m_configFolders + m_applicationFolders)
         for (const QString &name : fileNames())
-            forEachLine(folder + u'/' + name, [this](const QByteArray &group, const QByteArray &type, const QByteArray &ids) {
-                if (!isOfInterest(type))
-                    return;
-                if (group == "[Default Applications]")
-                    appendIds(m_choices[type].defaults, ids);
-                else if (group == "[Added Associations]")
-                    appendIds(m_choices[type].added, ids);
-                else if (group == "[Removed Associations]")
-                    appendIds(m_choices[type].removed, ids);
-            });
+            forEachLine(folder + u'/' + name,
+                        [this](const QByteArray &group, const QByteArray &type, const QByteArray &ids) {
+                            if (!isOfInterest(type))
+                                return;
+                            if (group == "[Default Applications]")
+                                appendIds(m_choices[type].defaults, ids);
+                            else if (group == "[Added Associations]")
+                                appendIds(m_choices[type].added, ids);
+                            else if (group == "[Removed Associations]")
+                                appendIds(m_choices[type].removed, ids);
+                        });
     for (const QString &folder : m_applicationFolders)
         forEachLine(folder + QStringLiteral("/mimeinfo.cache"),
                     [this](const QByteArray &, const QByteArray &type, const QByteArray &ids) {

@@ -17,8 +17,7 @@ std::unique_ptr<ProcessEnd> ProcessEnd::watch(qint64 pid)
 }
 
 ProcessEnd::ProcessEnd(int descriptor)
-    : m_descriptor(descriptor),
-      m_notifier(std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read))
+    : m_descriptor(descriptor), m_notifier(std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read))
 {
     connect(m_notifier.get(), &QSocketNotifier::activated, this, [this] {
         m_notifier->setEnabled(false);

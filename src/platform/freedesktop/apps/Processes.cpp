@@ -117,8 +117,8 @@ QList<ProcessEntry> ownProcesses(qint64 pid, const QList<ProcessEntry> &all, con
     for (qsizetype next = 0; next < own.size(); ++next) {
         const ProcessEntry parent = own.at(next);
         for (const ProcessEntry &entry : all)
-            if (entry.parent == parent.pid && entry.session == own.first().session && !others.contains(entry.pid)
-                && !own.contains(entry))
+            if (entry.parent == parent.pid && entry.session == own.first().session && !others.contains(entry.pid) &&
+                !own.contains(entry))
                 own.append(entry);
     }
     return own;
@@ -146,8 +146,8 @@ bool sendSignal(const ProcessEntry &process, int signal)
     if (descriptor < 0)
         return false;
     const auto now = processEntry(process.pid);
-    const bool sent = now && now->started == process.started
-        && syscall(SYS_pidfd_send_signal, descriptor, signal, nullptr, 0U) == 0;
+    const bool sent = now && now->started == process.started &&
+                      syscall(SYS_pidfd_send_signal, descriptor, signal, nullptr, 0U) == 0;
     ::close(descriptor);
     return sent;
 }

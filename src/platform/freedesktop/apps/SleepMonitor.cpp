@@ -16,9 +16,9 @@ Q_LOGGING_CATEGORY(lcSleep, "cobblet.sleep")
 SleepMonitor::~SleepMonitor()
 {
     if (m_subscribed)
-        QDBusConnection::systemBus().disconnect(
-            QString(), QStringLiteral("/org/freedesktop/login1"), QStringLiteral("org.freedesktop.login1.Manager"),
-            QStringLiteral("PrepareForSleep"), this, SLOT(prepareForSleep(bool)));
+        QDBusConnection::systemBus().disconnect(QString(), QStringLiteral("/org/freedesktop/login1"),
+                                                QStringLiteral("org.freedesktop.login1.Manager"),
+                                                QStringLiteral("PrepareForSleep"), this, SLOT(prepareForSleep(bool)));
 }
 
 void SleepMonitor::start()
@@ -33,7 +33,12 @@ void SleepMonitor::start()
         }
         if (auto *application = QCoreApplication::instance())
             QMetaObject::invokeMethod(
-                application, [self] { if (self) self->subscribe(); }, Qt::QueuedConnection);
+                application,
+                [self] {
+                    if (self)
+                        self->subscribe();
+                },
+                Qt::QueuedConnection);
     });
 }
 

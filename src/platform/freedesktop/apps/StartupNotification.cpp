@@ -97,8 +97,8 @@ QString StartupNotification::mint()
 void StartupNotification::announce(const QString &startupId, const QString &name, const QString &entryPath)
 {
     if (m_x11)
-        broadcast("new: ID=" + quoted(startupId) + " NAME=" + quoted(name) + " APPLICATION_ID=" + quoted(entryPath)
-                  + " SCREEN=" + QByteArray::number(m_x11->screenNumber()));
+        broadcast("new: ID=" + quoted(startupId) + " NAME=" + quoted(name) + " APPLICATION_ID=" + quoted(entryPath) +
+                  " SCREEN=" + QByteArray::number(m_x11->screenNumber()));
 }
 
 void StartupNotification::remove(const QString &startupId)

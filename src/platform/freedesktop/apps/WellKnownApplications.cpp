@@ -32,10 +32,12 @@ constexpr WellKnown table[] = {
                             "keyword:reminders keyword:reminder keyword:todo keyword:tasks keyword:task"},
     {"com.apple.Photos", "id:org.gnome.Photos id:org.gnome.Shotwell id:shotwell id:org.kde.digikam "
                          "category:graphics+photography default:image/jpeg category:graphics+viewer"},
-    {"com.apple.Preview", "default:application/pdf category:office+viewer default:image/png category:graphics+viewer"},
+    {"com.apple.Preview",
+     "default:application/pdf category:office+viewer default:image/png category:graphics+viewer"},
     {"com.apple.Terminal", "command:x-terminal-emulator category:terminalemulator"},
-    {"com.apple.ActivityMonitor", "id:org.gnome.SystemMonitor id:gnome-system-monitor id:org.kde.plasma-systemmonitor "
-                                  "id:org.kde.ksysguard id:xfce4-taskmanager category:system+monitor category:monitor"},
+    {"com.apple.ActivityMonitor",
+     "id:org.gnome.SystemMonitor id:gnome-system-monitor id:org.kde.plasma-systemmonitor "
+     "id:org.kde.ksysguard id:xfce4-taskmanager category:system+monitor category:monitor"},
     {"com.apple.DiskUtility", "id:org.gnome.DiskUtility id:org.gnome.Disks id:org.kde.partitionmanager id:gparted "
                               "category:system+filesystem keyword:partition keyword:disk"},
     {"com.apple.Safari", "default:x-scheme-handler/https default:x-scheme-handler/http default:text/html "
@@ -125,7 +127,8 @@ QString WellKnownApplications::decide(const QByteArray &rules) const
         const QByteArray value = rule.mid(colon + 1);
         QString id;
         if (kind == "default") {
-            id = m_mimeDefaults.defaultFor(value, [this](const QString &candidate) { return isInstalled(candidate); });
+            id =
+                m_mimeDefaults.defaultFor(value, [this](const QString &candidate) { return isInstalled(candidate); });
         } else if (kind == "id") {
             if (const QString exact = QString::fromLatin1(value); isInstalled(exact))
                 id = exact;
@@ -157,10 +160,12 @@ QString WellKnownApplications::byTraits(const QByteArrayList &categories, const 
     QList<std::tuple<bool, qsizetype, QString>> matches;
     for (const IndexEntry &item : index->entries()) {
         const QByteArrayList &own = item.entry.categories;
-        const bool inAll = std::all_of(categories.begin(), categories.end(), [&](const auto &c) { return own.contains(c); });
+        const bool inAll =
+            std::all_of(categories.begin(), categories.end(), [&](const auto &c) { return own.contains(c); });
         if (!item.visible || !inAll || (!keyword.isEmpty() && !item.entry.keywords.contains(keyword)))
             continue;
-        const bool foreign = std::none_of(desktops.begin(), desktops.end(), [&](const auto &d) { return own.contains(d); });
+        const bool foreign =
+            std::none_of(desktops.begin(), desktops.end(), [&](const auto &d) { return own.contains(d); });
         matches.append({foreign, item.id.size(), item.id});
     }
     std::sort(matches.begin(), matches.end());

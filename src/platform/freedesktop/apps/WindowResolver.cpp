@@ -6,7 +6,6 @@ namespace cobblet {
 
 namespace {
 
-
 QString baseName(const QString &path)
 {
     return path.mid(path.lastIndexOf(u'/') + 1);
@@ -101,20 +100,31 @@ int sharedArguments(const QStringList &entry, const QStringList &process)
 
 const QByteArrayList &resolverEnvironment()
 {
-    static const QByteArrayList names{"GIO_LAUNCHED_DESKTOP_FILE", "GIO_LAUNCHED_DESKTOP_FILE_PID",
-                                      "FLATPAK_ID", "SNAP_INSTANCE_NAME", "SNAP_NAME", "APPIMAGE", "APPDIR"};
+    static const QByteArrayList names{"GIO_LAUNCHED_DESKTOP_FILE",
+                                      "GIO_LAUNCHED_DESKTOP_FILE_PID",
+                                      "FLATPAK_ID",
+                                      "SNAP_INSTANCE_NAME",
+                                      "SNAP_NAME",
+                                      "APPIMAGE",
+                                      "APPDIR"};
     return names;
 }
 
 QString Resolution::reason() const
 {
     switch (by) {
-    case ResolvedBy::Nothing: break;
-    case ResolvedBy::StatedId: return QStringLiteral("stated id");
-    case ResolvedBy::WindowClass: return QStringLiteral("window class");
-    case ResolvedBy::ControlGroup: return QStringLiteral("control group");
-    case ResolvedBy::LaunchEnvironment: return QStringLiteral("launch environment");
-    case ResolvedBy::Executable: return QStringLiteral("executable");
+    case ResolvedBy::Nothing:
+        break;
+    case ResolvedBy::StatedId:
+        return QStringLiteral("stated id");
+    case ResolvedBy::WindowClass:
+        return QStringLiteral("window class");
+    case ResolvedBy::ControlGroup:
+        return QStringLiteral("control group");
+    case ResolvedBy::LaunchEnvironment:
+        return QStringLiteral("launch environment");
+    case ResolvedBy::Executable:
+        return QStringLiteral("executable");
     }
     return QStringLiteral("nothing");
 }
@@ -202,7 +212,8 @@ QString fromLaunchEnvironment(const ProcessIdentity &process, const ApplicationI
     const QString mounted = value("APPDIR");
     if (!image.isEmpty() && !mounted.isEmpty() && executable.startsWith(mounted + u'/'))
         for (const IndexEntry *entry : index.byProgram(baseName(image)))
-            if (const QString program = programIn(entry->entry.exec).path; !program.contains(u'/') || program == image)
+            if (const QString program = programIn(entry->entry.exec).path;
+                !program.contains(u'/') || program == image)
                 return entry->id;
     return {};
 }
@@ -218,8 +229,8 @@ QString fromExecutable(const ProcessIdentity &process, const ApplicationIndex &i
         bool tied = false;
         for (const IndexEntry *entry : index.byProgram(baseName(path))) {
             const Program program = programIn(entry->entry.exec);
-            const bool elsewhere = program.path.startsWith(u'/') && path.startsWith(u'/') && program.path != path
-                && program.path != executable;
+            const bool elsewhere = program.path.startsWith(u'/') && path.startsWith(u'/') && program.path != path &&
+                                   program.path != executable;
             const int shared = sharedArguments(program.arguments, process.arguments);
             if (elsewhere || shared < 0)
                 continue;
@@ -235,8 +246,8 @@ QString fromExecutable(const ProcessIdentity &process, const ApplicationIndex &i
         }
         if (best && !tied)
             return best->id;
-        if (path != executable && programOf(process.arguments) != baseName(executable)
-            && baseName(path) != baseName(process.arguments.value(0)))
+        if (path != executable && programOf(process.arguments) != baseName(executable) &&
+            baseName(path) != baseName(process.arguments.value(0)))
             break; // a script: the interpreter that runs it is not the application
     }
     return {};

@@ -21,10 +21,10 @@ struct WindowIdentity {
 /// What is known of the process that owns a window; empty fields are unknown.
 struct ProcessIdentity {
     qint64 pid = 0;
-    QString executable;  ///< the file it runs
+    QString executable; ///< the file it runs
     QStringList arguments;
-    QString controlGroup; ///< the path of its control group
-    QString flatpak;      ///< the application that its sandbox is of
+    QString controlGroup;                   ///< the path of its control group
+    QString flatpak;                        ///< the application that its sandbox is of
     QHash<QByteArray, QString> environment; ///< of these names only: see resolverEnvironment()
 };
 

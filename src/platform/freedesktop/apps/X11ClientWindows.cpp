@@ -32,7 +32,8 @@ QByteArray valueOf(xcb_connection_t *xcb, xcb_get_property_cookie_t cookie)
     const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(xcb, cookie, nullptr));
     if (!reply || reply->type == XCB_ATOM_NONE)
         return {};
-    return {static_cast<const char *>(xcb_get_property_value(reply.get())), xcb_get_property_value_length(reply.get())};
+    return {static_cast<const char *>(xcb_get_property_value(reply.get())),
+            xcb_get_property_value_length(reply.get())};
 }
 
 uint32_t firstCardinal(const QByteArray &value)
@@ -78,8 +79,8 @@ void X11ClientWindows::findWindowManager()
     m_hasWindowManager = attributes && (attributes->all_event_masks & XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT) != 0;
     const auto check = m_x11.cardinals(m_x11.root(), m_x11.atom("_NET_SUPPORTING_WM_CHECK"), 1);
     // A manager that died leaves the mark on the root window, but no window behind it.
-    const bool alive = !check.empty()
-        && m_x11.cardinals(check.front(), m_x11.atom("_NET_SUPPORTING_WM_CHECK"), 1) == check;
+    const bool alive =
+        !check.empty() && m_x11.cardinals(check.front(), m_x11.atom("_NET_SUPPORTING_WM_CHECK"), 1) == check;
     m_supported.clear();
     for (const uint32_t atom : m_x11.cardinals(m_x11.root(), m_x11.atom("_NET_SUPPORTED")))
         m_supported.insert(atom);
@@ -183,8 +184,8 @@ std::vector<ClientWindow> X11ClientWindows::describe(const std::vector<xcb_windo
             if (ids)
                 for (auto id = xcb_res_query_client_ids_ids_iterator(ids.get()); id.rem > 0;
                      xcb_res_client_id_value_next(&id))
-                    if ((id.data->spec.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) != 0
-                        && xcb_res_client_id_value_value_length(id.data) > 0)
+                    if ((id.data->spec.mask & XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID) != 0 &&
+                        xcb_res_client_id_value_value_length(id.data) > 0)
                         serverPid = *xcb_res_client_id_value_value(id.data);
         }
         const QString client = QString::fromUtf8(values[4]);
@@ -192,8 +193,8 @@ std::vector<ClientWindow> X11ClientWindows::describe(const std::vector<xcb_windo
         if (local)
             window.pid = serverPid > 0 ? serverPid : qint64(firstCardinal(values[3]));
         const xcb_atom_t type = firstCardinal(values[5]);
-        window.isOrdinary = type == XCB_ATOM_NONE
-            || (type != m_x11.atom("_NET_WM_WINDOW_TYPE_DOCK") && type != m_x11.atom("_NET_WM_WINDOW_TYPE_DESKTOP"));
+        window.isOrdinary = type == XCB_ATOM_NONE || (type != m_x11.atom("_NET_WM_WINDOW_TYPE_DOCK") &&
+                                                      type != m_x11.atom("_NET_WM_WINDOW_TYPE_DESKTOP"));
         if (serverPid == getpid())
             m_ownBase = window.id & ~m_resourceMask;
         else
@@ -205,7 +206,8 @@ std::vector<ClientWindow> X11ClientWindows::describe(const std::vector<xcb_windo
 
 std::vector<xcb_window_t> X11ClientWindows::inStackingOrder(std::vector<xcb_window_t> windows)
 {
-    std::vector<uint32_t> order = m_x11.cardinals(m_x11.root(), m_x11.atom("_NET_CLIENT_LIST_STACKING"), maximumWindows);
+    std::vector<uint32_t> order =
+        m_x11.cardinals(m_x11.root(), m_x11.atom("_NET_CLIENT_LIST_STACKING"), maximumWindows);
     if (!m_hasLists || order.empty()) {
         const XcbReply<xcb_query_tree_reply_t> tree(
             xcb_query_tree_reply(m_x11.xcb(), xcb_query_tree(m_x11.xcb(), m_x11.root()), nullptr));
@@ -214,7 +216,9 @@ std::vector<xcb_window_t> X11ClientWindows::inStackingOrder(std::vector<xcb_wind
             order.assign(xcb_query_tree_children(tree.get()),
                          xcb_query_tree_children(tree.get()) + xcb_query_tree_children_length(tree.get()));
     }
-    const auto place = [&](xcb_window_t window) { return std::find(order.begin(), order.end(), window) - order.begin(); };
+    const auto place = [&](xcb_window_t window) {
+        return std::find(order.begin(), order.end(), window) - order.begin();
+    };
     std::stable_sort(windows.begin(), windows.end(), [&](auto a, auto b) { return place(a) < place(b); });
     return windows;
 }
@@ -259,7 +263,8 @@ void X11ClientWindows::restore(xcb_window_t window)
 void X11ClientWindows::raise(xcb_window_t window)
 {
     if (m_hasLists && supports("_NET_RESTACK_WINDOW")) {
-        m_x11.sendToRoot(window, m_x11.atom("_NET_RESTACK_WINDOW"), {sourcePager, XCB_WINDOW_NONE, XCB_STACK_MODE_ABOVE});
+        m_x11.sendToRoot(window, m_x11.atom("_NET_RESTACK_WINDOW"),
+                         {sourcePager, XCB_WINDOW_NONE, XCB_STACK_MODE_ABOVE});
         return;
     }
     const uint32_t above = XCB_STACK_MODE_ABOVE;

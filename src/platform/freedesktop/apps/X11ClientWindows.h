@@ -17,8 +17,8 @@ class X11Connection;
 struct ClientWindow {
     xcb_window_t id = XCB_WINDOW_NONE;
     WindowIdentity identity;
-    qint64 pid = 0;          ///< 0: unknown, or of another machine
-    bool isOrdinary = true;  ///< false for docks and desktops, which are not to be hidden, raised or closed
+    qint64 pid = 0;         ///< 0: unknown, or of another machine
+    bool isOrdinary = true; ///< false for docks and desktops, which are not to be hidden, raised or closed
 };
 
 /// The managed windows of an X display: their list, their properties, and the requests that a pager may make.

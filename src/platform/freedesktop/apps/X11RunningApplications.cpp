@@ -13,7 +13,7 @@
 
 namespace cobblet {
 
-Q_LOGGING_CATEGORY(lcRunning, "cobblet.applications.running")
+Q_LOGGING_CATEGORY(lcRunning, "cobblet.applications.running", QtInfoMsg)
 
 namespace {
 
@@ -41,8 +41,8 @@ X11RunningApplications::X11RunningApplications(X11Connection *x11, FreedesktopWo
         return;
     m_clients = std::make_unique<X11ClientWindows>(*x11);
     if (!m_clients->hasLists())
-        qCWarning(lcRunning) << "No window manager keeps a list of windows: running applications are looked for in the "
-                                "window tree.";
+        qCDebug(lcRunning)
+            << "Nobody keeps a list of windows: running applications are looked for in the window tree.";
     connect(x11, &X11Connection::eventArrived, this, &X11RunningApplications::onEvent);
     connect(x11, &X11Connection::broken, this, [this] {
         m_clients.reset();
@@ -157,9 +157,9 @@ RunningApplication X11RunningApplications::ownerOf(const Window &window) const
                 break;
             }
     for (const auto &application : m_applications)
-        if (application->self.bundleIdentifier == owner.bundleIdentifier && application->startedHere.isValid()
-            && owner.processIdentifier > 0
-            && isOrDescendsFrom(owner.processIdentifier, application->self.processIdentifier))
+        if (application->self.bundleIdentifier == owner.bundleIdentifier && application->startedHere.isValid() &&
+            owner.processIdentifier > 0 &&
+            isOrDescendsFrom(owner.processIdentifier, application->self.processIdentifier))
             return application->self;
     return owner;
 }
@@ -174,7 +174,8 @@ void X11RunningApplications::regroup()
         if (window.processEnded || !window.seen.isOrdinary)
             continue;
         const RunningApplication owner = ownerOf(window);
-        auto group = std::find_if(groups.begin(), groups.end(), [&](const auto &item) { return item.first == owner; });
+        auto group =
+            std::find_if(groups.begin(), groups.end(), [&](const auto &item) { return item.first == owner; });
         if (group == groups.end())
             group = groups.insert(groups.end(), {owner, {}});
         group->second.push_back(id);
@@ -195,8 +196,8 @@ void X11RunningApplications::regroup()
     }
     QList<RunningApplication> ended;
     for (const auto &application : m_applications)
-        if (application->windows.empty()
-            && (!application->end || application->self.bundleIdentifier.isEmpty() || sharesProcess(*application)))
+        if (application->windows.empty() &&
+            (!application->end || application->self.bundleIdentifier.isEmpty() || sharesProcess(*application)))
             ended.append(application->self);
     std::erase_if(m_applications, [&](const auto &application) { return ended.contains(application->self); });
 
@@ -302,17 +303,17 @@ bool X11RunningApplications::sharesProcess(const Application &application) const
 {
     const qint64 pid = application.self.processIdentifier;
     return pid > 0 && std::any_of(m_applications.begin(), m_applications.end(), [&](const auto &other) {
-        return other.get() != &application
-            && std::any_of(other->windows.begin(), other->windows.end(),
-                           [&](xcb_window_t window) { return m_windows.value(window).seen.pid == pid; });
-    });
+               return other.get() != &application &&
+                      std::any_of(other->windows.begin(), other->windows.end(),
+                                  [&](xcb_window_t window) { return m_windows.value(window).seen.pid == pid; });
+           });
 }
 
 bool X11RunningApplications::lacksWindows(const RunningApplication &application) const
 {
     const Application *found = find(application);
-    const bool starting = found && !found->hadWindows && found->startedHere.isValid()
-        && found->startedHere.elapsed() < startingMilliseconds;
+    const bool starting = found && !found->hadWindows && found->startedHere.isValid() &&
+                          found->startedHere.elapsed() < startingMilliseconds;
     return found && found->windows.empty() && !starting;
 }
 
@@ -370,7 +371,8 @@ void X11RunningApplications::activate(const RunningApplication &application)
     std::vector<xcb_window_t> shown = all;
     const std::vector<xcb_window_t> iconified = m_clients->iconified(all);
     std::erase_if(shown, [&](xcb_window_t window) {
-        return !m_windows[window].restoring && std::find(iconified.begin(), iconified.end(), window) != iconified.end();
+        return !m_windows[window].restoring &&
+               std::find(iconified.begin(), iconified.end(), window) != iconified.end();
     });
     // From the lowest up, so that they keep their order among themselves.
     for (const xcb_window_t window : shown)
@@ -403,10 +405,11 @@ void X11RunningApplications::forceTerminate(const RunningApplication &applicatio
     if (!found)
         return;
     if (!found->end || sharesProcess(*found)) {
-        qCWarning(lcRunning).noquote() << QStringLiteral("“%1” is asked to close its windows instead of being killed: %2.")
-                                              .arg(application.bundleIdentifier,
-                                                   found->end ? QStringLiteral("it shares its process with another application")
-                                                              : QStringLiteral("its process is not known"));
+        qCWarning(lcRunning).noquote()
+            << QStringLiteral("“%1” is asked to close its windows instead of being killed: %2.")
+                   .arg(application.bundleIdentifier,
+                        found->end ? QStringLiteral("it shares its process with another application")
+                                   : QStringLiteral("its process is not known"));
         closeWindows(*found);
         return;
     }
@@ -429,8 +432,8 @@ void X11RunningApplications::forceTerminate(const RunningApplication &applicatio
     for (const ProcessEntry &process : own)
         killed = sendSignal(process, SIGKILL) || killed;
     if (!killed)
-        qCWarning(lcRunning).noquote() << QStringLiteral("“%1” cannot be killed: it belongs to another user.")
-                                              .arg(application.bundleIdentifier);
+        qCWarning(lcRunning).noquote()
+            << QStringLiteral("“%1” cannot be killed: it belongs to another user.").arg(application.bundleIdentifier);
 }
 
 } // namespace cobblet

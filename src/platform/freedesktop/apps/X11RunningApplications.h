@@ -52,7 +52,7 @@ private:
     };
     struct Application {
         RunningApplication self;
-        std::vector<xcb_window_t> windows; ///< ordinary ones, in the order they were mapped
+        std::vector<xcb_window_t> windows;                          ///< ordinary ones, in the order they were mapped
         std::unique_ptr<ProcessEnd, QScopedPointerDeleteLater> end; ///< deleted later: it may be the one that tells
         ProcessEntry process;
         QElapsedTimer startedHere; ///< valid when launched by this process
@@ -80,8 +80,8 @@ private:
     std::unique_ptr<X11ClientWindows> m_clients; ///< null without an X server
     std::vector<xcb_window_t> m_order;
     QHash<xcb_window_t, Window> m_windows;
-    QSet<xcb_window_t> m_changed; ///< windows whose properties have to be read again
-    QSet<xcb_window_t> m_hidden;  ///< iconified by hide()
+    QSet<xcb_window_t> m_changed;       ///< windows whose properties have to be read again
+    QSet<xcb_window_t> m_hidden;        ///< iconified by hide()
     QHash<qint64, QString> m_terminals; ///< terminals started here, by pid, to show an application
     std::vector<std::unique_ptr<Application>> m_applications;
     bool m_refreshQueued = false;
