@@ -96,7 +96,8 @@ std::vector<uint32_t> X11Connection::cardinals(xcb_window_t window, xcb_atom_t n
     if (!bytes)
         return {};
     std::vector<uint32_t> values(size_t(bytes->size()) / 4);
-    std::memcpy(values.data(), bytes->constData(), values.size() * 4);
+    if (!values.empty())
+        std::memcpy(values.data(), bytes->constData(), values.size() * 4);
     return values;
 }
 
