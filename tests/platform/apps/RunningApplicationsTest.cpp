@@ -143,7 +143,8 @@ TEST_F(RunningApplicationsTest, TheServersClockIsTheOneOfItsEvents)
             stamped = reinterpret_cast<const xcb_property_notify_event_t *>(event)->time;
     });
     const auto before = serverTime(*x11);
-    xcb_change_property(x11->xcb(), XCB_PROP_MODE_REPLACE, x11->root(), x11->atom("COBBLET_TEST"), XCB_ATOM_STRING, 8, 1, "x");
+    xcb_change_property(x11->xcb(), XCB_PROP_MODE_REPLACE, x11->root(), x11->atom("COBBLET_TEST"), XCB_ATOM_STRING, 8,
+                        1, "x");
     x11->flush();
     ASSERT_TRUE(waitFor([&] { return stamped.has_value(); }));
     const auto after = serverTime(*x11);

@@ -30,7 +30,8 @@ QByteArray quoted(const QString &text)
 }
 
 /// Reads the list by hand: the library's own iterator takes the 14 bytes before each name for 16.
-std::optional<xcb_sync_counter_t> counterNamed(QByteArrayView name, const xcb_sync_list_system_counters_reply_t &reply)
+std::optional<xcb_sync_counter_t> counterNamed(QByteArrayView name,
+                                               const xcb_sync_list_system_counters_reply_t &reply)
 {
     constexpr size_t before = 14;
     const auto *at = reinterpret_cast<const char *>(&reply + 1);
