@@ -65,6 +65,13 @@ X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Scr
         applyAlpha();
         emit blendingChanged();
     });
+    // A popover that takes the keyboard is a window of its own to the desktop, yet none to switch to.
+    connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, [this](QWindow *now) {
+        if (now && now != &this->window() && isFamily(now))
+            m_desktop.sendOn(m_toolkit, xcb_window_t(now->winId()), windowState,
+                             {1, m_desktop.x11().atom("_NET_WM_STATE_SKIP_TASKBAR"),
+                              m_desktop.x11().atom("_NET_WM_STATE_SKIP_PAGER"), 1});
+    });
     const auto reshape = [this] { updateShape(this->window().size()); };
     connect(&window, &QWindow::widthChanged, this, reshape);
     connect(&window, &QWindow::heightChanged, this, reshape);

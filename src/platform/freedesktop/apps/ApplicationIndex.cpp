@@ -114,12 +114,15 @@ const IndexEntry *ApplicationIndex::byId(const QString &id) const
     return found != m_byLowerId.cend() ? &m_entries.at(*found) : nullptr;
 }
 
-const IndexEntry *ApplicationIndex::byStartupClass(const QString &wmClass) const
+const IndexEntry *ApplicationIndex::byStartupClass(const QString &wmClass, Qt::CaseSensitivity sensitivity) const
 {
     auto found = m_byClass.constFind(wmClass);
     if (found == m_byClass.cend())
         found = m_byClass.constFind(wmClass.toLower());
-    return found != m_byClass.cend() && !wmClass.isEmpty() ? &m_entries.at(*found) : nullptr;
+    if (found == m_byClass.cend() || wmClass.isEmpty())
+        return nullptr;
+    const IndexEntry &item = m_entries.at(*found);
+    return sensitivity == Qt::CaseInsensitive || item.entry.startupWMClass == wmClass ? &item : nullptr;
 }
 
 const IndexEntry *ApplicationIndex::byLastComponent(const QString &name) const

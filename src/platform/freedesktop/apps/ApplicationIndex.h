@@ -27,8 +27,9 @@ public:
 
     /// The entry with this identifier, else the one that differs only in case. Null when there is none.
     const IndexEntry *byId(const QString &id) const;
-    /// The entry whose StartupWMClass this is, else the one where it differs only in case; visible entries win.
-    const IndexEntry *byStartupClass(const QString &wmClass) const;
+    /// The entry whose StartupWMClass this is, else (unless case matters) the one where it differs only in case;
+    /// visible entries win.
+    const IndexEntry *byStartupClass(const QString &wmClass, Qt::CaseSensitivity sensitivity) const;
     /// The only entry whose identifier ends in ".name", whatever the case.
     const IndexEntry *byLastComponent(const QString &name) const;
     /// The entries whose command runs a program of this file name (without folder).

@@ -142,9 +142,14 @@ QString fromWindowClass(const WindowIdentity &window, const ApplicationIndex &in
 {
     // The instance comes first: programs in another program's process (web applications) share the class.
     const QStringList marks{window.wmInstance, window.wmClass};
-    for (const QString &mark : marks)
-        if (const IndexEntry *entry = index.byStartupClass(mark))
-            return entry->id;
+    const auto byClass = [&](Qt::CaseSensitivity sensitivity) {
+        for (const QString &mark : marks)
+            if (const IndexEntry *entry = index.byStartupClass(mark, sensitivity))
+                return entry->id;
+        return QString();
+    };
+    if (const QString id = byClass(Qt::CaseSensitive); !id.isEmpty())
+        return id;
     for (const QString &mark : marks) {
         if (mark.isEmpty())
             continue;
@@ -154,6 +159,9 @@ QString fromWindowClass(const WindowIdentity &window, const ApplicationIndex &in
             if (const IndexEntry *entry = index.byId(id))
                 return entry->id;
     }
+    // Case is often wrong, but what is right to the letter goes before.
+    if (const QString id = byClass(Qt::CaseInsensitive); !id.isEmpty())
+        return id;
     for (const QString &mark : marks)
         if (const IndexEntry *entry = mark.isEmpty() ? nullptr : index.byLastComponent(mark))
             return entry->id;
