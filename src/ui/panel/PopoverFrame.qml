@@ -6,5 +6,5 @@ Rectangle {
     radius: 10
     color: CBTheme.popoverBG
     border.width: 1
-    border.color: CBTheme.border
+    border.color: CBTheme.text3
 }
