@@ -2,6 +2,7 @@
 #include "WriterLists.h"
 #include "model/ConfigManager.h"
 #include "model/GroupCoding.h"
+#include "platform/AtomicFile.h"
 
 #include <QDir>
 #include <QProcess>
@@ -25,11 +26,10 @@ protected:
         return process;
     }
 
-    /// The number of the list stored in a file; absent when it is no whole list.
-    static std::optional<int> stored(const QString &path)
+    /// The number of a stored list; absent when it is no whole list.
+    static std::optional<int> numberIn(const QByteArray &json)
     {
-        const auto bytes = readBounded(path, maximumJsonBytes);
-        const auto list = bytes ? decodeGroups(bytes.value()) : Result<QList<AppGroup>>(Error{bytes.error()});
+        const auto list = decodeGroups(json);
         return list ? test::numberOf(list.value()) : std::nullopt;
     }
 
@@ -49,8 +49,10 @@ TEST_F(ProcessesTest, AKilledProcessLeavesTheOldOrTheNewStateInBothCopies)
         process->kill();
         ASSERT_TRUE(process->waitForFinished());
 
-        const auto file = stored(folder + QStringLiteral("/groups.json"));
-        const auto copy = stored(home.filePath(QStringLiteral("defaults/cobblet_groups")));
+        const auto bytes = readBounded(folder + QStringLiteral("/groups.json"), maximumJsonBytes);
+        const auto file = bytes ? numberIn(bytes.value()) : std::nullopt;
+        const auto defaults = test::makeTestDefaults(home.filePath(QStringLiteral("defaults")));
+        const auto copy = numberIn(defaults->data(QStringLiteral("cobblet_groups")).value_or(QByteArray()));
         ASSERT_TRUE(file && copy) << "after kill " << i + 1;
         ASSERT_TRUE(*file == *copy || *file == *copy + 1) << *file << " and " << *copy;
         ASSERT_GT(*file, last) << "a state that was saved is lost";
