@@ -83,7 +83,7 @@ public:
         return other();
     }
 
-    bool number_integer(qint64 value) { return number(value, value); }
+    bool number_integer(qint64 value) { return number(double(value), value); }
     bool number_unsigned(quint64 value) { return number(double(value), value); }
     bool number_float(double value, const std::string &) { return number(value, value); }
     bool binary(nlohmann::json::binary_t &) { return false; } // no JSON text holds one

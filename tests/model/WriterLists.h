@@ -10,7 +10,8 @@ inline constexpr int editsPerWriter = 200;
 inline QList<AppGroup> numberedList(int number)
 {
     QList<AppGroup> list;
-    for (ushort g = 0; g < 20 + number % 7; ++g) {
+    const auto length = ushort(20 + number % 7);
+    for (ushort g = 0; g < length; ++g) {
         AppGroup group;
         group.id = QUuid(uint(number), g, 1, 1, 1, 1, 1, 1, 1, 1, 1);
         group.name = QString::number(number);
