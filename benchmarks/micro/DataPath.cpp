@@ -3,6 +3,7 @@
 #include "model/ConfigManager.h"
 #include "model/FileDefaults.h"
 #include "model/GroupCoding.h"
+#include "platform/AtomicFile.h"
 
 #include <QCoreApplication>
 #include <QDir>
