@@ -73,7 +73,8 @@ void Popovers::open(Kind kind, QQuickItem *anchor)
     m_view->setScreen(m_panel.screen());
     m_view->setSource(panelSource(isSheet ? QStringLiteral("AddGroupSheet.qml") : QStringLiteral("HintPopover.qml")));
     // Opaque to the edge, where the mask cuts: without a compositor whatever is translucent turns dark.
-    m_view->setColor(m_view->rootObject() ? m_view->rootObject()->property("color").value<QColor>() : QColor(Qt::white));
+    m_view->setColor(m_view->rootObject() ? m_view->rootObject()->property("color").value<QColor>()
+                                          : QColor(Qt::white));
 
     m_anchor = anchor->mapRectToScene(QRectF(0, 0, anchor->width(), anchor->height()));
     const QSize size = m_view->initialSize();

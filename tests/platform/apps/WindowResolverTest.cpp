@@ -116,7 +116,10 @@ TEST(WindowResolver, EachWindowBelongsToItsApplication)
         // Its class
         {"StartupWMClass", {{}, {}, s("xterm"), s("XTerm")}, {}, "debian-xterm", WindowClass},
         {"exact class beside a loosely fitting instance",
-         {{}, {}, s("xterm"), s("org.gnome.Maps")}, {}, "org.gnome.Maps", WindowClass},
+         {{}, {}, s("xterm"), s("org.gnome.Maps")},
+         {},
+         "org.gnome.Maps",
+         WindowClass},
         {"StartupWMClass in other letters", {{}, {}, s("GOOGLE-CHROME"), s("x")}, {}, "google-chrome", WindowClass},
         {"a web application in a browser's process",
          {{}, {}, s("crx_abc"), s("Google-chrome")},
