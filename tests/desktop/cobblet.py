@@ -14,7 +14,7 @@ import unittest
 from desktop import Desktop, Rect, bottom, right
 
 HERE = pathlib.Path(__file__).resolve().parent
-EXECUTABLE = os.environ.get("COBBLET", str(HERE.parents[1] / "build/dev/Cobblet.app/Contents/MacOS/cobblet"))
+EXECUTABLE = os.environ.get("COBBLET", str(HERE.parents[1] / "build/dev/Cobblet.app/Contents/Helpers/cobblet"))
 
 # The panel's measures, in points; a point is a pixel here.
 GAP = 8
