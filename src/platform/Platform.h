@@ -15,6 +15,7 @@ class Dialogs;
 class DistributedNotifications;
 class DockTile;
 class Instance;
+class IntentsHost;
 class Menus;
 class PanelSurface;
 class RunningApplications;
@@ -38,6 +39,7 @@ public:
     virtual void warmUp() {}
 
     virtual Instance &instance() = 0;
+    virtual IntentsHost &intentsHost() = 0;
     virtual Scheduler &scheduler() = 0;
     virtual UserDefaults &standardDefaults() = 0;
     /// The suite "com.cobblet.shared", which agents read too; the standard domain when it cannot be opened.
