@@ -95,7 +95,7 @@ CommandLine CommandLine::parse(const QByteArrayList &arguments)
         QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
         texts.append(decoder(argument));
         if (decoder.hasError())
-            return invalid(QStringLiteral("Argument %1 is not valid UTF-8.").arg(texts.size()));
+            return invalid(QStringLiteral("argument %1 is no text in UTF-8.").arg(texts.size()));
     }
     return parse(texts);
 }
@@ -114,6 +114,20 @@ QString CommandLine::usage()
                           "       cobblet --service           start without showing the panel\n"
                           "       cobblet --help | --version\n"
                           "GROUP is the name or the id of a group. A name that begins with “-” comes after “--”.\n");
+}
+
+std::optional<CommandReply> CommandLine::answer(const QString &version) const
+{
+    switch (verb) {
+    case Verb::Help:
+        return CommandReply{0, usage(), {}};
+    case Verb::Version:
+        return CommandReply{0, QStringLiteral("Cobblet %1\n").arg(version), {}};
+    case Verb::Invalid:
+        return CommandReply{usageError, {}, QStringLiteral("cobblet: %1\n").arg(text) + usage()};
+    default:
+        return std::nullopt;
+    }
 }
 
 std::optional<QString> CommandLine::groupToShow() const

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/IntentsHost.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -27,6 +29,8 @@ struct CommandLine {
     static CommandLine parse(const QByteArrayList &arguments);
     static QString usage();
 
+    /// The answer where it takes nothing but the program's version: to Help, Version and Invalid.
+    std::optional<CommandReply> answer(const QString &version) const;
     /// The group that the panel is to open with, whether it was named, said or in an address.
     std::optional<QString> groupToShow() const;
     /// Whether the program is to stay, with its panel, once this is carried out.

@@ -299,12 +299,9 @@ void IntentService::run(const CommandLine &line, std::function<void(const Comman
         return done(refused(
             invalid(QStringLiteral("“%1” is no address that can be opened here.").arg(shortened(line.text)))));
     case LineVerb::Help:
-        return done({0, CommandLine::usage(), {}});
     case LineVerb::Version:
-        return done({0, QStringLiteral("Cobblet %1\n").arg(m_version), {}});
     case LineVerb::Invalid:
-        return done(
-            {CommandLine::usageError, {}, QStringLiteral("cobblet: %1\n").arg(line.text) + CommandLine::usage()});
+        return done(*line.answer(m_version));
     }
 }
 

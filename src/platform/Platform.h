@@ -61,8 +61,9 @@ public:
     virtual void settle() = 0;
 };
 
-/// The backend that was linked. `bundle` is the running program's own. Before there is a QGuiApplication only
-/// instance() and warmUp() may be used; no service may outlive it.
+/// The backend that was linked. `bundle` is the running program's own. Before there is an application object only
+/// instance() and warmUp() may be used; with a QCoreApplication alone, only what draws nothing. No service may
+/// outlive it.
 std::unique_ptr<Platform> makePlatform(const Bundle &bundle);
 
 } // namespace cobblet

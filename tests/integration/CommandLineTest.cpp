@@ -56,7 +56,7 @@ TEST_F(CommandLineTest, UnderstandsCommandsOptionsAndNamesOfSeveralWords)
     EXPECT_EQ(CommandLine::parse(QByteArrayList{"show", "Caf\xc3\xa9"}).text, text("Café"));
     for (const char *bytes : {"Caf\xe9", "\xf0\x9f\xa7", "\xed\xa0\x80"})
         EXPECT_EQ(CommandLine::parse(QByteArrayList{"show", bytes}),
-                  (CommandLine{Verb::Invalid, text("Argument 2 is not valid UTF-8.")}));
+                  (CommandLine{Verb::Invalid, text("argument 2 is no text in UTF-8.")}));
 }
 
 TEST_F(CommandLineTest, KnowsWhichRequestsNeedThePanel)

@@ -193,7 +193,7 @@ public:
 
 class FakeInstance : public Instance {
 public:
-    Role claim() override { return role; }
+    Role claim(const QStringList &) override { return role; }
     void sendReopen(const QString &token = {}) { emit reopen(token); }
 
     Role role = Role::First;

@@ -149,12 +149,15 @@ private:
         return *service;
     }
 
-    /// Null without an X server, and when the toolkit draws elsewhere.
+    /// Null without an X server, and when the toolkit draws elsewhere. A process that has no toolkit, because it
+    /// carries out one command and shows nothing, still acts on windows.
     X11Connection *x11()
     {
         if (!m_triedX11) {
             m_triedX11 = true;
-            if (QGuiApplication::platformName() == QLatin1String("xcb"))
+            const bool draws = qobject_cast<QGuiApplication *>(QCoreApplication::instance()) != nullptr;
+            if (draws ? QGuiApplication::platformName() == QLatin1String("xcb")
+                      : qEnvironmentVariableIsSet("DISPLAY"))
                 m_x11 = X11Connection::open();
         }
         return m_x11.get();
