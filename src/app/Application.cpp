@@ -4,13 +4,13 @@
 #include "platform/Dialogs.h"
 #include "platform/DockTile.h"
 #include "platform/Instance.h"
+#include "platform/IntentsHost.h"
 #include "platform/Menus.h"
 #include "platform/PanelSurface.h"
 #include "platform/Platform.h"
 #include "platform/RunningApplications.h"
 #include "platform/Screens.h"
 #include "platform/UserDefaults.h"
-#include "platform/WindowAccess.h"
 #include "platform/Workspace.h"
 #include "shell/FloatingPanelController.h"
 #include "ui/common/Symbols.h"
@@ -41,8 +41,8 @@ constexpr int preloadPerGroup = 60;
 
 } // namespace
 
-Application::Application(const Bundle &bundle, Platform &platform)
-    : m_bundle(bundle), m_platform(platform), m_delegate(services())
+Application::Application(const Bundle &bundle, Platform &platform, const CommandLine &request)
+    : m_bundle(bundle), m_platform(platform), m_request(request), m_delegate(services())
 {
     connect(&platform.instance(), &Instance::reopen, &m_delegate, &AppDelegate::applicationShouldHandleReopen);
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &m_delegate,
@@ -58,12 +58,10 @@ AppDelegate::Services Application::services()
             .dockTile = m_platform.dockTile(),
             .scheduler = m_platform.scheduler(),
             .theme = [this]() -> ThemeManager & { return *m_theme; },
-            .usageTracker = [this]() -> UsageTracker & {
-                return m_usage.emplace(m_platform.applicationSupportFolder(), m_platform.runningApplications(),
-                                       m_platform.workspace(), m_platform.scheduler());
-            },
+            .usageTracker = [this]() -> UsageTracker & { return m_core->usage(); },
             .makePanelController = [this] { return makePanelController(); },
-            .bringSettingsForward = {}};
+            .bringSettingsForward = {},
+            .opensPanel = m_request.verb != CommandLine::Verb::Service};
 }
 
 void Application::start()
@@ -71,16 +69,37 @@ void Application::start()
     m_delegate.applicationWillFinishLaunching();
     m_popupSettings.emplace(m_platform.sharedDefaults());
     m_theme.emplace(m_platform.sharedDefaults(), m_platform.appearance());
-    m_config.emplace(ConfigManager::Options{m_platform.applicationSupportFolder(), m_bundle.isAgent()},
-                     m_platform.standardDefaults());
+    m_core.emplace(
+        m_bundle, m_platform, [this] { m_delegate.applicationShouldHandleReopen(); },
+        ConfigManager::Hooks{.dropGroupIcons = {}, .refreshShortcutParameters = [this] {
+                                 if (m_serves)
+                                     m_platform.intentsHost().groupsChanged();
+                             }});
     m_delegate.applicationDidFinishLaunching();
+    // After the panel has begun to show: who asks meanwhile can wait, the panel can't.
+    m_platform.scheduler().detached(0ms, [self = QPointer(this)] {
+        if (self)
+            self->serve();
+    });
+}
+
+void Application::serve()
+{
+    if (m_request.groupToShow())
+        m_core->intents().run(m_request, [](const CommandReply &reply) {
+            if (!reply.errors.isEmpty())
+                qCWarning(log).noquote() << reply.errors.trimmed();
+        });
+    m_serves = !m_bundle.isAgent();
+    if (m_serves)
+        m_platform.intentsHost().serve(m_core->intents());
 }
 
 std::unique_ptr<FloatingPanelController> Application::makePanelController()
 {
     auto controller =
         std::make_unique<FloatingPanelController>([this] { return makePanel(); }, m_platform.screens(),
-                                                  *m_popupSettings, m_notifications, m_platform.scheduler());
+                                                  *m_popupSettings, m_core->notifications(), m_platform.scheduler());
     controller->setGroupProvider([this] { return m_view ? m_view->selectedGroup() : std::nullopt; });
     return controller;
 }
@@ -88,12 +107,11 @@ std::unique_ptr<FloatingPanelController> Application::makePanelController()
 std::unique_ptr<PanelSurface> Application::makePanel()
 {
     m_runningApps.emplace(m_platform.runningApplications());
-    m_actions.emplace(m_platform.workspace(), m_platform.runningApplications(), m_platform.windowAccess(), *m_usage,
-                      m_platform.standardDefaults(), m_platform.scheduler());
     m_icons.emplace(m_platform.workspace(), qGuiApp->devicePixelRatio());
-    m_view.emplace(PanelDependencies{*m_config, *m_popupSettings, *m_theme, m_notifications, *m_actions,
-                                     *m_runningApps, *m_usage, *m_icons, m_platform.workspace(), m_platform.dialogs(),
-                                     m_platform.menus(), m_platform.appearance()});
+    m_view.emplace(PanelDependencies{m_core->config(), *m_popupSettings, *m_theme, m_core->notifications(),
+                                     m_core->actions(), *m_runningApps, m_core->usage(), *m_icons,
+                                     m_platform.workspace(), m_platform.dialogs(), m_platform.menus(),
+                                     m_platform.appearance()});
     m_platform.menus().setSymbolSource([](const QString &symbol) {
         return symbolIcon(symbol, QGuiApplication::palette().color(QPalette::WindowText));
     });
@@ -132,7 +150,7 @@ void Application::preloadIcons()
     const qint64 maximum = preloadBytes / qint64(side * side * 4);
     QStringList ids;
     QSet<QString> seen;
-    for (const AppGroup &group : m_config->groups()) {
+    for (const AppGroup &group : m_core->config().groups()) {
         for (const AppItem &app : group.apps.mid(0, preloadPerGroup)) {
             if (ids.size() >= maximum)
                 break;

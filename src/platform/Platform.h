@@ -15,6 +15,7 @@ class Dialogs;
 class DistributedNotifications;
 class DockTile;
 class Instance;
+class IntentsHost;
 class Menus;
 class PanelSurface;
 class RunningApplications;
@@ -38,6 +39,7 @@ public:
     virtual void warmUp() {}
 
     virtual Instance &instance() = 0;
+    virtual IntentsHost &intentsHost() = 0;
     virtual Scheduler &scheduler() = 0;
     virtual UserDefaults &standardDefaults() = 0;
     /// The suite "com.cobblet.shared", which agents read too; the standard domain when it cannot be opened.
@@ -59,8 +61,9 @@ public:
     virtual void settle() = 0;
 };
 
-/// The backend that was linked. `bundle` is the running program's own. Before there is a QGuiApplication only
-/// instance() and warmUp() may be used; no service may outlive it.
+/// The backend that was linked. `bundle` is the running program's own. Before there is an application object only
+/// instance() and warmUp() may be used; with a QCoreApplication alone, only what draws nothing. No service may
+/// outlive it.
 std::unique_ptr<Platform> makePlatform(const Bundle &bundle);
 
 } // namespace cobblet

@@ -45,6 +45,8 @@ void AppDelegate::applicationDidFinishLaunching()
     m_panelController = m_services.makePanelController();
     m_services.theme().refresh();
     m_panelController->createPanel();
+    if (!m_services.opensPanel)
+        return;
     m_services.scheduler.detached(std::chrono::milliseconds(0), [self = QPointer(this)] {
         if (!self)
             return;

@@ -31,6 +31,8 @@ public:
         std::function<std::unique_ptr<FloatingPanelController>()> makePanelController;
         /// Brings the settings window forward if it is visible, and says whether it is. May be empty.
         std::function<bool()> bringSettingsForward;
+        /// Whether the panel shows once launch has finished.
+        bool opensPanel = true;
     };
 
     explicit AppDelegate(Services services, QObject *parent = nullptr);
@@ -38,7 +40,7 @@ public:
 
     /// Carries earlier preferences over. Before any store that reads them is made.
     void applicationWillFinishLaunching();
-    /// Makes the controllers and the panel; the panel shows on the next turn of the event loop.
+    /// Makes the controllers and the panel, which shows on the next turn of the event loop.
     void applicationDidFinishLaunching();
     /// A click on the icon of the running application, or a second start of it.
     void applicationShouldHandleReopen();

@@ -63,6 +63,7 @@ public:
     explicit FakeRunningApplications(Log *log = nullptr) : m_log(log) {}
 
     QList<RunningApplication> runningApplications() const override { return running; }
+    Status availability() const override { return blind; }
     void hide(const RunningApplication &a) override { record(QStringLiteral("hide"), a); }
     void unhide(const RunningApplication &a) override { record(QStringLiteral("unhide"), a); }
     void activate(const RunningApplication &a) override { record(QStringLiteral("activate"), a); }
@@ -74,6 +75,7 @@ public:
 
     QList<RunningApplication> running;
     QStringList calls; ///< "hide ID PID"
+    Status blind;      ///< an error: why other applications cannot be seen
 
 private:
     void record(const QString &verb, const RunningApplication &application);
@@ -191,7 +193,7 @@ public:
 
 class FakeInstance : public Instance {
 public:
-    Role claim() override { return role; }
+    Role claim(const QStringList &) override { return role; }
     void sendReopen(const QString &token = {}) { emit reopen(token); }
 
     Role role = Role::First;

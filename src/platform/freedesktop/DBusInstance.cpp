@@ -2,7 +2,6 @@
 
 #include "platform/freedesktop/SessionBus.h"
 
-#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QLoggingCategory>
@@ -14,8 +13,7 @@ Q_LOGGING_CATEGORY(lcInstance, "cobblet.instance")
 namespace {
 
 const QString applicationInterface = QStringLiteral("org.freedesktop.Application");
-constexpr qsizetype maximumText = 4096;
-constexpr qsizetype maximumUrls = 256;
+const QString commandLineInterface = QStringLiteral("com.vantor.cobblet.CommandLine");
 
 // What the bus answers to RequestName.
 constexpr uint doNotQueue = 4;
@@ -34,77 +32,12 @@ QVariantMap platformDataOfEnvironment()
 
 } // namespace
 
-/// The methods by hand instead of through an adaptor: a request skips the look-up by introspection, and a
-/// message with other arguments than the interface has is answered with an error in one place.
-class DBusInstance::ApplicationObject : public QDBusVirtualObject {
-public:
-    explicit ApplicationObject(DBusInstance &instance) : m_instance(instance) {}
-
-    QString introspect(const QString &) const override
-    {
-        return QStringLiteral(R"(<interface name="org.freedesktop.Application">
-<method name="Activate"><arg type="a{sv}" name="platform_data" direction="in"/></method>
-<method name="Open"><arg type="as" name="uris" direction="in"/><arg type="a{sv}" name="platform_data" direction="in"/></method>
-<method name="ActivateAction"><arg type="s" name="action_name" direction="in"/><arg type="av" name="parameter" direction="in"/><arg type="a{sv}" name="platform_data" direction="in"/></method>
-</interface>)");
-    }
-
-    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
-    {
-        if (message.type() != QDBusMessage::MethodCallMessage ||
-            message.path() != objectPath(m_instance.m_identifier) ||
-            (!message.interface().isEmpty() && message.interface() != applicationInterface))
-            return false;
-        const QVariantList arguments = message.arguments();
-        const QString call = message.member() + QLatin1Char('(') + message.signature() + QLatin1Char(')');
-        if (call == QLatin1String("Activate(a{sv})")) {
-            answer(connection, message.createReply());
-            m_instance.activated(qdbus_cast<QVariantMap>(arguments[0]));
-        } else if (call == QLatin1String("Open(asa{sv})")) {
-            open(connection, message, arguments[0].toStringList());
-        } else if (call == QLatin1String("ActivateAction(sava{sv})")) {
-            activateAction(connection, message, arguments[0].toString(), qdbus_cast<QVariantList>(arguments[1]));
-        } else {
-            return false;
-        }
-        return true;
-    }
-
-private:
-    static void answer(const QDBusConnection &connection, const QDBusMessage &reply) { (void)connection.send(reply); }
-
-    static void refuse(const QDBusConnection &connection, const QDBusMessage &message, const QString &why)
-    {
-        qCWarning(lcInstance).noquote() << why;
-        answer(connection, message.createErrorReply(QDBusError::InvalidArgs, why));
-    }
-
-    void open(const QDBusConnection &connection, const QDBusMessage &message, const QStringList &urls)
-    {
-        if (urls.size() > maximumUrls || !m_instance.m_urlHandler)
-            return refuse(
-                connection, message,
-                QStringLiteral("%1 addresses were not opened: no kind of address is known here.").arg(urls.size()));
-        answer(connection, message.createReply());
-        m_instance.m_urlHandler(urls);
-    }
-
-    void activateAction(const QDBusConnection &connection, const QDBusMessage &message, const QString &action,
-                        const QVariantList &parameters)
-    {
-        if (!m_instance.m_actionHandler || !m_instance.m_actionHandler(action, parameters))
-            return refuse(connection, message, QStringLiteral("There is no action “%1”.").arg(action.left(100)));
-        answer(connection, message.createReply());
-    }
-
-    DBusInstance &m_instance;
-};
-
 DBusInstance::DBusInstance(SessionBus &bus, const QString &identifier, std::chrono::milliseconds patience,
                            QObject *parent)
-    : m_bus(bus), m_identifier(identifier), m_patience(patience)
+    : m_bus(bus), m_identifier(identifier), m_patience(patience), m_service(bus, identifier)
 {
     setParent(parent);
+    m_service.add(applicationFace());
 }
 
 DBusInstance::~DBusInstance() = default;
@@ -119,21 +52,64 @@ void DBusInstance::setActionHandler(ActionHandler handler)
     m_actionHandler = std::move(handler);
 }
 
-QString DBusInstance::objectPath(const QString &identifier)
+BusInterface DBusInstance::applicationFace()
 {
-    QString path = QLatin1Char('/') + identifier;
-    return path.replace(QLatin1Char('.'), QLatin1Char('/')).replace(QLatin1Char('-'), QLatin1Char('_'));
+    return {.name = "org.freedesktop.Application",
+            .description = "",
+            .methods = {{.name = "Activate",
+                         .description = "",
+                         .in = {{"platform_data", "a{sv}"}},
+                         .out = {},
+                         .handle =
+                             [this](const BusCall &call) {
+                                 call.reply();
+                                 emit reopen(m_service.userActed(call.map(0)));
+                             },
+                         .lane = urgentLane,
+                         .needsProgram = false},
+                        {.name = "Open",
+                         .description = "",
+                         .in = {{"uris", "as"}, {"platform_data", "a{sv}"}},
+                         .out = {},
+                         .handle = [this](const BusCall &call) { open(call); },
+                         .lane = urgentLane},
+                        {.name = "ActivateAction",
+                         .description = "",
+                         .in = {{"action_name", "s"}, {"parameter", "av"}, {"platform_data", "a{sv}"}},
+                         .out = {},
+                         .handle = [this](const BusCall &call) { activateAction(call); },
+                         .lane = urgentLane}}};
 }
 
-Instance::Role DBusInstance::claim()
+void DBusInstance::open(const BusCall &call)
+{
+    const QStringList urls = call.texts(0);
+    if (!m_urlHandler)
+        return call.refuse(
+            QDBusError::InvalidArgs,
+            QStringLiteral("%1 addresses were not opened: no kind of address is known here.").arg(urls.size()));
+    call.reply();
+    m_service.userActed(call.map(1));
+    m_urlHandler(urls);
+}
+
+void DBusInstance::activateAction(const BusCall &call)
+{
+    m_service.userActed(call.map(2));
+    if (!m_actionHandler || !m_actionHandler(call.text(0)))
+        return call.refuse(QDBusError::InvalidArgs,
+                           QStringLiteral("There is no action “%1”.").arg(call.text(0).left(100)));
+    call.reply();
+}
+
+Instance::Role DBusInstance::claim(const QStringList &arguments)
 {
     QDBusConnection &bus = m_bus.connection();
     if (!bus.isConnected() || m_identifier.isEmpty())
         return Role::First;
 
     // Served before the name is ours, so that whoever sees the name can also call.
-    m_object = std::make_unique<ApplicationObject>(*this);
-    bus.registerVirtualObject(objectPath(m_identifier), m_object.get());
+    m_service.publish();
 
     QDBusMessage request = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
@@ -150,24 +126,36 @@ Instance::Role DBusInstance::claim()
         }
         if (answer == primaryOwner || answer == alreadyOwner)
             return Role::First;
-        if (handOver())
+        if (handOver(arguments))
             break;
     }
-    bus.unregisterObject(objectPath(m_identifier));
-    m_object.reset();
+    m_service.withdraw();
     return Role::HandedOver;
 }
 
 /// False when the other instance is gone. One that hangs finds the request when it goes on.
-bool DBusInstance::handOver() const
+bool DBusInstance::handOver(const QStringList &arguments)
 {
-    QDBusMessage activate = QDBusMessage::createMethodCall(m_identifier, objectPath(m_identifier),
-                                                           applicationInterface, QStringLiteral("Activate"));
-    activate.setArguments({platformDataOfEnvironment()});
-    activate.setAutoStartService(false);
-    const QDBusMessage reply = m_bus.connection().call(activate, QDBus::Block, int(m_patience.count()));
-    if (reply.type() == QDBusMessage::ReplyMessage)
+    const QString path = BusService::objectPath(m_identifier);
+    QDBusMessage request;
+    if (arguments.isEmpty()) {
+        request =
+            QDBusMessage::createMethodCall(m_identifier, path, applicationInterface, QStringLiteral("Activate"));
+        request.setArguments({platformDataOfEnvironment()});
+    } else {
+        QByteArrayList bytes;
+        for (const QString &argument : arguments)
+            bytes.append(argument.toUtf8());
+        request = QDBusMessage::createMethodCall(m_identifier, path, commandLineInterface, QStringLiteral("Run"));
+        request.setArguments({QVariant::fromValue(bytes), platformDataOfEnvironment()});
+    }
+    request.setAutoStartService(false);
+    const QDBusMessage reply = m_bus.connection().call(request, QDBus::Block, int(m_patience.count()));
+    if (reply.type() == QDBusMessage::ReplyMessage) {
+        const QVariantList answer = reply.arguments();
+        m_answer = {answer.value(0).toInt(), answer.value(1).toString(), answer.value(2).toString()};
         return true;
+    }
     const auto error = QDBusError(reply).type();
     if (error == QDBusError::ServiceUnknown ||
         reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner"))
@@ -175,16 +163,6 @@ bool DBusInstance::handOver() const
     qCWarning(lcInstance).noquote()
         << QStringLiteral("The running Cobblet does not answer: %1").arg(reply.errorMessage());
     return true;
-}
-
-void DBusInstance::activated(const QVariantMap &platformData)
-{
-    for (const QString &key : {QStringLiteral("desktop-startup-id"), QStringLiteral("activation-token")})
-        if (const QString token = platformData.value(key).toString(); !token.isEmpty()) {
-            emit reopen(token.size() <= maximumText ? token : QString());
-            return;
-        }
-    emit reopen({});
 }
 
 } // namespace cobblet

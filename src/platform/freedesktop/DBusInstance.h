@@ -1,18 +1,14 @@
 #pragma once
 
 #include "platform/Instance.h"
+#include "platform/freedesktop/intents/BusService.h"
 
-#include <QDBusVirtualObject>
 #include <QStringList>
-#include <QVariant>
 
 #include <chrono>
 #include <functional>
-#include <memory>
 
 namespace cobblet {
-
-class SessionBus;
 
 /// Owns the bundle identifier as a name on the session bus and answers there as org.freedesktop.Application.
 class DBusInstance : public Instance {
@@ -23,28 +19,28 @@ public:
                  std::chrono::milliseconds patience = std::chrono::seconds(2), QObject *parent = nullptr);
     ~DBusInstance() override;
 
-    Role claim() override;
+    Role claim(const QStringList &arguments = {}) override;
 
     /// Takes the addresses that a later start was asked to open. Without one every address is refused.
     using UrlHandler = std::function<void(const QStringList &urls)>;
     void setUrlHandler(UrlHandler handler);
-    /// Takes the named actions of the desktop entry ("new-group"); false for one that is unknown.
-    using ActionHandler = std::function<bool(const QString &action, const QVariantList &parameters)>;
+    /// Takes the named actions of the desktop entry; false for one that is unknown.
+    using ActionHandler = std::function<bool(const QString &action)>;
     void setActionHandler(ActionHandler handler);
 
-    /// The object path that stands for an application identifier.
-    static QString objectPath(const QString &identifier);
+    /// All that this program answers to. What is added before claim() is there as soon as the name is ours.
+    BusService &service() { return m_service; }
 
 private:
-    class ApplicationObject;
-
-    bool handOver() const;
-    void activated(const QVariantMap &platformData);
+    BusInterface applicationFace();
+    void open(const BusCall &call);
+    void activateAction(const BusCall &call);
+    bool handOver(const QStringList &arguments);
 
     SessionBus &m_bus;
     const QString m_identifier;
     const std::chrono::milliseconds m_patience;
-    std::unique_ptr<ApplicationObject> m_object;
+    BusService m_service;
     UrlHandler m_urlHandler;
     ActionHandler m_actionHandler;
 };

@@ -14,6 +14,7 @@
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 #include "platform/freedesktop/apps/X11RunningApplications.h"
 #include "platform/freedesktop/apps/X11WindowAccess.h"
+#include "platform/freedesktop/intents/DBusIntents.h"
 #include "platform/portable/QtDialogs.h"
 #include "platform/portable/QtMenus.h"
 #include "platform/portable/QtPanelSurface.h"
@@ -37,7 +38,7 @@ const QString sharedDomain = QStringLiteral("com.cobblet.shared");
 class FreedesktopPlatform : public Platform {
 public:
     explicit FreedesktopPlatform(const Bundle &bundle)
-        : m_identifier(bundle.identifier.isEmpty() ? mainIdentifier : bundle.identifier)
+        : m_identifier(bundle.identifier.isEmpty() ? mainIdentifier : bundle.identifier), m_isAgent(bundle.isAgent())
     {
     }
 
@@ -47,12 +48,27 @@ public:
     {
         if (!m_instance) {
             m_instance = std::make_unique<DBusInstance>(m_bus, m_identifier);
-            QObject::connect(m_instance.get(), &Instance::reopen, m_instance.get(), [this](const QString &token) {
-                if (X11Desktop *known = desktop())
-                    known->finishStartup(token);
-            });
+            m_instance->service().setUserActs({.token =
+                                                   [this](const QString &token) {
+                                                       if (X11Desktop *known = desktop())
+                                                           known->finishStartup(token);
+                                                   },
+                                               .time =
+                                                   [this](quint32 time) {
+                                                       if (X11Desktop *known = desktop())
+                                                           known->noteUserTime(time);
+                                                   }});
+            // Before the name is claimed, so that whoever the bus started this program for finds all of it.
+            if (!m_isAgent)
+                intentsHost();
         }
         return *m_instance;
+    }
+
+    IntentsHost &intentsHost() override
+    {
+        instance();
+        return made(m_intents, [this] { return std::make_unique<DBusIntents>(*m_instance, m_identifier); });
     }
 
     Scheduler &scheduler() override { return m_scheduler; }
@@ -133,12 +149,15 @@ private:
         return *service;
     }
 
-    /// Null without an X server, and when the toolkit draws elsewhere.
+    /// Null without an X server, and when the toolkit draws elsewhere. A process that has no toolkit, because it
+    /// carries out one command and shows nothing, still acts on windows.
     X11Connection *x11()
     {
         if (!m_triedX11) {
             m_triedX11 = true;
-            if (QGuiApplication::platformName() == QLatin1String("xcb"))
+            const bool draws = qobject_cast<QGuiApplication *>(QCoreApplication::instance()) != nullptr;
+            if (draws ? QGuiApplication::platformName() == QLatin1String("xcb")
+                      : qEnvironmentVariableIsSet("DISPLAY"))
                 m_x11 = X11Connection::open();
         }
         return m_x11.get();
@@ -162,6 +181,7 @@ private:
     }
 
     const QString m_identifier;
+    const bool m_isAgent;
     std::jthread m_fonts;
     QtScheduler m_scheduler;
     X11DockTile m_dockTile;
@@ -170,6 +190,7 @@ private:
     std::unique_ptr<X11Connection> m_x11;
     std::unique_ptr<X11Desktop> m_desktop;
     std::unique_ptr<DBusInstance> m_instance;
+    std::unique_ptr<DBusIntents> m_intents;
     std::unique_ptr<FileUserDefaults> m_standard;
     std::unique_ptr<FileUserDefaults> m_shared;
     std::unique_ptr<DBusNotifications> m_notifications;

@@ -3,6 +3,7 @@
 #include <QDBusError>
 #include <QFileInfo>
 #include <QLoggingCategory>
+#include <QStringList>
 
 namespace cobblet {
 
@@ -35,17 +36,24 @@ QDBusConnection &SessionBus::connection()
             qCWarning(lcBus).noquote()
                 << QStringLiteral("No session bus can be reached: other programs, a second start and the desktop's "
                                   "settings can't be talked to. %1")
-                       .arg(m_connection->lastError().message());
+                       .arg(where.isEmpty() ? QStringLiteral("The environment names no local socket (unix:).")
+                                            : m_connection->lastError().message());
     }
     return *m_connection;
 }
 
 QString SessionBus::address()
 {
-    // An address that says "start one" is none: the bus so started would have nobody else on it.
     const QString stated = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
-    if (!stated.isEmpty())
-        return stated.startsWith(QLatin1String("autolaunch:")) ? QString() : stated;
+    if (!stated.isEmpty()) {
+        // Any other kind is none of the session's own: on a network, or one that the library would start a program
+        // for, with nobody else on it.
+        QStringList sockets;
+        for (const QString &each : stated.split(QLatin1Char(';'), Qt::SkipEmptyParts))
+            if (each.startsWith(QLatin1String("unix:")))
+                sockets.append(each);
+        return sockets.join(QLatin1Char(';'));
+    }
     const QString socket = qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus");
     return socket.startsWith(QLatin1Char('/')) && QFileInfo::exists(socket) && socket != QLatin1String("/bus")
                ? QStringLiteral("unix:path=") + socket

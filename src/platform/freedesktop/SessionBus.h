@@ -18,7 +18,8 @@ public:
     /// Not connected, with one log line, when there is no session bus.
     QDBusConnection &connection();
 
-    /// Where the bus of this session listens; empty when there is none to be found without starting one.
+    /// The sockets on which the bus of this session listens. Addresses of other kinds (on a network, or of a bus yet
+    /// to be started) are left out; empty when no socket is left.
     static QString address();
 
 private:
