@@ -14,7 +14,7 @@ import unittest
 
 HERE = pathlib.Path(__file__).resolve().parent
 COMMAND = pathlib.Path(os.environ["COBBLET_COMMAND"])
-TOKENS = {"DESKTOP_STARTUP_ID": "launch-7_TIME9", "XDG_ACTIVATION_TOKEN": "token 🎟"}
+TOKENS = {"DESKTOP_STARTUP_ID": "launch-7_TIME9", "XDG_ACTIVATION_TOKEN": "token~1"}
 
 # Says what it was started with; the environment and the signals too.
 APPLICATION = """#!/bin/sh
@@ -108,7 +108,7 @@ class WithAnInstance(Command):
 
     def test_the_desktops_tokens_go_along_unless_they_are_none(self):
         instance = self.stand_in()
-        told = {"desktop-startup-id": "launch-7_TIME9", "activation-token": "token 🎟"}
+        told = {"desktop-startup-id": "launch-7_TIME9", "activation-token": "token~1"}
         for environment, expected in ((TOKENS, told), ({"DESKTOP_STARTUP_ID": "", "XDG_ACTIVATION_TOKEN": b"\xff"}, {}),
                                       ({"DESKTOP_STARTUP_ID": "x" * 5000}, {})):
             for arguments in ((), ("show", "Work")):
