@@ -24,12 +24,11 @@ constexpr int keptAside = 3;
 
 } // namespace
 
-FileUserDefaults::FileUserDefaults(const QString &folder, const QString &domain, QObject *parent)
-    : m_path(folder + QLatin1Char('/') + domain + QStringLiteral(".plist")),
+FileUserDefaults::FileUserDefaults(const QString &folder, const QString &domain, Following following, QObject *parent)
+    : m_following(following), m_path(folder + QLatin1Char('/') + domain + QStringLiteral(".plist")),
       m_lockPath(m_path + QStringLiteral(".lock")), m_stamp(m_path)
 {
     setParent(parent);
-    connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, &FileUserDefaults::follow);
     QDir().mkpath(folder);
     watch(); // before the first look, so that no change falls between the two
     m_stamp = FileStamp(m_path);
@@ -182,9 +181,15 @@ void FileUserDefaults::follow()
 /// The folder is watched and not the file, which every write replaces.
 void FileUserDefaults::watch()
 {
+    if (m_following != Following::Watched)
+        return;
+    if (!m_watcher) {
+        m_watcher = std::make_unique<QFileSystemWatcher>();
+        connect(m_watcher.get(), &QFileSystemWatcher::directoryChanged, this, &FileUserDefaults::follow);
+    }
     const QString folder = QFileInfo(m_path).absolutePath();
-    if (!m_watcher.directories().contains(folder) && QFileInfo::exists(folder))
-        m_watcher.addPath(folder);
+    if (!m_watcher->directories().contains(folder) && QFileInfo::exists(folder))
+        m_watcher->addPath(folder);
 }
 
 void FileUserDefaults::warnOnce(const QString &message)
