@@ -183,7 +183,7 @@ void ConfigManager::publish(const QMap<int, QUuid> &shortcuts)
 void ConfigManager::saveGroups()
 {
     const QByteArray json = encodeGroups(m_groups);
-    const Status status = m_file.write(json);
+    const Status status = m_lock->mayWrite() ? m_file.write(json) : m_lock->mayWrite();
     if (status)
         m_unsaved.clear();
     else if (!m_fileFails)

@@ -47,7 +47,7 @@ PlistDomain FileUserDefaults::read(bool locked)
         return domain.value();
     if (!locked) {
         const FileLock lock(m_lockPath);
-        return read(true);
+        return lock.mayWrite() ? read(true) : PlistDomain();
     }
     setAside(domain.error());
     return {};
@@ -139,8 +139,9 @@ Status FileUserDefaults::change(const QString &key, const std::optional<QVariant
     bool differs = true; // in memory, when it can't be written
     {
         const FileLock lock(m_lockPath);
-        PlistDomain domain = read(true);
-        if (applyUnsaved(domain)) {
+        written = lock.mayWrite();
+        PlistDomain domain = written ? read(true) : PlistDomain();
+        if (written && applyUnsaved(domain)) {
             const QByteArray bytes = domain.encode();
             written = bytes.size() <= maximumFileBytes
                           ? writeAtomically(m_path, bytes)
