@@ -178,7 +178,7 @@ private:
 
     FreedesktopWorkspace &theWorkspace()
     {
-        return made(m_workspace, [this] { return std::make_unique<FreedesktopWorkspace>(x11()); });
+        return made(m_workspace, [this] { return std::make_unique<FreedesktopWorkspace>(x11(), &m_bus); });
     }
 
     X11RunningApplications &running()
