@@ -70,7 +70,7 @@ void Application::start()
     m_popupSettings.emplace(m_platform.sharedDefaults());
     m_theme.emplace(m_platform.sharedDefaults(), m_platform.appearance());
     m_core.emplace(
-        m_bundle, m_platform, [this] { m_delegate.applicationShouldHandleReopen(); },
+        m_bundle, m_platform, true, [this] { m_delegate.applicationShouldHandleReopen(); },
         ConfigManager::Hooks{.dropGroupIcons = {}, .refreshShortcutParameters = [this] {
                                  if (m_serves)
                                      m_platform.intentsHost().groupsChanged();

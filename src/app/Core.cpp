@@ -9,8 +9,9 @@
 
 namespace cobblet {
 
-Core::Core(const Bundle &bundle, Platform &platform, std::function<void()> showPanel, ConfigManager::Hooks hooks)
-    : m_platform(platform), m_config({platform.applicationSupportFolder(), bundle.isAgent()},
+Core::Core(const Bundle &bundle, Platform &platform, bool follows, std::function<void()> showPanel,
+           ConfigManager::Hooks hooks)
+    : m_platform(platform), m_config({platform.applicationSupportFolder(), bundle.isAgent(), follows},
                                      platform.standardDefaults(), std::move(hooks)),
       m_intents({m_config, m_notifications, platform.dockTile(), [this]() -> GroupReports & { return reports(); }},
                 std::move(showPanel), bundle.version)

@@ -19,7 +19,9 @@ class Platform;
 class Core {
 public:
     /// `platform` outlives the object. `showPanel` does what a click on the application's icon does.
-    Core(const Bundle &bundle, Platform &platform, std::function<void()> showPanel, ConfigManager::Hooks hooks = {});
+    /// `follows`: other processes' changes of the groups arrive by themselves.
+    Core(const Bundle &bundle, Platform &platform, bool follows, std::function<void()> showPanel,
+         ConfigManager::Hooks hooks = {});
 
     NotificationCenter &notifications() { return m_notifications; }
     ConfigManager &config() { return m_config; }

@@ -15,7 +15,7 @@ namespace {
 class Headless {
 public:
     explicit Headless(const Bundle &bundle)
-        : m_application(m_argc, m_argv), m_platform(makePlatform(bundle)), m_core(bundle, *m_platform, [] {})
+        : m_application(m_argc, m_argv), m_platform(makePlatform(bundle)), m_core(bundle, *m_platform, false, [] {})
     {
         QObject::connect(&m_signals, &UnixSignals::quitRequested, &m_application, &QCoreApplication::quit);
     }

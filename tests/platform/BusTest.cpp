@@ -1,3 +1,5 @@
+#include "PrivateBus.h"
+
 #include "platform/freedesktop/DBusInstance.h"
 #include "platform/freedesktop/DBusNotifications.h"
 #include "platform/freedesktop/PortalAppearance.h"
@@ -26,25 +28,9 @@ namespace {
 
 const QString identifier = QStringLiteral("com.example.cobblet-test");
 
-/// A session bus of its own for each test.
-class BusTest : public testing::Test {
+class BusTest : public test::PrivateBusTest {
 protected:
-    void SetUp() override
-    {
-        m_daemon.start(QStringLiteral("dbus-daemon"),
-                       {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address")});
-        ASSERT_TRUE(m_daemon.waitForReadyRead(10'000)) << "dbus-daemon does not start";
-        qputenv("DBUS_SESSION_BUS_ADDRESS", m_daemon.readLine().trimmed());
-    }
-    void TearDown() override
-    {
-        m_daemon.kill();
-        m_daemon.waitForFinished();
-        qunsetenv("DBUS_SESSION_BUS_ADDRESS");
-    }
-
     test::TemporaryHome m_home;
-    QProcess m_daemon;
 };
 
 class NoBusTest : public testing::Test {
@@ -262,6 +248,26 @@ TEST_F(BusTest, WithoutAPortalTheToolkitsSettingsDecide)
     const PortalAppearance appearance(bus);
     QTest::qWait(50);
     EXPECT_TRUE(appearance.isDark());
+}
+
+TEST(SessionBusTest, OnlySocketsOfThisMachineAreABus)
+{
+    const struct {
+        const char *stated, *address;
+    } cases[] = {
+        {"unix:path=/run/bus", "unix:path=/run/bus"},
+        {"unix:abstract=a,guid=1;tcp:host=h,port=1;unix:path=/b", "unix:abstract=a,guid=1;unix:path=/b"},
+        {"tcp:host=localhost,port=1", ""},
+        {"nonce-tcp:host=localhost,port=1,noncefile=/n", ""},
+        {"unixexec:path=/bin/true", ""},
+        {"autolaunch:", ""},
+        {";;", ""},
+    };
+    for (const auto &each : cases) {
+        qputenv("DBUS_SESSION_BUS_ADDRESS", each.stated);
+        EXPECT_EQ(SessionBus::address(), QLatin1String(each.address)) << each.stated;
+    }
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
 }
 
 TEST_F(NoBusTest, EverythingStandsAlone)

@@ -99,6 +99,19 @@ TEST_F(AppDelegateTest, StartsInOrderAndThenShowsThePanel)
     EXPECT_EQ(dockTile.activations, 1);
 }
 
+TEST_F(AppDelegateTest, StartedAsAServiceItIsReadyButShowsNothing)
+{
+    AppDelegate::Services quiet = services();
+    quiet.opensPanel = false;
+    AppDelegate service(quiet);
+    service.applicationDidFinishLaunching();
+    scheduler.advance(1s);
+    ASSERT_TRUE(surface);
+    EXPECT_FALSE(surface->visible);
+    service.applicationShouldHandleReopen();
+    EXPECT_TRUE(surface->visible);
+}
+
 TEST_F(AppDelegateTest, AReopenShowsThePanelUnlessTheSettingsWindowIsOpen)
 {
     delegate.applicationShouldHandleReopen(); // before launch has finished: nothing to show yet

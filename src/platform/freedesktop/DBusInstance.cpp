@@ -4,7 +4,10 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusMetaType>
 #include <QLoggingCategory>
+
+#include <sysexits.h>
 
 namespace cobblet {
 
@@ -143,6 +146,7 @@ bool DBusInstance::handOver(const QStringList &arguments)
             QDBusMessage::createMethodCall(m_identifier, path, applicationInterface, QStringLiteral("Activate"));
         request.setArguments({platformDataOfEnvironment()});
     } else {
+        qDBusRegisterMetaType<QByteArrayList>();
         QByteArrayList bytes;
         for (const QString &argument : arguments)
             bytes.append(argument.toUtf8());
@@ -162,6 +166,8 @@ bool DBusInstance::handOver(const QStringList &arguments)
         return false;
     qCWarning(lcInstance).noquote()
         << QStringLiteral("The running Cobblet does not answer: %1").arg(reply.errorMessage());
+    if (!arguments.isEmpty())
+        m_answer.status = EX_UNAVAILABLE;
     return true;
 }
 

@@ -76,14 +76,14 @@ public:
     UserDefaults &standardDefaults() override
     {
         return made(m_standard, [this] {
-            return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), m_identifier);
+            return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), m_identifier, following());
         });
     }
 
     UserDefaults &sharedDefaults() override
     {
         return made(m_shared, [] {
-            return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), sharedDomain);
+            return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), sharedDomain, following());
         });
     }
 
@@ -149,15 +149,21 @@ private:
         return *service;
     }
 
-    /// Null without an X server, and when the toolkit draws elsewhere. A process that has no toolkit, because it
-    /// carries out one command and shows nothing, still acts on windows.
+    /// A process without one carries out a single command and shows nothing.
+    static bool hasToolkit() { return qobject_cast<QGuiApplication *>(QCoreApplication::instance()) != nullptr; }
+
+    static FileUserDefaults::Following following()
+    {
+        return hasToolkit() ? FileUserDefaults::Following::Watched : FileUserDefaults::Following::WhenSynchronized;
+    }
+
+    /// Null without an X server, and when the toolkit draws elsewhere. Windows are acted on without a toolkit too.
     X11Connection *x11()
     {
         if (!m_triedX11) {
             m_triedX11 = true;
-            const bool draws = qobject_cast<QGuiApplication *>(QCoreApplication::instance()) != nullptr;
-            if (draws ? QGuiApplication::platformName() == QLatin1String("xcb")
-                      : qEnvironmentVariableIsSet("DISPLAY"))
+            if (hasToolkit() ? QGuiApplication::platformName() == QLatin1String("xcb")
+                             : qEnvironmentVariableIsSet("DISPLAY"))
                 m_x11 = X11Connection::open();
         }
         return m_x11.get();
@@ -172,7 +178,7 @@ private:
 
     FreedesktopWorkspace &theWorkspace()
     {
-        return made(m_workspace, [this] { return std::make_unique<FreedesktopWorkspace>(x11()); });
+        return made(m_workspace, [this] { return std::make_unique<FreedesktopWorkspace>(x11(), &m_bus); });
     }
 
     X11RunningApplications &running()

@@ -1,5 +1,6 @@
 #include "DesktopFixture.h"
 
+#include "platform/freedesktop/SessionBus.h"
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 #include "platform/freedesktop/apps/X11RunningApplications.h"
 #include "platform/freedesktop/apps/X11WindowAccess.h"
@@ -44,7 +45,7 @@ public slots:
 
 class ActivationTest : public DesktopFixture {
 protected:
-    /// One private bus for all tests: the library keeps its connection for the life of the process.
+    /// One private bus for all tests.
     static void SetUpTestSuite()
     {
         daemon = new QProcess;
@@ -83,7 +84,8 @@ TEST_F(ActivationTest, AnApplicationOnTheBusIsAskedToShowItself)
     ASSERT_TRUE(bus.registerObject(QStringLiteral("/org/example/On_Bus"), &service, QDBusConnection::ExportAllSlots));
     ASSERT_TRUE(bus.registerService(id));
 
-    FreedesktopWorkspace workspace(nullptr);
+    SessionBus sessionBus;
+    FreedesktopWorkspace workspace(nullptr, &sessionBus);
     X11RunningApplications running(nullptr, workspace);
     const auto status = finished([&](auto done) { workspace.open(id, std::move(done)); });
     EXPECT_TRUE(status && status->ok());
@@ -101,7 +103,8 @@ TEST_F(ActivationTest, AFailingActivationFallsBackToTheCommand)
     const QString marker = home.path(QStringLiteral("command-ran"));
     write(system(QStringLiteral("org.example.Absent")),
           entry("Absent", "touch " + marker.toLocal8Bit(), "DBusActivatable=true"));
-    FreedesktopWorkspace workspace(nullptr);
+    SessionBus sessionBus;
+    FreedesktopWorkspace workspace(nullptr, &sessionBus);
     const auto status =
         finished([&](auto done) { workspace.open(QStringLiteral("org.example.Absent"), std::move(done)); });
     EXPECT_TRUE(status && status->ok());
@@ -111,7 +114,8 @@ TEST_F(ActivationTest, AFailingActivationFallsBackToTheCommand)
 TEST_F(ActivationTest, RevealGoesToTheFileManagerOrOpensTheFolder)
 {
     write(system(QStringLiteral("some")), entry("Some", "true"));
-    FreedesktopWorkspace workspace(nullptr);
+    SessionBus sessionBus;
+    FreedesktopWorkspace workspace(nullptr, &sessionBus);
     const auto reveal = [&] {
         return finished([&](auto done) { workspace.reveal(QStringLiteral("some"), std::move(done)); });
     };

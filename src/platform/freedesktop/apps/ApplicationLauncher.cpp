@@ -175,13 +175,16 @@ QStringList terminalCommand()
     return {};
 }
 
-ApplicationLauncher::ApplicationLauncher(X11Connection *x11, QObject *parent) : QObject(parent), m_startup(x11) {}
+ApplicationLauncher::ApplicationLauncher(X11Connection *x11, SessionBus *bus, QObject *parent)
+    : QObject(parent), m_bus(bus), m_startup(x11)
+{
+}
 
 ApplicationLauncher::~ApplicationLauncher() = default;
 
 void ApplicationLauncher::launch(const InstalledEntry &entry, const QStringList &uris, Workspace::Completion done)
 {
-    if (entry.dBusActivatable && uris.isEmpty() && isBusName(entry.application.bundleID) && hasSessionBus())
+    if (entry.dBusActivatable && uris.isEmpty() && isBusName(entry.application.bundleID) && hasBus())
         launchOverBus(entry, uris, done);
     else
         launchCommand(entry, uris, done);
@@ -191,7 +194,7 @@ void ApplicationLauncher::launchOverBus(const InstalledEntry &entry, const QStri
                                         const Workspace::Completion &done)
 {
     const QString id = entry.application.bundleID;
-    callSessionBus(this, activateCall(id, m_startup.mint()),
+    callSessionBus(m_bus, this, activateCall(id, m_startup.mint()),
                    [this, entry, uris, done, id](const QDBusMessage &reply) {
                        if (reply.type() == QDBusMessage::ErrorMessage) {
                            const QString cause = QStringLiteral("“%1” cannot be opened over D-Bus: %2")
@@ -209,7 +212,7 @@ void ApplicationLauncher::launchOverBus(const InstalledEntry &entry, const QStri
                            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
                            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetConnectionUnixProcessID"));
                        ask << id;
-                       callSessionBus(this, ask, [this, id](const QDBusMessage &answer) {
+                       callSessionBus(m_bus, this, ask, [this, id](const QDBusMessage &answer) {
                            if (const qint64 pid = answer.arguments().value(0).toLongLong();
                                answer.type() == QDBusMessage::ReplyMessage && pid > 0)
                                emit launched(id, pid, false);
@@ -284,14 +287,19 @@ void ApplicationLauncher::started(const InstalledEntry &entry, qint64 pid, const
             child->deleteLater();
         });
     }
-    moveToOwnScope(this, entry.application.bundleID, pid);
+    moveToOwnScope(m_bus, this, entry.application.bundleID, pid);
     emit launched(entry.application.bundleID, pid, entry.terminal);
+}
+
+bool ApplicationLauncher::hasBus() const
+{
+    return hasSessionBus(m_bus);
 }
 
 void ApplicationLauncher::activate(const QString &id)
 {
     if (isBusName(id))
-        callSessionBus(this, activateCall(id, m_startup.mint()), [](const QDBusMessage &) {});
+        callSessionBus(m_bus, this, activateCall(id, m_startup.mint()), [](const QDBusMessage &) {});
 }
 
 } // namespace cobblet

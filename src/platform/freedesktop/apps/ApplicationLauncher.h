@@ -13,6 +13,7 @@
 
 namespace cobblet {
 
+class SessionBus;
 class X11Connection;
 
 /// Starts applications as the Desktop Entry rules say: over D-Bus where the entry asks for it, else its command,
@@ -21,11 +22,14 @@ class X11Connection;
 class ApplicationLauncher : public QObject {
     Q_OBJECT
 public:
-    explicit ApplicationLauncher(X11Connection *x11, QObject *parent = nullptr);
+    /// Either may be null, and outlives the launcher.
+    ApplicationLauncher(X11Connection *x11, SessionBus *bus, QObject *parent = nullptr);
     ~ApplicationLauncher() override;
 
     /// `done` runs later with the outcome. `uris` are handed to an application that takes some.
     void launch(const InstalledEntry &entry, const QStringList &uris, Workspace::Completion done);
+    /// Whether applications can be reached over the bus.
+    bool hasBus() const;
     /// Tells an application on the bus that its icon was clicked. Failures are ignored.
     void activate(const QString &id);
 
@@ -39,6 +43,7 @@ private:
     void launchCommand(const InstalledEntry &entry, const QStringList &uris, const Workspace::Completion &done);
     void started(const InstalledEntry &entry, qint64 pid, const QString &startupId);
 
+    SessionBus *const m_bus;
     StartupNotification m_startup;
     QMap<qint64, ProcessEnd *> m_children; ///< watched so that none becomes a zombie
 };

@@ -1,5 +1,7 @@
 #include "platform/freedesktop/apps/DesktopBus.h"
 
+#include "platform/freedesktop/SessionBus.h"
+
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMetaType>
@@ -78,22 +80,19 @@ QString escapedForUnit(const QString &text)
 
 } // namespace
 
-bool hasSessionBus()
+bool hasSessionBus(SessionBus *bus)
 {
-    // Without an address the library would start a bus of its own.
-    if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS") &&
-        !QFile::exists(qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus")))
-        return false;
-    return QDBusConnection::sessionBus().isConnected();
+    return bus && bus->connection().isConnected();
 }
 
-void callSessionBus(QObject *context, const QDBusMessage &call, std::function<void(const QDBusMessage &)> answered)
+void callSessionBus(SessionBus *bus, QObject *context, const QDBusMessage &call,
+                    std::function<void(const QDBusMessage &)> answered)
 {
-    if (!hasSessionBus()) {
+    if (!hasSessionBus(bus)) {
         answered(QDBusMessage::createError(QDBusError::NoServer, QStringLiteral("There is no session bus.")));
         return;
     }
-    auto *watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), context);
+    auto *watcher = new QDBusPendingCallWatcher(bus->connection().asyncCall(call), context);
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
                      [answered = std::move(answered)](QDBusPendingCallWatcher *finished) {
                          finished->deleteLater();
@@ -137,9 +136,9 @@ QString scopeName(const QString &id, qint64 pid)
     return QStringLiteral("app-cobblet-%1-%2.scope").arg(escapedForUnit(id)).arg(pid);
 }
 
-void moveToOwnScope(QObject *context, const QString &id, qint64 pid)
+void moveToOwnScope(SessionBus *bus, QObject *context, const QString &id, qint64 pid)
 {
-    if (!QFile::exists(QStringLiteral("/run/user/%1/systemd").arg(getuid())))
+    if (!bus || !QFile::exists(QStringLiteral("/run/user/%1/systemd").arg(getuid())))
         return;
     qDBusRegisterMetaType<UnitProperty>();
     qDBusRegisterMetaType<QList<UnitProperty>>();
@@ -154,7 +153,7 @@ void moveToOwnScope(QObject *context, const QString &id, qint64 pid)
         {QStringLiteral("CollectMode"), QDBusVariant(QStringLiteral("inactive-or-failed"))}};
     call << scopeName(id, pid) << QStringLiteral("fail") << QVariant::fromValue(properties)
          << QVariant::fromValue(QList<AuxiliaryUnit>());
-    callSessionBus(context, call, [id](const QDBusMessage &reply) {
+    callSessionBus(bus, context, call, [id](const QDBusMessage &reply) {
         if (reply.type() == QDBusMessage::ErrorMessage)
             qCInfo(lcDesktopBus).noquote()
                 << QStringLiteral("“%1” shares Cobblet's systemd scope: %2").arg(id, reply.errorMessage());

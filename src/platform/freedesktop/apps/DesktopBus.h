@@ -9,12 +9,15 @@ class QObject;
 
 namespace cobblet {
 
-/// Whether there is a session bus to talk to; connects on first use and never starts one.
-bool hasSessionBus();
+class SessionBus;
+
+/// Whether there is a session bus to talk to; connects on first use. Here and below `bus` may be null: there is none.
+bool hasSessionBus(SessionBus *bus);
 
 /// Sends a call on the session bus; `answered` gets the reply or the error on the main thread, unless `context`
 /// is destroyed before. Without a bus the error comes at once.
-void callSessionBus(QObject *context, const QDBusMessage &call, std::function<void(const QDBusMessage &)> answered);
+void callSessionBus(SessionBus *bus, QObject *context, const QDBusMessage &call,
+                    std::function<void(const QDBusMessage &)> answered);
 
 /// Whether an identifier can be a name on the bus, and the object path that goes with it.
 bool isBusName(const QString &id);
@@ -24,7 +27,7 @@ QString busPathOf(const QString &id);
 QDBusMessage activateCall(const QString &id, const QString &startupId);
 
 /// Gives a process a systemd scope of its own where a user manager runs; elsewhere nothing happens.
-void moveToOwnScope(QObject *context, const QString &id, qint64 pid);
+void moveToOwnScope(SessionBus *bus, QObject *context, const QString &id, qint64 pid);
 /// The name of that scope.
 QString scopeName(const QString &id, qint64 pid);
 

@@ -72,9 +72,9 @@ Result<InstalledApplication> bundleAt(const QString &path)
 
 } // namespace
 
-FreedesktopWorkspace::FreedesktopWorkspace(X11Connection *x11, QObject *parent)
-    : m_wellKnown(m_installed, mimeDefaults(m_installed)),
-      m_icons(IconFiles::defaultBaseFolders(), IconFiles::defaultPictureFolders(), iconThemes()), m_launcher(x11)
+FreedesktopWorkspace::FreedesktopWorkspace(X11Connection *x11, SessionBus *bus, QObject *parent)
+    : m_bus(bus), m_wellKnown(m_installed, mimeDefaults(m_installed)),
+      m_icons(IconFiles::defaultBaseFolders(), IconFiles::defaultPictureFolders(), iconThemes()), m_launcher(x11, bus)
 {
     setParent(parent);
     const QStringList names = mimeDefaults(m_installed).fileNames();
@@ -163,7 +163,7 @@ void FreedesktopWorkspace::reveal(const QString &bundleID, Completion done)
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
     call << QStringList{QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded)} << QString();
-    callSessionBus(this, call, [this, path, done](const QDBusMessage &reply) {
+    callSessionBus(m_bus, this, call, [this, path, done](const QDBusMessage &reply) {
         if (reply.type() == QDBusMessage::ErrorMessage)
             openFolder(QFileInfo(path).absolutePath(), done);
         else if (done)

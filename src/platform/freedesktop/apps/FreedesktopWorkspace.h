@@ -9,14 +9,15 @@
 
 namespace cobblet {
 
+class SessionBus;
 class X11Connection;
 
 /// The applications of a freedesktop.org desktop. Nothing is listed, connected or read before it is asked for.
 class FreedesktopWorkspace : public Workspace {
     Q_OBJECT
 public:
-    /// `x11` may be null and must outlive the workspace.
-    explicit FreedesktopWorkspace(X11Connection *x11, QObject *parent = nullptr);
+    /// `x11` and `bus` may be null and must outlive the workspace.
+    explicit FreedesktopWorkspace(X11Connection *x11, SessionBus *bus = nullptr, QObject *parent = nullptr);
 
     QString resolved(const QString &bundleID) const override;
     std::optional<InstalledApplication> application(const QString &bundleID) const override;
@@ -37,6 +38,7 @@ protected:
 private:
     void openFolder(const QString &folder, const Completion &done);
 
+    SessionBus *const m_bus;
     InstalledApplications m_installed;
     WellKnownApplications m_wellKnown;
     IconFiles m_icons;

@@ -1,6 +1,5 @@
 #include "platform/freedesktop/apps/X11WindowAccess.h"
 
-#include "platform/freedesktop/apps/DesktopBus.h"
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 #include "platform/freedesktop/apps/X11RunningApplications.h"
 
@@ -21,7 +20,7 @@ void X11WindowAccess::reopen(const RunningApplication &application)
     const auto entry = m_workspace.installed().entry(application.bundleIdentifier);
     if (!entry)
         return;
-    if (entry.value().dBusActivatable && hasSessionBus())
+    if (entry.value().dBusActivatable && m_workspace.launcher().hasBus())
         m_workspace.launcher().activate(application.bundleIdentifier);
     else if (m_running.lacksWindows(application))
         m_workspace.launcher().launch(entry.value(), {}, {});

@@ -144,37 +144,39 @@ private:
     QString m_error;
 };
 
+// What is begun is also ended, however much is too much: the toolkit frees its place in the message only then.
+
 bool readTexts(const QDBusArgument &in, Meter &meter, QVariantMap &texts)
 {
+    bool fits = true;
     in.beginMap();
-    for (qsizetype count = 0; !in.atEnd();) {
+    for (qsizetype count = 0; fits && !in.atEnd();) {
         QString key;
         QDBusVariant boxed;
         in.beginMapEntry();
         in >> key >> boxed;
         in.endMapEntry();
         const QVariant value = boxed.variant();
-        if (!meter.items(++count) || !meter.text(key) || !meter.value(value))
-            return false;
-        if (value.typeId() == QMetaType::QString)
+        fits = meter.items(++count) && meter.text(key) && meter.value(value);
+        if (fits && value.typeId() == QMetaType::QString)
             texts.insert(key, value);
     }
     in.endMap();
-    return true;
+    return fits;
 }
 
 bool readByteTexts(const QDBusArgument &in, Meter &meter, QByteArrayList &list)
 {
+    bool fits = true;
     in.beginArray();
-    while (!in.atEnd()) {
+    while (fits && !in.atEnd()) {
         QByteArray each;
         in >> each;
         list.append(each);
-        if (!meter.items(list.size()) || !meter.bytes(each))
-            return false;
+        fits = meter.items(list.size()) && meter.bytes(each);
     }
     in.endArray();
-    return true;
+    return fits;
 }
 
 bool readOne(const QVariant &received, Meter &meter, QVariant &read)

@@ -21,11 +21,13 @@ bool CallQueue::take(Lane lane, Call call)
     Waiting &waiting = lane == Lane::Urgent ? m_urgent : m_ordinary;
     if (qsizetype(waiting.calls.size()) >= waiting.maximum ||
         waiting.ofSender.value(call.sender) >= waiting.maximumOfOne) {
-        if (!m_overflowed)
+        // A flood of calls is no reason for a flood of lines.
+        if (!m_lastComplaint.isValid() || m_lastComplaint.hasExpired(60'000)) {
+            m_lastComplaint.start();
             qCWarning(lcCalls).noquote()
                 << QStringLiteral("%1 asks faster than it can be answered; some requests are refused.")
                        .arg(call.sender);
-        m_overflowed = true;
+        }
         return false;
     }
     ++waiting.ofSender[call.sender];
@@ -68,8 +70,6 @@ void CallQueue::timerEvent(QTimerEvent *event)
     runNext(m_urgent);
     for (int i = 0; i < ordinaryPerTurn && runNext(m_ordinary);)
         ++i;
-    if (m_urgent.calls.empty() && m_ordinary.calls.empty())
-        m_overflowed = false;
 }
 
 std::deque<CallQueue::Call>::iterator CallQueue::next(Waiting &lane) const

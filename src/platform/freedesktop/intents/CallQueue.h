@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QBasicTimer>
+#include <QElapsedTimer>
 #include <QHash>
 #include <QObject>
 #include <QString>
@@ -59,8 +60,8 @@ private:
     Waiting m_ordinary{maximumOrdinary, maximumOrdinaryOfOne};
     QBasicTimer m_turn;
     bool m_held = false;
-    bool m_urgentDone = false; ///< in this turn of the loop
-    bool m_overflowed = false; ///< and said so
+    bool m_urgentDone = false;     ///< in this turn of the loop
+    QElapsedTimer m_lastComplaint; ///< in the log
 };
 
 } // namespace cobblet
