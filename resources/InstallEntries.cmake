@@ -23,3 +23,11 @@ foreach(entry applications/com.vantor.cobblet.desktop dbus-1/services/com.vantor
     configure_file(${here}/desktop/${name}.in ${written}/${name} @ONLY)
     file(INSTALL ${written}/${name} DESTINATION ${DATADIR}/${folder})
 endforeach()
+
+# A package leaves this to the packages around it.
+if("$ENV{DESTDIR}" STREQUAL "")
+    find_program(update NAMES update-desktop-database)
+    if(update)
+        execute_process(COMMAND ${update} -q ${DATADIR}/applications)
+    endif()
+endif()
