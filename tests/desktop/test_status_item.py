@@ -3,6 +3,7 @@
 import contextlib
 import json
 import pathlib
+import shutil
 import signal
 import subprocess
 
@@ -176,6 +177,16 @@ class StatusItem(CobbletCase):
         self.desktop.wait(lambda: not self.menu(cobblet), "the menu to close")
         tray.choose("Quit Cobblet")
         self.assertEqual(cobblet.process.wait(10), 0)
+
+    def test_a_status_notifier_recolours_the_icon_that_is_installed(self):
+        icons = self.home.path / ".local/share/icons/hicolor/symbolic/apps"
+        icons.mkdir(parents=True)
+        shutil.copy(HERE.parents[1] / "resources/StatusIcon.svg", icons / "com.vantor.cobblet-symbolic.svg")
+        tray = self.start_notifier()
+        self.start_hidden()
+        properties = tray.item()["properties"]
+        self.assertEqual(properties["IconName"], "com.vantor.cobblet-symbolic")
+        self.assertIn([24, 24], properties["IconPixmap"], "for bars that do not find the name")
 
     def test_a_status_notifier_that_comes_late_and_is_killed_gets_the_item_back(self):
         cobblet = self.start_hidden()

@@ -254,7 +254,8 @@ TEST_F(TrayTest, FindsTheTrayInWhicheverOrderTraysComeAndGo)
                 }
                 if (!trays)
                     watch();
-                EXPECT_TRUE(settles([&] { return trays->tray().kind == kind; })) << "after step " << step;
+                EXPECT_TRUE(settles([&, kind = kind] { return trays->tray().kind == kind; }))
+                    << "after step " << step;
                 EXPECT_EQ(trays->tray().window, kind == XEmbed ? xembed->window() : xcb_window_t(XCB_WINDOW_NONE));
                 EXPECT_EQ(trays->tray().owner.isEmpty(), kind != StatusNotifier);
             }

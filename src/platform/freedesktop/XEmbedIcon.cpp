@@ -91,13 +91,13 @@ void XEmbedIcon::makeWindow(const QString &description)
     const uint32_t process = uint32_t(::getpid());
     // The flag for a smallest size, 4 unused fields, and the size.
     const std::array<uint32_t, 18> hints{1 << 4, 0, 0, 0, 0, side, side};
-    constexpr std::array windowClass{'c', 'o', 'b', 'b', 'l', 'e', 't', '\0',
-                                     'C', 'o', 'b', 'b', 'l', 'e', 't', '\0'};
+    // Not the panel's: who looks for that by its class finds no other window.
+    constexpr char windowClass[] = "status-item\0Cobblet";
     const xcb_atom_t embedding = m_x11.atom("_XEMBED_INFO");
     set(embedding, embedding, 32, information.size(), information.data());
     set(XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8, uint32_t(title.size()), title.constData());
     set(m_x11.atom("_NET_WM_NAME"), m_x11.atom("UTF8_STRING"), 8, uint32_t(title.size()), title.constData());
-    set(XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8, windowClass.size(), windowClass.data());
+    set(XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8, sizeof windowClass, windowClass);
     set(m_x11.atom("_NET_WM_PID"), XCB_ATOM_CARDINAL, 32, 1, &process);
     set(XCB_ATOM_WM_NORMAL_HINTS, XCB_ATOM_WM_SIZE_HINTS, 32, hints.size(), hints.data());
 }
