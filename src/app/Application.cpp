@@ -10,15 +10,16 @@
 #include "platform/Platform.h"
 #include "platform/RunningApplications.h"
 #include "platform/Screens.h"
+#include "platform/StatusItem.h"
 #include "platform/UserDefaults.h"
 #include "platform/Workspace.h"
 #include "shell/FloatingPanelController.h"
+#include "shell/StatusBarController.h"
 #include "ui/common/Symbols.h"
 #include "ui/panel/Units.h"
 
 #include <QGuiApplication>
 #include <QLoggingCategory>
-#include <QPalette>
 #include <QPointer>
 #include <QQuickWindow>
 
@@ -32,6 +33,10 @@ Q_LOGGING_CATEGORY(log, "cobblet.app")
 
 /// Counted from the first frame: past the panel's fade, so that it stays smooth.
 constexpr auto preloadDelay = 400ms;
+/// In a step of its own, after the icons.
+constexpr auto statusItemDelay = 600ms;
+/// Counted from the start: for one that opens no panel.
+constexpr auto statusItemLatest = 3000ms;
 /// Past the first work of the person who opened the panel.
 constexpr auto trimDelay = 3000ms;
 
@@ -59,6 +64,7 @@ AppDelegate::Services Application::services()
             .scheduler = m_platform.scheduler(),
             .theme = [this]() -> ThemeManager & { return *m_theme; },
             .usageTracker = [this]() -> UsageTracker & { return m_core->usage(); },
+            .makeStatusBarController = [this] { return makeStatusBarController(); },
             .makePanelController = [this] { return makePanelController(); },
             .bringSettingsForward = {},
             .opensPanel = m_request.verb != CommandLine::Verb::Service};
@@ -75,12 +81,11 @@ void Application::start()
                                  if (m_serves)
                                      m_platform.intentsHost().groupsChanged();
                              }});
+    m_platform.menus().setSymbolSource(symbolIcon);
     m_delegate.applicationDidFinishLaunching();
+    later(statusItemLatest, &Application::showStatusItem);
     // After the panel has begun to show: who asks meanwhile can wait, the panel can't.
-    m_platform.scheduler().detached(0ms, [self = QPointer(this)] {
-        if (self)
-            self->serve();
-    });
+    later(0ms, &Application::serve);
 }
 
 void Application::serve()
@@ -93,6 +98,24 @@ void Application::serve()
     m_serves = !m_bundle.isAgent();
     if (m_serves)
         m_platform.intentsHost().serve(m_core->intents());
+}
+
+void Application::later(std::chrono::milliseconds delay, void (Application::*step)())
+{
+    m_platform.scheduler().detached(delay, [self = QPointer(this), step] {
+        if (self)
+            (self->*step)();
+    });
+}
+
+std::unique_ptr<StatusBarController> Application::makeStatusBarController()
+{
+    if (m_bundle.isAgent())
+        return nullptr;
+    return std::make_unique<StatusBarController>(
+        StatusBarController::Services{m_platform.makeStatusItem(), m_core->notifications(), m_platform.dockTile(),
+                                      symbolImage, &QCoreApplication::quit},
+        m_bundle.resource(QStringLiteral("TrayIcon.png")));
 }
 
 std::unique_ptr<FloatingPanelController> Application::makePanelController()
@@ -112,9 +135,6 @@ std::unique_ptr<PanelSurface> Application::makePanel()
                                      m_core->actions(), *m_runningApps, m_core->usage(), *m_icons,
                                      m_platform.workspace(), m_platform.dialogs(), m_platform.menus(),
                                      m_platform.appearance()});
-    m_platform.menus().setSymbolSource([](const QString &symbol) {
-        return symbolIcon(symbol, QGuiApplication::palette().color(QPalette::WindowText));
-    });
     connect(&m_view->window(), &QQuickWindow::frameSwapped, this, &Application::settle,
             Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
 
@@ -131,13 +151,8 @@ std::unique_ptr<PanelSurface> Application::makePanel()
 
 void Application::settle()
 {
-    const auto later = [this](std::chrono::milliseconds delay, void (Application::*step)()) {
-        m_platform.scheduler().detached(delay, [self = QPointer(this), step] {
-            if (self)
-                (self->*step)();
-        });
-    };
     later(preloadDelay, &Application::preloadIcons);
+    later(statusItemDelay, &Application::showStatusItem);
     later(trimDelay, &Application::trim);
 }
 
@@ -162,6 +177,12 @@ void Application::preloadIcons()
     }
     m_icons->preload(ids);
     m_platform.dockTile().setIcon(QImage(m_bundle.resource(QStringLiteral("AppIcon.png"))));
+}
+
+void Application::showStatusItem()
+{
+    if (StatusBarController *controller = m_delegate.statusBarController())
+        controller->show();
 }
 
 void Application::trim()

@@ -9,6 +9,7 @@
 #include "standalone/IconProvider.h"
 #include "ui/panel/PanelView.h"
 
+#include <chrono>
 #include <optional>
 
 namespace cobblet {
@@ -29,14 +30,17 @@ public:
 
 private:
     AppDelegate::Services services();
+    std::unique_ptr<StatusBarController> makeStatusBarController();
     std::unique_ptr<FloatingPanelController> makePanelController();
     std::unique_ptr<PanelSurface> makePanel();
     /// Begins to answer other programs, and carries out what this one was started for.
     void serve();
+    void later(std::chrono::milliseconds delay, void (Application::*step)());
     /// After the first painted frame: what can wait, in small steps.
     void settle();
     /// Warms the icons of the groups that are not on show.
     void preloadIcons();
+    void showStatusItem();
     void trim();
 
     const Bundle &m_bundle;

@@ -21,6 +21,7 @@ class PanelSurface;
 class RunningApplications;
 class Scheduler;
 class Screens;
+class StatusItem;
 class UserDefaults;
 class WindowAccess;
 class Workspace;
@@ -53,6 +54,9 @@ public:
     virtual Dialogs &dialogs() = 0;
     virtual Menus &menus() = 0;
     virtual DockTile &dockTile() = 0;
+
+    /// Makes the program's item in the status bar. The platform outlives it.
+    virtual std::unique_ptr<StatusItem> makeStatusItem() = 0;
 
     /// Makes a window that is not shown yet into a floating panel with corners of this radius (points).
     virtual std::unique_ptr<PanelSurface> makePanelSurface(QWindow &window, double cornerRadius) = 0;

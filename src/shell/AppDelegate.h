@@ -10,6 +10,7 @@ namespace cobblet {
 class DockTile;
 class FloatingPanelController;
 class Scheduler;
+class StatusBarController;
 class ThemeManager;
 class UsageTracker;
 class UserDefaults;
@@ -28,6 +29,8 @@ public:
         Scheduler &scheduler;
         std::function<ThemeManager &()> theme;
         std::function<UsageTracker &()> usageTracker;
+        /// May be empty or give none: an agent has no item in the status bar.
+        std::function<std::unique_ptr<StatusBarController>()> makeStatusBarController;
         std::function<std::unique_ptr<FloatingPanelController>()> makePanelController;
         /// Brings the settings window forward if it is visible, and says whether it is. May be empty.
         std::function<bool()> bringSettingsForward;
@@ -47,12 +50,15 @@ public:
     /// Writes what is still pending.
     void applicationWillTerminate();
 
+    /// Null before launch has finished, and in an agent.
+    StatusBarController *statusBarController() const { return m_statusBarController.get(); }
     /// Null before launch has finished.
     FloatingPanelController *panelController() const { return m_panelController.get(); }
 
 private:
     Services m_services;
     UsageTracker *m_usageTracker = nullptr;
+    std::unique_ptr<StatusBarController> m_statusBarController;
     std::unique_ptr<FloatingPanelController> m_panelController;
 };
 

@@ -215,7 +215,7 @@ class Desktop:
             selection = self.atom("_NET_WM_CM_S0")
             self.wait(lambda: self.display.get_selection_owner(selection) != X.NONE, "the compositor")
         if self.dock_side:
-            self._start_dock()
+            self.start_dock(self.dock_side)
 
     def _start_server(self):
         reading, writing = os.pipe()
@@ -253,16 +253,20 @@ class Desktop:
             os.close(writing)
             self.environment["DBUS_SESSION_BUS_ADDRESS"] = answer.readline().strip()
 
-    def _start_dock(self):
-        vertical = self.dock_side != "bottom"
+    def start_dock(self, side, tray=False):
+        """Starts the dock on a side of the screen, with a tray or without."""
+        vertical = side != "bottom"
         settings = (HERE / "session/tint2rc").read_text()
-        settings = settings.replace("POSITION", f"center {self.dock_side} vertical" if vertical
+        settings = settings.replace("POSITION", f"center {side} vertical" if vertical
                                     else "bottom center horizontal")
         settings = settings.replace("SIZE", f"100% {DOCK_THICKNESS}")
+        if tray:
+            settings = settings.replace("panel_items = LT", "panel_items = LTS")
         path = self.folder / "tint2rc"
         path.write_text(settings)
-        self.start(["tint2", "-c", str(path)], log=self.folder / "tint2.log")
+        dock = self.start(["tint2", "-c", str(path)], log=self.folder / "tint2.log")
         self.wait(lambda: self.dock() and self._area_is_less_the_dock(), "the dock")
+        return dock
 
     def _area_is_less_the_dock(self):
         area = self._root_property("_NET_WORKAREA")

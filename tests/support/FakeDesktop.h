@@ -9,6 +9,7 @@
 #include "platform/PanelSurface.h"
 #include "platform/RunningApplications.h"
 #include "platform/Screens.h"
+#include "platform/StatusItem.h"
 #include "platform/UserDefaults.h"
 #include "platform/WindowAccess.h"
 #include "platform/Workspace.h"
@@ -180,6 +181,22 @@ public:
     void popUp(const QList<MenuItem> &items, QWindow *, const QPointF &) override { last = items; }
 
     QList<MenuItem> last;
+};
+
+class FakeStatusItem : public StatusItem {
+public:
+    void setImage(Template value, const QString &accessibilityDescription) override
+    {
+        image = std::move(value);
+        description = accessibilityDescription;
+    }
+    void setMenu(const QList<MenuItem> &items) override { menu = items; }
+    void show() override { ++shown; }
+
+    Template image;
+    QString description;
+    QList<MenuItem> menu;
+    int shown = 0;
 };
 
 class FakeDockTile : public DockTile {
