@@ -153,7 +153,7 @@ class Installed(unittest.TestCase):
         self.assertTrue(self.instance())
         self.assertTrue(self.desktop.holds(lambda: not self.panels()))
         described = self.call(search[0], f"{search[1]}.GetResultMetas", f"['show:{TOOLS['id']}']")
-        self.assertIn("'Tools'", described)
+        self.assertIn("Tools", described)
         self.assertIn(TOOLS["id"], self.call("/com/vantor/cobblet/Runner", "org.kde.krunner1.Match", "Tools"))
         self.assertEqual(self.panels(), [])
 
