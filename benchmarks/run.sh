@@ -2,14 +2,15 @@
 # usage: run.sh BUILD_DIR [--quick] [--only NAME] [--results FILE]
 #
 # Measures Cobblet and its peers, side by side in one private session, and prints one table. The parts, for --only:
-# show cold memory select cycles large micro peers (the first five with the floor that Cobblet is compared with).
+# show entries cold memory select cycles large micro peers (those up to memory with the floor that Cobblet is compared
+# with).
 # --quick does everything with fewer rounds. Status 0 whatever the figures are; a figure that could not be had says why.
 set -eu
 
 here=$(cd "$(dirname "$0")" && pwd)
 
 if [ "${1:-}" != --inside ]; then
-    [ $# -ge 1 ] || { sed -n '2,6s/^# \{0,1\}//p' "$0" >&2; exit 2; }
+    [ $# -ge 1 ] || { sed -n '2,7s/^# \{0,1\}//p' "$0" >&2; exit 2; }
     build=$(cd "$1" && pwd)
     shift
     quick='' only='' results=$build/benchmarks/results.jsonl
@@ -23,11 +24,11 @@ if [ "${1:-}" != --inside ]; then
         shift
     done
     case $only in
-    '' | show | cold | memory | select | cycles | large | micro | peers) ;;
+    '' | show | entries | cold | memory | select | cycles | large | micro | peers) ;;
     *) echo "run.sh: there is no part $only" >&2; exit 2 ;;
     esac
     export build quick only results
-    for tool in cobblet_bench_floor cobblet_bench_panelwatch; do
+    for tool in cobblet_bench_floor cobblet_bench_poke cobblet_bench_panelwatch; do
         [ -x "$build/benchmarks/$tool" ] || { echo "run.sh: $tool is not built in $build" >&2; exit 1; }
     done
     mkdir -p "$(dirname "$results")"
@@ -39,7 +40,7 @@ if [ "${1:-}" != --inside ]; then
 fi
 
 # Inside the session.
-cobblet=$build/Cobblet.app/Contents/MacOS/cobblet
+cobblet=$build/Cobblet.app/Contents/Helpers/cobblet # it becomes the application where none runs
 floor=$build/benchmarks/cobblet_bench_floor
 panelwatch=$build/benchmarks/cobblet_bench_panelwatch
 data_home=$HOME/.local/share
@@ -80,12 +81,23 @@ press() { xdotool key --clearmodifiers "$@"; sleep 0.6; }
 
 have_cobblet=
 [ ! -x "$cobblet" ] || have_cobblet=1
-# A start of Cobblet shows its panel. The group of 60 is the third.
-begin_cobblet() {
+# A start of Cobblet shows its panel. The group of 60 is the third, that of 11 the second.
+begin_cobblet() { # [DIGIT]
     [ -n "$have_cobblet" ] || return 1
     begin "$cobblet" || return 1
-    press ctrl+3
+    press "ctrl+${1:-3}"
     press Escape
+}
+
+with_other_groups() { # GROUPS APPLICATIONS
+    mv "$data_home/Cobblet" "$HOME/kept-Cobblet"
+    [ ! -e "$HOME/.config/cobblet" ] || mv "$HOME/.config/cobblet" "$HOME/kept-settings"
+    /usr/bin/python3 "$here/fixture.py" "$data_home" "$@"
+}
+with_usual_groups() {
+    rm -rf "$data_home/Cobblet" "$HOME/.config/cobblet"
+    mv "$HOME/kept-Cobblet" "$data_home/Cobblet"
+    [ ! -e "$HOME/kept-settings" ] || mv "$HOME/kept-settings" "$HOME/.config/cobblet"
 }
 
 /usr/bin/python3 "$here/fixture.py" "$data_home"
@@ -116,6 +128,39 @@ if part show; then
         show_floor
         show_cobblet
     done
+fi
+
+# How the panel is asked for by a person: a key, and a second start. Eleven applications, and as many tiles.
+entries_floor() {
+    begin "$floor" --tiles 11 || cannot "floor" "it did not stay running"
+    watch show --label "floor key" --class "$floor_class" --key Alt+Shift+9 --pid "$pid" --rounds "$rounds"
+    watch show --label "floor again" --class "$floor_class" --pid "$pid" --rounds "$rounds" \
+        -- "$build/benchmarks/cobblet_bench_poke"
+    end
+}
+entries_cobblet() {
+    if begin_cobblet 2; then
+        watch show --label "cobblet key" --class "$cobblet_class" --key Alt+Shift+2 --pid "$pid" --rounds "$rounds"
+        watch show --label "cobblet again" --class "$cobblet_class" --pid "$pid" --rounds "$rounds" -- "$cobblet"
+        watch show --label "cobblet again with a name" --class "$cobblet_class" --pid "$pid" --rounds "$rounds" \
+            -- "$cobblet" show Some
+    else
+        cannot "cobblet key" "it did not stay running"
+    fi
+    end
+}
+if part entries; then
+    for ((pass = 0; pass < passes; pass++)); do
+        entries_floor
+        entries_cobblet
+    done
+    with_other_groups 50 11
+    if begin_cobblet; then
+        watch run --label "cobblet list" --rounds $((passes * 20)) -- "$cobblet" list
+        watch run --label "true" --rounds $((passes * 20)) -- /bin/true
+    fi
+    end
+    with_usual_groups
 fi
 
 if part cold; then
@@ -163,17 +208,13 @@ if part large; then
         watch idle --label "cobblet idle small" --pid "$pid" --seconds 1
     fi
     end
-    mv "$data_home/Cobblet" "$HOME/kept-Cobblet"
-    [ ! -e "$HOME/.config/cobblet" ] || mv "$HOME/.config/cobblet" "$HOME/kept-settings"
-    /usr/bin/python3 "$here/fixture.py" "$data_home" 1000 50
+    with_other_groups 1000 50
     if begin_cobblet; then
         sleep 5
         watch idle --label "cobblet idle large" --pid "$pid" --seconds 1
     fi
     end
-    rm -rf "$data_home/Cobblet" "$HOME/.config/cobblet"
-    mv "$HOME/kept-Cobblet" "$data_home/Cobblet"
-    [ ! -e "$HOME/kept-settings" ] || mv "$HOME/kept-settings" "$HOME/.config/cobblet"
+    with_usual_groups
 fi
 
 if part micro; then
@@ -219,5 +260,21 @@ if part peers; then
         if begin synapse --startup; then
             resident_peer synapse '^synapse' --key Ctrl+space
         fi
+    fi
+    if have kupfer && begin kupfer --no-splash; then
+        press Escape
+        watch show --label "kupfer again" --class '^kupfer' --pid "$pid" --rounds "$peer_rounds" -- kupfer
+        end
+    fi
+    # Its key is the business of a program of its own.
+    if have lxqt-runner && have lxqt-globalkeysd && begin lxqt-globalkeysd; then
+        keys=$pid
+        if begin lxqt-runner; then
+            press Escape
+            watch show --label "lxqt-runner show" --class runner --key Alt+F2 --pid "$pid" --rounds "$peer_rounds"
+        fi
+        end
+        pid=$keys
+        end
     fi
 fi

@@ -9,6 +9,7 @@ BELOW_CONTROL = {"platform", "model"}
 BELOW_SHELL = BELOW_CONTROL | {"control", "standalone", "integration"}
 BELOW_UI = BELOW_SHELL | {"shell"}
 MAY_INCLUDE = {
+    "command": set(),
     "platform": set(),
     "model": {"platform"},
     "control": BELOW_CONTROL,

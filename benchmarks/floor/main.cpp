@@ -1,8 +1,10 @@
 // The least that a resident Qt Quick panel costs, measured beside Cobblet with the same tool.
 //
-//   cobblet_bench_floor [--tiles N]          waits, hidden: Alt+Shift+9, or org.freedesktop.Application.Activate
-//                                            on the session bus, shows the panel; Escape hides it
+//   cobblet_bench_floor [--tiles N]          waits, hidden: Alt+Shift+9, org.freedesktop.Application.Activate on the
+//                                            session bus or cobblet_bench_poke shows the panel; Escape hides it
 //   cobblet_bench_floor --show [--tiles N]   shows the panel at once, and no more: the cold start
+
+#include "Poke.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QDBusConnection>
@@ -11,6 +13,7 @@
 #include <QPainter>
 #include <QQuickImageProvider>
 #include <QQuickView>
+#include <QSocketNotifier>
 
 #include <X11/keysym.h>
 #include <xcb/xcb.h>
@@ -18,6 +21,8 @@
 
 #include <cstdlib>
 #include <memory>
+
+#include <unistd.h>
 
 namespace {
 
@@ -86,6 +91,22 @@ public:
         return true;
     }
 
+    bool listen()
+    {
+        m_socket = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+        const sockaddr_un address = pokeAddress();
+        ::unlink(address.sun_path);
+        if (bind(m_socket, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
+            return false;
+        connect(new QSocketNotifier(m_socket, QSocketNotifier::Read, this), &QSocketNotifier::activated, this,
+                [this] {
+                    char byte = 0;
+                    if (recv(m_socket, &byte, sizeof byte, 0) > 0)
+                        open();
+                });
+        return true;
+    }
+
     bool nativeEventFilter(const QByteArray &, void *message, qintptr *) override
     {
         const auto *event = static_cast<const xcb_generic_event_t *>(message);
@@ -112,6 +133,7 @@ protected:
 
 private:
     xcb_keycode_t m_keyCode = 0;
+    int m_socket = -1;
 };
 
 } // namespace
@@ -135,6 +157,8 @@ int main(int argc, char **argv)
 
     if (!panel.grabKey())
         qWarning("The key Alt+Shift+9 cannot be grabbed: only a request on the session bus shows the panel.");
+    if (!panel.listen())
+        qWarning("No socket in XDG_RUNTIME_DIR: cobblet_bench_poke does not show the panel.");
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.registerObject(QStringLiteral("/com/cobblet/floor"), &panel, QDBusConnection::ExportAllSlots) ||
         !bus.registerService(QStringLiteral("com.cobblet.floor")))

@@ -14,6 +14,7 @@
 #include <poll.h>
 #include <spawn.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -31,11 +32,18 @@ Child::Child(const std::vector<std::string> &command)
     posix_spawnattr_init(&attributes);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
     posix_spawnattr_setpgroup(&attributes, 0);
-    const int error = posix_spawnp(&m_pid, arguments.front(), nullptr, &attributes, arguments.data(), environ);
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    posix_spawn_file_actions_adddup2(&files, STDERR_FILENO, STDOUT_FILENO);
+    const int error = posix_spawnp(&m_pid, arguments.front(), &files, &attributes, arguments.data(), environ);
+    posix_spawn_file_actions_destroy(&files);
     posix_spawnattr_destroy(&attributes);
     if (error != 0)
         throw Failure("\"" + command.front() + "\" cannot be started: " + std::strerror(error));
     m_running = true;
+    m_end = int(syscall(SYS_pidfd_open, m_pid, 0));
+    if (m_end < 0)
+        throw Failure(std::string("a started program cannot be watched: ") + std::strerror(errno));
 }
 
 Child::~Child()
@@ -44,6 +52,7 @@ Child::~Child()
     if (!wait(2000))
         ::kill(-m_pid, SIGKILL);
     wait(2000);
+    ::close(m_end);
 }
 
 void Child::terminate() const
@@ -56,14 +65,15 @@ bool Child::wait(double timeout)
 {
     for (const double end = now() + timeout; m_running;) {
         rusage used{};
-        if (wait4(m_pid, nullptr, WNOHANG, &used) == m_pid) {
+        if (wait4(m_pid, &m_status, WNOHANG, &used) == m_pid) {
             m_running = false;
             m_cpu = double(used.ru_utime.tv_sec + used.ru_stime.tv_sec) * 1e3 +
                     double(used.ru_utime.tv_usec + used.ru_stime.tv_usec) / 1e3;
         } else if (now() > end) {
             return false;
         } else {
-            ::poll(nullptr, 0, 2);
+            pollfd ended{m_end, POLLIN, 0};
+            ::poll(&ended, 1, int(end - now()) + 1);
         }
     }
     return true;

@@ -10,7 +10,8 @@
 
 namespace panelwatch {
 
-/// A program started as the leader of a process group of its own. Ended, if it still runs, when this goes.
+/// A program started as the leader of a process group of its own; what it prints goes to standard error. Ended, if it
+/// still runs, when this goes.
 class Child {
 public:
     explicit Child(const std::vector<std::string> &command);
@@ -25,9 +26,13 @@ public:
     bool wait(double timeout);
     /// CPU milliseconds that the ended process used.
     double cpu() const { return m_cpu; }
+    /// Whether the ended process ended by itself, with status 0.
+    bool succeeded() const { return m_status == 0; }
 
 private:
     pid_t m_pid = -1;
+    int m_end = -1; // readable once the process has ended
+    int m_status = -1;
     bool m_running = false;
     double m_cpu = 0;
 };

@@ -278,6 +278,23 @@ Json measureCycles(const Plan &plan)
             {"growth", memoryGrowth(memory.front(), memory.back())}};
 }
 
+Json measureRun(const Plan &plan)
+{
+    Json samples;
+    for (int round = -plan.warmup; round < plan.rounds; ++round) {
+        ::poll(nullptr, 0, int(plan.pause));
+        const double started = now();
+        Child child(plan.command);
+        const bool ended = child.wait(plan.timeout);
+        const double whole = now() - started;
+        if (!ended || !child.succeeded())
+            throw Failure("\"" + plan.command.front() + "\" did not end, or not with status 0");
+        if (round >= 0)
+            append(samples, {{"whole", whole}, {"cpu", child.cpu()}});
+    }
+    return {{"label", plan.label}, {"kind", "run"}, {"rounds", plan.rounds}, {"samples", samples}};
+}
+
 Json measureIdle(const Plan &plan)
 {
     const double cpuBefore = cpuOf(plan.pid);

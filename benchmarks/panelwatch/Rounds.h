@@ -34,6 +34,8 @@ nlohmann::ordered_json measureShow(const Plan &plan);
 nlohmann::ordered_json measureChange(const Plan &plan);
 /// Show and hide as quickly as they go, and what that does to the memory of the program.
 nlohmann::ordered_json measureCycles(const Plan &plan);
+/// A whole process: from before it is started until it has ended.
+nlohmann::ordered_json measureRun(const Plan &plan);
 /// What a program does while nobody asks anything of it.
 nlohmann::ordered_json measureIdle(const Plan &plan);
 

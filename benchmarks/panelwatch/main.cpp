@@ -20,6 +20,7 @@ constexpr const char *usage =
     "usage: cobblet_bench_panelwatch show   --class PATTERN REQUEST [OPTIONS] [-- PROGRAM ARGUMENTS]\n"
     "       cobblet_bench_panelwatch cycles --class PATTERN REQUEST --pid PID [OPTIONS]\n"
     "       cobblet_bench_panelwatch change --class PATTERN --key CHORD --back CHORD [OPTIONS]\n"
+    "       cobblet_bench_panelwatch run    [OPTIONS] -- PROGRAM ARGUMENTS\n"
     "       cobblet_bench_panelwatch idle   --pid PID [--seconds N]\n"
     "REQUEST is --key CHORD, --bus NAME (Activate on the session bus) or the program after --.\n"
     "  --label TEXT     name in the output          --pid PID      the program that stays\n"
@@ -75,7 +76,7 @@ using Measure = nlohmann::ordered_json (*)(const Plan &);
 Measure measureFor(const std::string_view name, const Plan &plan)
 {
     const int requests = int(!plan.key.empty()) + int(!plan.bus.empty()) + int(!plan.command.empty());
-    if (name != "idle" && (plan.windowClass.empty() || requests != 1 || plan.rounds < 1))
+    if (name != "idle" && name != "run" && (plan.windowClass.empty() || requests != 1 || plan.rounds < 1))
         throw std::invalid_argument("one --class, one request and at least one round are needed");
     if (plan.dismiss == "end" && plan.command.empty())
         throw std::invalid_argument("--dismiss end needs a program that was started");
@@ -85,6 +86,8 @@ Measure measureFor(const std::string_view name, const Plan &plan)
         return panelwatch::measureChange;
     if (name == "cycles" && plan.pid > 0)
         return panelwatch::measureCycles;
+    if (name == "run" && !plan.command.empty() && plan.rounds > 0)
+        return panelwatch::measureRun;
     if (name == "idle" && plan.pid > 0)
         return panelwatch::measureIdle;
     throw std::invalid_argument("no such measurement, or an option of it is missing");

@@ -4,21 +4,22 @@
 #include "platform/Dialogs.h"
 #include "platform/DockTile.h"
 #include "platform/Instance.h"
+#include "platform/IntentsHost.h"
 #include "platform/Menus.h"
 #include "platform/PanelSurface.h"
 #include "platform/Platform.h"
 #include "platform/RunningApplications.h"
 #include "platform/Screens.h"
+#include "platform/StatusItem.h"
 #include "platform/UserDefaults.h"
-#include "platform/WindowAccess.h"
 #include "platform/Workspace.h"
 #include "shell/FloatingPanelController.h"
+#include "shell/StatusBarController.h"
 #include "ui/common/Symbols.h"
 #include "ui/panel/Units.h"
 
 #include <QGuiApplication>
 #include <QLoggingCategory>
-#include <QPalette>
 #include <QPointer>
 #include <QQuickWindow>
 
@@ -32,6 +33,10 @@ Q_LOGGING_CATEGORY(log, "cobblet.app")
 
 /// Counted from the first frame: past the panel's fade, so that it stays smooth.
 constexpr auto preloadDelay = 400ms;
+/// In a step of its own, after the icons.
+constexpr auto statusItemDelay = 600ms;
+/// Counted from the start: for one that opens no panel.
+constexpr auto statusItemLatest = 3000ms;
 /// Past the first work of the person who opened the panel.
 constexpr auto trimDelay = 3000ms;
 
@@ -41,8 +46,8 @@ constexpr int preloadPerGroup = 60;
 
 } // namespace
 
-Application::Application(const Bundle &bundle, Platform &platform)
-    : m_bundle(bundle), m_platform(platform), m_delegate(services())
+Application::Application(const Bundle &bundle, Platform &platform, const CommandLine &request)
+    : m_bundle(bundle), m_platform(platform), m_request(request), m_delegate(services())
 {
     connect(&platform.instance(), &Instance::reopen, &m_delegate, &AppDelegate::applicationShouldHandleReopen);
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &m_delegate,
@@ -58,12 +63,11 @@ AppDelegate::Services Application::services()
             .dockTile = m_platform.dockTile(),
             .scheduler = m_platform.scheduler(),
             .theme = [this]() -> ThemeManager & { return *m_theme; },
-            .usageTracker = [this]() -> UsageTracker & {
-                return m_usage.emplace(m_platform.applicationSupportFolder(), m_platform.runningApplications(),
-                                       m_platform.workspace(), m_platform.scheduler());
-            },
+            .usageTracker = [this]() -> UsageTracker & { return m_core->usage(); },
+            .makeStatusBarController = [this] { return makeStatusBarController(); },
             .makePanelController = [this] { return makePanelController(); },
-            .bringSettingsForward = {}};
+            .bringSettingsForward = {},
+            .opensPanel = m_request.verb != CommandLine::Verb::Service};
 }
 
 void Application::start()
@@ -71,16 +75,54 @@ void Application::start()
     m_delegate.applicationWillFinishLaunching();
     m_popupSettings.emplace(m_platform.sharedDefaults());
     m_theme.emplace(m_platform.sharedDefaults(), m_platform.appearance());
-    m_config.emplace(ConfigManager::Options{m_platform.applicationSupportFolder(), m_bundle.isAgent()},
-                     m_platform.standardDefaults());
+    m_core.emplace(
+        m_bundle, m_platform, true, [this] { m_delegate.applicationShouldHandleReopen(); },
+        ConfigManager::Hooks{.dropGroupIcons = {}, .refreshShortcutParameters = [this] {
+                                 if (m_serves)
+                                     m_platform.intentsHost().groupsChanged();
+                             }});
+    m_platform.menus().setSymbolSource(symbolIcon);
     m_delegate.applicationDidFinishLaunching();
+    later(statusItemLatest, &Application::showStatusItem);
+    // After the panel has begun to show: who asks meanwhile can wait, the panel can't.
+    later(0ms, &Application::serve);
+}
+
+void Application::serve()
+{
+    if (m_request.groupToShow())
+        m_core->intents().run(m_request, [](const CommandReply &reply) {
+            if (!reply.errors.isEmpty())
+                qCWarning(log).noquote() << reply.errors.trimmed();
+        });
+    m_serves = !m_bundle.isAgent();
+    if (m_serves)
+        m_platform.intentsHost().serve(m_core->intents());
+}
+
+void Application::later(std::chrono::milliseconds delay, void (Application::*step)())
+{
+    m_platform.scheduler().detached(delay, [self = QPointer(this), step] {
+        if (self)
+            (self->*step)();
+    });
+}
+
+std::unique_ptr<StatusBarController> Application::makeStatusBarController()
+{
+    if (m_bundle.isAgent())
+        return nullptr;
+    return std::make_unique<StatusBarController>(
+        StatusBarController::Services{m_platform.makeStatusItem(), m_core->notifications(), m_platform.dockTile(),
+                                      symbolImage, &QCoreApplication::quit},
+        m_bundle.resource(QStringLiteral("TrayIcon.png")));
 }
 
 std::unique_ptr<FloatingPanelController> Application::makePanelController()
 {
     auto controller =
         std::make_unique<FloatingPanelController>([this] { return makePanel(); }, m_platform.screens(),
-                                                  *m_popupSettings, m_notifications, m_platform.scheduler());
+                                                  *m_popupSettings, m_core->notifications(), m_platform.scheduler());
     controller->setGroupProvider([this] { return m_view ? m_view->selectedGroup() : std::nullopt; });
     return controller;
 }
@@ -88,15 +130,11 @@ std::unique_ptr<FloatingPanelController> Application::makePanelController()
 std::unique_ptr<PanelSurface> Application::makePanel()
 {
     m_runningApps.emplace(m_platform.runningApplications());
-    m_actions.emplace(m_platform.workspace(), m_platform.runningApplications(), m_platform.windowAccess(), *m_usage,
-                      m_platform.standardDefaults(), m_platform.scheduler());
     m_icons.emplace(m_platform.workspace(), qGuiApp->devicePixelRatio());
-    m_view.emplace(PanelDependencies{*m_config, *m_popupSettings, *m_theme, m_notifications, *m_actions,
-                                     *m_runningApps, *m_usage, *m_icons, m_platform.workspace(), m_platform.dialogs(),
-                                     m_platform.menus(), m_platform.appearance()});
-    m_platform.menus().setSymbolSource([](const QString &symbol) {
-        return symbolIcon(symbol, QGuiApplication::palette().color(QPalette::WindowText));
-    });
+    m_view.emplace(PanelDependencies{m_core->config(), *m_popupSettings, *m_theme, m_core->notifications(),
+                                     m_core->actions(), *m_runningApps, m_core->usage(), *m_icons,
+                                     m_platform.workspace(), m_platform.dialogs(), m_platform.menus(),
+                                     m_platform.appearance()});
     connect(&m_view->window(), &QQuickWindow::frameSwapped, this, &Application::settle,
             Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
 
@@ -113,13 +151,8 @@ std::unique_ptr<PanelSurface> Application::makePanel()
 
 void Application::settle()
 {
-    const auto later = [this](std::chrono::milliseconds delay, void (Application::*step)()) {
-        m_platform.scheduler().detached(delay, [self = QPointer(this), step] {
-            if (self)
-                (self->*step)();
-        });
-    };
     later(preloadDelay, &Application::preloadIcons);
+    later(statusItemDelay, &Application::showStatusItem);
     later(trimDelay, &Application::trim);
 }
 
@@ -132,7 +165,7 @@ void Application::preloadIcons()
     const qint64 maximum = preloadBytes / qint64(side * side * 4);
     QStringList ids;
     QSet<QString> seen;
-    for (const AppGroup &group : m_config->groups()) {
+    for (const AppGroup &group : m_core->config().groups()) {
         for (const AppItem &app : group.apps.mid(0, preloadPerGroup)) {
             if (ids.size() >= maximum)
                 break;
@@ -144,6 +177,12 @@ void Application::preloadIcons()
     }
     m_icons->preload(ids);
     m_platform.dockTile().setIcon(QImage(m_bundle.resource(QStringLiteral("AppIcon.png"))));
+}
+
+void Application::showStatusItem()
+{
+    if (StatusBarController *controller = m_delegate.statusBarController())
+        controller->show();
 }
 
 void Application::trim()

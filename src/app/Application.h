@@ -1,10 +1,7 @@
 #pragma once
 
-#include "control/GroupActions.h"
+#include "app/Core.h"
 #include "control/RunningAppsMonitor.h"
-#include "control/UsageTracker.h"
-#include "model/ConfigManager.h"
-#include "model/Notifications.h"
 #include "model/PopupSettings.h"
 #include "model/Theme.h"
 #include "platform/Bundle.h"
@@ -12,6 +9,7 @@
 #include "standalone/IconProvider.h"
 #include "ui/panel/PanelView.h"
 
+#include <chrono>
 #include <optional>
 
 namespace cobblet {
@@ -23,8 +21,8 @@ class Platform;
 class Application : public QObject {
     Q_OBJECT
 public:
-    /// Needs a QApplication; both references must outlive the object.
-    Application(const Bundle &bundle, Platform &platform);
+    /// Needs a QApplication; the references must outlive the object. `request` is what the program was started for.
+    Application(const Bundle &bundle, Platform &platform, const CommandLine &request);
     ~Application() override;
 
     /// Runs the start-up sequence; the panel shows once the event loop runs.
@@ -32,24 +30,28 @@ public:
 
 private:
     AppDelegate::Services services();
+    std::unique_ptr<StatusBarController> makeStatusBarController();
     std::unique_ptr<FloatingPanelController> makePanelController();
     std::unique_ptr<PanelSurface> makePanel();
+    /// Begins to answer other programs, and carries out what this one was started for.
+    void serve();
+    void later(std::chrono::milliseconds delay, void (Application::*step)());
     /// After the first painted frame: what can wait, in small steps.
     void settle();
     /// Warms the icons of the groups that are not on show.
     void preloadIcons();
+    void showStatusItem();
     void trim();
 
     const Bundle &m_bundle;
     Platform &m_platform;
-    NotificationCenter m_notifications;
+    const CommandLine &m_request;
+    bool m_serves = false;
     // In order of dependency; each is made when start-up gets there.
     std::optional<PopupSettings> m_popupSettings;
     std::optional<ThemeManager> m_theme;
-    std::optional<ConfigManager> m_config;
-    std::optional<UsageTracker> m_usage;
+    std::optional<Core> m_core;
     std::optional<RunningAppsMonitor> m_runningApps;
-    std::optional<GroupActions> m_actions;
     std::optional<IconProvider> m_icons;
     std::optional<PanelView> m_view;
     AppDelegate m_delegate;

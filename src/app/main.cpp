@@ -1,5 +1,5 @@
 #include "app/Application.h"
-#include "app/CommandLine.h"
+#include "app/Headless.h"
 #include "platform/Instance.h"
 #include "platform/Platform.h"
 #include "platform/portable/UnixSignals.h"
@@ -7,31 +7,45 @@
 #include <QApplication>
 
 #include <cstdio>
-#include <sysexits.h>
 
 namespace {
 
 using namespace cobblet;
 
-QStringList argumentsOf(int argc, char **argv)
+QByteArrayList argumentsOf(int argc, char **argv)
 {
-    QStringList arguments;
+    QByteArrayList arguments;
     for (int i = 1; i < argc; ++i)
-        arguments.append(QString::fromLocal8Bit(argv[i]));
+        arguments.append(argv[i]);
     return arguments;
 }
 
-void print(std::FILE *stream, const QString &text)
+QStringList texts(const QByteArrayList &arguments)
 {
-    std::fputs(text.toLocal8Bit().constData(), stream);
+    QStringList list;
+    for (const QByteArray &argument : arguments)
+        list.append(QString::fromUtf8(argument));
+    return list;
 }
 
-int run(const Bundle &bundle)
+/// Prints the answer and returns the exit status.
+int finish(const CommandReply &reply)
 {
+    std::fputs(reply.output.toUtf8().constData(), stdout);
+    std::fputs(reply.errors.toUtf8().constData(), stderr);
+    return reply.status;
+}
+
+/// Becomes the instance that runs, or hands the arguments over to it.
+int runResident(const Bundle &bundle, const CommandLine &line, const QStringList &arguments)
+{
+    if (const auto refused = refusal(bundle, line))
+        return finish(*refused);
+
     // Before the toolkit starts, so that a later start that only hands over costs little.
     std::unique_ptr<Platform> platform = makePlatform(bundle);
-    if (platform->instance().claim() == Instance::Role::HandedOver)
-        return EX_OK;
+    if (platform->instance().claim(arguments) == Instance::Role::HandedOver)
+        return finish(platform->instance().answer());
     platform->warmUp();
 
     // The toolkit names windows after the program, and gets none of the arguments, which are ours.
@@ -47,9 +61,9 @@ int run(const Bundle &bundle)
     const UnixSignals unixSignals;
     QObject::connect(&unixSignals, &UnixSignals::quitRequested, &qtApplication, &QApplication::quit);
 
-    int status = EX_OK;
+    int status = 0;
     {
-        Application application(bundle, *platform);
+        Application application(bundle, *platform, line);
         application.start();
         status = QApplication::exec();
     }
@@ -61,19 +75,10 @@ int run(const Bundle &bundle)
 
 int main(int argc, char **argv)
 {
-    const CommandLine line = CommandLine::parse(argumentsOf(argc, argv));
-    if (line.verb == CommandLine::Verb::Invalid) {
-        print(stderr, QStringLiteral("cobblet: “%1” is not understood.\n").arg(line.invalid) + CommandLine::usage());
-        return EX_USAGE;
-    }
-    if (line.verb == CommandLine::Verb::Help) {
-        print(stdout, CommandLine::usage());
-        return EX_OK;
-    }
+    const QByteArrayList arguments = argumentsOf(argc, argv);
+    const CommandLine line = CommandLine::parse(arguments);
     const Bundle bundle = Bundle::current();
-    if (line.verb == CommandLine::Verb::Version) {
-        print(stdout, QStringLiteral("Cobblet %1\n").arg(bundle.version));
-        return EX_OK;
-    }
-    return run(bundle);
+    if (const auto answer = line.answer(bundle.version))
+        return finish(*answer);
+    return line.needsPanel() ? runResident(bundle, line, texts(arguments)) : finish(runHeadless(bundle, line));
 }

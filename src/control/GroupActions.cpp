@@ -5,7 +5,6 @@
 #include "platform/Scheduler.h"
 #include "platform/UserDefaults.h"
 #include "platform/WindowAccess.h"
-#include "platform/Workspace.h"
 
 #include <QPointer>
 #include <QSet>
@@ -14,7 +13,6 @@ namespace cobblet {
 
 namespace {
 
-constexpr std::chrono::milliseconds openInterval{80};
 const QString didPromptKey = QStringLiteral("didPromptAccessibility");
 
 } // namespace
@@ -26,22 +24,22 @@ GroupActions::GroupActions(Workspace &workspace, RunningApplications &running, W
 {
 }
 
-bool GroupActions::openApp(const QString &bundleID)
+GroupActions::Opening GroupActions::open(const QString &bundleID, Workspace::Completion launched)
 {
     const QString id = m_workspace.resolved(bundleID);
     if (id.isEmpty())
-        return false;
+        return Opening::NotInstalled;
     for (const RunningApplication &application : m_running.runningApplications()) {
         if (application.bundleIdentifier == id) {
             bringForward(application);
             m_usage.recordLaunch(bundleID);
-            return true;
+            return Opening::BroughtForward;
         }
     }
     if (!m_workspace.application(bundleID))
-        return false;
-    m_workspace.open(bundleID);
-    return true;
+        return Opening::NotInstalled;
+    m_workspace.open(bundleID, std::move(launched));
+    return Opening::Launching;
 }
 
 void GroupActions::bringForward(const RunningApplication &application)
@@ -60,10 +58,15 @@ void GroupActions::bringForward(const RunningApplication &application)
 
 void GroupActions::openAll(const QList<AppItem> &apps)
 {
+    openAll(apps, [this, apps](qsizetype i) { openApp(apps[i].bundleID); });
+}
+
+void GroupActions::openAll(const QList<AppItem> &apps, const std::function<void(qsizetype)> &open)
+{
     for (qsizetype i = 0; i < apps.size(); ++i) {
-        m_scheduler.detached(i * openInterval, [self = QPointer(this), id = apps[i].bundleID] {
+        m_scheduler.detached(i * openInterval, [self = QPointer(this), open, i] {
             if (self)
-                self->openApp(id);
+                open(i);
         });
     }
 }

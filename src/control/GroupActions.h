@@ -1,8 +1,12 @@
 #pragma once
 
 #include "model/AppGroup.h"
+#include "platform/Workspace.h"
 
 #include <QObject>
+
+#include <chrono>
+#include <functional>
 
 namespace cobblet {
 
@@ -12,7 +16,6 @@ class Scheduler;
 class UsageTracker;
 class UserDefaults;
 class WindowAccess;
-class Workspace;
 
 /// Acts on one application or on all applications of a group. Stateless but for the opens that openAll() has
 /// still to make. Main thread only; every call returns at once.
@@ -22,10 +25,19 @@ public:
     GroupActions(Workspace &workspace, RunningApplications &running, WindowAccess &windowAccess, UsageTracker &usage,
                  UserDefaults &standardDefaults, Scheduler &scheduler, QObject *parent = nullptr);
 
+    /// The time from one application's opening to the next one's in openAll().
+    static constexpr std::chrono::milliseconds openInterval{80};
+
+    enum class Opening { NotInstalled, BroughtForward, Launching };
+
     /// Brings the running application forward or asks for its launch; false when none is installed.
-    bool openApp(const QString &bundleID);
+    bool openApp(const QString &bundleID) { return open(bundleID) != Opening::NotInstalled; }
+    /// The same, for callers that report. `launched` gets the outcome of a launch, and is not called without one.
+    Opening open(const QString &bundleID, Workspace::Completion launched = {});
     /// Opens each application, 0.08 s apart, so that their activations do not fight.
     void openAll(const QList<AppItem> &apps);
+    /// The same, with `open` called for each index in its turn in place of openApp().
+    void openAll(const QList<AppItem> &apps, const std::function<void(qsizetype)> &open);
     void hideAll(const QList<AppItem> &apps);
     /// Asks each to quit; they may refuse.
     void quitAll(const QList<AppItem> &apps);

@@ -193,7 +193,9 @@ void UsageTracker::save(SavedFile &file)
     const Scheduler::Handle finished = std::exchange(file.pending, nullptr);
     const FileLock lock(m_lockPath);
     const Status written =
-        writeAtomically(file.path, QJsonDocument((this->*file.encode)()).toJson(QJsonDocument::Compact));
+        lock.mayWrite()
+            ? writeAtomically(file.path, QJsonDocument((this->*file.encode)()).toJson(QJsonDocument::Compact))
+            : lock.mayWrite();
     if (written) {
         file.failureLogged = false;
     } else if (!file.failureLogged) {

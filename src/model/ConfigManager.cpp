@@ -88,8 +88,11 @@ ConfigManager::ConfigManager(Options options, UserDefaults &standardDefaults, Ho
             m_hooks.refreshShortcutParameters();
     }
     connect(&m_defaults, &UserDefaults::didChange, this, &ConfigManager::followShortcuts);
-    connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, &ConfigManager::followGroups);
-    connect(&m_watcher, &QFileSystemWatcher::fileChanged, this, &ConfigManager::followGroups);
+    if (!m_options.follows)
+        return;
+    m_watcher = std::make_unique<QFileSystemWatcher>();
+    connect(m_watcher.get(), &QFileSystemWatcher::directoryChanged, this, &ConfigManager::followGroups);
+    connect(m_watcher.get(), &QFileSystemWatcher::fileChanged, this, &ConfigManager::followGroups);
     watch();
 }
 
@@ -180,7 +183,7 @@ void ConfigManager::publish(const QMap<int, QUuid> &shortcuts)
 void ConfigManager::saveGroups()
 {
     const QByteArray json = encodeGroups(m_groups);
-    const Status status = m_file.write(json);
+    const Status status = m_lock->mayWrite() ? m_file.write(json) : m_lock->mayWrite();
     if (status)
         m_unsaved.clear();
     else if (!m_fileFails)
@@ -242,10 +245,10 @@ void ConfigManager::followShortcuts()
 void ConfigManager::watch()
 {
     // A file that was replaced, and a folder that came later, are not watched by themselves.
-    if (!m_watcher.directories().contains(m_options.folder) && QDir(m_options.folder).exists())
-        m_watcher.addPath(m_options.folder);
-    if (!m_watcher.files().contains(m_file.path()) && QFile::exists(m_file.path()))
-        m_watcher.addPath(m_file.path());
+    if (!m_watcher->directories().contains(m_options.folder) && QDir(m_options.folder).exists())
+        m_watcher->addPath(m_options.folder);
+    if (!m_watcher->files().contains(m_file.path()) && QFile::exists(m_file.path()))
+        m_watcher->addPath(m_file.path());
 }
 
 } // namespace cobblet

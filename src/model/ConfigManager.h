@@ -24,6 +24,7 @@ public:
     struct Options {
         QString folder;       ///< where "groups.json" lives
         bool isAgent = false; ///< an agent does not refresh the App Shortcuts parameters
+        bool follows = true;  ///< other processes' changes arrive by themselves, not only with a change made here
     };
 
     /// What the save sequence causes above this room, in its order. Set before the first load.
@@ -112,7 +113,7 @@ private:
     const Hooks m_hooks;
     UserDefaults &m_defaults;
     GroupsFile m_file;
-    QFileSystemWatcher m_watcher;
+    std::unique_ptr<QFileSystemWatcher> m_watcher; ///< null when nothing is followed
     std::unique_ptr<FileLock> m_lock;
     int m_lockDepth = 0;
 

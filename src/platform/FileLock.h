@@ -1,6 +1,10 @@
 #pragma once
 
+#include "platform/Result.h"
+
 #include <QString>
+
+#include <chrono>
 
 namespace cobblet {
 
@@ -8,16 +12,22 @@ namespace cobblet {
 /// ends in any way. A lock file that cannot be made leaves the object unlocked: the caller goes on alone.
 class FileLock {
 public:
-    /// Waits until the lock is free. Missing folders are made.
-    explicit FileLock(const QString &path);
+    /// What one holder's change, or a queue of them, takes on a slow disk; longer is a process that was stopped.
+    static constexpr std::chrono::milliseconds defaultPatience{3000};
+
+    /// Waits until the lock is free, or until its holder has tried the caller's patience. Missing folders are made.
+    explicit FileLock(const QString &path, std::chrono::milliseconds patience = defaultPatience);
     ~FileLock();
     FileLock(const FileLock &) = delete;
     FileLock &operator=(const FileLock &) = delete;
 
     bool isHeld() const { return m_descriptor >= 0; }
+    /// An error while another process keeps the lock, and writing would undo what it is about to write.
+    const Status &mayWrite() const { return m_mayWrite; }
 
 private:
     int m_descriptor = -1;
+    Status m_mayWrite;
 };
 
 } // namespace cobblet

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "platform/IntentsHost.h"
+
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 namespace cobblet {
 
@@ -11,16 +14,22 @@ class Instance : public QObject {
 public:
     enum class Role {
         First,     ///< this process is the one that runs, or the desktop cannot tell (logged)
-        HandedOver ///< another one runs and has been asked to reopen; this process has nothing left to do
+        HandedOver ///< another one runs and has been asked in its place; this process has nothing left to do
     };
 
-    /// Called once, before any window exists.
-    virtual Role claim() = 0;
+    /// Called once, before any window exists. `arguments`, without the program's name, is what another instance is
+    /// asked to carry out; with none it is asked to reopen.
+    virtual Role claim(const QStringList &arguments) = 0;
+    /// What the other instance answered to the arguments, once they were handed over.
+    const CommandReply &answer() const { return m_answer; }
 
 signals:
     /// The application's icon was clicked again, or a later start handed over its request. `token` is the
     /// startup-notification or activation token that came with it, possibly empty.
     void reopen(const QString &token);
+
+protected:
+    CommandReply m_answer;
 };
 
 } // namespace cobblet

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QColor>
 #include <QIcon>
+#include <QKeySequence>
 #include <QList>
 #include <QPointF>
 #include <QString>
@@ -13,12 +15,13 @@ namespace cobblet {
 
 /// One entry of a menu; an entry with neither title nor children is a separator.
 struct MenuItem {
-    QString title;
-    QString symbol;               ///< symbol name ("pin"), or empty
-    std::function<void()> action; ///< unused when there are children
-    QList<MenuItem> children;
+    QString title = {};
+    QString symbol = {};                    ///< symbol name ("pin"), or empty
+    std::function<void()> action = nullptr; ///< unused when there are children
+    QList<MenuItem> children = {};
     bool destructive = false;
     bool enabled = true;
+    QKeySequence shortcut = {}; ///< shown beside the title; the menu itself does not listen for it
 
     bool isSeparator() const { return title.isEmpty() && children.isEmpty(); }
 };
@@ -28,8 +31,8 @@ class Menus {
 public:
     virtual ~Menus() = default;
 
-    /// Where the pictures of symbols come from; without one, entries have none.
-    virtual void setSymbolSource(std::function<QIcon(const QString &symbol)>) {}
+    /// Where the pictures of symbols, in a colour, come from; without one, entries have none.
+    virtual void setSymbolSource(std::function<QIcon(const QString &symbol, const QColor &color)>) {}
 
     /// Opens the menu at a point of the window (y-down points from its top left corner) and returns at once.
     virtual void popUp(const QList<MenuItem> &items, QWindow *window, const QPointF &position) = 0;

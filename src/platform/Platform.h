@@ -21,6 +21,7 @@ class PanelSurface;
 class RunningApplications;
 class Scheduler;
 class Screens;
+class StatusItem;
 class UserDefaults;
 class WindowAccess;
 class Workspace;
@@ -54,6 +55,9 @@ public:
     virtual Menus &menus() = 0;
     virtual DockTile &dockTile() = 0;
 
+    /// Makes the program's item in the status bar. The platform outlives it.
+    virtual std::unique_ptr<StatusItem> makeStatusItem() = 0;
+
     /// Makes a window that is not shown yet into a floating panel with corners of this radius (points).
     virtual std::unique_ptr<PanelSurface> makePanelSurface(QWindow &window, double cornerRadius) = 0;
 
@@ -61,8 +65,9 @@ public:
     virtual void settle() = 0;
 };
 
-/// The backend that was linked. `bundle` is the running program's own. Before there is a QGuiApplication only
-/// instance() and warmUp() may be used; no service may outlive it.
+/// The backend that was linked. `bundle` is the running program's own. Before there is an application object only
+/// instance() and warmUp() may be used; with a QCoreApplication alone, only what draws nothing. No service may
+/// outlive it.
 std::unique_ptr<Platform> makePlatform(const Bundle &bundle);
 
 } // namespace cobblet

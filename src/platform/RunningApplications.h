@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Result.h"
+
 #include <QList>
 #include <QObject>
 #include <QString>
@@ -21,6 +23,10 @@ class RunningApplications : public QObject {
 public:
     /// In the system's order (first started first).
     virtual QList<RunningApplication> runningApplications() const = 0;
+
+    /// Ok when the list is complete; else why this process cannot see, or not reach, the applications it did not
+    /// start itself.
+    virtual Status availability() const { return {}; }
 
     /// Iconifies all its windows.
     virtual void hide(const RunningApplication &application) = 0;

@@ -6,6 +6,7 @@
 #include "platform/Scheduler.h"
 #include "platform/UserDefaults.h"
 #include "shell/FloatingPanelController.h"
+#include "shell/StatusBarController.h"
 
 #include <QLoggingCategory>
 #include <QPointer>
@@ -42,9 +43,13 @@ void AppDelegate::applicationWillFinishLaunching()
 void AppDelegate::applicationDidFinishLaunching()
 {
     m_usageTracker = &m_services.usageTracker();
+    if (m_services.makeStatusBarController)
+        m_statusBarController = m_services.makeStatusBarController();
     m_panelController = m_services.makePanelController();
     m_services.theme().refresh();
     m_panelController->createPanel();
+    if (!m_services.opensPanel)
+        return;
     m_services.scheduler.detached(std::chrono::milliseconds(0), [self = QPointer(this)] {
         if (!self)
             return;

@@ -10,6 +10,7 @@ namespace cobblet {
 class DockTile;
 class FloatingPanelController;
 class Scheduler;
+class StatusBarController;
 class ThemeManager;
 class UsageTracker;
 class UserDefaults;
@@ -28,9 +29,13 @@ public:
         Scheduler &scheduler;
         std::function<ThemeManager &()> theme;
         std::function<UsageTracker &()> usageTracker;
+        /// May be empty or give none: an agent has no item in the status bar.
+        std::function<std::unique_ptr<StatusBarController>()> makeStatusBarController;
         std::function<std::unique_ptr<FloatingPanelController>()> makePanelController;
         /// Brings the settings window forward if it is visible, and says whether it is. May be empty.
         std::function<bool()> bringSettingsForward;
+        /// Whether the panel shows once launch has finished.
+        bool opensPanel = true;
     };
 
     explicit AppDelegate(Services services, QObject *parent = nullptr);
@@ -38,19 +43,22 @@ public:
 
     /// Carries earlier preferences over. Before any store that reads them is made.
     void applicationWillFinishLaunching();
-    /// Makes the controllers and the panel; the panel shows on the next turn of the event loop.
+    /// Makes the controllers and the panel, which shows on the next turn of the event loop.
     void applicationDidFinishLaunching();
     /// A click on the icon of the running application, or a second start of it.
     void applicationShouldHandleReopen();
     /// Writes what is still pending.
     void applicationWillTerminate();
 
+    /// Null before launch has finished, and in an agent.
+    StatusBarController *statusBarController() const { return m_statusBarController.get(); }
     /// Null before launch has finished.
     FloatingPanelController *panelController() const { return m_panelController.get(); }
 
 private:
     Services m_services;
     UsageTracker *m_usageTracker = nullptr;
+    std::unique_ptr<StatusBarController> m_statusBarController;
     std::unique_ptr<FloatingPanelController> m_panelController;
 };
 

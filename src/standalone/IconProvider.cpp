@@ -2,6 +2,8 @@
 
 #include "platform/Workspace.h"
 
+#include <utility>
+
 namespace cobblet {
 
 namespace {
@@ -157,6 +159,26 @@ bool IconProvider::isStopping() const
     return m_isStopping;
 }
 
+void IconProvider::announce(const QStringList &bundleIDs)
+{
+    {
+        const std::lock_guard lock(m_jobsMutex);
+        m_unannounced.append(bundleIDs);
+    }
+    QMetaObject::invokeMethod(this, &IconProvider::emitLoaded, Qt::QueuedConnection);
+}
+
+void IconProvider::emitLoaded()
+{
+    QStringList bundleIDs;
+    {
+        const std::lock_guard lock(m_jobsMutex);
+        bundleIDs = std::exchange(m_unannounced, {});
+    }
+    if (!bundleIDs.isEmpty())
+        emit loaded(bundleIDs);
+}
+
 void IconProvider::load(const Job &job)
 {
     State drawnFor{};
@@ -183,8 +205,7 @@ void IconProvider::load(const Job &job)
             continue;
         changed = true;
         if (!job.replaces)
-            QMetaObject::invokeMethod(
-                this, [this, ids = icons.keys()] { emit loaded(ids); }, Qt::QueuedConnection);
+            announce(icons.keys());
     }
     if (changed && job.replaces)
         QMetaObject::invokeMethod(this, &IconProvider::iconsChanged, Qt::QueuedConnection);

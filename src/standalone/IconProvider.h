@@ -62,6 +62,9 @@ private:
     void enqueue(Job job);
     void work();
     void load(const Job &job);
+    /// From the worker to the main thread.
+    void announce(const QStringList &bundleIDs);
+    void emitLoaded();
     void reload();
     bool isStopping() const;
 
@@ -75,6 +78,7 @@ private:
 
     mutable std::mutex m_jobsMutex;
     QList<Job> m_jobs;
+    QStringList m_unannounced;
     bool m_isWorking = false;
     bool m_isStopping = false;
     std::thread m_worker; ///< lives only while there are jobs

@@ -14,7 +14,7 @@ import unittest
 from desktop import Desktop, Rect, bottom, right
 
 HERE = pathlib.Path(__file__).resolve().parent
-EXECUTABLE = os.environ.get("COBBLET", str(HERE.parents[1] / "build/dev/Cobblet.app/Contents/MacOS/cobblet"))
+EXECUTABLE = os.environ.get("COBBLET", str(HERE.parents[1] / "build/dev/Cobblet.app/Contents/Helpers/cobblet"))
 
 # The panel's measures, in points; a point is a pixel here.
 GAP = 8
@@ -60,13 +60,16 @@ class Home:
         self.groups_file = self.support / "groups.json"
         self.support.mkdir(parents=True)
         if groups is not None:
-            self.groups_file.write_text(json.dumps(groups, ensure_ascii=False), encoding="utf-8")
+            self.write(groups)
         entries = self.path / ".local/share/applications"
         entries.mkdir()
         for identifier, name, command, window_class in ENTRIES:
             (entries / f"{identifier}.desktop").write_text(
                 f"[Desktop Entry]\nType=Application\nName={name}\nExec={command}\nStartupWMClass={window_class}\n",
                 encoding="utf-8")
+
+    def write(self, groups):
+        self.groups_file.write_text(json.dumps(groups, ensure_ascii=False), encoding="utf-8")
 
     def environment(self):
         return {"HOME": str(self.path), "XDG_DATA_HOME": str(self.path / ".local/share"),

@@ -136,12 +136,14 @@ def die_with_parent():
 class Desktop:
     """An X server with, as asked for, a session bus, a window manager, a dock on a side and a compositor.
 
-    Used in a `with` statement. `environment` is what programs on this desktop run with.
+    Used in a `with` statement. `environment` is what programs on this desktop run with. `screens` are rectangles, the
+    main screen first; without them the server has one screen.
     """
 
-    def __init__(self, dock="bottom", bus=True, window_manager=True, compositor=False, size=(1280, 800)):
+    def __init__(self, dock="bottom", bus=True, window_manager=True, compositor=False, size=(1280, 800), screens=()):
         self.dock_side = dock
-        self.size = size
+        self.screens = screens
+        self.size = (max(map(right, screens)), max(map(bottom, screens))) if screens else size
         self._parts = {"bus": bus, "window_manager": window_manager, "compositor": compositor}
         self._processes = []
         # Nothing of a session that this process may be part of, but where the person keeps things.
@@ -213,20 +215,30 @@ class Desktop:
             selection = self.atom("_NET_WM_CM_S0")
             self.wait(lambda: self.display.get_selection_owner(selection) != X.NONE, "the compositor")
         if self.dock_side:
-            self._start_dock()
+            self.start_dock(self.dock_side)
 
     def _start_server(self):
         reading, writing = os.pipe()
         with os.fdopen(reading) as answer:
-            server = self.start(["Xvfb", "-displayfd", str(writing), "-screen", "0", f"{self.size[0]}x{self.size[1]}x24",
-                                 "-dpi", "96", "-nolisten", "tcp", "-noreset"],
-                                log=self.folder / "xvfb.log", pass_fds=[writing])
+            width, height = self.size
+            # Xvfb can't be divided into screens. Xvnc can, and listens nowhere but on a socket in our own folder.
+            command = (["Xvnc", "-geometry", f"{width}x{height}", "-depth", "24", "-rfbport", "-1", "-rfbunixpath",
+                        str(self.folder / "vnc"), "-SecurityTypes", "None"] if self.screens
+                       else ["Xvfb", "-screen", "0", f"{width}x{height}x24"])
+            server = self.start(command + ["-displayfd", str(writing), "-dpi", "96", "-nolisten", "tcp", "-noreset"],
+                                log=self.folder / "server.log", pass_fds=[writing])
             os.close(writing)
             number = answer.readline().strip()
         if not number:
             server.wait()
-            raise RuntimeError("Xvfb did not start: " + (self.folder / "xvfb.log").read_text())
+            raise RuntimeError("The X server did not start: " + (self.folder / "server.log").read_text())
         self.environment["DISPLAY"] = f":{number}"
+        for index, (x, y, width, height) in enumerate(self.screens):
+            # The one output belongs to the main screen; the millimetres are those of 96 dots an inch.
+            subprocess.run(["xrandr", "--setmonitor", f"{'' if index else '*'}screen-{index}",
+                            f"{width}/{width * 25.4 / 96:.0f}x{height}/{height * 25.4 / 96:.0f}+{x}+{y}",
+                            "none" if index else "VNC-0"],
+                           env=self.environment, check=True, timeout=20, stdout=subprocess.DEVNULL)
         self.display = Display(f":{number}")
         self.display.set_error_handler(lambda *_: None)
         self.root = self.display.screen().root
@@ -241,16 +253,20 @@ class Desktop:
             os.close(writing)
             self.environment["DBUS_SESSION_BUS_ADDRESS"] = answer.readline().strip()
 
-    def _start_dock(self):
-        vertical = self.dock_side != "bottom"
+    def start_dock(self, side, tray=False):
+        """Starts the dock on a side of the screen, with a tray or without."""
+        vertical = side != "bottom"
         settings = (HERE / "session/tint2rc").read_text()
-        settings = settings.replace("POSITION", f"center {self.dock_side} vertical" if vertical
+        settings = settings.replace("POSITION", f"center {side} vertical" if vertical
                                     else "bottom center horizontal")
         settings = settings.replace("SIZE", f"100% {DOCK_THICKNESS}")
+        if tray:
+            settings = settings.replace("panel_items = LT", "panel_items = LTS")
         path = self.folder / "tint2rc"
         path.write_text(settings)
-        self.start(["tint2", "-c", str(path)], log=self.folder / "tint2.log")
+        dock = self.start(["tint2", "-c", str(path)], log=self.folder / "tint2.log")
         self.wait(lambda: self.dock() and self._area_is_less_the_dock(), "the dock")
+        return dock
 
     def _area_is_less_the_dock(self):
         area = self._root_property("_NET_WORKAREA")

@@ -1,5 +1,7 @@
 #include "StoreFixture.h"
 
+#include "platform/FileLock.h"
+
 #include <sys/stat.h>
 
 namespace cobblet {
@@ -188,6 +190,24 @@ TEST_F(ConfigManagerStorageTest, RunsFromMemoryWhereNothingCanBeWritten)
     EXPECT_EQ(manager.group(first)->name, QStringLiteral("Mine"));
     EXPECT_EQ(manager.groups().last().name, QStringLiteral("New"));
     EXPECT_EQ(decodeGroups(onDisk()).value(), manager.groups());
+}
+
+TEST_F(ConfigManagerStorageTest, AProcessThatNeverLetsTheLockGoKeepsNobodyWaitingForEver)
+{
+    put(encodeGroups(groups("A:")));
+    ConfigManager manager(options(), defaults);
+    const QUuid id = manager.groups()[0].id;
+    LogCapture log;
+    {
+        const FileLock stopped(file() + QStringLiteral(".lock"));
+        ASSERT_TRUE(stopped.isHeld());
+        manager.renameGroup(id, QStringLiteral("Mine"));
+        EXPECT_EQ(manager.group(id)->name, QStringLiteral("Mine"));
+        EXPECT_EQ(text(decodeGroups(onDisk()).value()), "A:") << "what the holder is about to write is not touched";
+        EXPECT_EQ(log.lines().size(), 1) << log.lines().join(QLatin1Char('\n')).toStdString();
+    }
+    manager.addApps({{QStringLiteral("X"), QStringLiteral("x")}}, id);
+    EXPECT_EQ(text(decodeGroups(onDisk()).value()), "Mine:x");
 }
 
 } // namespace

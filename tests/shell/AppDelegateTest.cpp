@@ -5,6 +5,7 @@
 #include "model/PopupSettings.h"
 #include "model/Theme.h"
 #include "shell/FloatingPanelController.h"
+#include "shell/StatusBarController.h"
 #include "support/FakeDesktop.h"
 #include "support/VirtualScheduler.h"
 
@@ -41,6 +42,10 @@ protected:
                 [this]() -> UsageTracker & {
                     log.append(QStringLiteral("usage"));
                     return usage;
+                },
+                [this] {
+                    log.append(QStringLiteral("status item"));
+                    return std::unique_ptr<StatusBarController>();
                 },
                 [this, makePanel] {
                     log.append(QStringLiteral("controller"));
@@ -91,12 +96,26 @@ TEST_F(AppDelegateTest, StartsInOrderAndThenShowsThePanel)
     delegate.applicationWillFinishLaunching();
     EXPECT_TRUE(log.isEmpty());
     delegate.applicationDidFinishLaunching();
-    EXPECT_EQ(log, (QStringList{QStringLiteral("usage"), QStringLiteral("controller"), QStringLiteral("panel")}));
+    EXPECT_EQ(log, (QStringList{QStringLiteral("usage"), QStringLiteral("status item"), QStringLiteral("controller"),
+                                QStringLiteral("panel")}));
     EXPECT_FALSE(surface->visible);
     EXPECT_EQ(dockTile.activations, 0);
     scheduler.advance(0ms);
     EXPECT_TRUE(surface->visible);
     EXPECT_EQ(dockTile.activations, 1);
+}
+
+TEST_F(AppDelegateTest, StartedAsAServiceItIsReadyButShowsNothing)
+{
+    AppDelegate::Services quiet = services();
+    quiet.opensPanel = false;
+    AppDelegate service(quiet);
+    service.applicationDidFinishLaunching();
+    scheduler.advance(1s);
+    ASSERT_TRUE(surface);
+    EXPECT_FALSE(surface->visible);
+    service.applicationShouldHandleReopen();
+    EXPECT_TRUE(surface->visible);
 }
 
 TEST_F(AppDelegateTest, AReopenShowsThePanelUnlessTheSettingsWindowIsOpen)

@@ -9,6 +9,7 @@
 #include "platform/PanelSurface.h"
 #include "platform/RunningApplications.h"
 #include "platform/Screens.h"
+#include "platform/StatusItem.h"
 #include "platform/UserDefaults.h"
 #include "platform/WindowAccess.h"
 #include "platform/Workspace.h"
@@ -63,6 +64,7 @@ public:
     explicit FakeRunningApplications(Log *log = nullptr) : m_log(log) {}
 
     QList<RunningApplication> runningApplications() const override { return running; }
+    Status availability() const override { return blind; }
     void hide(const RunningApplication &a) override { record(QStringLiteral("hide"), a); }
     void unhide(const RunningApplication &a) override { record(QStringLiteral("unhide"), a); }
     void activate(const RunningApplication &a) override { record(QStringLiteral("activate"), a); }
@@ -74,6 +76,7 @@ public:
 
     QList<RunningApplication> running;
     QStringList calls; ///< "hide ID PID"
+    Status blind;      ///< an error: why other applications cannot be seen
 
 private:
     void record(const QString &verb, const RunningApplication &application);
@@ -180,6 +183,22 @@ public:
     QList<MenuItem> last;
 };
 
+class FakeStatusItem : public StatusItem {
+public:
+    void setImage(Template value, const QString &accessibilityDescription) override
+    {
+        image = std::move(value);
+        description = accessibilityDescription;
+    }
+    void setMenu(const QList<MenuItem> &items) override { menu = items; }
+    void show() override { ++shown; }
+
+    Template image;
+    QString description;
+    QList<MenuItem> menu;
+    int shown = 0;
+};
+
 class FakeDockTile : public DockTile {
 public:
     void setIcon(const QImage &image) override { icon = image; }
@@ -191,7 +210,7 @@ public:
 
 class FakeInstance : public Instance {
 public:
-    Role claim() override { return role; }
+    Role claim(const QStringList &) override { return role; }
     void sendReopen(const QString &token = {}) { emit reopen(token); }
 
     Role role = Role::First;

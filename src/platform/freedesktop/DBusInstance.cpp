@@ -4,7 +4,10 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusMetaType>
 #include <QLoggingCategory>
+
+#include <sysexits.h>
 
 namespace cobblet {
 
@@ -13,6 +16,7 @@ Q_LOGGING_CATEGORY(lcInstance, "cobblet.instance")
 namespace {
 
 const QString applicationInterface = QStringLiteral("org.freedesktop.Application");
+const QString commandLineInterface = QStringLiteral("com.vantor.cobblet.CommandLine");
 
 // What the bus answers to RequestName.
 constexpr uint doNotQueue = 4;
@@ -101,7 +105,7 @@ void DBusInstance::activateAction(const BusCall &call)
     call.reply();
 }
 
-Instance::Role DBusInstance::claim()
+Instance::Role DBusInstance::claim(const QStringList &arguments)
 {
     QDBusConnection &bus = m_bus.connection();
     if (!bus.isConnected() || m_identifier.isEmpty())
@@ -125,7 +129,7 @@ Instance::Role DBusInstance::claim()
         }
         if (answer == primaryOwner || answer == alreadyOwner)
             return Role::First;
-        if (handOver())
+        if (handOver(arguments))
             break;
     }
     m_service.withdraw();
@@ -133,21 +137,37 @@ Instance::Role DBusInstance::claim()
 }
 
 /// False when the other instance is gone. One that hangs finds the request when it goes on.
-bool DBusInstance::handOver() const
+bool DBusInstance::handOver(const QStringList &arguments)
 {
-    QDBusMessage activate = QDBusMessage::createMethodCall(m_identifier, BusService::objectPath(m_identifier),
-                                                           applicationInterface, QStringLiteral("Activate"));
-    activate.setArguments({platformDataOfEnvironment()});
-    activate.setAutoStartService(false);
-    const QDBusMessage reply = m_bus.connection().call(activate, QDBus::Block, int(m_patience.count()));
-    if (reply.type() == QDBusMessage::ReplyMessage)
+    const QString path = BusService::objectPath(m_identifier);
+    QDBusMessage request;
+    if (arguments.isEmpty()) {
+        request =
+            QDBusMessage::createMethodCall(m_identifier, path, applicationInterface, QStringLiteral("Activate"));
+        request.setArguments({platformDataOfEnvironment()});
+    } else {
+        qDBusRegisterMetaType<QByteArrayList>();
+        QByteArrayList bytes;
+        for (const QString &argument : arguments)
+            bytes.append(argument.toUtf8());
+        request = QDBusMessage::createMethodCall(m_identifier, path, commandLineInterface, QStringLiteral("Run"));
+        request.setArguments({QVariant::fromValue(bytes), platformDataOfEnvironment()});
+    }
+    request.setAutoStartService(false);
+    const QDBusMessage reply = m_bus.connection().call(request, QDBus::Block, int(m_patience.count()));
+    if (reply.type() == QDBusMessage::ReplyMessage) {
+        const QVariantList answer = reply.arguments();
+        m_answer = {answer.value(0).toInt(), answer.value(1).toString(), answer.value(2).toString()};
         return true;
+    }
     const auto error = QDBusError(reply).type();
     if (error == QDBusError::ServiceUnknown ||
         reply.errorName() == QLatin1String("org.freedesktop.DBus.Error.NameHasNoOwner"))
         return false;
     qCWarning(lcInstance).noquote()
         << QStringLiteral("The running Cobblet does not answer: %1").arg(reply.errorMessage());
+    if (!arguments.isEmpty())
+        m_answer.status = EX_UNAVAILABLE;
     return true;
 }
 

@@ -19,7 +19,7 @@ public:
                  std::chrono::milliseconds patience = std::chrono::seconds(2), QObject *parent = nullptr);
     ~DBusInstance() override;
 
-    Role claim() override;
+    Role claim(const QStringList &arguments = {}) override;
 
     /// Takes the addresses that a later start was asked to open. Without one every address is refused.
     using UrlHandler = std::function<void(const QStringList &urls)>;
@@ -35,7 +35,7 @@ private:
     BusInterface applicationFace();
     void open(const BusCall &call);
     void activateAction(const BusCall &call);
-    bool handOver() const;
+    bool handOver(const QStringList &arguments);
 
     SessionBus &m_bus;
     const QString m_identifier;

@@ -24,12 +24,11 @@ constexpr int keptAside = 3;
 
 } // namespace
 
-FileUserDefaults::FileUserDefaults(const QString &folder, const QString &domain, QObject *parent)
-    : m_path(folder + QLatin1Char('/') + domain + QStringLiteral(".plist")),
+FileUserDefaults::FileUserDefaults(const QString &folder, const QString &domain, Following following, QObject *parent)
+    : m_following(following), m_path(folder + QLatin1Char('/') + domain + QStringLiteral(".plist")),
       m_lockPath(m_path + QStringLiteral(".lock")), m_stamp(m_path)
 {
     setParent(parent);
-    connect(&m_watcher, &QFileSystemWatcher::directoryChanged, this, &FileUserDefaults::follow);
     QDir().mkpath(folder);
     watch(); // before the first look, so that no change falls between the two
     m_stamp = FileStamp(m_path);
@@ -48,7 +47,7 @@ PlistDomain FileUserDefaults::read(bool locked)
         return domain.value();
     if (!locked) {
         const FileLock lock(m_lockPath);
-        return read(true);
+        return lock.mayWrite() ? read(true) : PlistDomain();
     }
     setAside(domain.error());
     return {};
@@ -140,8 +139,9 @@ Status FileUserDefaults::change(const QString &key, const std::optional<QVariant
     bool differs = true; // in memory, when it can't be written
     {
         const FileLock lock(m_lockPath);
-        PlistDomain domain = read(true);
-        if (applyUnsaved(domain)) {
+        written = lock.mayWrite();
+        PlistDomain domain = written ? read(true) : PlistDomain();
+        if (written && applyUnsaved(domain)) {
             const QByteArray bytes = domain.encode();
             written = bytes.size() <= maximumFileBytes
                           ? writeAtomically(m_path, bytes)
@@ -182,9 +182,15 @@ void FileUserDefaults::follow()
 /// The folder is watched and not the file, which every write replaces.
 void FileUserDefaults::watch()
 {
+    if (m_following != Following::Watched)
+        return;
+    if (!m_watcher) {
+        m_watcher = std::make_unique<QFileSystemWatcher>();
+        connect(m_watcher.get(), &QFileSystemWatcher::directoryChanged, this, &FileUserDefaults::follow);
+    }
     const QString folder = QFileInfo(m_path).absolutePath();
-    if (!m_watcher.directories().contains(folder) && QFileInfo::exists(folder))
-        m_watcher.addPath(folder);
+    if (!m_watcher->directories().contains(folder) && QFileInfo::exists(folder))
+        m_watcher->addPath(folder);
 }
 
 void FileUserDefaults::warnOnce(const QString &message)

@@ -7,6 +7,8 @@
 #include <QFileSystemWatcher>
 #include <QHash>
 
+#include <memory>
+
 namespace cobblet {
 
 /// A domain of preferences in one property-list file that any number of processes share: every change is made
@@ -14,8 +16,12 @@ namespace cobblet {
 class FileUserDefaults : public UserDefaults {
     Q_OBJECT
 public:
+    /// Whether changes of other processes arrive by themselves. A watch costs the end of a process several ms.
+    enum class Following { Watched, WhenSynchronized };
+
     /// The file is "FOLDER/DOMAIN.plist"; neither needs to be there.
-    FileUserDefaults(const QString &folder, const QString &domain, QObject *parent = nullptr);
+    FileUserDefaults(const QString &folder, const QString &domain, Following following = Following::Watched,
+                     QObject *parent = nullptr);
 
     std::optional<QVariant> object(const QString &key) const override;
     bool contains(const QString &key) const override;
@@ -43,13 +49,14 @@ private:
     void watch();
     void warnOnce(const QString &message);
 
+    const Following m_following;
     QString m_path;
     QString m_lockPath;
     FileStamp m_stamp;
     Values m_values;
     QHash<QString, std::optional<QVariant>> m_unsaved; ///< changes that could not be written; no value: removed
     QHash<QString, QVariant> m_registered;
-    QFileSystemWatcher m_watcher;
+    std::unique_ptr<QFileSystemWatcher> m_watcher;
     bool m_warned = false;
 };
 

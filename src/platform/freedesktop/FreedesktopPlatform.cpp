@@ -6,6 +6,7 @@
 #include "platform/freedesktop/FreedesktopPaths.h"
 #include "platform/freedesktop/PortalAppearance.h"
 #include "platform/freedesktop/SessionBus.h"
+#include "platform/freedesktop/TrayStatusItem.h"
 #include "platform/freedesktop/X11Connection.h"
 #include "platform/freedesktop/X11Desktop.h"
 #include "platform/freedesktop/X11DockTile.h"
@@ -21,6 +22,7 @@
 #include "platform/portable/QtScheduler.h"
 
 #include <QGuiApplication>
+#include <QStandardPaths>
 
 #include <fontconfig/fontconfig.h>
 #include <malloc.h>
@@ -76,14 +78,14 @@ public:
     UserDefaults &standardDefaults() override
     {
         return made(m_standard, [this] {
-            return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), m_identifier);
+            return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), m_identifier, following());
         });
     }
 
     UserDefaults &sharedDefaults() override
     {
         return made(m_shared, [] {
-            return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), sharedDomain);
+            return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), sharedDomain, following());
         });
     }
 
@@ -114,11 +116,13 @@ public:
     {
         return made(m_dialogs, [] { return std::make_unique<QtDialogs>(); });
     }
-    Menus &menus() override
-    {
-        return made(m_menus, [] { return std::make_unique<QtMenus>(); });
-    }
+    Menus &menus() override { return theMenus(); }
     DockTile &dockTile() override { return m_dockTile; }
+
+    std::unique_ptr<StatusItem> makeStatusItem() override
+    {
+        return std::make_unique<TrayStatusItem>(x11(), m_bus, theMenus(), appearance(), symbolicIconName());
+    }
 
     std::unique_ptr<PanelSurface> makePanelSurface(QWindow &window, double cornerRadius) override
     {
@@ -149,12 +153,21 @@ private:
         return *service;
     }
 
-    /// Null without an X server, and when the toolkit draws elsewhere.
+    /// A process without one carries out a single command and shows nothing.
+    static bool hasToolkit() { return qobject_cast<QGuiApplication *>(QCoreApplication::instance()) != nullptr; }
+
+    static FileUserDefaults::Following following()
+    {
+        return hasToolkit() ? FileUserDefaults::Following::Watched : FileUserDefaults::Following::WhenSynchronized;
+    }
+
+    /// Null without an X server, and when the toolkit draws elsewhere. Windows are acted on without a toolkit too.
     X11Connection *x11()
     {
         if (!m_triedX11) {
             m_triedX11 = true;
-            if (QGuiApplication::platformName() == QLatin1String("xcb"))
+            if (hasToolkit() ? QGuiApplication::platformName() == QLatin1String("xcb")
+                             : qEnvironmentVariableIsSet("DISPLAY"))
                 m_x11 = X11Connection::open();
         }
         return m_x11.get();
@@ -165,6 +178,19 @@ private:
         if (!m_desktop && x11())
             m_desktop = std::make_unique<X11Desktop>(*x11());
         return m_desktop.get();
+    }
+
+    QtMenus &theMenus()
+    {
+        return made(m_menus, [] { return std::make_unique<QtMenus>(); });
+    }
+
+    /// The one-colour icon that was installed for bars; empty when this program was not installed.
+    QString symbolicIconName() const
+    {
+        const QString name = m_identifier + QStringLiteral("-symbolic");
+        const QString file = QStringLiteral("icons/hicolor/symbolic/apps/%1.svg").arg(name);
+        return QStandardPaths::locate(QStandardPaths::GenericDataLocation, file).isEmpty() ? QString() : name;
     }
 
     FreedesktopWorkspace &theWorkspace()

@@ -1,7 +1,10 @@
 #include "platform/portable/QtMenus.h"
 
 #include <QAction>
+#include <QGuiApplication>
 #include <QMenu>
+#include <QPalette>
+#include <QScreen>
 #include <QWindow>
 
 namespace cobblet {
@@ -21,37 +24,69 @@ QtMenus::~QtMenus()
     delete m_open;
 }
 
-void QtMenus::fill(QMenu &menu, const QList<MenuItem> &items) const
+QIcon QtMenus::symbol(const QString &name, const QColor &color) const
+{
+    return m_symbols && !name.isEmpty() ? m_symbols(name, color) : QIcon();
+}
+
+void QtMenus::fill(QMenu &menu, const QList<MenuItem> &items, const QColor &symbolColor)
 {
     for (const MenuItem &item : items) {
         if (item.isSeparator()) {
             menu.addSeparator();
             continue;
         }
-        const QIcon icon = m_symbols && !item.symbol.isEmpty() ? m_symbols(item.symbol) : QIcon();
+        const QIcon icon = symbol(item.symbol, symbolColor);
         if (!item.children.isEmpty()) {
             QMenu *children = menu.addMenu(icon, literal(item.title));
             children->setEnabled(item.enabled);
-            fill(*children, item.children);
+            fill(*children, item.children, symbolColor);
             continue;
         }
         QAction *entry = menu.addAction(icon, literal(item.title));
+        entry->setData(item.symbol);
         entry->setEnabled(item.enabled && item.action != nullptr);
-        // Queued, so that the menu is off the screen before its action opens something in its place.
+        entry->setShortcut(item.shortcut);
+        entry->setShortcutVisibleInContextMenu(true);
+        // Queued, so that the menu is off the screen before its action opens something in its place; and not in the
+        // entry's context, because a menu that closed is gone by then.
         if (item.action)
-            QObject::connect(entry, &QAction::triggered, entry, item.action, Qt::QueuedConnection);
+            QObject::connect(entry, &QAction::triggered, &m_context, item.action, Qt::QueuedConnection);
     }
 }
 
-void QtMenus::popUp(const QList<MenuItem> &items, QWindow *window, const QPointF &position)
+void QtMenus::recolor(QMenu &menu, const QColor &symbolColor) const
+{
+    for (QAction *entry : menu.actions())
+        if (const QString name = entry->data().toString(); !name.isEmpty())
+            entry->setIcon(symbol(name, symbolColor));
+}
+
+QMenu &QtMenus::made(const QList<MenuItem> &items)
 {
     delete m_open;
     m_open = new QMenu;
     m_open->setAttribute(Qt::WA_DeleteOnClose);
-    fill(*m_open, items);
-    m_open->winId(); // makes the native window, which has to know whose menu it is before it is shown
-    m_open->windowHandle()->setTransientParent(window);
-    m_open->popup(window ? window->mapToGlobal(position).toPoint() : position.toPoint());
+    fill(*m_open, items, QGuiApplication::palette().color(QPalette::WindowText));
+    return *m_open;
+}
+
+void QtMenus::popUp(const QList<MenuItem> &items, QWindow *window, const QPointF &position)
+{
+    QMenu &menu = made(items);
+    menu.winId(); // makes the native window, which has to know whose menu it is before it is shown
+    menu.windowHandle()->setTransientParent(window);
+    menu.popup(window ? window->mapToGlobal(position).toPoint() : position.toPoint());
+}
+
+void QtMenus::popUpBeside(const QList<MenuItem> &items, const QRect &anchor)
+{
+    QMenu &menu = made(items);
+    const QScreen *screen = QGuiApplication::screenAt(anchor.center());
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    const bool above = screen && anchor.center().y() > screen->geometry().center().y();
+    menu.popup({anchor.left(), above ? anchor.top() - menu.sizeHint().height() : anchor.bottom() + 1});
 }
 
 } // namespace cobblet

@@ -2,7 +2,9 @@
 
 #include "platform/Menus.h"
 
+#include <QObject>
 #include <QPointer>
+#include <QRect>
 
 class QMenu;
 
@@ -11,15 +13,26 @@ namespace cobblet {
 /// The toolkit's menus, each made when it is asked for. Needs a QApplication.
 class QtMenus : public Menus {
 public:
+    using SymbolSource = std::function<QIcon(const QString &symbol, const QColor &color)>;
+
     ~QtMenus() override;
 
     void popUp(const QList<MenuItem> &items, QWindow *window, const QPointF &position) override;
-    void setSymbolSource(std::function<QIcon(const QString &)> source) override { m_symbols = std::move(source); }
+    void setSymbolSource(SymbolSource source) override { m_symbols = std::move(source); }
+
+    /// Opens the menu above or below a rectangle of the screen (points), on the side that has more room.
+    void popUpBeside(const QList<MenuItem> &items, const QRect &anchor);
+    /// Adds the entries to a menu that is shown by others, with their symbols in this colour.
+    void fill(QMenu &menu, const QList<MenuItem> &items, const QColor &symbolColor);
+    /// Draws the symbols of such a menu, but not of those below it, in another colour.
+    void recolor(QMenu &menu, const QColor &symbolColor) const;
 
 private:
-    void fill(QMenu &menu, const QList<MenuItem> &items) const;
+    QMenu &made(const QList<MenuItem> &items);
+    QIcon symbol(const QString &name, const QColor &color) const;
 
-    std::function<QIcon(const QString &)> m_symbols;
+    QObject m_context; ///< of the actions
+    SymbolSource m_symbols;
     QPointer<QMenu> m_open;
 };
 

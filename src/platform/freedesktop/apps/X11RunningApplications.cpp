@@ -271,6 +271,13 @@ QList<RunningApplication> X11RunningApplications::runningApplications() const
     return list;
 }
 
+Status X11RunningApplications::availability() const
+{
+    if (m_clients)
+        return {};
+    return Error{QStringLiteral("Without an X11 display it can't be seen which applications run.")};
+}
+
 X11RunningApplications::Application *X11RunningApplications::find(const RunningApplication &application) const
 {
     const auto found = std::find_if(m_applications.begin(), m_applications.end(),

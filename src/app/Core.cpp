@@ -1,0 +1,45 @@
+#include "app/Core.h"
+
+#include "platform/Bundle.h"
+#include "platform/Platform.h"
+#include "platform/RunningApplications.h"
+#include "platform/UserDefaults.h"
+#include "platform/WindowAccess.h"
+#include "platform/Workspace.h"
+
+namespace cobblet {
+
+Core::Core(const Bundle &bundle, Platform &platform, bool follows, std::function<void()> showPanel,
+           ConfigManager::Hooks hooks)
+    : m_platform(platform), m_config({platform.applicationSupportFolder(), bundle.isAgent(), follows},
+                                     platform.standardDefaults(), std::move(hooks)),
+      m_intents({m_config, m_notifications, platform.dockTile(), [this]() -> GroupReports & { return reports(); }},
+                std::move(showPanel), bundle.version)
+{
+}
+
+UsageTracker &Core::usage()
+{
+    if (!m_usage)
+        m_usage.emplace(m_platform.applicationSupportFolder(), m_platform.runningApplications(),
+                        m_platform.workspace(), m_platform.scheduler());
+    return *m_usage;
+}
+
+GroupActions &Core::actions()
+{
+    if (!m_actions)
+        m_actions.emplace(m_platform.workspace(), m_platform.runningApplications(), m_platform.windowAccess(),
+                          usage(), m_platform.standardDefaults(), m_platform.scheduler());
+    return *m_actions;
+}
+
+GroupReports &Core::reports()
+{
+    if (!m_reports)
+        m_reports.emplace(actions(), m_platform.workspace(), m_platform.runningApplications(),
+                          m_platform.scheduler());
+    return *m_reports;
+}
+
+} // namespace cobblet

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "control/GroupActions.h"
+#include "control/GroupReports.h"
+#include "control/UsageTracker.h"
+#include "integration/IntentService.h"
+#include "model/ConfigManager.h"
+#include "model/Notifications.h"
+
+#include <optional>
+
+namespace cobblet {
+
+struct Bundle;
+class Platform;
+
+/// What works without a window: the groups, acting on their applications, and answering what other programs ask.
+/// The groups are loaded at once, the rest is made on first use. Main thread only.
+class Core {
+public:
+    /// `platform` outlives the object. `showPanel` does what a click on the application's icon does.
+    /// `follows`: other processes' changes of the groups arrive by themselves.
+    Core(const Bundle &bundle, Platform &platform, bool follows, std::function<void()> showPanel,
+         ConfigManager::Hooks hooks = {});
+
+    NotificationCenter &notifications() { return m_notifications; }
+    ConfigManager &config() { return m_config; }
+    UsageTracker &usage();
+    GroupActions &actions();
+    IntentService &intents() { return m_intents; }
+
+private:
+    GroupReports &reports();
+
+    Platform &m_platform;
+    NotificationCenter m_notifications;
+    ConfigManager m_config;
+    std::optional<UsageTracker> m_usage;
+    std::optional<GroupActions> m_actions;
+    std::optional<GroupReports> m_reports;
+    IntentService m_intents;
+};
+
+} // namespace cobblet

@@ -1,0 +1,93 @@
+// The command that is on the path. It asks the running Cobblet; where none runs, it becomes the application.
+
+#include "command/RunningInstance.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <string_view>
+
+#include <fcntl.h>
+#include <sysexits.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace cobblet;
+
+/// Descriptors 0 to 2 are open afterwards, so that none of them becomes the connection to the bus.
+bool keepStandardStreams()
+{
+    for (int stream = 0; stream <= 2; ++stream)
+        if (fcntl(stream, F_GETFD) == -1 && open("/dev/null", O_RDWR) == -1)
+            return false;
+    return true;
+}
+
+/// False when the text could not be written whole; errno says why.
+bool write(int stream, std::string_view text)
+{
+    while (!text.empty()) {
+        const ssize_t written = ::write(stream, text.data(), text.size());
+        if (written < 0 && errno != EINTR)
+            return false;
+        text.remove_prefix(size_t(written < 0 ? 0 : written));
+    }
+    return true;
+}
+
+void complain(const std::string &sentence)
+{
+    write(STDERR_FILENO, "cobblet: " + sentence + "\n");
+}
+
+int print(const Answer &answer)
+{
+    write(STDERR_FILENO, answer.errors);
+    if (write(STDOUT_FILENO, answer.output) || errno == EPIPE)
+        return answer.status;
+    complain(std::string("the answer can't be written: ") + std::strerror(errno) + ".");
+    return EX_IOERR;
+}
+
+/// The application of the bundle that this command lies in; empty when that cannot be told.
+std::string application()
+{
+    char path[PATH_MAX];
+    const ssize_t size = readlink("/proc/self/exe", path, sizeof path);
+    std::string_view folder(path, size > 0 && size < PATH_MAX ? size_t(size) : 0);
+    for (int level = 0; level < 2; ++level)
+        folder = folder.substr(0, folder.rfind('/') == std::string_view::npos ? 0 : folder.rfind('/'));
+    return folder.empty() ? std::string() : std::string(folder) + "/MacOS/cobblet";
+}
+
+int becomeApplication(char **argv)
+{
+    const std::string path = application();
+    if (!path.empty())
+        execv(path.c_str(), argv);
+    complain("Cobblet can't be started" +
+             (path.empty() ? std::string() : " from " + path + ": " + std::strerror(errno)) +
+             ". Install it again, all of it.");
+    return EX_UNAVAILABLE;
+}
+
+/// What a new process does, whether or not an instance runs.
+bool isForTheApplication(std::string_view argument)
+{
+    return argument == "--help" || argument == "-h" || argument == "--version" || argument == "--service";
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    if (!keepStandardStreams())
+        return EX_OSERR;
+    if (argc < 2 || !isForTheApplication(argv[1])) {
+        const Answer answer = askRunningInstance({argv + 1, size_t(argc > 1 ? argc - 1 : 0)});
+        if (answer.kind == Answer::Kind::Carried)
+            return print(answer);
+    }
+    return becomeApplication(argv);
+}

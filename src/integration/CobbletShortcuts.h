@@ -1,0 +1,48 @@
+#pragma once
+
+#include "platform/IntentsHost.h"
+
+#include <array>
+#include <optional>
+
+namespace cobblet {
+
+/// A ready-made spoken request, in several wordings.
+struct AppShortcut {
+    static constexpr QLatin1String applicationName{"Cobblet"};
+
+    IntentRequests::Verb verb;
+    std::array<QLatin1String, 3> openings; ///< what a phrase begins with: "Fire up"
+    QLatin1String shortTitle;
+    QLatin1String symbol;
+
+    /// What every phrase ends with (" group in Cobblet").
+    static QString closing();
+    /// The wordings with this word as the group ("Fire up Work group in Cobblet").
+    QStringList phrases(const QString &group) const;
+};
+
+/// The phrases that assistants, searches and the command line understand.
+class CobbletShortcuts {
+public:
+    /// Room for the words of a phrase around the longest name; a longer text is none.
+    static constexpr qsizetype maximumPhrase = 1100;
+
+    static const std::array<AppShortcut, 3> &appShortcuts();
+    static const AppShortcut *shortcut(IntentRequests::Verb verb);
+
+    struct Request {
+        IntentRequests::Verb verb;
+        QString group; ///< its name as it was said
+
+        bool operator==(const Request &) const = default;
+    };
+
+    /// What a whole phrase asks for, whatever its letter case and white space, with or without a full stop; absent
+    /// when the text is no such phrase.
+    static std::optional<Request> understood(const QString &text);
+    /// The verb of a phrase that may still be being typed ("fire up wo"), and all that was typed after it.
+    static std::optional<Request> begun(const QString &text);
+};
+
+} // namespace cobblet

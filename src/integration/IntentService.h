@@ -1,0 +1,49 @@
+#pragma once
+
+#include "integration/CommandLine.h"
+#include "integration/GroupIntents.h"
+
+namespace cobblet {
+
+/// Answers what assistants, searches, scripts and the command line ask of the program.
+class IntentService : public IntentRequests {
+public:
+    /// `showPanel` does what a click on the application's icon does. `version` is the program's.
+    IntentService(IntentTargets targets, std::function<void()> showPanel, QString version);
+
+    QList<IntentGroup> groups() const override;
+    QList<IntentGroup> groupsMatching(const QString &text) const override;
+    /// At most 200. A text longer than any phrase finds nothing.
+    QList<IntentMatch> search(const QString &text) const override;
+    IntentMatch match(const QString &key) const override;
+
+    void perform(Verb verb, const QString &nameOrId, Done done) override;
+    void performMatch(const QString &key, Done done) override;
+    void say(const QString &phrase, Done done) override;
+    void showPanel() override { m_showPanel(); }
+
+    void commandLine(const QStringList &arguments, std::function<void(const CommandReply &)> done) override;
+    void open(const QStringList &urls) override;
+
+    /// Carries out a command line. `done` is called exactly once, perhaps before this returns.
+    void run(const CommandLine &line, std::function<void(const CommandReply &)> done);
+    /// Why a group that a command line wants to be shown can't be; absent when it can, or when none is.
+    std::optional<CommandReply> refusal(const CommandLine &line) const;
+
+private:
+    void performOn(Verb verb, const GroupEntity &group, Done done);
+    /// What a key stands for; absent when it is malformed.
+    struct Key {
+        Verb verb;
+        QUuid id;
+    };
+    static std::optional<Key> parseKey(const QString &key);
+    static IntentMatch makeMatch(Verb verb, const GroupEntity &group, double relevance);
+
+    const IntentTargets m_targets;
+    const std::function<void()> m_showPanel;
+    const QString m_version;
+    const GroupQuery m_query;
+};
+
+} // namespace cobblet

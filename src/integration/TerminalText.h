@@ -1,0 +1,24 @@
+#pragma once
+
+#include "model/AppGroup.h"
+#include "platform/IntentsHost.h"
+
+namespace cobblet::terminal {
+
+/// The text with everything replaced that would act on a terminal or turn the text around: control characters,
+/// line breaks, marks of writing direction.
+QString harmless(const QString &text);
+
+/// How many cells of a terminal the text takes.
+int width(const QString &text);
+
+/// One line for each group: emoji, name and id, in columns.
+QString table(const QList<IntentGroup> &groups);
+
+/// A JSON array of objects with "id", "name", "emoji" and "apps" (objects with "name" and "bundleID").
+QString json(const QList<AppGroup> &groups);
+
+/// One line for each application: "Name: launched".
+QString lines(const QList<IntentOutcome> &outcomes);
+
+} // namespace cobblet::terminal

@@ -1,0 +1,236 @@
+"""The command on the path, with stand-ins for the running application and for the one that it starts."""
+
+import json
+import os
+import pathlib
+import shutil
+import signal
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+HERE = pathlib.Path(__file__).resolve().parent
+COMMAND = pathlib.Path(os.environ["COBBLET_COMMAND"])
+TOKENS = {"DESKTOP_STARTUP_ID": "launch-7_TIME9", "XDG_ACTIVATION_TOKEN": "token~1"}
+
+# Says what it was started with; the environment and the signals too.
+APPLICATION = """#!/bin/sh
+printf '%s\\0' "$0" "$DESKTOP_STARTUP_ID" "$(sed -n 's/^SigIgn:.//p' /proc/self/status)" $$ "$@"
+exit 3
+"""
+
+
+class StandIn:
+    """The stand-in process, once it owns the name."""
+
+    def __init__(self, environment, **answer):
+        self.process = subprocess.Popen(["/usr/bin/python3", HERE / "standin.py", json.dumps(answer)],
+                                        env=environment, stdout=subprocess.PIPE, text=True)
+        self.pid = self.request()["pid"]
+
+    def request(self):
+        return json.loads(self.process.stdout.readline())
+
+    def end(self):
+        self.process.kill()
+        self.process.communicate()
+
+
+class Command(unittest.TestCase):
+    def setUp(self):
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="command-"))
+        self.addCleanup(shutil.rmtree, self.folder)
+        contents = self.folder / "Cobblet.app/Contents"
+        for name in ("Helpers", "MacOS"):
+            (contents / name).mkdir(parents=True)
+        shutil.copy2(COMMAND, contents / "Helpers/cobblet")
+        self.application = contents / "MacOS/cobblet"
+        self.application.write_text(APPLICATION)
+        self.application.chmod(0o755)
+        # As installed: a link in another folder.
+        (self.folder / "bin").mkdir()
+        self.command = self.folder / "bin/cobblet"
+        self.command.symlink_to("../Cobblet.app/Contents/Helpers/cobblet")
+
+        bus = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address"],
+                               stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        self.addCleanup(bus.communicate)
+        self.addCleanup(bus.kill)
+        self.environment = {"PATH": os.environ["PATH"], "LANG": "C.UTF-8", "HOME": str(self.folder),
+                            "DBUS_SESSION_BUS_ADDRESS": bus.stdout.readline().strip()}
+
+    def stand_in(self, **answer):
+        instance = StandIn(self.environment, **answer)
+        self.addCleanup(instance.end)
+        return instance
+
+    def run_command(self, *arguments, environment=None, **options):
+        options = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "timeout": 60, **options}
+        return subprocess.run([self.command, *arguments], env={**self.environment, **(environment or {})},
+                              stdin=subprocess.DEVNULL, check=False, **options)
+
+    def assert_became_application(self, result, *arguments):
+        self.assertEqual((result.returncode, result.stderr), (3, b""))
+        place, _, _, _, *passed = result.stdout.split(b"\0")[:-1]
+        self.assertEqual(pathlib.Path(os.fsdecode(place)).resolve(), self.application)
+        self.assertEqual(passed, [os.fsencode(argument) for argument in arguments])
+
+    def assert_one_sentence(self, result, status, *words):
+        text = result.stderr.decode()
+        self.assertEqual((result.returncode, result.stdout), (status, b""), text)
+        self.assertTrue(text.startswith("cobblet: ") and text.count("\n") == 1 and text.endswith("\n"), text)
+        for word in words:
+            self.assertIn(word, text)
+
+
+class WithAnInstance(Command):
+    def test_arguments_arrive_byte_for_byte_and_the_answer_is_passed_on(self):
+        instance = self.stand_in(status=2, output="Wörk 🧰\nno end", errors="two of them\n")
+        for arguments in (("show", "Work"), ("show", "--", "--help"), ("launch", ""), ("quit", "It's \"$(x)\" `y` \\ *"),
+                          ("hide", "line\nbreak\ttab"), ("show", "🧰 Wörk"), ("show", b"\xff\xfe"), ("-x",),
+                          ("say", "Fire", "up"), ("cobblet://show/A%20B",), ("list", "--json"), ("",),
+                          ("show", "x" * 65536)):
+            with self.subTest(arguments=str(arguments)[:60]):
+                result = self.run_command(*arguments)
+                self.assertEqual((result.returncode, result.stdout, result.stderr),
+                                 (2, "Wörk 🧰\nno end".encode(), b"two of them\n"))
+                self.assertEqual(instance.request(), {"method": "Run", "data": {}, "arguments":
+                                                      [os.fsencode(argument).hex() for argument in arguments]})
+
+    def test_the_command_alone_activates(self):
+        instance = self.stand_in()
+        result = self.run_command()
+        self.assertEqual((result.returncode, result.stdout, result.stderr), (0, b"", b""))
+        self.assertEqual(instance.request()["method"], "Activate")
+
+    def test_the_desktops_tokens_go_along_unless_they_are_none(self):
+        instance = self.stand_in()
+        told = {"desktop-startup-id": "launch-7_TIME9", "activation-token": "token~1"}
+        for environment, expected in ((TOKENS, told), ({"DESKTOP_STARTUP_ID": "", "XDG_ACTIVATION_TOKEN": b"\xff"}, {}),
+                                      ({"DESKTOP_STARTUP_ID": "x" * 5000}, {})):
+            for arguments in ((), ("show", "Work")):
+                self.run_command(*arguments, environment=environment)
+                self.assertEqual(instance.request()["data"], expected)
+
+    def test_more_text_than_a_name_can_be_is_refused_before_it_is_sent(self):
+        instance = self.stand_in()
+        for arguments in (("show", "x" * 65537), ("say", *["x" * 65536] * 17)):
+            self.assert_one_sentence(self.run_command(*arguments), 64, "more text")
+        self.run_command("list")
+        self.assertEqual(instance.request()["arguments"], [b"list".hex()])
+
+    def test_an_instance_that_refuses_or_is_another_version_is_said_so(self):
+        for answer, status, word in (
+                ({"error": "org.freedesktop.DBus.Error.AccessDenied"}, 69, "refused: Not today."),
+                ({"error": "org.freedesktop.DBus.Error.LimitsExceeded"}, 69, "refused: Not today."),
+                ({"without": ["com.vantor.cobblet.CommandLine"]}, 69, "another version"),
+                ({"reply": "(i)"}, 76, "another version")):
+            with self.subTest(answer=answer):
+                instance = StandIn(self.environment, **answer)
+                result = self.run_command("list")
+                instance.end()
+                self.assert_one_sentence(result, status, word)
+
+    def test_an_instance_that_does_not_answer_is_not_waited_for_forever(self):
+        instance = self.stand_in()
+        os.kill(instance.pid, signal.SIGSTOP)
+        for arguments in ((), ("list",)):
+            begun = time.monotonic()
+            self.assert_one_sentence(self.run_command(*arguments), 75, "does not answer")
+            self.assertGreater(time.monotonic() - begun, 3)
+
+    def test_nobody_reading_is_no_failure_and_a_full_disk_is_one(self):
+        self.stand_in(output="x" * 100_000)
+        reading, writing = os.pipe()
+        os.close(reading)
+        with os.fdopen(writing, "wb") as pipe:
+            for restore in (True, False):  # with the signal, and with the error in its place
+                result = self.run_command("list", stdout=pipe, restore_signals=restore)
+                self.assertEqual((result.returncode, result.stderr), (-signal.SIGPIPE if restore else 0, b""))
+        with open("/dev/full", "wb") as full:
+            result = self.run_command("list", stdout=full)
+        self.assertEqual(result.returncode, 74)
+        self.assertIn(b"No space left", result.stderr)
+
+    def test_closed_standard_streams_do_not_become_the_connection(self):
+        instance = self.stand_in(output="text", errors="text")
+        for streams in ("<&- >&- 2>&-", ">&-", "2>&-"):
+            result = subprocess.run(["sh", "-c", f'"$0" list {streams}', self.command], env=self.environment,
+                                    timeout=60, check=False, capture_output=True)
+            self.assertEqual(result.returncode, 0)
+            self.assertEqual(instance.request()["arguments"], [b"list".hex()])
+
+
+class WithoutAnInstance(Command):
+    def test_it_becomes_the_application_with_everything_it_was_given(self):
+        for arguments in ((), ("show", "It's \"odd\" 🧰"), ("launch", b"\xff"), ("list", "--json")):
+            with subprocess.Popen([self.command, *arguments], env={**self.environment, **TOKENS},
+                                  stdout=subprocess.PIPE, stderr=subprocess.PIPE) as process:
+                output, errors = process.communicate(timeout=60)
+            self.assert_became_application(
+                subprocess.CompletedProcess(arguments, process.returncode, output, errors), *arguments)
+            _, startup, ignored, pid = output.split(b"\0")[:4]
+            self.assertEqual((startup, int(ignored, 16), int(pid)), (b"launch-7_TIME9", 0, process.pid))
+
+    def test_what_a_new_process_does_is_not_asked_of_the_running_one(self):
+        self.stand_in()
+        for argument in ("--help", "-h", "--version", "--service"):
+            self.assert_became_application(self.run_command(argument), argument)
+
+    def test_no_bus_that_may_be_used_is_no_instance(self):
+        stopped = self.folder / "stopped"
+        with socket.socket(socket.AF_UNIX) as server:
+            server.bind(str(stopped))  # and nobody listens any more
+        stolen = f"unixexec:path=/bin/touch,argv1={self.folder / 'executed'}"
+        with socket.create_server(("127.0.0.1", 0)) as network:
+            network.setblocking(False)
+            address = f"tcp:host=127.0.0.1,port={network.getsockname()[1]}"
+            for environment in ({"DBUS_SESSION_BUS_ADDRESS": ""}, {"DBUS_SESSION_BUS_ADDRESS": "autolaunch:"},
+                                {"DBUS_SESSION_BUS_ADDRESS": f"unix:path={stopped}"},
+                                {"DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.folder}/none"},
+                                {"DBUS_SESSION_BUS_ADDRESS": "unix:nonsense=%"},
+                                {"DBUS_SESSION_BUS_ADDRESS": ";;rubbish;unix"}, {"DBUS_SESSION_BUS_ADDRESS": stolen},
+                                {"DBUS_SESSION_BUS_ADDRESS": address},
+                                {"DBUS_SESSION_BUS_ADDRESS": "", "XDG_RUNTIME_DIR": str(self.folder)},
+                                {"DBUS_SESSION_BUS_ADDRESS": "", "XDG_RUNTIME_DIR": "relative"}):
+                with self.subTest(environment=environment):
+                    self.assert_became_application(self.run_command("list", environment=environment), "list")
+            self.assertRaises(BlockingIOError, network.accept)
+        self.assertFalse((self.folder / "executed").exists())
+
+    def test_the_bus_is_found_among_several_and_in_the_runtime_folder(self):
+        instance = self.stand_in()
+        address = self.environment["DBUS_SESSION_BUS_ADDRESS"]
+        at = dict(part.split("=", 1) for part in address.split(":", 1)[1].split(","))
+        (self.folder / "bus").symlink_to(at["path"])
+        for environment in ({"DBUS_SESSION_BUS_ADDRESS": f"tcp:host=localhost,port=1;{address};autolaunch:"},
+                            {"DBUS_SESSION_BUS_ADDRESS": "", "XDG_RUNTIME_DIR": str(self.folder)}):
+            self.assertEqual(self.run_command("list", environment=environment).returncode, 0)
+            self.assertEqual(instance.request()["method"], "Run")
+
+    def test_a_bus_that_hangs_up_or_says_nothing(self):
+        path = self.folder / "mute"
+        with socket.socket(socket.AF_UNIX) as server:
+            server.bind(str(path))
+            server.listen()
+            there = {"DBUS_SESSION_BUS_ADDRESS": f"unix:path={path}"}
+            self.assert_one_sentence(self.run_command("list", environment=there), 75, "bus does not answer")
+            server.accept()[0].close()
+            with subprocess.Popen([self.command, "list"], env={**self.environment, **there}, stdout=subprocess.PIPE,
+                                  stderr=subprocess.PIPE) as process:
+                server.accept()[0].close()
+                output, errors = process.communicate(timeout=60)
+            self.assert_became_application(subprocess.CompletedProcess([], process.returncode, output, errors), "list")
+
+    def test_an_application_that_cannot_be_started_is_said_so(self):
+        self.application.chmod(0o644)
+        self.assert_one_sentence(self.run_command("list"), 69, str(self.application), "Permission denied")
+        self.application.unlink()
+        self.assert_one_sentence(self.run_command("list"), 69, str(self.application), "No such file")
+
+
+if __name__ == "__main__":
+    sys.exit(unittest.main())

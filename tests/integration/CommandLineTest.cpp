@@ -1,0 +1,200 @@
+#include "integration/CommandLine.h"
+#include "integration/IntentFixture.h"
+#include "integration/TerminalText.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace cobblet {
+namespace {
+
+using Verb = CommandLine::Verb;
+
+class CommandLineTest : public test::IntentTest {
+protected:
+    static QStringList words(const char *line) { return text(line).split(QLatin1Char(' '), Qt::SkipEmptyParts); }
+};
+
+TEST_F(CommandLineTest, UnderstandsCommandsOptionsAndNamesOfSeveralWords)
+{
+    struct Row {
+        const char *line;
+        Verb verb;
+        const char *text;
+    };
+    for (const Row &row : {Row{"", Verb::Panel, ""},
+                           Row{"--service", Verb::Service, ""},
+                           Row{"--version", Verb::Version, ""},
+                           Row{"-h", Verb::Help, ""},
+                           Row{"launch Work --help", Verb::Help, ""},
+                           Row{"show Work", Verb::Show, "Work"},
+                           Row{"launch My Work", Verb::Launch, "My Work"},
+                           Row{"quit -- --help", Verb::Quit, "--help"},
+                           Row{"hide My -- -x -- y", Verb::Hide, "My -x -- y"},
+                           Row{"show -", Verb::Show, "-"},
+                           Row{"show show", Verb::Show, "show"},
+                           Row{"list", Verb::List, ""},
+                           Row{"list --json", Verb::ListJson, ""},
+                           Row{"say Go to Work group in Cobblet", Verb::Say, "Go to Work group in Cobblet"},
+                           Row{"cobblet://show/Work", Verb::Open, "cobblet://show/Work"},
+                           Row{"show", Verb::Invalid, "“show” needs the name or id of a group."},
+                           Row{"show --", Verb::Invalid, "“show” needs the name or id of a group."},
+                           Row{"say", Verb::Invalid, "“say” needs a phrase, such as “Launch Work group in Cobblet”."},
+                           Row{"show -x Work", Verb::Invalid, "“-x” is not understood."},
+                           Row{"dance", Verb::Invalid, "“dance” is not understood."},
+                           Row{"SHOW Work", Verb::Invalid, "“SHOW” is not understood."},
+                           Row{"-- show Work", Verb::Invalid, "“--” is not understood."},
+                           Row{"list all", Verb::Invalid, "“all” is not understood."},
+                           Row{"list --json all", Verb::Invalid, "“all” is not understood."},
+                           Row{"--version now", Verb::Invalid, "“now” is not understood."},
+                           Row{"cobblet://show/a b", Verb::Invalid, "“b” is not understood."},
+                           Row{"http://show/a", Verb::Invalid, "“http://show/a” is not understood."}})
+        EXPECT_EQ(CommandLine::parse(words(row.line)), (CommandLine{row.verb, text(row.text)})) << row.line;
+
+    EXPECT_EQ(CommandLine::parse(QStringList{text("show"), text("  ")}).verb, Verb::Invalid);
+    EXPECT_EQ(CommandLine::parse(QByteArrayList{"show", "Caf\xc3\xa9"}).text, text("Café"));
+    for (const char *bytes : {"Caf\xe9", "\xf0\x9f\xa7", "\xed\xa0\x80"})
+        EXPECT_EQ(CommandLine::parse(QByteArrayList{"show", bytes}),
+                  (CommandLine{Verb::Invalid, text("argument 2 is no text in UTF-8.")}));
+}
+
+TEST_F(CommandLineTest, KnowsWhichRequestsNeedThePanel)
+{
+    struct Row {
+        const char *line;
+        bool panel;
+        const char *group;
+    };
+    for (const Row &row :
+         {Row{"", true, nullptr}, Row{"--service", true, nullptr}, Row{"show Work", true, "Work"},
+          Row{"cobblet://show/My%20Work", true, "My Work"}, Row{"say show Work group in Cobblet", true, "Work"},
+          Row{"say stop Work group in Cobblet", false, nullptr}, Row{"say gibberish", false, nullptr},
+          Row{"cobblet://quit/Work", false, nullptr}, Row{"cobblet://x", false, nullptr},
+          Row{"launch Work", false, nullptr}, Row{"list", false, nullptr}}) {
+        const CommandLine line = CommandLine::parse(words(row.line));
+        EXPECT_EQ(line.needsPanel(), row.panel) << row.line;
+        EXPECT_EQ(line.groupToShow(), row.group ? std::optional(text(row.group)) : std::nullopt) << row.line;
+    }
+}
+
+TEST_F(CommandLineTest, AnswersWithAStatusForEachKindOfEnd)
+{
+    setGroups({text("Work"), text("Twin"), text("Twin"), text("Empty"), text("Ev\nil\x1b[2J")});
+    config.removeApp(text("a"), id(4));
+    struct Row {
+        const char *line;
+        int status;
+        QString output;
+        QString errors; ///< what they begin with
+    };
+    const QString missing = text("There's no group named “%1”. It may have been renamed or deleted.\n");
+    for (const Row &row :
+         {Row{"launch Work", 0, text("Editor: launched\n"), {}},
+          Row{"hide Work", 0, text("Editor: not running\n"), {}}, Row{"show Work", 0, {}, {}},
+          Row{"quit Empty", 0, {}, {}},
+          Row{"say fire up Work group in Cobblet", 0, text("Launching Work.\nEditor: launched\n"), {}},
+          Row{"say show Work group in Cobblet", 0, {}, {}},
+          Row{"cobblet://launch/work", 0, text("Editor: launched\n"), {}},
+          Row{"--version", 0, text("Cobblet 1.2.3\n"), {}}, Row{"--service", 0, {}, {}},
+          Row{"show Nope", 1, {}, missing.arg(text("Nope"))},
+          Row{"cobblet://show/No\x1bpe%0A", 1, {}, missing.arg(text("No�pe�"))},
+          Row{"say launch Nope group in Cobblet", 1, {}, missing.arg(text("Nope"))},
+          Row{"quit Twin",
+              2,
+              {},
+              text("There are 2 groups named “Twin”. Use an id:\n💼  Twin  %1\n💼  Twin  %2\n")
+                  .arg(idText(2), idText(3))},
+          Row{"dance", 64, {}, text("cobblet: “dance” is not understood.\nUsage: cobblet ")},
+          Row{"say sing", 64, {}, text("“sing” is not understood. Say, ")},
+          Row{"cobblet://hide/Work",
+              64,
+              {},
+              text("“cobblet://hide/Work” is no address that can be opened here.\n")}}) {
+        const CommandReply reply = command(words(row.line));
+        EXPECT_EQ(reply.status, row.status) << row.line;
+        EXPECT_EQ(reply.output.toStdString(), row.output.toStdString()) << row.line;
+        EXPECT_EQ(reply.errors.left(row.errors.size()).toStdString(), row.errors.toStdString()) << row.line;
+        EXPECT_EQ(reply.errors.isEmpty(), row.errors.isEmpty()) << row.line;
+    }
+    log.clear();
+    EXPECT_EQ(command({}).status, 0);
+    EXPECT_EQ(log, QStringList{text("panel")});
+    EXPECT_EQ(service.refusal(CommandLine::parse(words("show Nope")))->status, 1);
+    EXPECT_EQ(service.refusal(CommandLine::parse(words("cobblet://show/Twin")))->status, 2);
+    EXPECT_FALSE(service.refusal(CommandLine::parse(words("show Work"))));
+    EXPECT_FALSE(service.refusal(CommandLine::parse(words("launch Nope"))));
+}
+
+TEST_F(CommandLineTest, TellsOfEachApplicationAndWhetherAllWasDone)
+{
+    setGroups({text("Work")});
+    config.addApps({{text("Gone"), text("gone")}, {text("Stub\nborn"), text("s")}}, id(1));
+    EXPECT_EQ(command(words("launch Work")).status, 3);
+    workspace.install(text("gone"));
+    running.running = {{text("s"), 4}};
+    const CommandReply launched = command(words("launch Work"));
+    EXPECT_EQ(launched.status, 0);
+    EXPECT_EQ(launched.output, text("Editor: launched\nGone: launched\nStub�born: brought forward\n"));
+    const CommandReply quit = command(words("quit Work"));
+    EXPECT_EQ(quit.status, 3);
+    EXPECT_EQ(
+        quit.output,
+        text(
+            "Editor: not running\nGone: not running\nStub�born: asked to quit, and still running after 5 seconds\n"));
+}
+
+TEST_F(CommandLineTest, TheListIsAlignedAndHarmless)
+{
+    setGroups({text("Work"), text("中文"), text("Ev\x1b[31mil\nrow\u202e"), QString(60, QLatin1Char('x'))});
+    config.updateGroup([this] {
+        AppGroup group = *config.group(id(2));
+        group.emoji = text("x");
+        return group;
+    }());
+    EXPECT_EQ(command(words("list")).output.toStdString(),
+              text("💼  Work%5  %1\nx   中文%5  %2\n💼  Ev�[31mil�row�%6  %3\n💼  %7  %4\n")
+                  .arg(idText(1), idText(2), idText(3), idText(4), QString(36, QLatin1Char(' ')),
+                       QString(26, QLatin1Char(' ')), QString(60, QLatin1Char('x')))
+                  .toStdString());
+    struct Row {
+        const char *text;
+        int width;
+    };
+    for (const Row &row : {Row{"", 0}, Row{"abc", 3}, Row{"e\xcc\x81", 1}, Row{"💼", 2}, Row{"❤️", 2},
+                           Row{"👨‍👩‍👧", 2}, Row{"🇩🇪", 2}, Row{"中", 2}, Row{"⭐", 2}})
+        EXPECT_EQ(terminal::width(text(row.text)), row.width) << row.text;
+}
+
+TEST_F(CommandLineTest, JsonSurvivesEveryName)
+{
+    const QString loneSurrogate = text("lone") + QChar(0xd83d);
+    const std::vector<QString> names{text("Work"),
+                                     text("\"\\/\b\f\n\r\t\x01\x7f"),
+                                     text("\u009b31m \u202e \u2028"),
+                                     text("👨‍👩‍👧 中"),
+                                     loneSurrogate,
+                                     QString()};
+    setGroups(names);
+    const QString output = command(words("list --json")).output;
+    for (const QChar c : output)
+        ASSERT_TRUE(c == QLatin1Char('\n') || c.category() != QChar::Other_Control);
+    QJsonParseError error;
+    const QJsonArray list = QJsonDocument::fromJson(output.toUtf8(), &error).array();
+    ASSERT_EQ(error.error, QJsonParseError::NoError) << error.errorString().toStdString();
+    ASSERT_EQ(list.size(), qsizetype(names.size()));
+    for (qsizetype i = 0; i < list.size(); ++i) {
+        const QJsonObject group = list[i].toObject();
+        EXPECT_EQ(group[QLatin1String("id")].toString(), idText(int(i) + 1));
+        if (names[size_t(i)] != loneSurrogate) {
+            EXPECT_EQ(group[QLatin1String("name")].toString(), names[size_t(i)]);
+        }
+        EXPECT_EQ(group[QLatin1String("apps")][0][QLatin1String("bundleID")].toString(), text("a"));
+    }
+    setGroups({});
+    EXPECT_EQ(command(words("list --json")).output, text("[\n]\n"));
+    EXPECT_EQ(command(words("list")).output, QString());
+}
+
+} // namespace
+} // namespace cobblet

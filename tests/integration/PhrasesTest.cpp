@@ -1,0 +1,79 @@
+#include "integration/CobbletShortcuts.h"
+#include "integration/IntentFixture.h"
+
+namespace cobblet {
+namespace {
+
+using Verb = IntentRequests::Verb;
+
+class PhrasesTest : public test::IntentTest {};
+
+TEST_F(PhrasesTest, EveryPhraseThatIsOfferedIsUnderstood)
+{
+    QStringList offered;
+    for (const AppShortcut &shortcut : CobbletShortcuts::appShortcuts()) {
+        for (const QString &phrase : shortcut.phrases(text("Work"))) {
+            offered.append(phrase);
+            const auto request = CobbletShortcuts::understood(phrase);
+            ASSERT_TRUE(request) << phrase.toStdString();
+            EXPECT_EQ(*request, (CobbletShortcuts::Request{shortcut.verb, text("Work")}));
+        }
+    }
+    EXPECT_EQ(offered, (QStringList{text("Launch Work group in Cobblet"), text("Start Work group in Cobblet"),
+                                    text("Fire up Work group in Cobblet"), text("Stop Work group in Cobblet"),
+                                    text("End Work group in Cobblet"), text("Wind down Work group in Cobblet"),
+                                    text("Show Work group in Cobblet"), text("Bring up Work group in Cobblet"),
+                                    text("Go to Work group in Cobblet")}));
+}
+
+TEST_F(PhrasesTest, ThePhraseMayBeSaidFreelyAndTheNameIsKept)
+{
+    struct Row {
+        const char *phrase;
+        const char *group; ///< null: not understood
+    };
+    for (const Row &row : {Row{"LAUNCH work GROUP IN COBBLET", "work"},
+                           Row{"  fire \t up  My  Work\n group  in cobblet . ", "My  Work"},
+                           Row{"launch Work group in Cobblet.", "Work"},
+                           Row{"launch group in Cobblet group in Cobblet", "group in Cobblet"},
+                           Row{"start a group in b group in Cobblet", "a group in b"},
+                           Row{"show Fire up group in Cobblet", "Fire up"},
+                           Row{"go to U.S. group in Cobblet", "U.S."},
+                           Row{"launch 🧪 group in Cobblet", "🧪"},
+                           Row{"launch group group in Cobblet", "group"},
+                           Row{"launch group in Cobblet", nullptr},
+                           Row{"launch Work group in Cobblet..", nullptr},
+                           Row{"launch Work", nullptr},
+                           Row{"launchWork group in Cobblet", nullptr},
+                           Row{"launch Workgroup in Cobblet", nullptr},
+                           Row{"launch Work group in Cobblets", nullptr},
+                           Row{"please launch Work group in Cobblet", nullptr},
+                           Row{"fire Work group in Cobblet", nullptr},
+                           Row{"hide Work group in Cobblet", nullptr},
+                           Row{".", nullptr},
+                           Row{"", nullptr}}) {
+        const auto request = CobbletShortcuts::understood(text(row.phrase));
+        EXPECT_EQ(request.has_value(), row.group != nullptr) << row.phrase;
+        if (request && row.group) {
+            EXPECT_EQ(request->group.toStdString(), row.group) << row.phrase;
+        }
+    }
+}
+
+TEST_F(PhrasesTest, SayingAPhraseCarriesItOut)
+{
+    setGroups({text("Work"), text("a group in b")});
+    const auto answered = [&](const char *phrase) {
+        return said(answer([&](auto done) { service.say(text(phrase), done); }));
+    };
+    EXPECT_EQ(answered("Fire up  WORK group in Cobblet."), "Launching Work.");
+    EXPECT_EQ(answered("end a group in b group in Cobblet"), "Quitting a group in b.");
+    EXPECT_EQ(answered("Bring up Work group in Cobblet"), "");
+    EXPECT_EQ(answered("Launch Nope group in Cobblet"),
+              "not found: There's no group named “Nope”. It may have been renamed or deleted.");
+    EXPECT_EQ(answered("Sing"),
+              "invalid: “Sing” is not understood. Say, for instance, “Launch Work group in Cobblet”.");
+}
+
+} // namespace
+} // namespace cobblet
