@@ -3,6 +3,7 @@
 #include "platform/Appearance.h"
 #include "platform/Dialogs.h"
 #include "platform/DockTile.h"
+#include "platform/HotKeys.h"
 #include "platform/Instance.h"
 #include "platform/Menus.h"
 #include "platform/PanelSurface.h"
@@ -13,6 +14,7 @@
 #include "platform/WindowAccess.h"
 #include "platform/Workspace.h"
 #include "shell/FloatingPanelController.h"
+#include "shell/GlobalHotkeyManager.h"
 #include "ui/common/Symbols.h"
 #include "ui/panel/Units.h"
 
@@ -63,6 +65,11 @@ AppDelegate::Services Application::services()
                                        m_platform.workspace(), m_platform.scheduler());
             },
             .makePanelController = [this] { return makePanelController(); },
+            .makeHotkeyManager =
+                [this] {
+                    return std::make_unique<GlobalHotkeyManager>(m_platform.hotKeys(), m_notifications,
+                                                                 m_platform.scheduler());
+                },
             .bringSettingsForward = {}};
 }
 

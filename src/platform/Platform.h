@@ -14,6 +14,7 @@ class Appearance;
 class Dialogs;
 class DistributedNotifications;
 class DockTile;
+class HotKeys;
 class Instance;
 class Menus;
 class PanelSurface;
@@ -51,6 +52,7 @@ public:
     virtual Dialogs &dialogs() = 0;
     virtual Menus &menus() = 0;
     virtual DockTile &dockTile() = 0;
+    virtual HotKeys &hotKeys() = 0;
 
     /// Makes a window that is not shown yet into a floating panel with corners of this radius (points).
     virtual std::unique_ptr<PanelSurface> makePanelSurface(QWindow &window, double cornerRadius) = 0;

@@ -9,6 +9,7 @@ namespace cobblet {
 
 class DockTile;
 class FloatingPanelController;
+class GlobalHotkeyManager;
 class Scheduler;
 class ThemeManager;
 class UsageTracker;
@@ -29,6 +30,7 @@ public:
         std::function<ThemeManager &()> theme;
         std::function<UsageTracker &()> usageTracker;
         std::function<std::unique_ptr<FloatingPanelController>()> makePanelController;
+        std::function<std::unique_ptr<GlobalHotkeyManager>()> makeHotkeyManager;
         /// Brings the settings window forward if it is visible, and says whether it is. May be empty.
         std::function<bool()> bringSettingsForward;
     };
@@ -47,11 +49,14 @@ public:
 
     /// Null before launch has finished.
     FloatingPanelController *panelController() const { return m_panelController.get(); }
+    /// Null before launch has finished.
+    GlobalHotkeyManager *hotkeyManager() const { return m_hotkeyManager.get(); }
 
 private:
     Services m_services;
     UsageTracker *m_usageTracker = nullptr;
     std::unique_ptr<FloatingPanelController> m_panelController;
+    std::unique_ptr<GlobalHotkeyManager> m_hotkeyManager;
 };
 
 } // namespace cobblet

@@ -5,6 +5,7 @@
 #include "model/PopupSettings.h"
 #include "model/Theme.h"
 #include "shell/FloatingPanelController.h"
+#include "shell/GlobalHotkeyManager.h"
 #include "support/FakeDesktop.h"
 #include "support/VirtualScheduler.h"
 
@@ -47,6 +48,10 @@ protected:
                     return std::make_unique<FloatingPanelController>(makePanel, screens, popupSettings, notifications,
                                                                      scheduler);
                 },
+                [this] {
+                    log.append(QStringLiteral("hotkeys"));
+                    return std::make_unique<GlobalHotkeyManager>(hotKeys, notifications, scheduler);
+                },
                 [this] { return settingsVisible; }};
     }
 
@@ -59,6 +64,7 @@ protected:
     test::FakeAppearance appearance;
     test::FakeWorkspace workspace;
     test::FakeRunningApplications running;
+    test::FakeHotKeys hotKeys;
     ThemeManager theme{shared, appearance};
     PopupSettings popupSettings{shared};
     NotificationCenter notifications;
@@ -91,9 +97,11 @@ TEST_F(AppDelegateTest, StartsInOrderAndThenShowsThePanel)
     delegate.applicationWillFinishLaunching();
     EXPECT_TRUE(log.isEmpty());
     delegate.applicationDidFinishLaunching();
-    EXPECT_EQ(log, (QStringList{QStringLiteral("usage"), QStringLiteral("controller"), QStringLiteral("panel")}));
+    EXPECT_EQ(log, (QStringList{QStringLiteral("usage"), QStringLiteral("controller"), QStringLiteral("panel"),
+                                QStringLiteral("hotkeys")}));
     EXPECT_FALSE(surface->visible);
     EXPECT_EQ(dockTile.activations, 0);
+    EXPECT_EQ(hotKeys.held.size(), 9);
     scheduler.advance(0ms);
     EXPECT_TRUE(surface->visible);
     EXPECT_EQ(dockTile.activations, 1);
