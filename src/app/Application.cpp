@@ -3,6 +3,7 @@
 #include "platform/Appearance.h"
 #include "platform/Dialogs.h"
 #include "platform/DockTile.h"
+#include "platform/HotKeys.h"
 #include "platform/Instance.h"
 #include "platform/IntentsHost.h"
 #include "platform/Menus.h"
@@ -14,6 +15,7 @@
 #include "platform/UserDefaults.h"
 #include "platform/Workspace.h"
 #include "shell/FloatingPanelController.h"
+#include "shell/GlobalHotkeyManager.h"
 #include "shell/StatusBarController.h"
 #include "ui/common/Symbols.h"
 #include "ui/panel/Units.h"
@@ -66,6 +68,11 @@ AppDelegate::Services Application::services()
             .usageTracker = [this]() -> UsageTracker & { return m_core->usage(); },
             .makeStatusBarController = [this] { return makeStatusBarController(); },
             .makePanelController = [this] { return makePanelController(); },
+            .makeHotkeyManager =
+                [this] {
+                    return std::make_unique<GlobalHotkeyManager>(m_platform.hotKeys(), m_core->notifications(),
+                                                                 m_platform.scheduler());
+                },
             .bringSettingsForward = {},
             .opensPanel = m_request.verb != CommandLine::Verb::Service};
 }

@@ -14,6 +14,7 @@ class Appearance;
 class Dialogs;
 class DistributedNotifications;
 class DockTile;
+class HotKeys;
 class Instance;
 class IntentsHost;
 class Menus;
@@ -54,6 +55,7 @@ public:
     virtual Dialogs &dialogs() = 0;
     virtual Menus &menus() = 0;
     virtual DockTile &dockTile() = 0;
+    virtual HotKeys &hotKeys() = 0;
 
     /// Makes the program's item in the status bar. The platform outlives it.
     virtual std::unique_ptr<StatusItem> makeStatusItem() = 0;

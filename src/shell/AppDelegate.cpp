@@ -6,6 +6,7 @@
 #include "platform/Scheduler.h"
 #include "platform/UserDefaults.h"
 #include "shell/FloatingPanelController.h"
+#include "shell/GlobalHotkeyManager.h"
 #include "shell/StatusBarController.h"
 
 #include <QLoggingCategory>
@@ -48,6 +49,7 @@ void AppDelegate::applicationDidFinishLaunching()
     m_panelController = m_services.makePanelController();
     m_services.theme().refresh();
     m_panelController->createPanel();
+    m_hotkeyManager = m_services.makeHotkeyManager();
     if (!m_services.opensPanel)
         return;
     m_services.scheduler.detached(std::chrono::milliseconds(0), [self = QPointer(this)] {

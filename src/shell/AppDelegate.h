@@ -9,6 +9,7 @@ namespace cobblet {
 
 class DockTile;
 class FloatingPanelController;
+class GlobalHotkeyManager;
 class Scheduler;
 class StatusBarController;
 class ThemeManager;
@@ -32,6 +33,7 @@ public:
         /// May be empty or give none: an agent has no item in the status bar.
         std::function<std::unique_ptr<StatusBarController>()> makeStatusBarController;
         std::function<std::unique_ptr<FloatingPanelController>()> makePanelController;
+        std::function<std::unique_ptr<GlobalHotkeyManager>()> makeHotkeyManager;
         /// Brings the settings window forward if it is visible, and says whether it is. May be empty.
         std::function<bool()> bringSettingsForward;
         /// Whether the panel shows once launch has finished.
@@ -54,12 +56,15 @@ public:
     StatusBarController *statusBarController() const { return m_statusBarController.get(); }
     /// Null before launch has finished.
     FloatingPanelController *panelController() const { return m_panelController.get(); }
+    /// Null before launch has finished.
+    GlobalHotkeyManager *hotkeyManager() const { return m_hotkeyManager.get(); }
 
 private:
     Services m_services;
     UsageTracker *m_usageTracker = nullptr;
     std::unique_ptr<StatusBarController> m_statusBarController;
     std::unique_ptr<FloatingPanelController> m_panelController;
+    std::unique_ptr<GlobalHotkeyManager> m_hotkeyManager;
 };
 
 } // namespace cobblet

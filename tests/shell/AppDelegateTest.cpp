@@ -5,6 +5,7 @@
 #include "model/PopupSettings.h"
 #include "model/Theme.h"
 #include "shell/FloatingPanelController.h"
+#include "shell/GlobalHotkeyManager.h"
 #include "shell/StatusBarController.h"
 #include "support/FakeDesktop.h"
 #include "support/VirtualScheduler.h"
@@ -52,6 +53,10 @@ protected:
                     return std::make_unique<FloatingPanelController>(makePanel, screens, popupSettings, notifications,
                                                                      scheduler);
                 },
+                [this] {
+                    log.append(QStringLiteral("hotkeys"));
+                    return std::make_unique<GlobalHotkeyManager>(hotKeys, notifications, scheduler);
+                },
                 [this] { return settingsVisible; }};
     }
 
@@ -64,6 +69,7 @@ protected:
     test::FakeAppearance appearance;
     test::FakeWorkspace workspace;
     test::FakeRunningApplications running;
+    test::FakeHotKeys hotKeys;
     ThemeManager theme{shared, appearance};
     PopupSettings popupSettings{shared};
     NotificationCenter notifications;
@@ -97,9 +103,10 @@ TEST_F(AppDelegateTest, StartsInOrderAndThenShowsThePanel)
     EXPECT_TRUE(log.isEmpty());
     delegate.applicationDidFinishLaunching();
     EXPECT_EQ(log, (QStringList{QStringLiteral("usage"), QStringLiteral("status item"), QStringLiteral("controller"),
-                                QStringLiteral("panel")}));
+                                QStringLiteral("panel"), QStringLiteral("hotkeys")}));
     EXPECT_FALSE(surface->visible);
     EXPECT_EQ(dockTile.activations, 0);
+    EXPECT_EQ(hotKeys.held.size(), 9);
     scheduler.advance(0ms);
     EXPECT_TRUE(surface->visible);
     EXPECT_EQ(dockTile.activations, 1);

@@ -4,6 +4,7 @@
 #include "platform/Dialogs.h"
 #include "platform/DistributedNotifications.h"
 #include "platform/DockTile.h"
+#include "platform/HotKeys.h"
 #include "platform/Instance.h"
 #include "platform/Menus.h"
 #include "platform/PanelSurface.h"
@@ -15,6 +16,7 @@
 #include "platform/Workspace.h"
 
 #include <QMap>
+#include <QSet>
 #include <QStringList>
 
 /// An in-memory desktop that records what is asked of it. Every fake writes its calls, as text, into one shared
@@ -206,6 +208,21 @@ public:
 
     QImage icon;
     int activations = 0;
+};
+
+/// Refuses the ids in `taken`, and gives an empty handle for those in `empty`.
+class FakeHotKeys : public HotKeys {
+public:
+    std::vector<Result<Handle>> registerAll(const QList<HotKey> &keys) override;
+    QString unavailableReason() const override { return {}; }
+    QString trigger(const HotKeyID &) const override { return {}; }
+    void press(quint32 id) { emit pressed({0, id}); }
+    void refuse(quint32 id) { emit refused({0, id}, QStringLiteral("refused")); }
+
+    QSet<quint32> taken;
+    QSet<quint32> empty;
+    QList<HotKey> asked;
+    QList<quint32> held; ///< registered and not unregistered
 };
 
 class FakeInstance : public Instance {

@@ -5,11 +5,13 @@
 #include "platform/freedesktop/FileUserDefaults.h"
 #include "platform/freedesktop/FreedesktopPaths.h"
 #include "platform/freedesktop/PortalAppearance.h"
+#include "platform/freedesktop/PortalHotKeys.h"
 #include "platform/freedesktop/SessionBus.h"
 #include "platform/freedesktop/TrayStatusItem.h"
 #include "platform/freedesktop/X11Connection.h"
 #include "platform/freedesktop/X11Desktop.h"
 #include "platform/freedesktop/X11DockTile.h"
+#include "platform/freedesktop/X11HotKeys.h"
 #include "platform/freedesktop/X11PanelSurface.h"
 #include "platform/freedesktop/X11Screens.h"
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
@@ -124,6 +126,15 @@ public:
         return std::make_unique<TrayStatusItem>(x11(), m_bus, theMenus(), appearance(), symbolicIconName());
     }
 
+    HotKeys &hotKeys() override
+    {
+        return made(m_hotKeys, [this]() -> std::unique_ptr<HotKeys> {
+            if (X11Desktop *known = isWaylandSession() ? nullptr : desktop())
+                return std::make_unique<X11HotKeys>(*known);
+            return std::make_unique<PortalHotKeys>(m_bus);
+        });
+    }
+
     std::unique_ptr<PanelSurface> makePanelSurface(QWindow &window, double cornerRadius) override
     {
         if (X11Desktop *known = desktop())
@@ -151,6 +162,13 @@ private:
         if (!service)
             service = make();
         return *service;
+    }
+
+    /// An X server within a Wayland session sees the keys of its own windows only.
+    static bool isWaylandSession()
+    {
+        return qEnvironmentVariable("XDG_SESSION_TYPE") == QLatin1String("wayland") &&
+               qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
     }
 
     /// A process without one carries out a single command and shows nothing.
@@ -222,6 +240,7 @@ private:
     std::unique_ptr<FreedesktopWorkspace> m_workspace;
     std::unique_ptr<X11RunningApplications> m_running;
     std::unique_ptr<X11WindowAccess> m_windowAccess;
+    std::unique_ptr<HotKeys> m_hotKeys;
     std::unique_ptr<QtDialogs> m_dialogs;
     std::unique_ptr<QtMenus> m_menus;
 };

@@ -1,0 +1,73 @@
+#include "shell/GlobalHotkeyManager.h"
+
+#include "model/Notifications.h"
+#include "platform/Scheduler.h"
+
+#include <QPointer>
+
+namespace cobblet {
+
+namespace {
+
+struct Row {
+    int digit;
+    int keyCode;
+};
+
+/// The codes of an ANSI keyboard's digits, which are not in the order of the digits.
+constexpr Row rows[] = {{1, 18}, {2, 19}, {3, 20}, {4, 21}, {5, 23}, {6, 22}, {7, 26}, {8, 28}, {9, 25}};
+
+constexpr quint32 signature = 'C' << 24 | 'B' << 16 | 'L' << 8 | 'T';
+
+} // namespace
+
+QList<HotKey> GlobalHotkeyManager::table()
+{
+    QList<HotKey> keys;
+    for (const auto &[digit, keyCode] : rows)
+        keys.append({keyCode, modifier::option | modifier::shift, HotKeyID{signature, quint32(digit)},
+                     QStringLiteral("group-%1").arg(digit), QStringLiteral("Show group %1 in Cobblet").arg(digit)});
+    return keys;
+}
+
+GlobalHotkeyManager::GlobalHotkeyManager(HotKeys &hotKeys, NotificationCenter &notifications, Scheduler &scheduler)
+    : m_notifications(notifications), m_scheduler(scheduler)
+{
+    m_eventHandlerRef = connect(&hotKeys, &HotKeys::pressed, this,
+                                [this](const HotKeyID &pressed) { hotKeyPressed(int(pressed.id)); });
+    connect(&hotKeys, &HotKeys::refused, this, [this](const HotKeyID &refused) {
+        m_conflictedDigits.insert(int(refused.id));
+        emit conflictedDigitsChanged();
+    });
+    const QList<HotKey> keys = table();
+    std::vector<Result<HotKeys::Handle>> results = hotKeys.registerAll(keys);
+    QSet<int> conflicts;
+    for (size_t i = 0; i < results.size(); ++i) {
+        HotKeys::Handle handle = results[i] ? std::move(results[i]).value() : nullptr;
+        if (handle)
+            m_hotKeyRefs.push_back(std::move(handle));
+        else
+            conflicts.insert(int(keys[qsizetype(i)].id.id));
+    }
+    m_conflictedDigits = conflicts;
+    emit conflictedDigitsChanged();
+}
+
+GlobalHotkeyManager::~GlobalHotkeyManager()
+{
+    m_hotKeyRefs.clear();
+    disconnect(m_eventHandlerRef);
+}
+
+void GlobalHotkeyManager::hotKeyPressed(int digit)
+{
+    m_scheduler.detached(std::chrono::milliseconds(0), [self = QPointer(this), digit] {
+        if (!self)
+            return;
+        NotificationCenter &notifications = self->m_notifications;
+        notifications.post(notification::showPanel);
+        notifications.post(notification::selectGroupShortcut, {{QStringLiteral("digit"), digit}});
+    });
+}
+
+} // namespace cobblet

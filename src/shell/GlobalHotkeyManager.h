@@ -1,0 +1,46 @@
+#pragma once
+
+#include "platform/HotKeys.h"
+
+#include <QSet>
+
+#include <vector>
+
+namespace cobblet {
+
+class NotificationCenter;
+class Scheduler;
+
+/// Nine key combinations for the whole desktop, Option-Shift-1 to Option-Shift-9, each of which shows the panel
+/// with the group of its digit. They are registered once, for the life of this object; which group a digit stands
+/// for is looked up when it is pressed. Main thread only.
+class GlobalHotkeyManager : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QSet<int> conflictedDigits READ conflictedDigits NOTIFY conflictedDigitsChanged)
+public:
+    /// Registers the nine. The references outlive this object.
+    GlobalHotkeyManager(HotKeys &hotKeys, NotificationCenter &notifications, Scheduler &scheduler);
+    ~GlobalHotkeyManager() override;
+
+    /// The digits whose combination could not be registered, to the end of the process.
+    const QSet<int> &conflictedDigits() const { return m_conflictedDigits; }
+    /// In the order of registration.
+    const std::vector<HotKeys::Handle> &hotKeyRefs() const { return m_hotKeyRefs; }
+
+    /// Option-Shift-1 to Option-Shift-9.
+    static QList<HotKey> table();
+
+signals:
+    void conflictedDigitsChanged();
+
+private:
+    void hotKeyPressed(int digit);
+
+    NotificationCenter &m_notifications;
+    Scheduler &m_scheduler;
+    QSet<int> m_conflictedDigits;
+    std::vector<HotKeys::Handle> m_hotKeyRefs;
+    QMetaObject::Connection m_eventHandlerRef;
+};
+
+} // namespace cobblet

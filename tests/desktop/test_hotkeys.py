@@ -1,0 +1,129 @@
+"""The nine key combinations: Alt+Shift and a digit, whatever program has the keyboard."""
+
+import subprocess
+
+from Xlib import X
+from Xlib.display import Display
+from Xlib.ext import xtest
+
+from cobblet import GROUPS, CobbletCase, desired_size
+
+# Keys by their place, which no layout changes.
+ALT, SHIFT, NUM_LOCK, DIGIT_1 = 64, 50, 77, 10
+
+
+class Hotkeys(CobbletCase):
+    def setUp(self):
+        super().setUp()
+        self.addCleanup(self.layout, "us")
+        self.layout("us")
+        self.desktop.start(["xterm", "-geometry", "60x12+40+40"])
+        self.terminal = self.desktop.wait_window("XTerm")
+        self.desktop.wait(lambda: self.desktop.focused() == self.terminal, "the terminal to have the keyboard")
+
+    def start_hidden(self):
+        cobblet = self.start()
+        cobblet.wait_painted()
+        self.hide(cobblet)
+        return cobblet
+
+    def hide(self, cobblet):
+        self.desktop.wait(lambda: self.desktop.focused() == cobblet.panel(), "the panel to have the keyboard")
+        self.desktop.key("Escape")
+        cobblet.wait_hidden()
+        self.desktop.wait(lambda: self.desktop.focused() == self.terminal, "the terminal to have the keyboard again")
+
+    def layout(self, name):
+        subprocess.run(["setxkbmap", name], env=self.desktop.environment, check=True, timeout=10)
+
+    def code(self, code, kind):
+        xtest.fake_input(self.desktop.display, kind, code)
+        self.desktop.display.sync()
+
+    def tap(self, code):
+        self.code(code, X.KeyPress)
+        self.code(code, X.KeyRelease)
+
+    def press(self, digit):
+        for code in (ALT, SHIFT):
+            self.code(code, X.KeyPress)
+        self.tap(DIGIT_1 + digit - 1)
+        for code in (SHIFT, ALT):
+            self.code(code, X.KeyRelease)
+
+    def wait_group(self, cobblet, digit):
+        """The panel with the size that the group of the digit asks for."""
+        width, height = desired_size(GROUPS[digit - 1])
+
+        def sized():
+            panel = cobblet.panel()
+            rect = panel and panel.rect()
+            return rect and abs(rect.width - width) <= 1 and abs(rect.height - height) <= 1
+        self.desktop.wait(sized, f"the panel of group {digit}")
+
+    def test_a_press_shows_the_group_of_the_digit_with_the_keyboard_on_every_layout(self):
+        cobblet = self.start_hidden()
+        for layout in ("us", "fr"):
+            self.layout(layout)
+            for num_lock in (False, True):
+                if num_lock:
+                    self.tap(NUM_LOCK)
+                for digit in (2, 1):
+                    with self.subTest(layout=layout, num_lock=num_lock, digit=digit):
+                        self.press(digit)
+                        self.wait_group(cobblet, digit)
+                        self.hide(cobblet)
+                if num_lock:
+                    self.tap(NUM_LOCK)
+
+    def test_a_press_while_the_panel_is_open_changes_the_group_and_nothing_else(self):
+        cobblet = self.start_hidden()
+        self.press(1)
+        self.wait_group(cobblet, 1)
+        panel = cobblet.wait_painted()
+        self.desktop.wait(lambda: self.desktop.focused() == panel, "the panel to have the keyboard")
+        self.press(2)
+        self.wait_group(cobblet, 2)
+        self.press(7)  # a digit without a group
+        self.assertTrue(self.desktop.holds(lambda: panel.viewable() and self.desktop.focused() == panel))
+        self.wait_group(cobblet, 2)
+        self.hide(cobblet)
+
+    def test_a_digit_without_a_group_shows_the_panel_as_it_was(self):
+        cobblet = self.start_hidden()
+        self.press(2)
+        self.wait_group(cobblet, 2)
+        self.hide(cobblet)
+        self.press(7)
+        self.wait_group(cobblet, 2)
+        self.hide(cobblet)
+
+    def test_a_combination_that_another_program_holds_is_logged_and_the_others_work(self):
+        other = Display(self.desktop.environment["DISPLAY"])
+        self.addCleanup(other.close)
+        other.screen().root.grab_key(DIGIT_1 + 4, X.Mod1Mask | X.ShiftMask, False, X.GrabModeAsync, X.GrabModeAsync)
+        other.sync()
+        cobblet = self.start_hidden()
+        refusals = [line for line in cobblet.messages().splitlines() if "already used" in line]
+        self.assertEqual(len(refusals), 1, refusals)
+        self.assertIn("Alt+Shift+5", refusals[0])
+        self.press(5)
+        self.desktop.wait(lambda: other.pending_events() and other.next_event().type == X.KeyPress,
+                          "the press to reach the program that holds it")
+        self.assertIsNone(cobblet.panel())
+        self.press(2)
+        self.wait_group(cobblet, 2)
+
+    def test_a_held_combination_shows_the_panel_once_and_lets_it_take_keys(self):
+        cobblet = self.start_hidden()
+        for code in (ALT, SHIFT, DIGIT_1 + 1):
+            self.code(code, X.KeyPress)
+        self.wait_group(cobblet, 2)
+        self.desktop.wait(lambda: self.desktop.focused() == cobblet.panel(), "the panel to have the keyboard")
+        # Past the time after which a server repeats a held key.
+        self.assertTrue(self.desktop.holds(lambda: cobblet.panel() is not None, seconds=1.0))
+        self.tap(self.desktop.display.keysym_to_keycode(0xff1b))
+        cobblet.wait_hidden()
+        self.assertTrue(self.desktop.holds(lambda: cobblet.panel() is None, seconds=1.0), "no repetition opens it again")
+        for code in (DIGIT_1 + 1, SHIFT, ALT):
+            self.code(code, X.KeyRelease)
