@@ -40,6 +40,11 @@ X11Connection::X11Connection(xcb_connection_t *connection, int screenNumber)
 X11Connection::~X11Connection()
 {
     m_notifier.reset();
+    // A server that finds a connection closed with events unread drops the requests it has not read yet either.
+    if (!xcb_connection_has_error(m_connection)) {
+        const XcbReply<xcb_get_input_focus_reply_t> answered(
+            xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+    }
     xcb_disconnect(m_connection);
 }
 
