@@ -53,7 +53,7 @@ FloatingPanelController::FloatingPanelController(MakePanel makePanel, Screens &s
     : QObject(parent), m_makePanel(std::move(makePanel)), m_screens(screens), m_popupSettings(popupSettings),
       m_notifications(notifications), m_scheduler(scheduler)
 {
-    notifications.observe(notification::showPanel, this, [this](const QVariantMap &) { show(); });
+    notifications.observe(notification::showPanel, this, [this](const QVariantMap &) { showCentred(); });
     notifications.observe(notification::closePanel, this, [this](const QVariantMap &) { hide(); });
     notifications.observe(notification::openSettings, this,
                           [this](const QVariantMap &) { m_notifications.post(notification::closePanel); });
@@ -89,13 +89,23 @@ bool FloatingPanelController::isVisible() const
 
 void FloatingPanelController::show()
 {
+    open(true);
+}
+
+void FloatingPanelController::showCentred()
+{
+    open(false);
+}
+
+void FloatingPanelController::open(bool maybeClicked)
+{
     if (isVisible() && !m_isHiding) {
         m_panel->makeKeyAndOrderFront();
         return;
     }
     m_isHiding = false;
     PanelSurface &surface = panel();
-    if (!choosePlacement())
+    if (!choosePlacement(maybeClicked))
         return;
     m_pendingResize.reset();
     surface.setFrame(placedFrame());
@@ -104,13 +114,15 @@ void FloatingPanelController::show()
     surface.fade(1, animationTime, Easing::Out);
 }
 
-bool FloatingPanelController::choosePlacement()
+bool FloatingPanelController::choosePlacement(bool maybeClicked)
 {
     const QList<Screen> screens = m_screens.screens();
     if (screens.isEmpty())
         return false;
     m_placementScreen = screens.first();
     m_placementAnchor.reset();
+    if (!maybeClicked)
+        return true;
 
     const std::optional<AppGroup> group = m_groupProvider ? m_groupProvider() : std::nullopt;
     if (m_popupSettings.effectiveLayout(group ? &*group : nullptr).anchor != PopupAnchor::DockIcon)
@@ -167,7 +179,7 @@ void FloatingPanelController::followScreens()
     const QList<Screen> screens = m_screens.screens();
     const auto same = std::find_if(screens.begin(), screens.end(),
                                    [this](const Screen &screen) { return screen.name == m_placementScreen->name; });
-    if (same == screens.end() ? choosePlacement() : *same != *m_placementScreen) {
+    if (same == screens.end() ? choosePlacement(false) : *same != *m_placementScreen) {
         if (same != screens.end())
             m_placementScreen = *same;
         m_pendingResize = m_scheduler.after(std::chrono::milliseconds(0), [this] { resize(); });

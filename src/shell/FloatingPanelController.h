@@ -34,7 +34,10 @@ public:
 
     /// Makes the panel window now, so that the first show is fast.
     void createPanel();
+    /// As after a click on the dock: above the click where the group wants that, else centred.
     void show();
+    /// For everybody else, such as a key or another program: centred over the dock whatever the group's anchor.
+    void showCentred();
     void hide();
     /// Points.
     void setDesiredSize(const QSizeF &size);
@@ -50,8 +53,10 @@ public:
 
 private:
     PanelSurface &panel();
-    /// Chooses the screen and the click point for the next placement; false when there is no screen.
-    bool choosePlacement();
+    void open(bool maybeClicked);
+    /// Chooses the screen and, where the dock may have been clicked, the click point for the next placement; false
+    /// when there is no screen.
+    bool choosePlacement(bool maybeClicked);
     /// The desired size as it fits, at the chosen place.
     QRectF placedFrame() const;
     void followScreens();

@@ -11,6 +11,8 @@ import subprocess
 import tempfile
 import unittest
 
+from Xlib import X
+
 from desktop import Desktop, Rect, bottom, right
 
 HERE = pathlib.Path(__file__).resolve().parent
@@ -27,6 +29,7 @@ ROW_HEIGHT = 103
 ICON = 48
 ICON_CENTRE = 8 + ICON / 2
 TOOL_ROW = 46
+MENU_ENTRY = 24
 
 # Applications that Debian ships without a desktop entry of their own, as (identifier, name, command, WM_CLASS).
 ENTRIES = [
@@ -175,6 +178,20 @@ class Cobblet:
 
     def click_cell(self, index, columns=3):
         self.desktop.click(*self.cell(index, columns))
+
+    def choose_last_in_menu(self, index, columns=3):
+        """Opens the context menu of the application at an index and clicks its last entry."""
+        before = {window.id for window in self.mapped()}
+        self.desktop.click(*self.cell(index, columns), button=3)
+        menu = self.desktop.wait(
+            lambda: next((window for window in self.mapped() if window.id not in before), None), "the menu")
+        area = menu.get_geometry()
+        self.desktop.click(area.x + area.width // 2, area.y + area.height - MENU_ENTRY // 2)
+
+    def mapped(self):
+        """Every window of the top level that is on screen, menus too."""
+        return [child for child in self.desktop.root.query_tree().children
+                if child.get_attributes().map_state == X.IsViewable]
 
     def below_icon(self, index, columns=3):
         """The strip under an icon in which the running dot is drawn: above the name, as wide as the cell."""

@@ -1,6 +1,8 @@
 """Opening, hiding, quitting and killing real applications from the panel."""
 
-from cobblet import ICON, TOOLS, CobbletCase
+import json
+
+from cobblet import ICON, TOOLS, XCALC, CobbletCase
 
 WINDOWS = ["XTerm", "XCalc", "XClock", "Galculator"]
 OPEN_ALL, CLOSE_ALL = 0, 1
@@ -55,6 +57,17 @@ class OneApplication(CobbletCase):
         window.handle.kill_client()
         self.desktop.display.sync()
         self.desktop.wait(lambda: not self.desktop.picture(strip).changed(without), "the dot to go")
+
+    def test_an_entry_of_the_context_menu_does_what_it_says(self):
+        cobblet = self.start()
+        cobblet.wait_painted()
+        cobblet.select(1)
+        cobblet.choose_last_in_menu(1)
+
+        def removed():
+            tools = json.loads(self.home.groups_file.read_text(encoding="utf-8"))[0]
+            return XCALC not in [app["bundleID"] for app in tools["apps"]]
+        self.desktop.wait(removed, "the application to be removed from its group")
 
     def test_killing_the_program_leaves_what_it_launched_running(self):
         cobblet = self.start()

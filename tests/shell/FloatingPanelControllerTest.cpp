@@ -213,6 +213,14 @@ TEST_F(FloatingPanelControllerTest, TheAnchorDecidesWhereThePanelOpens)
     }
 }
 
+TEST_F(FloatingPanelControllerTest, WhatIsNoClickOnTheDockOpensThePanelCentred)
+{
+    ASSERT_TRUE(defaults.set(QStringLiteral("popupAnchor"), QStringLiteral("dockIcon")));
+    screens.pointerPosition = QPointF(700, 10); // where a click on the dock would be
+    notifications.post(notification::showPanel);
+    EXPECT_EQ(surface->frame.x(), 420);
+}
+
 TEST_F(FloatingPanelControllerTest, AnOpenPanelFollowsTheDockAndItsScreen)
 {
     test::FakePanelSurface &shown = shownPanel();
