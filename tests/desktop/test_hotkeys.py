@@ -114,6 +114,11 @@ class Hotkeys(CobbletCase):
         self.press(2)
         self.wait_group(cobblet, 2)
 
+    def test_a_wayland_session_without_global_shortcuts_is_told_what_to_bind(self):
+        cobblet = self.start(XDG_SESSION_TYPE="wayland", WAYLAND_DISPLAY="wayland-0", QT_QPA_PLATFORM="xcb")
+        cobblet.wait_painted()
+        self.desktop.wait(lambda: "cobblet show NAME" in cobblet.messages(), "the reason and the command")
+
     def test_a_held_combination_shows_the_panel_once_and_lets_it_take_keys(self):
         cobblet = self.start_hidden()
         for code in (ALT, SHIFT, DIGIT_1 + 1):

@@ -1,13 +1,11 @@
 #include "platform/freedesktop/X11HotKeys.h"
 
+#include "platform/freedesktop/Xkb.h"
+
 #include <QLoggingCategory>
 #include <QPointer>
 
 #include <algorithm>
-
-#define explicit explicit_ // a field's name in this header, which is written for C
-#include <xcb/xkb.h>
-#undef explicit
 
 namespace cobblet {
 

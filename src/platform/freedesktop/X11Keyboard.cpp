@@ -1,11 +1,10 @@
 #include "platform/freedesktop/X11Keyboard.h"
 
+#include "platform/freedesktop/Xkb.h"
+
 #include <algorithm>
 #include <cstring>
-
-#define explicit explicit_ // a field's name in this header, which is written for C
-#include <xcb/xkb.h>
-#undef explicit
+#include <utility>
 
 namespace cobblet {
 
