@@ -94,6 +94,7 @@ void X11PanelSurface::set(const char *property, xcb_atom_t type, const std::vect
 void X11PanelSurface::prepareToMap()
 {
     X11Connection &x11 = m_desktop.x11();
+    m_repeatsState = !m_stateWasDropped;
     set("_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM, {x11.atom("_NET_WM_WINDOW_TYPE_UTILITY")});
     set(windowState, XCB_ATOM_ATOM,
         {x11.atom("_NET_WM_STATE_ABOVE"), x11.atom("_NET_WM_STATE_STICKY"), x11.atom("_NET_WM_STATE_SKIP_TASKBAR"),
@@ -102,7 +103,7 @@ void X11PanelSurface::prepareToMap()
     updateShape(window().size());
 }
 
-/// A state that was said before the window manager dealt with the last unmapping went with it.
+/// A state that was said before the window manager dealt with the last unmapping goes with it.
 void X11PanelSurface::repeatState()
 {
     X11Connection &x11 = m_desktop.x11();
@@ -212,8 +213,10 @@ void X11PanelSurface::orderOut()
     m_loss.stop();
     m_holder = XCB_WINDOW_NONE;
     m_awaitsTime = false;
-    if (wasVisible)
+    if (wasVisible) {
+        m_stateWasDropped = false;
         returnFocus();
+    }
     QtPanelSurface::orderOut();
 }
 
@@ -263,12 +266,17 @@ bool X11PanelSurface::nativeEventFilter(const QByteArray &type, void *message, q
         break;
     case XCB_PROPERTY_NOTIFY: {
         const auto *notify = static_cast<const xcb_property_notify_event_t *>(message);
-        if (m_awaitsTime && notify->window == m_id && notify->atom == m_desktop.x11().atom(timeMark)) {
+        if (notify->window != m_id)
+            break;
+        if (notify->atom == m_desktop.x11().atom(windowState)) {
+            m_stateWasDropped = m_stateWasDropped || notify->state == XCB_PROPERTY_DELETE;
+        } else if (m_awaitsTime && notify->atom == m_desktop.x11().atom(timeMark)) {
             m_awaitsTime = false;
             m_desktop.noteUserTime(notify->time);
             if (isVisible()) {
                 m_desktop.activateOn(m_toolkit, m_id, notify->time);
-                repeatState();
+                if (m_repeatsState)
+                    repeatState();
             }
         }
         break;

@@ -50,6 +50,8 @@ private:
     bool m_wantsBlur = false;
     xcb_window_t m_holder = XCB_WINDOW_NONE; ///< the panel or the window of its family that has the focus
     bool m_awaitsTime = false;
+    bool m_stateWasDropped = true; ///< by the window manager since the last unmapping, or there was none
+    bool m_repeatsState = false;
     xcb_window_t m_previous = XCB_WINDOW_NONE; ///< had the focus before the panel
     QSize m_shapedPixels;
     QTimer m_loss;
