@@ -148,6 +148,10 @@ IntentsTest::Answer IntentsTest::call(const char *child, const char *interface, 
 QString IntentsTest::output(const QString &program, const QStringList &arguments)
 {
     QProcess process;
+    // What they print depends on the locale: without UTF-8, names come escaped.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+    process.setProcessEnvironment(environment);
     process.start(program, arguments);
     if (!QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, 60'000))
         return QStringLiteral("timeout");
