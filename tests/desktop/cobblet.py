@@ -127,7 +127,7 @@ class Cobblet:
                 if window.pid() == self.process.pid and window.viewable() and window.rect().width >= 380]
         return mine[0] if mine else None
 
-    def wait_panel(self, timeout=5.0):
+    def wait_panel(self, timeout=15.0):
         def there():
             if not self.running():
                 raise AssertionError(f"the program ended with {self.process.returncode}:\n{self.messages()}")

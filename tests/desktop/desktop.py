@@ -211,7 +211,8 @@ class Desktop:
                        log=self.folder / "openbox.log")
             self.wait(lambda: self._root_property("_NET_SUPPORTING_WM_CHECK"), "the window manager")
         if self._parts["compositor"]:
-            self.start(["picom", "--config", os.devnull, "--backend", "xrender"], log=self.folder / "picom.log")
+            self.start(["picom", "--config", os.devnull, "--backend", "xrender",
+                        "--no-use-damage"], log=self.folder / "picom.log")
             selection = self.atom("_NET_WM_CM_S0")
             self.wait(lambda: self.display.get_selection_owner(selection) != X.NONE, "the compositor")
         if self.dock_side:
@@ -289,7 +290,7 @@ class Desktop:
 
     # Waiting
 
-    def wait(self, condition, what, timeout=5.0):
+    def wait(self, condition, what, timeout=15.0):
         """Waits until the condition holds and returns its value. Looks again after each event of the server, and
         now and then for what the server does not tell of."""
         deadline = time.monotonic() + timeout
@@ -356,7 +357,7 @@ class Desktop:
         def seen():
             window = self.window(name)
             return window if window and window.viewable() else None
-        return self.wait(seen, f"a window of {name}", timeout=10)
+        return self.wait(seen, f"a window of {name}", timeout=20)
 
     def wait_no_window(self, name):
         self.wait(lambda: self.window(name) is None, f"{name} to be gone")
