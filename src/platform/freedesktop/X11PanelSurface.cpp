@@ -47,7 +47,7 @@ X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Scr
     : QtPanelSurface(window, screens, Focus::Derived), m_desktop(desktop), m_toolkit(toolkitConnection()),
       m_radius(cornerRadius)
 {
-    m_desktop.x11().intern({timeMark, windowState, hiddenState, blurRegion, "_NET_WM_WINDOW_TYPE",
+    m_desktop.x11().intern({timeMark, windowState, "WM_STATE", hiddenState, blurRegion, "_NET_WM_WINDOW_TYPE",
                             "_NET_WM_WINDOW_TYPE_UTILITY", "_NET_WM_STATE_ABOVE", "_NET_WM_STATE_STICKY",
                             "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER", "_NET_WM_DESKTOP"});
     window.create();
@@ -268,9 +268,15 @@ bool X11PanelSurface::nativeEventFilter(const QByteArray &type, void *message, q
         const auto *notify = static_cast<const xcb_property_notify_event_t *>(message);
         if (notify->window != m_id)
             break;
+        // The toolkit asks the server after each of the states' changes whether the window is minimised, maximised or
+        // full-screen, and waits for the answers before it paints. A panel is none of these.
         if (notify->atom == m_desktop.x11().atom(windowState)) {
             m_stateWasDropped = m_stateWasDropped || notify->state == XCB_PROPERTY_DELETE;
-        } else if (m_awaitsTime && notify->atom == m_desktop.x11().atom(timeMark)) {
+            return true;
+        }
+        if (notify->atom == m_desktop.x11().atom("WM_STATE"))
+            return true;
+        if (m_awaitsTime && notify->atom == m_desktop.x11().atom(timeMark)) {
             m_awaitsTime = false;
             m_desktop.noteUserTime(notify->time);
             if (isVisible()) {
