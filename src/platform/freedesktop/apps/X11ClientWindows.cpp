@@ -112,6 +112,25 @@ std::vector<xcb_window_t> X11ClientWindows::list(const QSet<xcb_window_t> &kept)
     return windows;
 }
 
+unsigned X11ClientWindows::askForList()
+{
+    return xcb_get_property(m_x11.xcb(), 0, m_x11.root(), m_x11.atom("_NET_CLIENT_LIST"), XCB_GET_PROPERTY_TYPE_ANY,
+                            0, maximumWindows)
+        .sequence;
+}
+
+std::vector<xcb_window_t> X11ClientWindows::listIn(const void *reply) const
+{
+    const auto *property = static_cast<const xcb_get_property_reply_t *>(reply);
+    std::vector<xcb_window_t> windows;
+    if (property && property->format == 32) {
+        const auto *first = static_cast<const xcb_window_t *>(xcb_get_property_value(property));
+        windows.assign(first, first + xcb_get_property_value_length(property) / 4);
+    }
+    std::erase_if(windows, [this](xcb_window_t window) { return window == XCB_WINDOW_NONE || isOwn(window); });
+    return windows;
+}
+
 /// Windows with WM_STATE, below the manager's frames; without any manager the mapped windows of the top level.
 void X11ClientWindows::collect(xcb_window_t parent, int depth, const QSet<xcb_window_t> &kept,
                                std::vector<xcb_window_t> &found)

@@ -35,6 +35,10 @@ public:
     /// All windows in the order in which they were mapped, less the ones of this process. `kept` are listed
     /// although they are unmapped, where no window manager remembers them.
     std::vector<xcb_window_t> list(const QSet<xcb_window_t> &kept);
+    /// The same in two steps, so that nobody waits in between; where hasLists(). The number of the request, and what
+    /// its reply (maybe null) says.
+    unsigned askForList();
+    std::vector<xcb_window_t> listIn(const void *reply) const;
     /// The properties of windows, with one round trip for all; windows that are gone come back without any.
     std::vector<ClientWindow> describe(const std::vector<xcb_window_t> &windows);
     /// Whether a property's change can change what describe() says.

@@ -50,7 +50,7 @@ X11RunningApplications::X11RunningApplications(X11Connection *x11, FreedesktopWo
         m_windows.clear();
         regroup();
     });
-    refresh();
+    take(m_clients->list(m_hidden));
 }
 
 X11RunningApplications::~X11RunningApplications() = default;
@@ -104,7 +104,18 @@ void X11RunningApplications::refresh()
         return;
     if (std::exchange(m_managerChanged, false) || !m_clients->hasLists())
         m_clients->findWindowManager();
-    m_order = m_clients->list(m_hidden);
+    if (!m_clients->hasLists())
+        return take(m_clients->list(m_hidden));
+    // Without waiting: the list changes with every window that opens, the panel's among them.
+    m_x11->whenReplied(m_clients->askForList(), this, [this](const void *reply) {
+        if (m_clients)
+            take(m_clients->listIn(reply));
+    });
+}
+
+void X11RunningApplications::take(std::vector<xcb_window_t> windows)
+{
+    m_order = std::move(windows);
     const QSet<xcb_window_t> present(m_order.begin(), m_order.end());
     for (auto window = m_windows.begin(); window != m_windows.end();) {
         if (present.contains(window.key())) {

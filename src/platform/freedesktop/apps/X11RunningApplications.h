@@ -63,6 +63,7 @@ private:
     void onEvent(xcb_generic_event_t *event);
     void refreshSoon();
     void refresh();
+    void take(std::vector<xcb_window_t> windows);
     void regroup();
     void launchedHere(const QString &id, qint64 pid, bool inTerminal);
     void processEnded(const RunningApplication &application);
