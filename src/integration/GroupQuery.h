@@ -20,8 +20,7 @@ public:
     /// A longer name or search text is not looked for at all.
     static constexpr qsizetype maximumText = 1000;
 
-    explicit GroupQuery(const ConfigManager &config, QLocale locale = {})
-        : m_config(config), m_locale(std::move(locale))
+    explicit GroupQuery(const ConfigManager &config, const QLocale &locale = {}) : m_config(config), m_locale(locale)
     {
     }
 
