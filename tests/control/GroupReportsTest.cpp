@@ -23,7 +23,7 @@ public:
     void open(const QString &bundleID, Completion done) override
     {
         opened.append(bundleID);
-        pending.insert(bundleID, std::move(done));
+        pending.insert(bundleID, done);
     }
     void finish(const char *id, const Status &status = {}) { pending.take(QLatin1String(id))(status); }
 
