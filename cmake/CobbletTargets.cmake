@@ -29,3 +29,17 @@ function(cobblet_test name)
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT ${TEST_TIMEOUT} ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
 endfunction()
+
+# cobblet_part(TARGET): a program of the bundle. Its debug information, thirty times its size, lies beside the bundle in
+# TARGET.debug ("symbol-file" in gdb): the bundle is copied for every group that becomes an application of its own.
+function(cobblet_part target)
+    if(APPLE OR COBBLET_SANITIZERS OR NOT CMAKE_OBJCOPY)
+        return()
+    endif()
+    set(debug ${CMAKE_BINARY_DIR}/${target}.debug)
+    add_custom_command(TARGET ${target} POST_BUILD
+        COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${target}> ${debug}
+        COMMAND ${CMAKE_OBJCOPY} --strip-unneeded $<TARGET_FILE:${target}>
+        COMMAND ${CMAKE_OBJCOPY} --add-gnu-debuglink=${debug} $<TARGET_FILE:${target}>
+        VERBATIM)
+endfunction()

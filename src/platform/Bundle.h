@@ -8,6 +8,7 @@ namespace cobblet {
 struct Bundle {
     QString identifier; ///< "com.vantor.cobblet", or an agent's; empty outside a bundle
     QString version;    ///< the short version string; empty when unavailable
+    QString build;      ///< the bundle version; empty when unavailable
     QString path;       ///< the ".app" folder; empty outside a bundle
 
     /// Identifiers of per-group agents begin with this.

@@ -205,8 +205,15 @@ class FakeDockTile : public DockTile {
 public:
     void setIcon(const QImage &image) override { icon = image; }
     void activateApplication() override { ++activations; }
+    void setMenu(std::function<QList<DockMenuItem>()> items, std::function<bool(const QString &)> chosen) override
+    {
+        menu = std::move(items);
+        choose = std::move(chosen);
+    }
 
     QImage icon;
+    std::function<QList<DockMenuItem>()> menu;
+    std::function<bool(const QString &)> choose;
     int activations = 0;
 };
 

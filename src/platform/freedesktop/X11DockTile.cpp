@@ -23,4 +23,9 @@ void X11DockTile::activateApplication()
         }
 }
 
+void X11DockTile::setMenu(std::function<QList<DockMenuItem>()>, std::function<bool(const QString &)> chosen)
+{
+    m_chosen = std::move(chosen);
+}
+
 } // namespace cobblet

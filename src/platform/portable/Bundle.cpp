@@ -1,32 +1,13 @@
 #include "platform/Bundle.h"
 
-#include "platform/AtomicFile.h"
+#include "platform/InfoPlist.h"
 
 #include <QDir>
 #include <QFileInfo>
 
-#include <plist/plist.h>
-
-#include <memory>
-
 namespace cobblet {
 
 namespace {
-
-constexpr qint64 maximumInfoBytes = 1024 * 1024;
-
-struct PlistDeleter {
-    void operator()(void *node) const { plist_free(node); }
-};
-using Plist = std::unique_ptr<void, PlistDeleter>;
-
-QString text(plist_t dictionary, const char *key)
-{
-    plist_t node = plist_dict_get_item(dictionary, key);
-    if (!node || plist_get_node_type(node) != PLIST_STRING)
-        return {};
-    return QString::fromUtf8(plist_get_string_ptr(node, nullptr));
-}
 
 /// The running executable's file; works before any application object exists.
 QString executablePath()
@@ -42,16 +23,12 @@ Bundle Bundle::current()
     if (contents.dirName() != QLatin1String("MacOS") || !contents.cdUp() ||
         contents.dirName() != QLatin1String("Contents"))
         return {};
-    const auto bytes = readBounded(contents.filePath(QStringLiteral("Info.plist")), maximumInfoBytes);
-    if (!bytes)
+    const QString path = QFileInfo(contents.absolutePath()).absolutePath();
+    const auto info = InfoPlist::read(path);
+    if (!info || !info.value())
         return {};
-    plist_t raw = nullptr;
-    plist_from_memory(bytes.value().constData(), uint32_t(bytes.value().size()), &raw);
-    const Plist info(raw);
-    if (!info || plist_get_node_type(info.get()) != PLIST_DICT)
-        return {};
-    return {text(info.get(), "CFBundleIdentifier"), text(info.get(), "CFBundleShortVersionString"),
-            QFileInfo(contents.absolutePath()).absolutePath()};
+    return {info.value()->text("CFBundleIdentifier"), info.value()->text("CFBundleShortVersionString"),
+            info.value()->text("CFBundleVersion"), path};
 }
 
 } // namespace cobblet

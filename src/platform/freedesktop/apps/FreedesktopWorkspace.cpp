@@ -1,6 +1,6 @@
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 
-#include "platform/AtomicFile.h"
+#include "platform/InfoPlist.h"
 #include "platform/freedesktop/apps/DesktopBus.h"
 #include "platform/freedesktop/apps/IconImage.h"
 
@@ -11,10 +11,6 @@
 #include <QMetaMethod>
 #include <QUrl>
 
-#include <memory>
-
-#include <plist/plist.h>
-
 namespace cobblet {
 
 Q_LOGGING_CATEGORY(lcWorkspace, "cobblet.applications")
@@ -22,7 +18,7 @@ Q_LOGGING_CATEGORY(lcWorkspace, "cobblet.applications")
 namespace {
 
 constexpr qsizetype maximumPath = 4096;
-constexpr qint64 maximumInfoBytes = 1024 * 1024;
+constexpr qsizetype maximumText = 512;
 
 /// The toolkit asks the desktop for its icon theme, on the main thread only. Where there is none, the themes
 /// that are most often installed stand in.
@@ -39,34 +35,21 @@ MimeDefaults mimeDefaults(const InstalledApplications &installed)
     return {xdgConfigFolders(), installed.folders().folders(), InstalledApplications::currentDesktops()};
 }
 
-struct PlistDeleter {
-    void operator()(void *node) const { plist_free(node); }
-};
-
-QString plistText(plist_t dictionary, const char *key)
-{
-    plist_t node = plist_dict_get_item(dictionary, key);
-    if (!node || plist_get_node_type(node) != PLIST_STRING)
-        return {};
-    return QString::fromUtf8(plist_get_string_ptr(node, nullptr)).left(512);
-}
-
 Result<InstalledApplication> bundleAt(const QString &path)
 {
     const QString name = QFileInfo(path).completeBaseName();
-    const auto bytes = readBounded(path + QStringLiteral("/Contents/Info.plist"), maximumInfoBytes);
-    if (!bytes)
-        return Error{QStringLiteral("“%1” is not an application: %2").arg(name, bytes.error())};
-    plist_t raw = nullptr;
-    plist_from_memory(bytes.value().constData(), uint32_t(bytes.value().size()), &raw);
-    const std::unique_ptr<void, PlistDeleter> info(raw);
-    const bool isDictionary = info && plist_get_node_type(info.get()) == PLIST_DICT;
-    const QString id = isDictionary ? plistText(info.get(), "CFBundleIdentifier") : QString();
+    const auto info = InfoPlist::read(path);
+    if (!info)
+        return Error{QStringLiteral("“%1” is not an application: %2").arg(name, info.error())};
+    const auto text = [&](const char *key) {
+        return info.value() ? info.value()->text(key).left(maximumText) : QString();
+    };
+    const QString id = text("CFBundleIdentifier");
     if (id.isEmpty())
         return Error{QStringLiteral("“%1” is not an application: it has no identifier.").arg(name)};
-    QString display = plistText(info.get(), "CFBundleDisplayName");
+    QString display = text("CFBundleDisplayName");
     if (display.isEmpty())
-        display = plistText(info.get(), "CFBundleName");
+        display = text("CFBundleName");
     return InstalledApplication{id, display.isEmpty() ? name : display, path};
 }
 

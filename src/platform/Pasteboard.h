@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QString>
+
+namespace cobblet {
+
+/// The general clipboard. Main thread only.
+class Pasteboard {
+public:
+    virtual ~Pasteboard() = default;
+
+    /// Replaces what is on it.
+    virtual void setText(const QString &text) = 0;
+};
+
+} // namespace cobblet
