@@ -1,25 +1,31 @@
 #include "app/Application.h"
 
 #include "platform/Appearance.h"
+#include "platform/BundleTools.h"
 #include "platform/Dialogs.h"
+#include "platform/DistributedNotifications.h"
 #include "platform/DockTile.h"
 #include "platform/HotKeys.h"
 #include "platform/Instance.h"
 #include "platform/IntentsHost.h"
+#include "platform/LaunchRegistry.h"
 #include "platform/Menus.h"
 #include "platform/PanelSurface.h"
+#include "platform/Pasteboard.h"
 #include "platform/Platform.h"
 #include "platform/RunningApplications.h"
 #include "platform/Screens.h"
 #include "platform/StatusItem.h"
 #include "platform/UserDefaults.h"
 #include "platform/Workspace.h"
+#include "shell/AgentController.h"
 #include "shell/FloatingPanelController.h"
 #include "shell/GlobalHotkeyManager.h"
 #include "shell/StatusBarController.h"
 #include "ui/common/Symbols.h"
 #include "ui/panel/Units.h"
 
+#include <QDir>
 #include <QGuiApplication>
 #include <QLoggingCategory>
 #include <QPointer>
@@ -39,6 +45,9 @@ constexpr auto preloadDelay = 400ms;
 constexpr auto statusItemDelay = 600ms;
 /// Counted from the start: for one that opens no panel.
 constexpr auto statusItemLatest = 3000ms;
+/// The applications of the groups are looked after once nobody waits for anything any more.
+constexpr auto standaloneDelay = 1500ms;
+constexpr auto standaloneLatest = 4000ms;
 /// Past the first work of the person who opened the panel.
 constexpr auto trimDelay = 3000ms;
 
@@ -66,8 +75,12 @@ AppDelegate::Services Application::services()
             .scheduler = m_platform.scheduler(),
             .theme = [this]() -> ThemeManager & { return *m_theme; },
             .usageTracker = [this]() -> UsageTracker & { return m_core->usage(); },
-            .makeStatusBarController = [this] { return makeStatusBarController(); },
+            .makeStatusBarController = m_bundle.isAgent()
+                                           ? std::function<std::unique_ptr<StatusBarController>()>()
+                                           : [this] { return makeStatusBarController(); },
             .makePanelController = [this] { return makePanelController(); },
+            .makeAgentController = m_bundle.isAgent() ? [this] { return makeAgentController(); }
+                                                      : std::function<std::unique_ptr<AgentController>()>(),
             .makeHotkeyManager =
                 [this] {
                     return std::make_unique<GlobalHotkeyManager>(m_platform.hotKeys(), m_core->notifications(),
@@ -84,13 +97,17 @@ void Application::start()
     m_theme.emplace(m_platform.sharedDefaults(), m_platform.appearance());
     m_core.emplace(
         m_bundle, m_platform, true, [this] { m_delegate.applicationShouldHandleReopen(); },
-        ConfigManager::Hooks{.dropGroupIcons = {}, .refreshShortcutParameters = [this] {
+        ConfigManager::Hooks{.dropGroupIcons = [this] {
+                                 if (m_groupIcons)
+                                     m_groupIcons->clearCache();
+                             }, .refreshShortcutParameters = [this] {
                                  if (m_serves)
                                      m_platform.intentsHost().groupsChanged();
                              }});
     m_platform.menus().setSymbolSource(symbolIcon);
     m_delegate.applicationDidFinishLaunching();
     later(statusItemLatest, &Application::showStatusItem);
+    later(standaloneLatest, &Application::startStandalone);
     // After the panel has begun to show: who asks meanwhile can wait, the panel can't.
     later(0ms, &Application::serve);
 }
@@ -117,12 +134,18 @@ void Application::later(std::chrono::milliseconds delay, void (Application::*ste
 
 std::unique_ptr<StatusBarController> Application::makeStatusBarController()
 {
-    if (m_bundle.isAgent())
-        return nullptr;
     return std::make_unique<StatusBarController>(
         StatusBarController::Services{m_platform.makeStatusItem(), m_core->notifications(), m_platform.dockTile(),
                                       symbolImage, &QCoreApplication::quit},
         m_bundle.resource(QStringLiteral("TrayIcon.png")));
+}
+
+std::unique_ptr<AgentController> Application::makeAgentController()
+{
+    return std::make_unique<AgentController>(AgentController::Services{
+        m_bundle, m_core->config(), m_core->notifications(), m_platform.distributedNotifications(),
+        m_platform.dockTile(), [this]() -> GroupIconProvider & { return groupIcons(); },
+        [this]() -> GroupReports & { return m_core->reports(); }});
 }
 
 std::unique_ptr<FloatingPanelController> Application::makePanelController()
@@ -141,7 +164,9 @@ std::unique_ptr<PanelSurface> Application::makePanel()
     m_view.emplace(PanelDependencies{m_core->config(), *m_popupSettings, *m_theme, m_core->notifications(),
                                      m_core->actions(), *m_runningApps, m_core->usage(), *m_icons,
                                      m_platform.workspace(), m_platform.dialogs(), m_platform.menus(),
-                                     m_platform.appearance()});
+                                     m_platform.appearance(),
+                                     m_bundle.isAgent() ? std::function<void(const QUuid &)>()
+                                                        : [this](const QUuid &id) { standalone().open(id); }});
     connect(&m_view->window(), &QQuickWindow::frameSwapped, this, &Application::settle,
             Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
 
@@ -160,7 +185,33 @@ void Application::settle()
 {
     later(preloadDelay, &Application::preloadIcons);
     later(statusItemDelay, &Application::showStatusItem);
+    later(standaloneDelay, &Application::startStandalone);
     later(trimDelay, &Application::trim);
+}
+
+GroupIconProvider &Application::groupIcons()
+{
+    if (!m_groupIcons)
+        m_groupIcons.emplace(*m_icons, m_platform.workspace());
+    return *m_groupIcons;
+}
+
+StandaloneGroupManager &Application::standalone()
+{
+    if (!m_standalone)
+        m_standalone.emplace(StandaloneGroupManager::Services{
+            m_bundle, QDir::homePath() + QStringLiteral("/Applications/Cobblet Groups"), m_platform.bundleTools(),
+            m_platform.launchRegistry(), groupIcons(), m_core->config(), m_platform.runningApplications(),
+            m_platform.workspace(), m_platform.distributedNotifications(), m_platform.dialogs(),
+            m_platform.pasteboard(), m_platform.scheduler()});
+    return *m_standalone;
+}
+
+void Application::startStandalone()
+{
+    if (m_bundle.isAgent() || std::exchange(m_standaloneStarted, true))
+        return;
+    standalone().start();
 }
 
 void Application::preloadIcons()
@@ -183,7 +234,10 @@ void Application::preloadIcons()
         }
     }
     m_icons->preload(ids);
-    m_platform.dockTile().setIcon(QImage(m_bundle.resource(QStringLiteral("AppIcon.png"))));
+    if (AgentController *agent = m_delegate.agentController())
+        agent->refreshTile();
+    else
+        m_platform.dockTile().setIcon(QImage(m_bundle.resource(QStringLiteral("AppIcon.png"))));
 }
 
 void Application::showStatusItem()

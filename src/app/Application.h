@@ -6,7 +6,9 @@
 #include "model/Theme.h"
 #include "platform/Bundle.h"
 #include "shell/AppDelegate.h"
+#include "standalone/GroupIconProvider.h"
 #include "standalone/IconProvider.h"
+#include "standalone/StandaloneGroupManager.h"
 #include "ui/panel/PanelView.h"
 
 #include <chrono>
@@ -31,6 +33,7 @@ public:
 private:
     AppDelegate::Services services();
     std::unique_ptr<StatusBarController> makeStatusBarController();
+    std::unique_ptr<AgentController> makeAgentController();
     std::unique_ptr<FloatingPanelController> makePanelController();
     std::unique_ptr<PanelSurface> makePanel();
     /// Begins to answer other programs, and carries out what this one was started for.
@@ -41,6 +44,10 @@ private:
     /// Warms the icons of the groups that are not on show.
     void preloadIcons();
     void showStatusItem();
+    GroupIconProvider &groupIcons();
+    /// Keeps the applications of single groups; not in one of them.
+    StandaloneGroupManager &standalone();
+    void startStandalone();
     void trim();
 
     const Bundle &m_bundle;
@@ -53,6 +60,9 @@ private:
     std::optional<Core> m_core;
     std::optional<RunningAppsMonitor> m_runningApps;
     std::optional<IconProvider> m_icons;
+    std::optional<GroupIconProvider> m_groupIcons;
+    std::optional<StandaloneGroupManager> m_standalone;
+    bool m_standaloneStarted = false;
     std::optional<PanelView> m_view;
     AppDelegate m_delegate;
 };

@@ -27,11 +27,10 @@ public:
     ConfigManager &config() { return m_config; }
     UsageTracker &usage();
     GroupActions &actions();
+    GroupReports &reports();
     IntentService &intents() { return m_intents; }
 
 private:
-    GroupReports &reports();
-
     Platform &m_platform;
     NotificationCenter m_notifications;
     ConfigManager m_config;

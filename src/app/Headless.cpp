@@ -4,8 +4,12 @@
 #include "platform/Bundle.h"
 #include "platform/Platform.h"
 #include "platform/portable/UnixSignals.h"
+#include "standalone/AgentGroup.h"
+#include "standalone/GroupMenu.h"
 
 #include <QCoreApplication>
+
+#include <sysexits.h>
 
 namespace cobblet {
 
@@ -15,14 +19,30 @@ namespace {
 class Headless {
 public:
     explicit Headless(const Bundle &bundle)
-        : m_application(m_argc, m_argv), m_platform(makePlatform(bundle)), m_core(bundle, *m_platform, false, [] {})
+        : m_bundle(bundle), m_application(m_argc, m_argv), m_platform(makePlatform(bundle)), m_core(bundle, *m_platform, false, [] {})
     {
         QObject::connect(&m_signals, &UnixSignals::quitRequested, &m_application, &QCoreApplication::quit);
     }
 
     IntentService &intents() { return m_core.intents(); }
 
+    /// An entry of the menu that the application of a group has in docks, while that application does not run.
+    void perform(const QString &action, const std::function<void(const CommandReply &)> &done)
+    {
+        const auto config = readAgentGroupConfig(m_bundle.path);
+        if (!config)
+            return done({EX_CONFIG, {}, QStringLiteral("cobblet: %1\n").arg(config.error())});
+        const AppGroup *stored = m_core.config().group(config.value().group.id);
+        const AppGroup group = stored ? *stored : config.value().group;
+        const auto told = [done](const QList<IntentOutcome> &outcomes) {
+            done(IntentService::reply(outcomes));
+        };
+        if (!performGroupMenu(action, group, m_core.reports(), told))
+            done({EX_USAGE, {}, QStringLiteral("cobblet: the group has no such entry any more.\n")});
+    }
+
 private:
+    const Bundle &m_bundle;
     int m_argc = 1;
     char m_name[8] = "cobblet";
     char *m_argv[2] = {m_name, nullptr};
@@ -39,10 +59,14 @@ CommandReply runHeadless(const Bundle &bundle, const CommandLine &line)
     std::optional<CommandReply> reply;
     {
         Headless headless(bundle);
-        headless.intents().run(line, [&reply](const CommandReply &answer) {
+        const auto done = [&reply](const CommandReply &answer) {
             reply = answer;
             QCoreApplication::quit();
-        });
+        };
+        if (line.verb == CommandLine::Verb::Action)
+            headless.perform(line.text, done);
+        else
+            headless.intents().run(line, done);
         if (!reply)
             QCoreApplication::exec();
     } // what is unanswered by now is answered by the end of those who work on it

@@ -48,12 +48,13 @@ int runResident(const Bundle &bundle, const CommandLine &line, const QStringList
         return finish(platform->instance().answer());
     platform->warmUp();
 
-    // The toolkit names windows after the program, and gets none of the arguments, which are ours.
+    // The toolkit names windows after the program, and gets none of the arguments, which are ours. Docks tell the
+    // windows of a group's application from Cobblet's own by these names.
     int argc = 1;
-    char name[] = "cobblet";
-    char *argv[] = {name, nullptr};
+    QByteArray name = bundle.isAgent() ? bundle.identifier.toUtf8() : QByteArrayLiteral("cobblet");
+    char *argv[] = {name.data(), nullptr};
     QApplication qtApplication(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("Cobblet"));
+    QApplication::setApplicationName(bundle.isAgent() ? bundle.identifier : QStringLiteral("Cobblet"));
     QApplication::setApplicationVersion(bundle.version);
     QApplication::setDesktopFileName(bundle.identifier);
     QApplication::setQuitOnLastWindowClosed(false);
@@ -76,8 +77,8 @@ int runResident(const Bundle &bundle, const CommandLine &line, const QStringList
 int main(int argc, char **argv)
 {
     const QByteArrayList arguments = argumentsOf(argc, argv);
-    const CommandLine line = CommandLine::parse(arguments);
     const Bundle bundle = Bundle::current();
+    const CommandLine line = CommandLine::parse(arguments).takenBy(bundle.isAgent());
     if (const auto answer = line.answer(bundle.version))
         return finish(*answer);
     return line.needsPanel() ? runResident(bundle, line, texts(arguments)) : finish(runHeadless(bundle, line));

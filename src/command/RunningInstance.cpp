@@ -1,5 +1,6 @@
 #include "command/RunningInstance.h"
 
+#include "command/Identity.h"
 #include "command/SessionBus.h"
 
 #include <chrono>
@@ -15,8 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr std::string_view busName = "com.vantor.cobblet";
-constexpr std::string_view objectPath = "/com/vantor/cobblet";
+constexpr std::string_view applicationInterface = "org.freedesktop.Application";
 
 constexpr size_t maximumArgument = 64 * 1024;
 constexpr size_t maximumArguments = 1024 * 1024;
@@ -59,16 +59,32 @@ void writePlatformData(BusWriter &body)
     });
 }
 
-/// The panel as it is: a request that is answered before the panel is there, so nothing is to be waited for.
-std::string activation()
+std::string methodCall(const Identity &identity, std::string_view interface, std::string_view method,
+                       std::string_view signature, const BusWriter &body)
 {
-    BusWriter body;
-    writePlatformData(body);
-    return SessionBus::methodCall(busName, objectPath, "org.freedesktop.Application", "Activate", "a{sv}",
+    return SessionBus::methodCall(identity.busName(), identity.objectPath(), interface, method, signature,
                                   body.written());
 }
 
-std::string commandLine(std::span<char *const> arguments)
+/// The panel as it is: a request that is answered before the panel is there, so nothing is to be waited for.
+std::string activation(const Identity &identity)
+{
+    BusWriter body;
+    writePlatformData(body);
+    return methodCall(identity, applicationInterface, "Activate", "a{sv}", body);
+}
+
+/// An entry of the menu that the application of a group has in docks.
+std::string actionActivation(const Identity &identity, const char *action)
+{
+    BusWriter body;
+    body.string(action);
+    body.array(1, [] {});
+    writePlatformData(body);
+    return methodCall(identity, applicationInterface, "ActivateAction", "sava{sv}", body);
+}
+
+std::string commandLine(const Identity &identity, std::span<char *const> arguments)
 {
     BusWriter body;
     body.array(4, [&] {
@@ -76,8 +92,19 @@ std::string commandLine(std::span<char *const> arguments)
             body.bytes(argument);
     });
     writePlatformData(body);
-    return SessionBus::methodCall(busName, objectPath, "com.vantor.cobblet.CommandLine", "Run", "aaya{sv}",
-                                  body.written());
+    return methodCall(identity, "com.vantor.cobblet.CommandLine", "Run", "aaya{sv}", body);
+}
+
+/// What to ask; empty for what the application of a group is not asked, but answers as a new process.
+std::string requestFor(const Identity &identity, std::span<char *const> arguments)
+{
+    if (arguments.empty())
+        return activation(identity);
+    if (!identity.isAgent())
+        return commandLine(identity, arguments);
+    return arguments.size() == 2 && arguments[0] == std::string_view("--action") && isPlain(arguments[1])
+               ? actionActivation(identity, arguments[1])
+               : std::string();
 }
 
 bool waitsForApplications(std::span<char *const> arguments)
@@ -114,7 +141,7 @@ Answer answerIn(const BusReply &reply)
 
 } // namespace
 
-Answer askRunningInstance(std::span<char *const> arguments)
+Answer askRunningInstance(const Identity &identity, std::span<char *const> arguments)
 {
     size_t bytes = 0;
     for (const char *argument : arguments) {
@@ -123,13 +150,15 @@ Answer askRunningInstance(std::span<char *const> arguments)
         if (size > maximumArgument || bytes > maximumArguments)
             return failed(EX_USAGE, "that is more text than a name or a phrase can be.");
     }
+    const std::string request = requestFor(identity, arguments);
+    if (request.empty())
+        return {};
     SessionBus bus(std::getenv("DBUS_SESSION_BUS_ADDRESS"), std::getenv("XDG_RUNTIME_DIR"));
     if (!bus.connected())
         return {};
 
     BusReply reply;
-    switch (bus.ask(arguments.empty() ? activation() : commandLine(arguments),
-                    waitsForApplications(arguments) ? patienceForApplications : patience, reply)) {
+    switch (bus.ask(request, waitsForApplications(arguments) ? patienceForApplications : patience, reply)) {
     case SessionBus::Outcome::HungUp: // another user's bus, for one: there is no instance on it for this process
         return {};
     case SessionBus::Outcome::Silent:
@@ -143,7 +172,7 @@ Answer askRunningInstance(std::span<char *const> arguments)
     }
     if (!reply.error.empty())
         return refusal(reply);
-    return arguments.empty() ? Answer{Answer::Kind::Carried, EX_OK, {}, {}} : answerIn(reply);
+    return arguments.empty() || identity.isAgent() ? Answer{Answer::Kind::Carried, EX_OK, {}, {}} : answerIn(reply);
 }
 
 } // namespace cobblet

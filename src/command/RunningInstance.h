@@ -18,8 +18,10 @@ struct Answer {
     std::string errors; ///< for standard error
 };
 
+struct Identity;
+
 /// Hands the arguments, which are without the program's name, to the running instance and waits for what comes of
 /// them: a few seconds, or a few more where applications are asked to quit. Never starts anything.
-Answer askRunningInstance(std::span<char *const> arguments);
+Answer askRunningInstance(const Identity &identity, std::span<char *const> arguments);
 
 } // namespace cobblet

@@ -1,9 +1,9 @@
 // The command that is on the path. It asks the running Cobblet; where none runs, it becomes the application.
 
+#include "command/Identity.h"
 #include "command/RunningInstance.h"
 
 #include <cerrno>
-#include <climits>
 #include <cstring>
 #include <string_view>
 
@@ -50,20 +50,9 @@ int print(const Answer &answer)
     return EX_IOERR;
 }
 
-/// The application of the bundle that this command lies in; empty when that cannot be told.
-std::string application()
+int becomeApplication(const Identity &identity, char **argv)
 {
-    char path[PATH_MAX];
-    const ssize_t size = readlink("/proc/self/exe", path, sizeof path);
-    std::string_view folder(path, size > 0 && size < PATH_MAX ? size_t(size) : 0);
-    for (int level = 0; level < 2; ++level)
-        folder = folder.substr(0, folder.rfind('/') == std::string_view::npos ? 0 : folder.rfind('/'));
-    return folder.empty() ? std::string() : std::string(folder) + "/MacOS/cobblet";
-}
-
-int becomeApplication(char **argv)
-{
-    const std::string path = application();
+    const std::string path = identity.bundle.empty() ? std::string() : identity.bundle + "/Contents/MacOS/cobblet";
     if (!path.empty())
         execv(path.c_str(), argv);
     complain("Cobblet can't be started" +
@@ -84,10 +73,11 @@ int main(int argc, char **argv)
 {
     if (!keepStandardStreams())
         return EX_OSERR;
+    const Identity identity = Identity::own();
     if (argc < 2 || !isForTheApplication(argv[1])) {
-        const Answer answer = askRunningInstance({argv + 1, size_t(argc > 1 ? argc - 1 : 0)});
+        const Answer answer = askRunningInstance(identity, {argv + 1, size_t(argc > 1 ? argc - 1 : 0)});
         if (answer.kind == Answer::Kind::Carried)
             return print(answer);
     }
-    return becomeApplication(argv);
+    return becomeApplication(identity, argv);
 }

@@ -79,6 +79,8 @@ CommandLine CommandLine::parse(const QStringList &arguments)
         return alone(Verb::Version, rest);
     if (first == QLatin1String("--service"))
         return alone(Verb::Service, rest);
+    if (first == QLatin1String("--action"))
+        return rest.size() == 1 ? CommandLine{Verb::Action, rest.first()} : notUnderstood(first);
     if (first == QLatin1String("list")) {
         const bool json = rest.value(0) == QLatin1String("--json");
         return alone(json ? Verb::ListJson : Verb::List, rest.sliced(json ? 1 : 0));
@@ -114,6 +116,22 @@ QString CommandLine::usage()
                           "       cobblet --service           start without showing the panel\n"
                           "       cobblet --help | --version\n"
                           "GROUP is the name or the id of a group. A name that begins with “-” comes after “--”.\n");
+}
+
+CommandLine CommandLine::takenBy(bool isAgent) const
+{
+    switch (verb) {
+    case Verb::Panel:
+    case Verb::Service:
+    case Verb::Help:
+    case Verb::Version:
+    case Verb::Invalid:
+        return *this;
+    case Verb::Action:
+        return isAgent ? *this : notUnderstood(QStringLiteral("--action"));
+    default:
+        return isAgent ? invalid(QStringLiteral("this is the application of one group. Ask Cobblet itself.")) : *this;
+    }
 }
 
 std::optional<CommandReply> CommandLine::answer(const QString &version) const

@@ -11,7 +11,22 @@ namespace cobblet {
 
 /// What a command line asks for.
 struct CommandLine {
-    enum class Verb { Panel, Service, Show, Launch, Quit, Hide, List, ListJson, Say, Open, Help, Version, Invalid };
+    enum class Verb {
+        Panel,
+        Service,
+        Show,
+        Launch,
+        Quit,
+        Hide,
+        List,
+        ListJson,
+        Say,
+        Open,
+        Action, ///< an entry of the menu that the application of a group has in docks
+        Help,
+        Version,
+        Invalid
+    };
 
     // The exit statuses besides 0. Scripts rely on them.
     static constexpr int groupNotFound = 1;
@@ -20,7 +35,7 @@ struct CommandLine {
     static constexpr int usageError = 64;
 
     Verb verb = Verb::Panel;
-    QString text; ///< the group, the phrase or the address; when Invalid, a sentence about what is wrong
+    QString text; ///< the group, the phrase, the address or the action; when Invalid, a sentence about what is wrong
 
     /// `arguments` without the program's name. The words of a name or a phrase are joined by one space each; what
     /// comes after "--" is no option.
@@ -28,6 +43,10 @@ struct CommandLine {
     /// The same for arguments as the system has them; those that are no UTF-8 are Invalid.
     static CommandLine parse(const QByteArrayList &arguments);
     static QString usage();
+
+    /// The same for the application of a group (`isAgent`) or for Cobblet itself: each takes what is not meant for the
+    /// other as Invalid.
+    CommandLine takenBy(bool isAgent) const;
 
     /// The answer where it takes nothing but the program's version: to Help, Version and Invalid.
     std::optional<CommandReply> answer(const QString &version) const;

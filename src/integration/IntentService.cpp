@@ -79,15 +79,9 @@ CommandReply refused(const IntentFailure &failure)
 
 CommandReply replied(const IntentResult &result)
 {
-    using Kind = IntentOutcome::Kind;
     if (const auto *failure = std::get_if<IntentFailure>(&result))
         return refused(*failure);
-    const QList<IntentOutcome> &outcomes = std::get<IntentReply>(result).outcomes;
-    const bool all = std::none_of(outcomes.begin(), outcomes.end(), [](const IntentOutcome &outcome) {
-        return outcome.kind == Kind::Failed || outcome.kind == Kind::NotInstalled ||
-               outcome.kind == Kind::StillRunning;
-    });
-    return {all ? 0 : CommandLine::notForAll, terminal::lines(outcomes), {}};
+    return IntentService::reply(std::get<IntentReply>(result).outcomes);
 }
 
 QLatin1String keyPrefix(Verb verb)
@@ -257,6 +251,16 @@ void IntentService::open(const QStringList &urls)
 
 // The command line
 
+CommandReply IntentService::reply(const QList<IntentOutcome> &outcomes)
+{
+    using Kind = IntentOutcome::Kind;
+    const bool all = std::none_of(outcomes.begin(), outcomes.end(), [](const IntentOutcome &outcome) {
+        return outcome.kind == Kind::Failed || outcome.kind == Kind::NotInstalled ||
+               outcome.kind == Kind::StillRunning;
+    });
+    return {all ? 0 : CommandLine::notForAll, terminal::lines(outcomes), {}};
+}
+
 void IntentService::commandLine(const QStringList &arguments, std::function<void(const CommandReply &)> done)
 {
     run(CommandLine::parse(arguments), std::move(done));
@@ -298,10 +302,11 @@ void IntentService::run(const CommandLine &line, std::function<void(const Comman
             return perform(url->verb, url->group);
         return done(refused(
             invalid(QStringLiteral("“%1” is no address that can be opened here.").arg(shortened(line.text)))));
+    case LineVerb::Action: // it comes over the bus by another way, or starts a process
     case LineVerb::Help:
     case LineVerb::Version:
     case LineVerb::Invalid:
-        return done(*line.answer(m_version));
+        return done(line.takenBy(false).answer(m_version).value_or(CommandReply()));
     }
 }
 

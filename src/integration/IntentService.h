@@ -25,6 +25,8 @@ public:
     void commandLine(const QStringList &arguments, std::function<void(const CommandReply &)> done) override;
     void open(const QStringList &urls) override;
 
+    /// What the command line says of these outcomes.
+    static CommandReply reply(const QList<IntentOutcome> &outcomes);
     /// Carries out a command line. `done` is called exactly once, perhaps before this returns.
     void run(const CommandLine &line, std::function<void(const CommandReply &)> done);
     /// Why a group that a command line wants to be shown can't be; absent when it can, or when none is.

@@ -54,6 +54,8 @@ public:
     /// Moves the group to the place of `target`; the rest close up, in both directions.
     void moveGroup(const QUuid &id, const QUuid &target);
     void setPinned(const QUuid &id, bool pinned);
+    /// Whether the group is an application of its own.
+    void setStandalone(const QUuid &id, bool standalone);
     /// Appends those applications that the group does not hold yet (by bundle identifier).
     void addApps(const QList<AppItem> &apps, const QUuid &group);
     void removeApp(const QString &bundleID, const QUuid &group);

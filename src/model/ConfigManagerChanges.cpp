@@ -105,6 +105,11 @@ void ConfigManager::setPinned(const QUuid &id, bool pinned)
     changeGroup(id, [pinned](AppGroup &group) { group.isPinned = pinned; });
 }
 
+void ConfigManager::setStandalone(const QUuid &id, bool standalone)
+{
+    changeGroup(id, [standalone](AppGroup &group) { group.isStandalone = standalone; });
+}
+
 void ConfigManager::addApps(const QList<AppItem> &apps, const QUuid &group)
 {
     changeGroup(group, [apps](AppGroup &changed) {

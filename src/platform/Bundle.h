@@ -9,6 +9,7 @@ struct Bundle {
     QString identifier; ///< "com.vantor.cobblet", or an agent's; empty outside a bundle
     QString version;    ///< the short version string; empty when unavailable
     QString build;      ///< the bundle version; empty when unavailable
+    QString executable; ///< the running program's file
     QString path;       ///< the ".app" folder; empty outside a bundle
 
     /// Identifiers of per-group agents begin with this.

@@ -1,21 +1,19 @@
 #pragma once
 
-#include <QByteArray>
-#include <QList>
 #include <QString>
+
+#include <functional>
 
 namespace cobblet {
 
-/// What the builder of bundles uses of this desktop, as data: full paths of programs, which need not be there.
+/// What the builder of bundles uses of this desktop. The paths are full ones, and the programs need not be there.
 struct BundleTools {
     QString codesign;
     QString codesignAllocate;
     QString rsync;
-    /// Attributes that other programs leave on files and that no bundle is signed with.
-    QList<QByteArray> foreignAttributes;
+    /// Takes from one file, or from a link itself, the attributes that other programs leave and that no bundle is signed
+    /// with.
+    std::function<void(const QString &path)> stripAttributes;
 };
-
-/// Removes an extended attribute of a file, or of a link itself; one that is absent stays absent.
-void removeExtendedAttribute(const QString &path, const QByteArray &attribute);
 
 } // namespace cobblet

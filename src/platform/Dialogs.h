@@ -34,6 +34,9 @@ public:
     virtual void confirm(const Confirmation &question, std::function<void(bool accepted)> answer) = 0;
     /// An empty list when the user cancels.
     virtual void chooseFiles(const FileRequest &request, std::function<void(const QStringList &paths)> answer) = 0;
+    /// A warning with the button "OK" and another one; `answer` learns whether it was the other.
+    virtual void warn(const QString &message, const QString &informativeText, const QString &otherLabel,
+                      std::function<void(bool other)> answer) = 0;
     /// A note with one button.
     virtual void inform(const QString &message, const QString &informativeText) = 0;
 };

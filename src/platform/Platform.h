@@ -17,13 +17,16 @@ class DockTile;
 class HotKeys;
 class Instance;
 class IntentsHost;
+class LaunchRegistry;
 class Menus;
 class PanelSurface;
+class Pasteboard;
 class RunningApplications;
 class Scheduler;
 class Screens;
 class StatusItem;
 class UserDefaults;
+struct BundleTools;
 class WindowAccess;
 class Workspace;
 
@@ -52,7 +55,10 @@ public:
     virtual Workspace &workspace() = 0;
     virtual RunningApplications &runningApplications() = 0;
     virtual WindowAccess &windowAccess() = 0;
+    virtual LaunchRegistry &launchRegistry() = 0;
+    virtual BundleTools bundleTools() const = 0;
     virtual Dialogs &dialogs() = 0;
+    virtual Pasteboard &pasteboard() = 0;
     virtual Menus &menus() = 0;
     virtual DockTile &dockTile() = 0;
     virtual HotKeys &hotKeys() = 0;

@@ -42,6 +42,10 @@ public:
     /// thread with the outcome; a failure is also logged with the application's name and the cause.
     virtual void open(const QString &bundleID, Completion done = {}) = 0;
 
+    /// Starts the program of a bundle with these arguments, without giving it the focus; returns at once, as open()
+    /// does.
+    virtual void openBundle(const QString &path, const QStringList &arguments, Completion done = {}) = 0;
+
     /// Shows the application's file in the desktop's file manager; returns at once, as open() does.
     virtual void reveal(const QString &bundleID, Completion done = {}) = 0;
 

@@ -5,6 +5,7 @@
 #include "platform/DockTile.h"
 #include "platform/Scheduler.h"
 #include "platform/UserDefaults.h"
+#include "shell/AgentController.h"
 #include "shell/FloatingPanelController.h"
 #include "shell/GlobalHotkeyManager.h"
 #include "shell/StatusBarController.h"
@@ -17,6 +18,9 @@ namespace cobblet {
 namespace {
 
 Q_LOGGING_CATEGORY(log, "cobblet.shell")
+
+/// Past the panel's fade.
+constexpr std::chrono::milliseconds tileDelay{400};
 
 const QString glassyStyleKey = QStringLiteral("glassyStyle");
 
@@ -47,8 +51,12 @@ void AppDelegate::applicationDidFinishLaunching()
     if (m_services.makeStatusBarController)
         m_statusBarController = m_services.makeStatusBarController();
     m_panelController = m_services.makePanelController();
+    if (m_services.makeAgentController)
+        m_agentController = m_services.makeAgentController();
     m_services.theme().refresh();
     m_panelController->createPanel();
+    if (m_agentController)
+        m_agentController->selectGroup(); // so that no other one is made ready
     m_hotkeyManager = m_services.makeHotkeyManager();
     if (!m_services.opensPanel)
         return;
@@ -56,8 +64,15 @@ void AppDelegate::applicationDidFinishLaunching()
         if (!self)
             return;
         self->m_services.dockTile.activateApplication();
-        self->m_panelController->show();
+        self->showPanel();
     });
+}
+
+void AppDelegate::showPanel()
+{
+    m_panelController->show();
+    if (m_agentController)
+        m_agentController->selectGroup();
 }
 
 void AppDelegate::applicationShouldHandleReopen()
@@ -66,7 +81,13 @@ void AppDelegate::applicationShouldHandleReopen()
     if (m_services.bringSettingsForward && m_services.bringSettingsForward())
         return;
     if (m_panelController)
-        m_panelController->show();
+        showPanel();
+    if (m_agentController)
+        // After the panel, which somebody waits for.
+        m_services.scheduler.detached(tileDelay, [self = QPointer(this)] {
+            if (self)
+                self->m_agentController->refreshTile();
+        });
 }
 
 void AppDelegate::applicationWillTerminate()

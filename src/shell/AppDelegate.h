@@ -7,6 +7,7 @@
 
 namespace cobblet {
 
+class AgentController;
 class DockTile;
 class FloatingPanelController;
 class GlobalHotkeyManager;
@@ -30,9 +31,11 @@ public:
         Scheduler &scheduler;
         std::function<ThemeManager &()> theme;
         std::function<UsageTracker &()> usageTracker;
-        /// May be empty or give none: an agent has no item in the status bar.
+        /// Empty in an agent, which has no item in the status bar.
         std::function<std::unique_ptr<StatusBarController>()> makeStatusBarController;
         std::function<std::unique_ptr<FloatingPanelController>()> makePanelController;
+        /// Empty but in an agent.
+        std::function<std::unique_ptr<AgentController>()> makeAgentController;
         std::function<std::unique_ptr<GlobalHotkeyManager>()> makeHotkeyManager;
         /// Brings the settings window forward if it is visible, and says whether it is. May be empty.
         std::function<bool()> bringSettingsForward;
@@ -56,14 +59,20 @@ public:
     StatusBarController *statusBarController() const { return m_statusBarController.get(); }
     /// Null before launch has finished.
     FloatingPanelController *panelController() const { return m_panelController.get(); }
+    /// Null before launch has finished, and but in an agent.
+    AgentController *agentController() const { return m_agentController.get(); }
     /// Null before launch has finished.
     GlobalHotkeyManager *hotkeyManager() const { return m_hotkeyManager.get(); }
 
 private:
+    /// Shows the panel; an agent's with its own group.
+    void showPanel();
+
     Services m_services;
     UsageTracker *m_usageTracker = nullptr;
     std::unique_ptr<StatusBarController> m_statusBarController;
     std::unique_ptr<FloatingPanelController> m_panelController;
+    std::unique_ptr<AgentController> m_agentController;
     std::unique_ptr<GlobalHotkeyManager> m_hotkeyManager;
 };
 

@@ -76,6 +76,13 @@ void FakeWorkspace::open(const QString &bundleID, Completion done)
         done(application(bundleID) ? Status() : Status(Error{QStringLiteral("%1 is not installed.").arg(bundleID)}));
 }
 
+void FakeWorkspace::openBundle(const QString &path, const QStringList &arguments, Completion done)
+{
+    openedBundles.append(path + QLatin1Char(' ') + arguments.join(QLatin1Char(' ')));
+    if (done)
+        done(bundleOutcome);
+}
+
 void FakeWorkspace::reveal(const QString &bundleID, Completion done)
 {
     write(m_log, QStringLiteral("reveal ") + bundleID);
@@ -187,6 +194,13 @@ void FakeDialogs::chooseFiles(const FileRequest &request, std::function<void(con
 {
     requests.append(request);
     answer(files);
+}
+
+void FakeDialogs::warn(const QString &message, const QString &informativeText, const QString &otherLabel,
+                       std::function<void(bool)> answer)
+{
+    warnings.append({message, informativeText, otherLabel, QStringLiteral("OK"), false});
+    answerWarning = std::move(answer);
 }
 
 void FakeDialogs::inform(const QString &message, const QString &)

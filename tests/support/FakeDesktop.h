@@ -7,6 +7,7 @@
 #include "platform/HotKeys.h"
 #include "platform/Instance.h"
 #include "platform/Menus.h"
+#include "platform/Pasteboard.h"
 #include "platform/PanelSurface.h"
 #include "platform/RunningApplications.h"
 #include "platform/Screens.h"
@@ -45,6 +46,7 @@ public:
     std::optional<InstalledApplication> application(const QString &bundleID) const override;
     Result<InstalledApplication> applicationAt(const QString &path) const override;
     void open(const QString &bundleID, Completion done) override;
+    void openBundle(const QString &path, const QStringList &arguments, Completion done) override;
     void reveal(const QString &bundleID, Completion done) override;
     QImage icon(const QString &bundleID, int points, qreal ratio) const override;
     QImage genericIcon(int points, qreal ratio) const override;
@@ -56,6 +58,8 @@ public:
     QMap<QString, InstalledApplication> installed;
     QMap<QString, QString> aliases;
     QStringList opened;
+    QStringList openedBundles; ///< "PATH ARGUMENTS"
+    Status bundleOutcome;      ///< of every openBundle()
 
 private:
     Log *m_log;
@@ -169,6 +173,8 @@ class FakeDialogs : public Dialogs {
 public:
     void confirm(const Confirmation &question, std::function<void(bool)> answer) override;
     void chooseFiles(const FileRequest &request, std::function<void(const QStringList &)> answer) override;
+    void warn(const QString &message, const QString &informativeText, const QString &otherLabel,
+              std::function<void(bool)> answer) override;
     void inform(const QString &message, const QString &informativeText) override;
 
     bool accept = true;
@@ -176,6 +182,15 @@ public:
     QList<Confirmation> questions;
     QList<FileRequest> requests;
     QStringList informed;
+    QList<Confirmation> warnings; ///< the other button is the one that accepts; answered by answerWarning
+    std::function<void(bool)> answerWarning;
+};
+
+class FakePasteboard : public Pasteboard {
+public:
+    void setText(const QString &value) override { text = value; }
+
+    QString text;
 };
 
 class FakeMenus : public Menus {

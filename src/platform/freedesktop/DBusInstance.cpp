@@ -37,7 +37,8 @@ QVariantMap platformDataOfEnvironment()
 
 DBusInstance::DBusInstance(SessionBus &bus, const QString &identifier, std::chrono::milliseconds patience,
                            QObject *parent)
-    : m_bus(bus), m_identifier(identifier), m_patience(patience), m_service(bus, identifier)
+    : m_bus(bus), m_name(BusService::busName(identifier)), m_path(BusService::objectPath(identifier)),
+      m_patience(patience), m_service(bus, identifier)
 {
     setParent(parent);
     m_service.add(applicationFace());
@@ -108,7 +109,7 @@ void DBusInstance::activateAction(const BusCall &call)
 Instance::Role DBusInstance::claim(const QStringList &arguments)
 {
     QDBusConnection &bus = m_bus.connection();
-    if (!bus.isConnected() || m_identifier.isEmpty())
+    if (!bus.isConnected() || m_name.isEmpty())
         return Role::First;
 
     // Served before the name is ours, so that whoever sees the name can also call.
@@ -117,7 +118,7 @@ Instance::Role DBusInstance::claim(const QStringList &arguments)
     QDBusMessage request = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
         QStringLiteral("org.freedesktop.DBus"), QStringLiteral("RequestName"));
-    request.setArguments({m_identifier, doNotQueue});
+    request.setArguments({m_name, doNotQueue});
     // Twice: the instance that was there may end between the two questions.
     for (int attempt = 0; attempt < 2; ++attempt) {
         const QDBusMessage reply = bus.call(request, QDBus::Block, int(m_patience.count()));
@@ -139,18 +140,17 @@ Instance::Role DBusInstance::claim(const QStringList &arguments)
 /// False when the other instance is gone. One that hangs finds the request when it goes on.
 bool DBusInstance::handOver(const QStringList &arguments)
 {
-    const QString path = BusService::objectPath(m_identifier);
     QDBusMessage request;
     if (arguments.isEmpty()) {
         request =
-            QDBusMessage::createMethodCall(m_identifier, path, applicationInterface, QStringLiteral("Activate"));
+            QDBusMessage::createMethodCall(m_name, m_path, applicationInterface, QStringLiteral("Activate"));
         request.setArguments({platformDataOfEnvironment()});
     } else {
         qDBusRegisterMetaType<QByteArrayList>();
         QByteArrayList bytes;
         for (const QString &argument : arguments)
             bytes.append(argument.toUtf8());
-        request = QDBusMessage::createMethodCall(m_identifier, path, commandLineInterface, QStringLiteral("Run"));
+        request = QDBusMessage::createMethodCall(m_name, m_path, commandLineInterface, QStringLiteral("Run"));
         request.setArguments({QVariant::fromValue(bytes), platformDataOfEnvironment()});
     }
     request.setAutoStartService(false);

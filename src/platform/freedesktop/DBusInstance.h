@@ -38,7 +38,8 @@ private:
     bool handOver(const QStringList &arguments);
 
     SessionBus &m_bus;
-    const QString m_identifier;
+    const QString m_name; ///< on the bus
+    const QString m_path;
     const std::chrono::milliseconds m_patience;
     BusService m_service;
     UrlHandler m_urlHandler;

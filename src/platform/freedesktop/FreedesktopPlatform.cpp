@@ -3,6 +3,7 @@
 #include "platform/freedesktop/DBusInstance.h"
 #include "platform/freedesktop/DBusNotifications.h"
 #include "platform/freedesktop/FileUserDefaults.h"
+#include "platform/freedesktop/FreedesktopBundleTools.h"
 #include "platform/freedesktop/FreedesktopPaths.h"
 #include "platform/freedesktop/PortalAppearance.h"
 #include "platform/freedesktop/PortalHotKeys.h"
@@ -14,6 +15,8 @@
 #include "platform/freedesktop/X11HotKeys.h"
 #include "platform/freedesktop/X11PanelSurface.h"
 #include "platform/freedesktop/X11Screens.h"
+#include "platform/freedesktop/apps/AgentApplications.h"
+#include "platform/freedesktop/apps/DesktopEntryRegistry.h"
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 #include "platform/freedesktop/apps/X11RunningApplications.h"
 #include "platform/freedesktop/apps/X11WindowAccess.h"
@@ -21,7 +24,9 @@
 #include "platform/portable/QtDialogs.h"
 #include "platform/portable/QtMenus.h"
 #include "platform/portable/QtPanelSurface.h"
+#include "platform/portable/QtPasteboard.h"
 #include "platform/portable/QtScheduler.h"
+#include "platform/portable/UnavailableHotKeys.h"
 
 #include <QGuiApplication>
 #include <QStandardPaths>
@@ -42,7 +47,8 @@ const QString sharedDomain = QStringLiteral("com.cobblet.shared");
 class FreedesktopPlatform : public Platform {
 public:
     explicit FreedesktopPlatform(const Bundle &bundle)
-        : m_identifier(bundle.identifier.isEmpty() ? mainIdentifier : bundle.identifier), m_isAgent(bundle.isAgent())
+        : m_identifier(bundle.identifier.isEmpty() ? mainIdentifier : bundle.identifier), m_bundlePath(bundle.path),
+          m_isAgent(bundle.isAgent())
     {
     }
 
@@ -52,6 +58,7 @@ public:
     {
         if (!m_instance) {
             m_instance = std::make_unique<DBusInstance>(m_bus, m_identifier);
+            m_instance->setActionHandler([this](const QString &action) { return m_dockTile.choose(action); });
             m_instance->service().setUserActs({.token =
                                                    [this](const QString &token) {
                                                        if (X11Desktop *known = desktop())
@@ -107,12 +114,22 @@ public:
     }
 
     Workspace &workspace() override { return theWorkspace(); }
-    RunningApplications &runningApplications() override { return running(); }
+    RunningApplications &runningApplications() override
+    {
+        // An application of one group has no business with the others of its kind.
+        if (m_isAgent || !hasToolkit())
+            return running();
+        return made(m_agents, [this] { return std::make_unique<AgentApplications>(running(), m_bus); });
+    }
 
     WindowAccess &windowAccess() override
     {
         return made(m_windowAccess, [this] { return std::make_unique<X11WindowAccess>(running(), theWorkspace()); });
     }
+
+    LaunchRegistry &launchRegistry() override { return m_registry; }
+    BundleTools bundleTools() const override { return freedesktop::bundleTools(m_bundlePath); }
+    Pasteboard &pasteboard() override { return m_pasteboard; }
 
     Dialogs &dialogs() override
     {
@@ -129,6 +146,9 @@ public:
     HotKeys &hotKeys() override
     {
         return made(m_hotKeys, [this]() -> std::unique_ptr<HotKeys> {
+            if (m_isAgent)
+                return std::make_unique<UnavailableHotKeys>(
+                    QStringLiteral("The key combinations belong to Cobblet itself."));
             if (X11Desktop *known = isWaylandSession() ? nullptr : desktop())
                 return std::make_unique<X11HotKeys>(*known);
             return std::make_unique<PortalHotKeys>(m_bus);
@@ -222,10 +242,13 @@ private:
     }
 
     const QString m_identifier;
+    const QString m_bundlePath;
     const bool m_isAgent;
     std::jthread m_fonts;
     QtScheduler m_scheduler;
     X11DockTile m_dockTile;
+    DesktopEntryRegistry m_registry;
+    QtPasteboard m_pasteboard;
     SessionBus m_bus;
     bool m_triedX11 = false;
     std::unique_ptr<X11Connection> m_x11;
@@ -239,6 +262,7 @@ private:
     std::unique_ptr<X11Screens> m_screens;
     std::unique_ptr<FreedesktopWorkspace> m_workspace;
     std::unique_ptr<X11RunningApplications> m_running;
+    std::unique_ptr<AgentApplications> m_agents;
     std::unique_ptr<X11WindowAccess> m_windowAccess;
     std::unique_ptr<HotKeys> m_hotKeys;
     std::unique_ptr<QtDialogs> m_dialogs;

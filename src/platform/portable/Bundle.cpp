@@ -19,7 +19,8 @@ QString executablePath()
 
 Bundle Bundle::current()
 {
-    QDir contents = QFileInfo(executablePath()).dir(); // .../Contents/MacOS
+    const QString executable = executablePath();
+    QDir contents = QFileInfo(executable).dir(); // .../Contents/MacOS
     if (contents.dirName() != QLatin1String("MacOS") || !contents.cdUp() ||
         contents.dirName() != QLatin1String("Contents"))
         return {};
@@ -28,7 +29,7 @@ Bundle Bundle::current()
     if (!info || !info.value())
         return {};
     return {info.value()->text("CFBundleIdentifier"), info.value()->text("CFBundleShortVersionString"),
-            info.value()->text("CFBundleVersion"), path};
+            info.value()->text("CFBundleVersion"), executable, path};
 }
 
 } // namespace cobblet

@@ -77,6 +77,21 @@ void QtDialogs::chooseFiles(const FileRequest &request, std::function<void(const
     present(dialog);
 }
 
+void QtDialogs::warn(const QString &message, const QString &informativeText, const QString &otherLabel,
+                     std::function<void(bool)> answer)
+{
+    QMessageBox *box = messageBox(QMessageBox::Warning, message, informativeText);
+    QPushButton *ok = box->addButton(QMessageBox::Ok);
+    QPushButton *other = box->addButton(otherLabel, QMessageBox::ActionRole);
+    box->setDefaultButton(ok);
+    box->setEscapeButton(ok);
+    QObject::connect(box, &QDialog::finished, box, [box, other, answer = std::move(answer)] {
+        if (answer)
+            answer(box->clickedButton() == other);
+    });
+    present(box);
+}
+
 void QtDialogs::inform(const QString &message, const QString &informativeText)
 {
     QMessageBox *box = messageBox(QMessageBox::Information, message, informativeText);

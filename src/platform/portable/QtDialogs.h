@@ -12,6 +12,8 @@ class QtDialogs : public Dialogs {
 public:
     void confirm(const Confirmation &question, std::function<void(bool)> answer) override;
     void chooseFiles(const FileRequest &request, std::function<void(const QStringList &)> answer) override;
+    void warn(const QString &message, const QString &informativeText, const QString &otherLabel,
+              std::function<void(bool)> answer) override;
     void inform(const QString &message, const QString &informativeText) override;
 };
 

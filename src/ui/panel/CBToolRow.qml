@@ -6,7 +6,8 @@ Item {
     id: tools
 
     required property real hair
-    readonly property bool compact: 10 + openAll.fullWidth + 4 + closeAll.fullWidth + info.width + 4 > width
+    readonly property bool compact: 10 + openAll.fullWidth + 4 + closeAll.fullWidth
+                                    + (standalone.visible ? 4 + standalone.fullWidth : 0) + info.width + 4 > width
 
     height: Units.toolRowHeight + hair
 
@@ -35,6 +36,17 @@ Item {
         symbol: Panel.closeAllSymbol
         hint: "⌘ + Click = Force Quit\n⌥ + Click = Graceful Quit"
         onTriggered: Panel.closeAll()
+    }
+
+    CBToolButton {
+        id: standalone
+        visible: Panel.offersStandalone
+        compact: tools.compact
+        x: closeAll.x + closeAll.width + 4
+        y: openAll.y
+        label: "Standalone"
+        symbol: "arrow.up.forward.square"
+        onTriggered: Panel.openStandalone()
     }
 
     CBInfoButton {

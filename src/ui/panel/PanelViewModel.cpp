@@ -202,6 +202,15 @@ void PanelViewModel::openAll()
     m_actions.openAll(group ? group->apps : m_mostUsed.apps);
 }
 
+void PanelViewModel::openStandalone()
+{
+    if (!offersStandalone())
+        return;
+    const QUuid id = groupOnShow()->id;
+    m_d.notifications.post(notification::closePanel);
+    m_d.openStandalone(id);
+}
+
 void PanelViewModel::closeAll()
 {
     const AppGroup *group = groupOnShow();

@@ -10,6 +10,8 @@
 #include <QPointF>
 #include <QSizeF>
 
+#include <functional>
+
 class QJSEngine;
 class QQmlEngine;
 class QWindow;
@@ -37,6 +39,8 @@ struct PanelDependencies {
     Dialogs &dialogs;
     Menus &menus;
     Appearance &appearance;
+    /// Opens the application of a group, which becomes one where it is none yet. Empty in such an application.
+    std::function<void(const QUuid &)> openStandalone;
 };
 
 /// What the launcher panel shows and what its controls do, without a window. Main thread only.
@@ -50,6 +54,7 @@ class PanelViewModel : public QObject {
     Q_PROPERTY(Content content READ content NOTIFY contentChanged)
     Q_PROPERTY(QString contentID READ contentID NOTIFY contentChanged)
     Q_PROPERTY(bool showsToolRow READ showsToolRow NOTIFY contentChanged)
+    Q_PROPERTY(bool offersStandalone READ offersStandalone NOTIFY contentChanged)
     Q_PROPERTY(int columns READ columns NOTIFY contentChanged)
     Q_PROPERTY(bool showsTitles READ showsTitles NOTIFY contentChanged)
     Q_PROPERTY(bool sidebarExpanded READ sidebarExpanded NOTIFY sidebarExpandedChanged)
@@ -91,6 +96,8 @@ public:
     /// Changes exactly when another tab comes on show.
     QString contentID() const;
     bool showsToolRow() const;
+    /// Whether the group on show can be an application of its own.
+    bool offersStandalone() const { return m_d.openStandalone && groupOnShow(); }
     bool showsMostUsed() const { return m_d.popupSettings.showsMostUsed(); }
     int columns() const { return m_layout.columns; }
     bool showsTitles() const { return m_layout.showsTitles; }
@@ -116,6 +123,8 @@ public:
     Q_INVOKABLE void openSettings() { m_actions.openSettings(); }
     Q_INVOKABLE void openAll();
     Q_INVOKABLE void closeAll();
+    /// Closes the panel and opens the application of the group on show.
+    Q_INVOKABLE void openStandalone();
     /// Opens the cell's application, or lets the user choose applications to add.
     Q_INVOKABLE void activateCell(int row);
     /// `position` in points from the window's top left corner.

@@ -230,8 +230,14 @@ void ApplicationLauncher::launchCommand(const InstalledEntry &entry, const QStri
         finish(this, done, Error{command.error()});
         return;
     }
+    start(entry, command.value(), done);
+}
+
+void ApplicationLauncher::start(const InstalledEntry &entry, const QStringList &command,
+                                const Workspace::Completion &done)
+{
     QByteArrayList arguments;
-    for (const QString &argument : command.value())
+    for (const QString &argument : command)
         arguments.append(QFile::encodeName(argument));
     const QString startupId = m_startup.mint();
     QByteArrayList environment = launchEnvironment(initialEnvironment());

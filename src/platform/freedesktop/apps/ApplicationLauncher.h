@@ -28,6 +28,8 @@ public:
 
     /// `done` runs later with the outcome. `uris` are handed to an application that takes some.
     void launch(const InstalledEntry &entry, const QStringList &uris, Workspace::Completion done);
+    /// Runs this command in place of the entry's own.
+    void start(const InstalledEntry &entry, const QStringList &command, const Workspace::Completion &done);
     /// Whether applications can be reached over the bus.
     bool hasBus() const;
     /// Tells an application on the bus that its icon was clicked. Failures are ignored.

@@ -131,6 +131,25 @@ void FreedesktopWorkspace::open(const QString &bundleID, Completion done)
             this, [done, error = entry.error()] { done(Error{error}); }, Qt::QueuedConnection);
 }
 
+void FreedesktopWorkspace::openBundle(const QString &path, const QStringList &arguments, Completion done)
+{
+    const auto application = bundleAt(path);
+    const auto info = InfoPlist::read(path);
+    const QString name = info && info.value() ? info.value()->text("CFBundleExecutable") : QString();
+    const QString program = path + QStringLiteral("/Contents/MacOS/") + name;
+    if (application && !name.isEmpty() && !name.contains(QLatin1Char('/')) && QFileInfo(program).isExecutable()) {
+        InstalledEntry entry;
+        entry.application = application.value();
+        m_launcher.start(entry, QStringList{program} + arguments, done);
+        return;
+    }
+    const QString cause = application ? QStringLiteral("“%1” cannot be opened: it holds no program.").arg(path)
+                                      : application.error();
+    if (done)
+        QMetaObject::invokeMethod(
+            this, [done, cause] { done(Error{cause}); }, Qt::QueuedConnection);
+}
+
 void FreedesktopWorkspace::reveal(const QString &bundleID, Completion done)
 {
     const auto entry = m_installed.entry(resolved(bundleID));

@@ -23,6 +23,7 @@ public:
     std::optional<InstalledApplication> application(const QString &bundleID) const override;
     Result<InstalledApplication> applicationAt(const QString &path) const override;
     void open(const QString &bundleID, Completion done = {}) override;
+    void openBundle(const QString &path, const QStringList &arguments, Completion done) override;
     void reveal(const QString &bundleID, Completion done = {}) override;
     QImage icon(const QString &bundleID, int points, qreal devicePixelRatio) const override;
     QImage genericIcon(int points, qreal devicePixelRatio) const override;

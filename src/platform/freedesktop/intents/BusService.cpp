@@ -116,6 +116,15 @@ QString BusService::objectPath(const QString &identifier)
     return path.replace(QLatin1Char('.'), QLatin1Char('/')).replace(QLatin1Char('-'), QLatin1Char('_'));
 }
 
+QString BusService::busName(const QString &identifier)
+{
+    QStringList elements = identifier.split(QLatin1Char('.'));
+    for (QString &element : elements)
+        if (!element.isEmpty() && element.front() >= u'0' && element.front() <= u'9')
+            element.prepend(QLatin1Char('_'));
+    return elements.join(QLatin1Char('.'));
+}
+
 void BusService::add(BusInterface interface, const QString &child)
 {
     const QString path = child.isEmpty() ? m_path : m_path + QLatin1Char('/') + child;

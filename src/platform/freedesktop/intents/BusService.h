@@ -46,6 +46,8 @@ public:
 
     /// The object path that stands for an application identifier.
     static QString objectPath(const QString &identifier);
+    /// The name on the bus that stands for it: no element of one may begin with a digit.
+    static QString busName(const QString &identifier);
 
     /// How many calls of a lane may be open that are answered later.
     static constexpr long maximumOpen = 64;

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace cobblet {
+
+/// Which instance this command speaks for: the one of the bundle that it lies in.
+struct Identity {
+    std::string bundle;     ///< the ".app" folder; empty when that cannot be told
+    std::string identifier; ///< "com.vantor.cobblet", or that of the application of one group
+
+    /// Of the running command. A bundle that does not say what it is is taken for Cobblet itself.
+    static Identity own();
+
+    bool isAgent() const { return identifier.starts_with("com.cobblet.agent."); }
+    /// The name of the instance on the session bus: no element of one may begin with a digit.
+    std::string busName() const;
+    std::string objectPath() const;
+};
+
+/// The identifier that a property list in its XML form states; empty when it states none.
+std::string_view statedIdentifier(std::string_view propertyList);
+
+} // namespace cobblet

@@ -1,0 +1,133 @@
+#include "platform/freedesktop/apps/AgentApplications.h"
+
+#include "platform/Bundle.h"
+#include "platform/freedesktop/SessionBus.h"
+#include "platform/freedesktop/apps/DesktopBus.h"
+
+#include <QDBusConnection>
+#include <QDBusServiceWatcher>
+
+#include <csignal>
+
+namespace cobblet {
+
+namespace {
+
+const QString prefix = QLatin1String(Bundle::agentPrefix);
+
+QDBusMessage askBus(const char *method)
+{
+    return QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus"), QString::fromLatin1(method));
+}
+
+/// What owns the name; elements of a name on the bus never begin with a digit.
+QString identifierOf(const QString &name)
+{
+    const QString rest = name.mid(prefix.size());
+    return prefix + (rest.startsWith(QLatin1Char('_')) ? rest.mid(1) : rest);
+}
+
+} // namespace
+
+AgentApplications::AgentApplications(RunningApplications &others, SessionBus &bus, QObject *parent)
+    : m_others(others), m_bus(bus)
+{
+    setParent(parent);
+    const auto pass = [this](auto signal) {
+        connect(&m_others, signal, this, [this, signal](const RunningApplication &application) {
+            if (!isOurs(application))
+                emit(this->*signal)(application);
+        });
+    };
+    pass(&RunningApplications::didLaunch);
+    pass(&RunningApplications::didTerminate);
+
+    const QDBusConnection &connection = m_bus.connection();
+    if (!connection.isConnected())
+        return;
+    m_watcher = new QDBusServiceWatcher(prefix + QLatin1Char('*'), connection,
+                                        QDBusServiceWatcher::WatchForOwnerChange, this);
+    connect(m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
+            [this](const QString &name, const QString &oldOwner, const QString &newOwner) {
+                if (!oldOwner.isEmpty())
+                    lost(name);
+                if (!newOwner.isEmpty())
+                    askForOwner(name);
+            });
+    callSessionBus(&m_bus, this, askBus("ListNames"), [this](const QDBusMessage &reply) {
+        for (const QString &name : reply.arguments().value(0).toStringList())
+            if (name.startsWith(prefix))
+                askForOwner(name);
+    });
+}
+
+AgentApplications::~AgentApplications() = default;
+
+bool AgentApplications::isOurs(const RunningApplication &application) const
+{
+    return m_watcher && application.bundleIdentifier.startsWith(prefix);
+}
+
+void AgentApplications::askForOwner(const QString &name)
+{
+    QDBusMessage ask = askBus("GetConnectionUnixProcessID");
+    ask << name;
+    callSessionBus(&m_bus, this, ask, [this, name](const QDBusMessage &answer) {
+        if (const qint64 pid = answer.arguments().value(0).toLongLong();
+            answer.type() == QDBusMessage::ReplyMessage && pid > 0)
+            ownerKnown(name, pid);
+    });
+}
+
+void AgentApplications::ownerKnown(const QString &name, qint64 pid)
+{
+    const auto process = processEntry(pid);
+    if (!process || m_agents.value(name) == *process)
+        return;
+    m_agents.insert(name, *process);
+    emit didLaunch({identifierOf(name), pid});
+}
+
+void AgentApplications::lost(const QString &name)
+{
+    const ProcessEntry process = m_agents.take(name);
+    if (process.pid > 0)
+        emit didTerminate({identifierOf(name), process.pid});
+}
+
+QList<RunningApplication> AgentApplications::runningApplications() const
+{
+    QList<RunningApplication> all;
+    for (const RunningApplication &application : m_others.runningApplications())
+        if (!isOurs(application))
+            all.append(application);
+    for (auto it = m_agents.begin(); it != m_agents.end(); ++it)
+        all.append({identifierOf(it.key()), it->pid});
+    return all;
+}
+
+bool AgentApplications::signalAgent(const RunningApplication &application, int signal)
+{
+    if (!isOurs(application))
+        return false;
+    for (auto it = m_agents.begin(); it != m_agents.end(); ++it)
+        if (it->pid == application.processIdentifier && identifierOf(it.key()) == application.bundleIdentifier)
+            sendSignal(*it, signal);
+    return true;
+}
+
+void AgentApplications::terminate(const RunningApplication &application)
+{
+    if (!signalAgent(application, SIGTERM))
+        m_others.terminate(application);
+}
+
+void AgentApplications::forceTerminate(const RunningApplication &application)
+{
+    if (!signalAgent(application, SIGKILL))
+        m_others.forceTerminate(application);
+}
+
+} // namespace cobblet

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "platform/RunningApplications.h"
+#include "platform/freedesktop/apps/Processes.h"
+
+#include <QMap>
+#include <QObject>
+
+class QDBusServiceWatcher;
+
+namespace cobblet {
+
+class SessionBus;
+
+/// The running applications, and among them the applications of single groups, which have no window most of the time:
+/// each is known by the name that it owns on the session bus. Without a bus they are known as any other application is.
+class AgentApplications : public RunningApplications {
+    Q_OBJECT
+public:
+    /// Both outlive this object.
+    AgentApplications(RunningApplications &others, SessionBus &bus, QObject *parent = nullptr);
+    ~AgentApplications() override;
+
+    QList<RunningApplication> runningApplications() const override;
+    Status availability() const override { return m_others.availability(); }
+    void hide(const RunningApplication &application) override { m_others.hide(application); }
+    void unhide(const RunningApplication &application) override { m_others.unhide(application); }
+    void activate(const RunningApplication &application) override { m_others.activate(application); }
+    void terminate(const RunningApplication &application) override;
+    void forceTerminate(const RunningApplication &application) override;
+
+private:
+    bool isOurs(const RunningApplication &application) const;
+    void askForOwner(const QString &name);
+    void ownerKnown(const QString &name, qint64 pid);
+    void lost(const QString &name);
+    bool signalAgent(const RunningApplication &application, int signal);
+
+    RunningApplications &m_others;
+    SessionBus &m_bus;
+    QDBusServiceWatcher *m_watcher = nullptr; ///< null without a bus
+    QMap<QString, ProcessEntry> m_agents;     ///< by the name on the bus
+};
+
+} // namespace cobblet

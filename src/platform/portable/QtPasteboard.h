@@ -1,0 +1,16 @@
+#pragma once
+
+#include "platform/Pasteboard.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+
+namespace cobblet {
+
+/// The toolkit's clipboard.
+class QtPasteboard : public Pasteboard {
+public:
+    void setText(const QString &text) override { QGuiApplication::clipboard()->setText(text); }
+};
+
+} // namespace cobblet

@@ -1,0 +1,80 @@
+#include "shell/AgentController.h"
+
+#include "model/ConfigManager.h"
+#include "model/GroupCoding.h"
+#include "model/Notifications.h"
+#include "platform/Bundle.h"
+#include "platform/DistributedNotifications.h"
+#include "platform/DockTile.h"
+#include "standalone/AgentGroup.h"
+#include "standalone/GroupIconProvider.h"
+#include "standalone/GroupMenu.h"
+
+#include <QLoggingCategory>
+
+namespace cobblet {
+
+namespace {
+
+Q_LOGGING_CATEGORY(log, "com.vantor.cobblet.standalone")
+
+/// The side of a tile in the dock, in points.
+constexpr int tileSide = 512;
+
+} // namespace
+
+AgentController::AgentController(Services services, QObject *parent) : QObject(parent), m_services(std::move(services))
+{
+    m_services.dockTile.setMenu(
+        [this] {
+            const auto own = group();
+            return own ? groupMenu(*own) : QList<DockMenuItem>();
+        },
+        [this](const QString &action) {
+            const auto own = group();
+            return own && performGroupMenu(action, *own, m_services.reports());
+        });
+    connect(&m_services.distributedNotifications, &DistributedNotifications::received, this,
+            [this](const QString &name, const QString &object) {
+                if (name != notification::repaintTile)
+                    return;
+                if (const auto own = group(); own && object == uuidText(own->id))
+                    refreshTile();
+            });
+}
+
+std::optional<AppGroup> AgentController::group() const
+{
+    const auto config = readAgentGroupConfig(m_services.bundle.path);
+    if (!config) {
+        qCWarning(log).noquote() << config.error();
+        return std::nullopt;
+    }
+    const AppGroup &held = config.value().group;
+    if (agentIdentifier(held.id) != m_services.bundle.identifier) {
+        qCWarning(log).noquote()
+            << QStringLiteral("“%1” holds the group of another application.").arg(m_services.bundle.path);
+        return std::nullopt;
+    }
+    const AppGroup *stored = m_services.config.group(held.id);
+    return stored ? *stored : held;
+}
+
+void AgentController::refreshTile()
+{
+    const auto own = group();
+    if (!own)
+        return;
+    GroupIconProvider &icons = m_services.icons();
+    icons.clearCache();
+    m_services.dockTile.setIcon(icons.image(*own, tileSide));
+    icons.clearCache(); // nobody else here asks for a tile of a megabyte
+}
+
+void AgentController::selectGroup()
+{
+    if (const auto own = group())
+        m_services.notifications.post(notification::selectGroupByID, {{QStringLiteral("id"), own->id}});
+}
+
+} // namespace cobblet

@@ -1,0 +1,98 @@
+#include "standalone/AgentGroup.h"
+
+#include "model/GroupCoding.h"
+#include "platform/AtomicFile.h"
+#include "platform/Bundle.h"
+
+#include <QTextBoundaryFinder>
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace cobblet {
+
+namespace {
+
+/// A group of ten thousand applications takes one of them.
+constexpr qint64 maximumConfigBytes = 4 * 1024 * 1024;
+/// What most file systems take for a name, less ".app" and the mark of a temporary file.
+constexpr qsizetype maximumNameBytes = 240;
+
+bool isAllowed(char32_t c)
+{
+    const bool isSpace = QChar::category(c) == QChar::Separator_Space || c == U'\t';
+    return QChar::isLetterOrNumber(c) || QChar::isMark(c) || isSpace || c == U'-' || c == U'_';
+}
+
+/// A character as people see it: what follows a letter as a mark or is joined to it belongs to it.
+QStringList graphemes(const QString &text)
+{
+    QStringList list;
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    for (qsizetype from = 0, to = 0; (to = finder.toNextBoundary()) > 0; from = to)
+        list.append(text.mid(from, to - from));
+    return list;
+}
+
+} // namespace
+
+QByteArray encode(const AgentGroupConfig &config)
+{
+    return "{\"group\":" + encodeGroup(config.group) + '}';
+}
+
+Result<AgentGroupConfig> decodeAgentGroupConfig(const QByteArray &json)
+{
+    using Json = nlohmann::ordered_json;
+    // What is nested deeper is left out while it is read: writing it out again would recurse into it.
+    const auto bounded = [](int depth, Json::parse_event_t, const Json &) { return depth <= maximumJsonDepth; };
+    const Json document = Json::parse(json.begin(), json.end(), bounded, false);
+    if (!document.is_object() || !document.contains("group"))
+        return Error{QStringLiteral("It holds no group.")};
+    const auto group =
+        decodeGroup(QByteArray::fromStdString(document["group"].dump(-1, ' ', false, Json::error_handler_t::replace)));
+    if (!group)
+        return Error{group.error()};
+    return AgentGroupConfig{group.value()};
+}
+
+Result<AgentGroupConfig> readAgentGroupConfig(const QString &bundle)
+{
+    const QString path = bundle + QStringLiteral("/Contents/Resources/group-config.json");
+    const auto bytes = readBounded(path, maximumConfigBytes);
+    if (!bytes)
+        return Error{bytes.error()};
+    const auto config = decodeAgentGroupConfig(bytes.value());
+    if (!config)
+        return Error{QStringLiteral("The file “%1” describes no group: %2").arg(path, config.error())};
+    return config.value();
+}
+
+QString agentIdentifier(const QUuid &group)
+{
+    return QLatin1String(Bundle::agentPrefix) + uuidText(group);
+}
+
+std::optional<QUuid> groupOfAgent(const QString &identifier)
+{
+    const QLatin1String prefix(Bundle::agentPrefix);
+    return identifier.startsWith(prefix) ? parseUuid(identifier.mid(prefix.size())) : std::nullopt;
+}
+
+QString safeBundleName(const AppGroup &group)
+{
+    QString name;
+    for (const QString &character : graphemes(group.name)) {
+        const auto codes = character.toUcs4();
+        if (std::all_of(codes.begin(), codes.end(), [](uint c) { return isAllowed(c); }))
+            name.append(character);
+    }
+    name = name.trimmed();
+    while (name.toUtf8().size() > maximumNameBytes)
+        name.chop(name.size() > 1 && name.back().isLowSurrogate() ? 2 : 1);
+    name = name.trimmed();
+    return name.isEmpty() || name.startsWith(QLatin1Char('.')) ? uuidText(group.id) : name;
+}
+
+} // namespace cobblet

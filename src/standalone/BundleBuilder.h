@@ -1,0 +1,63 @@
+#pragma once
+
+#include "platform/BundleTools.h"
+#include "platform/Tool.h"
+#include "standalone/AgentsFolder.h"
+#include "standalone/BuildFailure.h"
+
+#include <functional>
+
+namespace cobblet {
+
+class GroupIconProvider;
+class LaunchRegistry;
+
+/// Makes groups into applications: copies of the program's own bundle that hold a group in place of the program's
+/// identity. Nothing is changed where the desktop can see it before it is whole and signed. Waits for disk and tools, so
+/// for a thread of its own; one call at a time, but for stop().
+class BundleBuilder {
+public:
+    struct Services {
+        QString source; ///< the program's own bundle
+        QString stamp;  ///< identifies the program's executable
+        AgentsFolder folder;
+        BundleTools tools;
+        LaunchRegistry &registry;
+        GroupIconProvider &icons;
+    };
+
+    explicit BundleBuilder(Services services) : m_services(std::move(services)) {}
+
+    const AgentsFolder &folder() const { return m_services.folder; }
+    const BundleTools &tools() const { return m_services.tools; }
+
+    using Prepare = std::function<BuildOutcome(const QString &bundle)>;
+    /// Builds a copy of `source` aside, as `prepare` makes it, signs it, and brings it to `destination`. When that
+    /// fails, what was there before is there still.
+    BuildOutcome sync(const QString &source, const QString &destination, const Prepare &prepare);
+    /// The same for the application of a group.
+    BuildOutcome build(const AppGroup &group, const QString &destination);
+    /// Writes the group into a copy of the program's bundle.
+    BuildOutcome prepare(const QString &bundle, const AppGroup &group);
+    BuildOutcome sign(const QString &bundle);
+    /// Makes the desktop look at the bundle afresh. What fails is logged.
+    void registerBundle(const QString &bundle, const AppGroup &group);
+    /// Takes the bundle and its registration away.
+    void remove(const AgentBundle &bundle);
+    /// Clears what builds have left that did not come to their end.
+    void recover();
+    /// Ends the tool that runs, and every later one.
+    void stop() { m_runner.stop(); }
+
+private:
+    BuildOutcome fill(const QString &staging, const QString &source, const QString &destination,
+                      const Prepare &prepare);
+    BuildOutcome mirror(const QString &staging, const QString &bundle, const QString &destination);
+    void strip(const QString &bundle);
+    Result<ToolEnd> codesign(const QStringList &arguments);
+
+    const Services m_services;
+    ToolRunner m_runner;
+};
+
+} // namespace cobblet

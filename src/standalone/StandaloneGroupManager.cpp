@@ -1,0 +1,402 @@
+#include "standalone/StandaloneGroupManager.h"
+
+#include "model/ConfigManager.h"
+#include "model/GroupCoding.h"
+#include "model/Notifications.h"
+#include "platform/Dialogs.h"
+#include "platform/DistributedNotifications.h"
+#include "platform/FileTree.h"
+#include "platform/LaunchRegistry.h"
+#include "platform/Pasteboard.h"
+#include "platform/RunningApplications.h"
+#include "platform/Scheduler.h"
+#include "platform/Workspace.h"
+
+#include <QFileInfo>
+#include <QLoggingCategory>
+#include <QPointer>
+
+#include <algorithm>
+
+namespace cobblet {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+Q_LOGGING_CATEGORY(log, "com.vantor.cobblet.standalone")
+
+/// By then the desktop has read the new icon.
+constexpr auto repaintDelay = 3000ms;
+/// Several changes in a row, as when applications are dragged about, are one.
+constexpr auto changeDelay = 500ms;
+/// A process that was killed is gone at once; a desktop that does not tell of it is not waited for.
+constexpr auto endPatience = 2000ms;
+
+QString stampOf(const Bundle &bundle)
+{
+    const QFileInfo info(bundle.executable);
+    const QDateTime modified = bundle.executable.isEmpty() ? QDateTime() : info.lastModified();
+    return modified.isValid() ? QString::number(modified.toSecsSinceEpoch()) : QStringLiteral("unknown");
+}
+
+/// Whether the difference shows in the application: in its name, its icon or its menu.
+bool looksAlike(AppGroup a, const AppGroup &b)
+{
+    a.isPinned = b.isPinned;
+    a.isStandalone = b.isStandalone;
+    a.popupColumns = b.popupColumns;
+    a.popupMaxRows = b.popupMaxRows;
+    a.popupShowsTitles = b.popupShowsTitles;
+    a.popupAnchor = b.popupAnchor;
+    return a == b;
+}
+
+QHash<QUuid, AppGroup> standaloneGroups(const ConfigManager &config)
+{
+    QHash<QUuid, AppGroup> groups;
+    for (const AppGroup &group : config.groups())
+        if (group.isStandalone)
+            groups.insert(group.id, group);
+    return groups;
+}
+
+} // namespace
+
+StandaloneGroupManager::StandaloneGroupManager(Services services)
+    : m_services(std::move(services)), m_stamp(stampOf(m_services.bundle)),
+      m_builder({m_services.bundle.path, m_stamp, AgentsFolder(m_services.agentsDirectory), m_services.tools,
+                 m_services.registry, m_services.icons}),
+      m_standalone(standaloneGroups(m_services.config))
+{
+    m_worker.setMaxThreadCount(1); // one step after the other, in the order in which they were asked for
+    m_builder.folder().make();
+    connect(&m_services.running, &RunningApplications::didTerminate, this, &StandaloneGroupManager::agentEnded);
+    connect(&m_services.config, &ConfigManager::groupsChanged, this, &StandaloneGroupManager::follow);
+}
+
+StandaloneGroupManager::~StandaloneGroupManager()
+{
+    m_worker.clear();
+    m_builder.stop();
+    m_worker.waitForDone();
+}
+
+template<class Work, class Then>
+void StandaloneGroupManager::inBackground(Work work, Then then)
+{
+    m_worker.start([this, work = std::move(work), then = std::move(then)] {
+        auto result = work();
+        QMetaObject::invokeMethod(
+            this, [then, result = std::move(result)] { then(result); }, Qt::QueuedConnection);
+    });
+}
+
+// Start-up
+
+void StandaloneGroupManager::start()
+{
+    inBackground(
+        [this] {
+            m_builder.recover();
+            return true;
+        },
+        [this](bool) {
+            reconcile();
+            refreshOutdated();
+        });
+}
+
+void StandaloneGroupManager::reconcile()
+{
+    inBackground(
+        [this] { return std::pair(m_builder.folder().bundles(), m_services.registry.registeredAgents()); },
+        [this](const std::pair<QList<AgentBundle>, QStringList> &found) {
+            const auto isStandalone = [this](const QUuid &id) {
+                const AppGroup *group = m_services.config.group(id);
+                return group && group->isStandalone;
+            };
+            QSet<QString> removed;
+            for (const AgentBundle &bundle : found.first) {
+                if (isStandalone(bundle.group->id))
+                    continue;
+                qCInfo(log).noquote()
+                    << QStringLiteral("removing stranded synthetic agent: %1").arg(QFileInfo(bundle.path).fileName());
+                const QString identifier = agentIdentifier(bundle.group->id);
+                removed.insert(identifier);
+                endAgent(identifier, [] {});
+                inBackground(
+                    [this, bundle] {
+                        m_builder.remove(bundle);
+                        return true;
+                    },
+                    [](bool) {});
+            }
+            // A registration whose bundle is gone, for instance because a person deleted it.
+            for (const QString &identifier : found.second)
+                if (const auto id = groupOfAgent(identifier); id && !isStandalone(*id) && !removed.contains(identifier))
+                    inBackground([this, identifier] { return m_services.registry.unregisterBundle(identifier); },
+                                 [](const Status &forgotten) {
+                                     if (!forgotten)
+                                         qCWarning(log).noquote() << forgotten.error();
+                                 });
+        });
+}
+
+void StandaloneGroupManager::refreshOutdated()
+{
+    inBackground(
+        [this, groups = m_standalone.values()] {
+            QList<AppGroup> outdated;
+            for (const AppGroup &group : groups) {
+                const auto bundle = m_builder.folder().bundleOf(group);
+                if (!bundle || bundle->stamp != m_stamp)
+                    outdated.append(group);
+            }
+            return outdated;
+        },
+        [this](const QList<AppGroup> &outdated) {
+            for (const AppGroup &group : outdated) {
+                const QString identifier = agentIdentifier(group.id);
+                const bool wasRunning = isRunning(identifier);
+                endAgent(identifier, [this, group, wasRunning] { attach(group, wasRunning); });
+            }
+        });
+}
+
+// Building
+
+void StandaloneGroupManager::install(const AppGroup &group, bool launch, Done done)
+{
+    const QString destination = m_builder.folder().destination(group);
+    struct Result {
+        BuildOutcome outcome;
+        QList<AgentBundle> before;
+    };
+    inBackground(
+        [this, group, destination] {
+            Result result{{}, m_builder.folder().bundles()};
+            result.outcome = m_builder.build(group, destination);
+            return result;
+        },
+        [=, this](const Result &result) {
+            if (result.outcome) {
+                if (done)
+                    done(result.outcome);
+                return;
+            }
+            replaced(result.before, destination, group);
+            // The old executable must not go on with the old icon.
+            endAgent(agentIdentifier(group.id),
+                     [=, this] { finishInstall(group, destination, launch, done); });
+        });
+}
+
+void StandaloneGroupManager::replaced(const QList<AgentBundle> &before, const QString &destination,
+                                      const AppGroup &group)
+{
+    for (const AgentBundle &bundle : before) {
+        const bool isOurs = bundle.group->id == group.id;
+        if (bundle.path == destination && !isOurs)
+            // Two names that make one file name: the registration would start the other group from now on.
+            inBackground([this, bundle] {
+                return m_services.registry.unregisterBundle(agentIdentifier(bundle.group->id));
+            }, [](const Status &) {});
+        else if (bundle.path != destination && isOurs)
+            // It had another name.
+            inBackground([this, path = bundle.path] { return m_builder.folder().discard(path); },
+                         [](const Status &discarded) {
+                             if (!discarded)
+                                 qCWarning(log).noquote() << discarded.error();
+                         });
+    }
+}
+
+void StandaloneGroupManager::finishInstall(const AppGroup &group, const QString &destination, bool launch, Done done)
+{
+    inBackground(
+        [this, group, destination] {
+            m_builder.registerBundle(destination, group);
+            return true;
+        },
+        [=, this](bool) {
+            m_services.scheduler.detached(repaintDelay, [self = QPointer(this), id = group.id] {
+                if (self && self->isRunning(agentIdentifier(id)))
+                    self->postRepaint(id);
+            });
+            const auto succeed = [this, group, done] {
+                m_services.config.setStandalone(group.id, true);
+                const AppGroup *now = m_services.config.group(group.id);
+                if (!now)
+                    reconcile(); // it was deleted meanwhile
+                else if (!looksAlike(*now, group))
+                    refreshIcon(*now);
+                if (done)
+                    done({});
+            };
+            if (!launch)
+                return succeed();
+            m_services.workspace.openBundle(destination, {QStringLiteral("--service")},
+                                            [self = QPointer(this), succeed, done](const Status &opened) {
+                                                if (!self)
+                                                    return;
+                                                if (opened)
+                                                    return succeed();
+                                                qCWarning(log).noquote()
+                                                    << QStringLiteral("launch failed: %1").arg(opened.error());
+                                                if (done)
+                                                    done(BuildFailure(Error{opened.error()}));
+                                            });
+        });
+}
+
+void StandaloneGroupManager::attach(const AppGroup &group, bool launch, std::function<void(bool)> done)
+{
+    install(group, launch, [this, group, done = std::move(done)](const BuildOutcome &failure) {
+        if (failure) {
+            qCWarning(log).noquote()
+                << QStringLiteral("detach failed for %1: %2").arg(group.name, description(*failure));
+            alert(group, *failure);
+        }
+        if (done)
+            done(!failure);
+    });
+}
+
+void StandaloneGroupManager::open(const QUuid &id)
+{
+    const AppGroup *group = m_services.config.group(id);
+    if (!group || m_opening.contains(id))
+        return;
+    m_opening.insert(id);
+    const auto show = [this, id](bool built) {
+        m_opening.remove(id);
+        if (built)
+            m_services.workspace.open(agentIdentifier(id));
+    };
+    inBackground([this, wanted = *group] { return m_builder.folder().bundleOf(wanted); },
+                 [this, wanted = *group, show](const std::optional<AgentBundle> &bundle) {
+                     if (wanted.isStandalone && bundle && bundle->identifier == agentIdentifier(wanted.id) &&
+                         bundle->stamp == m_stamp)
+                         return show(true);
+                     attach(wanted, true, show);
+                 });
+}
+
+void StandaloneGroupManager::refreshIcon(const AppGroup &group)
+{
+    struct Result {
+        bool exists = false;
+        BuildOutcome outcome;
+    };
+    inBackground(
+        [this, group] {
+            const auto bundle = m_builder.folder().bundleOf(group);
+            if (!bundle)
+                return Result{};
+            Result result{true, m_builder.build(group, bundle->path)};
+            if (!result.outcome)
+                m_builder.registerBundle(bundle->path, group);
+            return result;
+        },
+        [this, group](const Result &result) {
+            if (result.outcome)
+                qCWarning(log).noquote()
+                    << QStringLiteral("refreshIcon failed for %1: %2").arg(group.name, description(*result.outcome));
+            else if (result.exists && isRunning(agentIdentifier(group.id)))
+                postRepaint(group.id);
+        });
+}
+
+// What changes elsewhere
+
+void StandaloneGroupManager::follow()
+{
+    const QHash<QUuid, AppGroup> before = std::exchange(m_standalone, standaloneGroups(m_services.config));
+    const bool lost = std::any_of(before.keyBegin(), before.keyEnd(),
+                                  [this](const QUuid &id) { return !m_standalone.contains(id); });
+    if (lost)
+        reconcile();
+    const bool waits = !m_changed.isEmpty();
+    for (const AppGroup &group : std::as_const(m_standalone))
+        if (const auto known = before.constFind(group.id); known != before.cend() && !looksAlike(*known, group))
+            m_changed.insert(group.id, group);
+    if (!waits && !m_changed.isEmpty())
+        m_services.scheduler.detached(changeDelay, [self = QPointer(this)] {
+            if (self)
+                self->refreshChanged();
+        });
+}
+
+void StandaloneGroupManager::refreshChanged()
+{
+    for (const AppGroup &group : std::exchange(m_changed, {}))
+        if (m_standalone.contains(group.id))
+            refreshIcon(m_standalone.value(group.id));
+}
+
+void StandaloneGroupManager::postRepaint(const QUuid &group)
+{
+    if (const Status posted = m_services.notifications.post(notification::repaintTile, uuidText(group)); !posted)
+        qCWarning(log).noquote() << posted.error();
+}
+
+bool StandaloneGroupManager::isRunning(const QString &identifier) const
+{
+    const auto running = m_services.running.runningApplications();
+    return std::any_of(running.begin(), running.end(),
+                       [&](const RunningApplication &each) { return each.bundleIdentifier == identifier; });
+}
+
+void StandaloneGroupManager::endAgent(const QString &identifier, std::function<void()> then)
+{
+    if (!isRunning(identifier))
+        return then();
+    m_ending[identifier].append(std::move(then));
+    for (const RunningApplication &application : m_services.running.runningApplications())
+        if (application.bundleIdentifier == identifier)
+            m_services.running.forceTerminate(application);
+    m_services.scheduler.detached(endPatience, [self = QPointer(this), identifier] {
+        if (self)
+            self->agentEnded({identifier, 0});
+    });
+}
+
+void StandaloneGroupManager::agentEnded(const RunningApplication &application)
+{
+    const QString &identifier = application.bundleIdentifier;
+    if (m_ending.contains(identifier)) {
+        if (application.processIdentifier != 0 && isRunning(identifier))
+            return;
+        for (const auto &then : m_ending.take(identifier))
+            then();
+        return;
+    }
+    const auto id = application.processIdentifier != 0 ? groupOfAgent(identifier) : std::nullopt;
+    if (const AppGroup *group = id ? m_services.config.group(*id) : nullptr)
+        refreshIcon(*group);
+}
+
+// Failures
+
+void StandaloneGroupManager::alert(const AppGroup &group, const BuildFailure &failure)
+{
+    if (m_alertIsOpen)
+        return; // one is enough where nine groups fail for one reason; the log has them all
+    m_alertIsOpen = true;
+    const QString text = failureDetails(group, failure, m_services.bundle, m_services.tools);
+    m_services.dialogs.warn(
+        QStringLiteral("Couldn't make “") + group.name + QStringLiteral("” a standalone app"),
+        QStringLiteral("macOS requires every app to be code-signed, and the signing step failed on this Mac, so "
+                       "nothing was installed.\n\n") +
+            text,
+        QStringLiteral("Copy Details"), [self = QPointer(this), text](bool copies) {
+            if (!self)
+                return;
+            self->m_alertIsOpen = false;
+            if (copies)
+                self->m_services.pasteboard.setText(text);
+        });
+}
+
+} // namespace cobblet

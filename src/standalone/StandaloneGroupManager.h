@@ -1,0 +1,101 @@
+#pragma once
+
+#include "platform/Bundle.h"
+#include "standalone/BundleBuilder.h"
+
+#include <QHash>
+#include <QObject>
+#include <QSet>
+#include <QThreadPool>
+
+#include <functional>
+#include <memory>
+
+namespace cobblet {
+
+class ConfigManager;
+class Dialogs;
+class DistributedNotifications;
+class Pasteboard;
+class RunningApplications;
+class Scheduler;
+class Workspace;
+struct RunningApplication;
+
+/// Keeps the applications of standalone groups: builds them, brings them up to date when a group or the program
+/// changes, and takes them away. Main thread; files and tools are worked with on a thread of its own, one step at a
+/// time, so that every call returns at once.
+class StandaloneGroupManager : public QObject {
+    Q_OBJECT
+public:
+    struct Services {
+        Bundle bundle;           ///< the running program's own
+        QString agentsDirectory; ///< where the applications are put
+        BundleTools tools;
+        LaunchRegistry &registry;
+        GroupIconProvider &icons;
+        ConfigManager &config;
+        RunningApplications &running;
+        Workspace &workspace;
+        DistributedNotifications &notifications;
+        Dialogs &dialogs;
+        Pasteboard &pasteboard;
+        Scheduler &scheduler;
+    };
+
+    /// Makes the folder of the applications.
+    explicit StandaloneGroupManager(Services services);
+    /// Ends the tool that runs; the build that it was part of is taken back.
+    ~StandaloneGroupManager() override;
+
+    using Done = std::function<void(const BuildOutcome &)>;
+
+    /// Clears what was left half done, removes applications of groups that are none any more, and rebuilds those that
+    /// another build of the program made. To be called once.
+    void start();
+
+    /// Builds the group's application, and starts it in the background when `launch` is set; the group is standalone
+    /// then. A failure changes nothing.
+    void install(const AppGroup &group, bool launch, Done done = {});
+    /// The same for a person, who is told of a failure; `done`, when given, learns whether it succeeded.
+    void attach(const AppGroup &group, bool launch, std::function<void(bool)> done = {});
+    /// Opens the group's application; one that is missing, or older than the program, is built first.
+    void open(const QUuid &group);
+    /// Builds the group's application anew, if it has one.
+    void refreshIcon(const AppGroup &group);
+    /// Removes the applications of groups that are deleted or no longer standalone.
+    void reconcile();
+    /// Asks the group's running application to draw its tile anew.
+    void postRepaint(const QUuid &group);
+
+    /// Identifies the running executable: its time of modification in seconds since 1970, or "unknown".
+    const QString &binaryStamp() const { return m_stamp; }
+
+private:
+    /// Does `work` on the other thread and then `then` with what it gave, on this one.
+    template<class Work, class Then>
+    void inBackground(Work work, Then then);
+
+    void refreshOutdated();
+    void follow();
+    void refreshChanged();
+    void replaced(const QList<AgentBundle> &before, const QString &destination, const AppGroup &group);
+    bool isRunning(const QString &identifier) const;
+    /// Kills what runs under the identifier, and calls `then` once it has ended.
+    void endAgent(const QString &identifier, std::function<void()> then);
+    void agentEnded(const RunningApplication &application);
+    void finishInstall(const AppGroup &group, const QString &destination, bool launch, Done done);
+    void alert(const AppGroup &group, const BuildFailure &failure);
+
+    const Services m_services;
+    const QString m_stamp;
+    BundleBuilder m_builder;
+    QThreadPool m_worker;
+    QHash<QUuid, AppGroup> m_standalone;                  ///< the standalone groups as they were last seen
+    QHash<QUuid, AppGroup> m_changed;                     ///< those to be refreshed
+    QHash<QString, QList<std::function<void()>>> m_ending; ///< what waits for the end of an agent
+    QSet<QUuid> m_opening;
+    bool m_alertIsOpen = false;
+};
+
+} // namespace cobblet
