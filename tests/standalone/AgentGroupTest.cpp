@@ -1,0 +1,90 @@
+#include "standalone/AgentGroup.h"
+#include "standalone/GroupMenu.h"
+
+#include <QSet>
+
+#include <gtest/gtest.h>
+
+namespace cobblet {
+namespace {
+
+const QUuid id(QStringLiteral("8f3a0c52-1b2d-4e6f-9a7b-0c1d2e3f4a5b"));
+const QString idText = QStringLiteral("8F3A0C52-1B2D-4E6F-9A7B-0C1D2E3F4A5B");
+
+TEST(AgentGroupTest, AGroupsFileNameKeepsTheLettersOfItsName)
+{
+    struct Row {
+        QString name;
+        QString expected;
+    };
+    const Row rows[] = {
+        {QStringLiteral("../x"), QStringLiteral("x")},
+        {QStringLiteral("Work"), QStringLiteral("Work")},
+        {QStringLiteral("  My – Töols_2 - ② "), QStringLiteral("My  Töols_2 - ②")},
+        {QStringLiteral("Büro e\u0301 日本"), QStringLiteral("Büro e\u0301 日本")},
+        {QStringLiteral("a\"b%c\nd\x01/e"), QStringLiteral("abcde")},
+        {QStringLiteral("🛠 Tools 👩‍💻"), QStringLiteral("Tools")},
+        {QStringLiteral("?!/.."), idText},
+        {QStringLiteral("   "), idText},
+        {QString(), idText},
+        {QStringLiteral(".hidden"), QStringLiteral("hidden")},
+        {QString(300, QLatin1Char('n')), QString(240, QLatin1Char('n'))},
+        {QString(300, QChar(0x65e5)), QString(80, QChar(0x65e5))},
+    };
+    for (const Row &row : rows) {
+        AppGroup group;
+        group.id = id;
+        group.name = row.name;
+        EXPECT_EQ(safeBundleName(group).toStdString(), row.expected.toStdString()) << row.name.toStdString();
+    }
+}
+
+TEST(AgentGroupTest, AnIdentifierNamesItsGroupOrNone)
+{
+    EXPECT_EQ(agentIdentifier(id), QStringLiteral("com.cobblet.agent.") + idText);
+    EXPECT_EQ(groupOfAgent(agentIdentifier(id)), id);
+    for (const char *other : {"com.vantor.cobblet", "com.cobblet.agent.", "com.cobblet.agent.x",
+                              "com.cobblet.agent.8F3A0C52-1B2D-4E6F-9A7B-0C1D2E3F4A5B.x"})
+        EXPECT_FALSE(groupOfAgent(QString::fromLatin1(other))) << other;
+}
+
+TEST(AgentGroupTest, AConfigIsOneGroupAndNothingElseIs)
+{
+    AppGroup group;
+    group.name = QStringLiteral("Quote \" and 🛠");
+    group.apps = {{QStringLiteral("Mail"), QStringLiteral("com.apple.mail")}};
+    const auto back = decodeAgentGroupConfig(encode({group}));
+    ASSERT_TRUE(back) << back.error().toStdString();
+    EXPECT_EQ(back.value().group, group);
+
+    const QByteArray deep = "{\"group\":" + QByteArray(100'000, '[') + QByteArray(100'000, ']') + '}';
+    for (const QByteArray &bad : {QByteArray(), QByteArray("null"), QByteArray("[]"), QByteArray("{\"group\":7}"),
+                                  QByteArray("{\"group\":{\"name\":\"x\"}}"), QByteArray("{\"group\""), deep,
+                                  QByteArray("{\"Group\":{}}"), QByteArray("\xff\xfe{}")})
+        EXPECT_FALSE(decodeAgentGroupConfig(bad)) << bad.left(40).toStdString();
+}
+
+TEST(GroupMenuTest, EveryApplicationHasAnActionOfItsOwnThatDesktopEntriesCanName)
+{
+    AppGroup group;
+    for (const char *bundleID : {"org.a-b", "org.a.b", "org.a-2eb", "com.apple.mail", "Ünïcode", "", "x y"})
+        group.apps.append({QStringLiteral("name"), QString::fromUtf8(bundleID)});
+    const QList<DockMenuItem> menu = groupMenu(group);
+    QSet<QString> actions;
+    QStringList titles;
+    for (const DockMenuItem &item : menu) {
+        titles.append(item.isSeparator() ? QStringLiteral("-") : item.title);
+        if (item.isSeparator())
+            continue;
+        actions.insert(item.action);
+        for (const QChar c : item.action)
+            EXPECT_TRUE((c.isLetterOrNumber() && c.unicode() < 128) || c == QLatin1Char('-'))
+                << item.action.toStdString();
+    }
+    EXPECT_EQ(actions.size(), group.apps.size() + 3);
+    EXPECT_EQ(titles.mid(group.apps.size()), QStringList({QStringLiteral("-"), QStringLiteral("Open All"),
+                                                          QStringLiteral("Hide All"), QStringLiteral("Quit All")}));
+}
+
+} // namespace
+} // namespace cobblet
