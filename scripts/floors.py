@@ -10,6 +10,7 @@ BELOW_SHELL = BELOW_CONTROL | {"control", "standalone", "integration"}
 BELOW_UI = BELOW_SHELL | {"shell"}
 MAY_INCLUDE = {
     "command": set(),
+    "seal": set(),
     "platform": set(),
     "model": {"platform"},
     "control": BELOW_CONTROL,

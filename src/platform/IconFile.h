@@ -15,9 +15,13 @@ struct IconFileImage {
     bool operator==(const IconFileImage &) const = default;
 };
 
-/// An icon file (".icns") of these images, in their order.
+/// An icon file (".icns") of these images, in their order. An image of another size, or whose data is no PNG of
+/// its size, is left out.
 QByteArray encodeIconFile(const QList<IconFileImage> &images);
-/// The images of an icon file that are PNGs of the known sizes, in their order; what else it holds is left out.
+
+/// The images of an icon file in the sizes above, in their order, the first of each size; what else it holds is left
+/// out. The file may come from anywhere: its structure, its sizes and the headers of its PNGs are checked, their
+/// pixels are not. Pixels are those that were encoded, the PNG data need not be.
 Result<QList<IconFileImage>> decodeIconFile(const QByteArray &file);
 
 } // namespace cobblet
