@@ -21,6 +21,9 @@ Status removeTree(const QString &path);
 Status moveTree(const QString &from, const QString &to);
 /// The path itself and all below it, to be called for each.
 void forEachInTree(const QString &path, const std::function<void(const QString &)> &visit);
+/// Makes the files of one tree a second newer than those of the same names in the other, where they were modified at
+/// nearly the same time: what compares trees by whole seconds would take them for the same.
+void outdate(const QString &older, const QString &newer);
 /// Sets the time of modification to now; failures are ignored.
 void touch(const QString &path);
 

@@ -78,6 +78,7 @@ BuildOutcome BundleBuilder::mirror(const QString &staging, const QString &bundle
 {
     if (const Status kept = folder().keep(staging, destination); !kept)
         return Error{kept.error()};
+    outdate(destination, bundle);
     const auto end = m_runner.run({m_services.tools.rsync,
                                    {QStringLiteral("-a"), QStringLiteral("--delete"), bundle + QLatin1Char('/'),
                                     destination + QLatin1Char('/')},

@@ -6,6 +6,8 @@
 
 #include <QProcess>
 
+#include <thread>
+
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -85,7 +87,6 @@ TEST_F(BundleBuilderTest, AFailureLeavesWhatWasThere)
         QString expected; ///< the beginning
         bool firstBuildToo = true;
     };
-    const QString half = QStringLiteral("/Contents/MacOS/cobblet");
     const Row rows[] = {
         {"signing is made to fail", [] { qputenv("CB_SIMULATE_SIGN_FAILURE", ""); },
          QStringLiteral("codesign exited with status 1 — simulated failure (CB_SIMULATE_SIGN_FAILURE)")},
@@ -106,9 +107,9 @@ TEST_F(BundleBuilderTest, AFailureLeavesWhatWasThere)
         {"rsync is missing", [this] { tools.rsync = QStringLiteral("/none/rsync"); },
          QStringLiteral("The program “/none/rsync” can't be run"), false},
         {"rsync fails half-way",
-         [this, half] {
-             tools.rsync = tool("for last; do :; done; rm -f \"$last/Contents/Info.plist\"; echo new > \"$last" +
-                                half.toUtf8() + "\"; exit 11");
+         [this] {
+             tools.rsync = tool("for last; do :; done; cd \"$last/Contents\"; rm Info.plist MacOS/cobblet; "
+                                "echo new > MacOS/cobblet; exit 11");
          },
          message(StandaloneError::BundleSyncFailed), false},
         {"rsync takes all away and fails",
@@ -123,7 +124,7 @@ TEST_F(BundleBuilderTest, AFailureLeavesWhatWasThere)
             SCOPED_TRACE(std::string(row.what) + (first ? ", first build" : ", rebuild"));
             ASSERT_TRUE(removeTree(destination) && removeTree(source + QStringLiteral("/Contents/pipe")));
             write(source + QStringLiteral("/Contents/Info.plist"), test::info(QStringLiteral("com.vantor.cobblet")));
-            write(source + half, QByteArray(40'000, 'x'), true);
+            write(source + QStringLiteral("/Contents/MacOS/cobblet"), QByteArray(40'000, 'x'), true);
             tools = sound;
             ino_t before = 0;
             if (!first) {
@@ -309,7 +310,7 @@ TEST_F(BundleBuilderTest, TheFolderListsOnlyWholeBundlesOfItsOwn)
     ASSERT_TRUE(agentsFolder.bundleOf(work));
     EXPECT_EQ(agentsFolder.bundleOf(work)->path, destination);
     EXPECT_EQ(agentsFolder.bundleOf(work)->stamp, stamp);
-    EXPECT_FALSE(agentsFolder.bundleOf(AppGroup{.name = QStringLiteral("Nothing")}));
+    EXPECT_FALSE(agentsFolder.bundleOf(AppGroup()));
 
     ASSERT_TRUE(agentsFolder.discard(destination));
     EXPECT_TRUE(agentsFolder.bundles().isEmpty());

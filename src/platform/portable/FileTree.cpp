@@ -2,6 +2,7 @@
 
 #include <QFile>
 
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 
@@ -36,6 +37,8 @@ Status replicate(const QString &from, const QString &to, bool links)
     std::error_code cause;
     if (fs::symlink_status(target, cause).type() != fs::file_type::not_found)
         return failure(QStringLiteral("written"), target, std::make_error_code(std::errc::file_exists));
+    if (!fs::is_directory(fs::symlink_status(source, cause)))
+        return failure(QStringLiteral("read"), source, std::make_error_code(std::errc::no_such_file_or_directory));
     if (!fs::create_directory(target, source, cause))
         return failure(QStringLiteral("made"), target, cause);
     for (fs::recursive_directory_iterator it(source, cause), end; !cause && it != end; it.increment(cause)) {
@@ -99,6 +102,23 @@ void forEachInTree(const QString &path, const std::function<void(const QString &
     std::error_code cause;
     for (fs::recursive_directory_iterator it(native(path), cause), end; !cause && it != end; it.increment(cause))
         visit(text(it->path()));
+}
+
+void outdate(const QString &older, const QString &newer)
+{
+    using namespace std::chrono_literals;
+    const fs::path root = native(newer);
+    std::error_code cause;
+    for (fs::recursive_directory_iterator it(root, cause), end; !cause && it != end; it.increment(cause)) {
+        const fs::path counterpart = native(older) / it->path().lexically_relative(root);
+        std::error_code unknown;
+        if (!fs::is_regular_file(it->symlink_status(unknown)) ||
+            !fs::is_regular_file(fs::symlink_status(counterpart, unknown)))
+            continue;
+        const auto before = fs::last_write_time(counterpart, unknown), now = it->last_write_time(unknown);
+        if (!unknown && before != now && std::chrono::abs(now - before) < 1s)
+            fs::last_write_time(it->path(), before + 1s, unknown);
+    }
 }
 
 void touch(const QString &path)
