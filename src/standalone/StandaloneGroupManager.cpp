@@ -245,7 +245,7 @@ void StandaloneGroupManager::finishInstall(const AppGroup &group, const QString 
                                                 qCWarning(log).noquote()
                                                     << QStringLiteral("launch failed: %1").arg(opened.error());
                                                 if (done)
-                                                    done(BuildFailure(Error{opened.error()}));
+                                                    done({});
                                             });
         });
 }
@@ -271,8 +271,13 @@ void StandaloneGroupManager::open(const QUuid &id)
     m_opening.insert(id);
     const auto show = [this, id](bool built) {
         m_opening.remove(id);
-        if (built)
-            m_services.workspace.open(agentIdentifier(id));
+        const AppGroup *group = m_services.config.group(id);
+        if (!built || !group)
+            return;
+        m_services.workspace.open(agentIdentifier(id), [self = QPointer(this), name = group->name](const Status &opened) {
+            if (self && !opened)
+                self->m_services.dialogs.inform(QStringLiteral("“%1” can’t be opened.").arg(name), opened.error());
+        });
     };
     inBackground([this, wanted = *group] { return m_builder.folder().bundleOf(wanted); },
                  [this, wanted = *group, show](const std::optional<AgentBundle> &bundle) {

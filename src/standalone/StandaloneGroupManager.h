@@ -54,8 +54,8 @@ public:
     /// another build of the program made. To be called once.
     void start();
 
-    /// Builds the group's application, and starts it in the background when `launch` is set; the group is standalone
-    /// then. A failure changes nothing.
+    /// Builds the group's application, and starts it in the background when `launch` is set; once it runs, or at once
+    /// without `launch`, the group is standalone. A failure to build changes nothing.
     void install(const AppGroup &group, bool launch, Done done = {});
     /// The same for a person, who is told of a failure; `done`, when given, learns whether it succeeded.
     void attach(const AppGroup &group, bool launch, std::function<void(bool)> done = {});
