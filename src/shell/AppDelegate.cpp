@@ -19,7 +19,7 @@ namespace {
 
 Q_LOGGING_CATEGORY(log, "cobblet.shell")
 
-/// Past the panel's fade.
+/// Past the panel's fade, which somebody waits for.
 constexpr std::chrono::milliseconds tileDelay{400};
 
 const QString glassyStyleKey = QStringLiteral("glassyStyle");
@@ -78,16 +78,15 @@ void AppDelegate::showPanel()
 void AppDelegate::applicationShouldHandleReopen()
 {
     m_services.dockTile.activateApplication();
-    if (m_services.bringSettingsForward && m_services.bringSettingsForward())
-        return;
-    if (m_panelController)
-        showPanel();
     if (m_agentController)
-        // After the panel, which somebody waits for.
         m_services.scheduler.detached(tileDelay, [self = QPointer(this)] {
             if (self)
                 self->m_agentController->refreshTile();
         });
+    if (m_services.bringSettingsForward && m_services.bringSettingsForward())
+        return;
+    if (m_panelController)
+        showPanel();
 }
 
 void AppDelegate::applicationWillTerminate()

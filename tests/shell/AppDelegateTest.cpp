@@ -53,6 +53,7 @@ protected:
                     return std::make_unique<FloatingPanelController>(makePanel, screens, popupSettings, notifications,
                                                                      scheduler);
                 },
+                {},
                 [this] {
                     log.append(QStringLiteral("hotkeys"));
                     return std::make_unique<GlobalHotkeyManager>(hotKeys, notifications, scheduler);
