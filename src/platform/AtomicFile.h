@@ -13,6 +13,14 @@ namespace cobblet {
 /// leaves nothing that piles up.
 Status writeAtomically(const QString &path, const QByteArray &bytes);
 
+enum class Flush {
+    Yes,
+    No ///< a power cut may leave the file empty: for what can be made again from files that nobody flushes either
+};
+
+/// The same, but a link at `path` is itself replaced, and what it leads to stays as it is.
+Status replaceAtomically(const QString &path, const QByteArray &bytes, Flush flush = Flush::Yes);
+
 /// The content of a regular file of at most `maximum` bytes; an error names the file and the cause.
 Result<QByteArray> readBounded(const QString &path, qint64 maximum);
 

@@ -56,19 +56,23 @@ Status writeAtomically(const QString &path, const QByteArray &bytes)
 {
     // A link stays a link: the file it points to is the one that is replaced.
     const QFileInfo info(path);
-    const QString target = info.isSymLink() && info.exists() ? info.canonicalFilePath() : path;
-    const QString folder = QFileInfo(target).absolutePath();
+    return replaceAtomically(info.isSymLink() && info.exists() ? info.canonicalFilePath() : path, bytes);
+}
+
+Status replaceAtomically(const QString &path, const QByteArray &bytes, Flush flush)
+{
+    const QString folder = QFileInfo(path).absolutePath();
     if (!QDir().mkpath(folder))
         return Error{QStringLiteral("Can't make the folder %1.").arg(folder)};
 
-    const QByteArray temporary = QFile::encodeName(target + QStringLiteral(".tmp"));
+    const QByteArray temporary = QFile::encodeName(path + QStringLiteral(".tmp"));
     Descriptor file(::open(temporary.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600));
     if (file < 0)
-        return systemError(QStringLiteral("Can't write"), target);
-    const bool written = writeAll(file, bytes) && ::fsync(file) == 0 && file.close() &&
-                         ::rename(temporary.constData(), QFile::encodeName(target).constData()) == 0;
+        return systemError(QStringLiteral("Can't write"), path);
+    const bool written = writeAll(file, bytes) && (flush == Flush::No || ::fsync(file) == 0) && file.close() &&
+                         ::rename(temporary.constData(), QFile::encodeName(path).constData()) == 0;
     if (!written) {
-        const Error error = systemError(QStringLiteral("Can't write"), target);
+        const Error error = systemError(QStringLiteral("Can't write"), path);
         ::unlink(temporary.constData());
         return error;
     }
