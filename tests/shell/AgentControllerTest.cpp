@@ -97,6 +97,7 @@ TEST_F(AgentControllerTest, ItsMenuActsOnTheGroupAsItIsNow)
     const QList<DockMenuItem> menu = dockTile.menu();
     ASSERT_EQ(menu.size(), 6);
     EXPECT_TRUE(dockTile.choose(menu[0].action));
+    scheduler.advance(0ms);
     EXPECT_EQ(workspace.opened, QStringList(QStringLiteral("org.mail")));
     running.launch({QStringLiteral("org.mail"), 7});
     EXPECT_TRUE(dockTile.choose(QStringLiteral("hide-all")));
