@@ -72,7 +72,9 @@ class Home:
                 encoding="utf-8")
 
     def write(self, groups):
-        self.groups_file.write_text(json.dumps(groups, ensure_ascii=False), encoding="utf-8")
+        written = self.groups_file.with_suffix(".written")
+        written.write_text(json.dumps(groups, ensure_ascii=False), encoding="utf-8")
+        written.replace(self.groups_file)
 
     def environment(self):
         return {"HOME": str(self.path), "XDG_DATA_HOME": str(self.path / ".local/share"),
@@ -198,9 +200,9 @@ class Cobblet:
         x, y = self.cell(index, columns)
         return Rect(x - 20, y + ICON // 2, 40, 10)
 
-    def tool_buttons(self):
+    def tool_buttons(self, window=None):
         """The rectangles of what is drawn in the tool row, from left to right: symbol and label together."""
-        panel = self.panel().rect()
+        panel = (window or self.panel()).rect()
         left = round(panel.x + SIDEBAR) + 4
         row = Rect(left, bottom(panel) - TOOL_ROW + 6, right(panel) - 6 - left, TOOL_ROW - 12)
         picture = self.desktop.picture(row)
@@ -253,6 +255,7 @@ class CobbletCase(unittest.TestCase):
         return cobblet
 
     def finish(self, cobblet):
+        if os.environ.get("DBG"): print(cobblet.messages())
         """Ends the program, which must not have had trouble with its own views."""
         if self.desktop.end(cobblet.process):
             trouble = re.findall(r".*(?:qrc:|ASSERT|QObject::|QWidget|QPainter).*", cobblet.messages())

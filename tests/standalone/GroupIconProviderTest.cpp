@@ -1,0 +1,313 @@
+#include "standalone/GroupIconProvider.h"
+#include "model/AppGroup.h"
+#include "platform/AtomicFile.h"
+#include "platform/IconFile.h"
+#include "standalone/IconProvider.h"
+#include "support/FakeDesktop.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+namespace cobblet {
+namespace {
+
+const QColor grey(0xc7, 0xc7, 0xc7);
+const QColor none(Qt::transparent);
+const QList<int> sizes{16, 32, 64, 128, 256, 512, 1024};
+const QString palette = QStringLiteral(u"🎨");
+
+/// Icons are red, green, blue, yellow and black by their number; others have none, and the generic one is white.
+class ColouredWorkspace : public test::FakeWorkspace {
+public:
+    static constexpr Qt::GlobalColor colours[] = {Qt::red, Qt::green, Qt::blue, Qt::yellow, Qt::black};
+
+    QImage icon(const QString &bundleID, int points, qreal ratio) const override
+    {
+        const std::lock_guard lock(mutex);
+        if (whileDrawing)
+            whileDrawing();
+        bool isNumber = false;
+        const int number = bundleID.toInt(&isNumber);
+        if (!isNumber)
+            return {};
+        pixels = qRound(points * ratio);
+        return filled(pixels, ratio, colours[number]);
+    }
+    QImage genericIcon(int points, qreal ratio) const override
+    {
+        return filled(qRound(points * ratio), ratio, Qt::white);
+    }
+
+    std::function<void()> whileDrawing;
+    mutable int pixels = 0; ///< of the icon that was asked for last
+
+private:
+    static QImage filled(int pixels, qreal ratio, const QColor &colour)
+    {
+        QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
+        image.fill(colour);
+        image.setDevicePixelRatio(ratio);
+        return image;
+    }
+    mutable std::mutex mutex;
+};
+
+class GroupIconProviderTest : public testing::Test {
+protected:
+    static AppGroup group(const QString &emoji = {})
+    {
+        AppGroup group;
+        group.emoji = emoji;
+        return group;
+    }
+    static AppGroup grid(int count)
+    {
+        AppGroup group;
+        group.iconStyle = GroupIconStyle::Grid;
+        for (int i = 0; i < count; ++i)
+            group.apps.append({{}, QString::number(i)});
+        return group;
+    }
+    /// What differs from the plain tile in this size.
+    QRect drawn(const AppGroup &group, int size) const
+    {
+        const QImage tile = tiles.cgImage(group, size);
+        const QImage plain = tiles.cgImage(AppGroup{}, size);
+        QRect box;
+        for (int y = 0; y < size; ++y)
+            for (int x = 0; x < size; ++x)
+                if (tile.pixel(x, y) != plain.pixel(x, y))
+                    box |= QRect(x, y, 1, 1);
+        return box;
+    }
+
+    ColouredWorkspace workspace;
+    IconProvider icons{workspace, 2};
+    GroupIconProvider tiles{icons, workspace};
+};
+
+TEST_F(GroupIconProviderTest, RoundedSquareFillsEightTenthsOfEverySize)
+{
+    for (const int size : {100, 128, 512, 1024}) {
+        const QImage tile = tiles.cgImage(group(), size);
+        ASSERT_EQ(tile.size(), QSize(size, size));
+        EXPECT_EQ(tile.format(), QImage::Format_ARGB32_Premultiplied);
+        EXPECT_EQ(tile.devicePixelRatio(), 1);
+        const double inset = 0.1 * size, radius = 0.22 * 0.8 * size;
+        const auto at = [&](double x, double y) { return tile.pixelColor(int(x), int(y)); };
+        for (const bool mirrored : {false, true}) {
+            const auto edge = [&](double from) { return mirrored ? size - 1 - from : from; };
+            EXPECT_EQ(at(edge(inset + 2), size / 2.0), grey) << size;
+            EXPECT_EQ(at(edge(inset - 2), size / 2.0), none) << size;
+            EXPECT_EQ(at(size / 2.0, edge(inset + 2)), grey) << size;
+            EXPECT_EQ(at(size / 2.0, edge(inset - 2)), none) << size;
+            // The corner's arc, where it crosses its diagonal.
+            const double arc = inset + radius * (1 - std::sqrt(0.5));
+            EXPECT_EQ(at(edge(arc + 2), edge(arc + 2)), grey) << size;
+            EXPECT_EQ(at(edge(arc - 2), edge(arc - 2)), none) << size;
+        }
+    }
+    EXPECT_TRUE(tiles.cgImage(group(), 0).isNull());
+}
+
+TEST_F(GroupIconProviderTest, ColourIsSixHexadecimalDigitsOrGrey)
+{
+    const struct {
+        const char *text;
+        QColor colour;
+    } cases[] = {
+        {"#102030", {16, 32, 48}},
+        {"102030", {16, 32, 48}},
+        {" \n#aBcDeF\t", {171, 205, 239}},
+        {"#000000", {0, 0, 0}},
+        {"", grey},
+        {"#", grey},
+        {"##10203", grey},
+        {"#12345", grey},
+        {"#1234567", grey},
+        {"#0x1234", grey},
+        {"#-12345", grey},
+        {"#12 456", grey},
+        {"#12345g", grey},
+        {"#١٢٣٤٥٦", grey},
+        {"# 123456", grey},
+    };
+    for (const auto &[text, colour] : cases) {
+        AppGroup coloured = group();
+        coloured.iconColor = QString::fromUtf8(text);
+        EXPECT_EQ(tileColor(coloured), colour) << text;
+        EXPECT_EQ(tiles.cgImage(coloured, 64).pixelColor(32, 32), colour) << text;
+    }
+    EXPECT_EQ(tileColor(group()), grey);
+}
+
+TEST_F(GroupIconProviderTest, FirstFourIconsFillTheGridInReadingOrder)
+{
+    for (const int size : {64, 128, 512, 1024}) {
+        const double inset = 0.1 * size + 0.14 * 0.8 * size, width = size - 2 * inset;
+        for (int count = 2; count <= 5; ++count) {
+            const QImage tile = tiles.cgImage(grid(count), size);
+            const double cell = (width - 0.1 * width) / 2, step = cell + 0.1 * width;
+            for (int i = 0; i < 4; ++i) {
+                const QColor icon = i < count ? QColor(ColouredWorkspace::colours[i]) : grey;
+                const double left = inset + step * (i % 2), top = inset + step * (i / 2);
+                const auto at = [&](double x, double y) { return tile.pixelColor(int(left + x), int(top + y)); };
+                EXPECT_EQ(at(cell / 2, cell / 2), icon) << size << ' ' << count << ' ' << i;
+                EXPECT_EQ(at(1.5, 1.5), icon) << size << ' ' << count << ' ' << i;
+                EXPECT_EQ(at(cell - 2, cell - 2), icon) << size << ' ' << count << ' ' << i;
+                for (const double outside : {-1.5, cell + 1.5}) {
+                    EXPECT_EQ(at(outside, cell / 2), grey) << size << ' ' << count << ' ' << i;
+                    EXPECT_EQ(at(cell / 2, outside), grey) << size << ' ' << count << ' ' << i;
+                }
+            }
+        }
+        const double side = 0.64 * width;
+        const QRect one = drawn(grid(1), size);
+        EXPECT_NEAR(one.width(), side, 1);
+        EXPECT_EQ(one.left(), size - 1 - one.right());
+        EXPECT_EQ(one.top(), one.left());
+        EXPECT_EQ(one.bottom(), one.right());
+    }
+}
+
+TEST_F(GroupIconProviderTest, LargeTilesAskForLargeIcons)
+{
+    (void)tiles.cgImage(grid(2), 1024);
+    EXPECT_EQ(workspace.pixels, 265);
+    (void)tiles.cgImage(grid(2), 128);
+    EXPECT_EQ(workspace.pixels, 128) << "a small tile takes the kept icon";
+
+    AppGroup unknown = grid(1);
+    unknown.apps[0].bundleID = QStringLiteral("gone");
+    for (const int size : {64, 1024})
+        EXPECT_EQ(tiles.cgImage(unknown, size).pixelColor(size / 2, size / 2), QColor(Qt::white)) << size;
+}
+
+TEST_F(GroupIconProviderTest, GridWithoutApplicationsIsTheEmoji)
+{
+    AppGroup empty = grid(0);
+    empty.emoji = palette;
+    EXPECT_EQ(tiles.cgImage(empty, 128), tiles.cgImage(group(palette), 128));
+    AppGroup emoji = grid(3);
+    emoji.iconStyle = GroupIconStyle::Emoji;
+    emoji.emoji = palette;
+    EXPECT_EQ(tiles.cgImage(emoji, 128), tiles.cgImage(group(palette), 128));
+}
+
+TEST_F(GroupIconProviderTest, EmojiIsCentredAndColouredInEverySize)
+{
+    for (const char *emoji : {"🎨", "🏠", "❤️", "⭐", "1️⃣", "🇩🇪", "👨‍👩‍👧‍👦"}) {
+        for (const int size : sizes) {
+            const QRectF box = drawn(group(QString::fromUtf8(emoji)), size);
+            const double slack = std::max(1.0, 0.025 * size);
+            EXPECT_NEAR(box.center().x(), size / 2.0, slack) << emoji << size;
+            EXPECT_NEAR(box.center().y(), size / 2.0, slack) << emoji << size;
+            EXPECT_GT(box.width(), 0.45 * size) << emoji << size;
+            EXPECT_LT(box.width(), 0.65 * size) << emoji << size;
+        }
+    }
+    const QImage star = tiles.cgImage(group(QStringLiteral(u"⭐")), 128);
+    EXPECT_GT(star.pixelColor(64, 64).saturation(), 100) << "another font's black star";
+}
+
+TEST_F(GroupIconProviderTest, TextIsDrawnInBlackAndOnlyItsStart)
+{
+    const QImage letter = tiles.cgImage(group(QStringLiteral("I")), 512);
+    EXPECT_EQ(letter.pixelColor(256, 256), QColor(Qt::black));
+    for (const QString &text : {QStringLiteral("ab"), palette}) {
+        const QString start = text.repeated(16).left(32);
+        EXPECT_EQ(tiles.cgImage(group(text.repeated(100000)), 64), tiles.cgImage(group(start), 64));
+    }
+    // Cut in the middle of a character.
+    EXPECT_EQ(tiles.cgImage(group(QStringLiteral("i").repeated(31) + palette), 64),
+              tiles.cgImage(group(QStringLiteral("i").repeated(31)), 64));
+}
+
+TEST_F(GroupIconProviderTest, KeepsATileByGroupAndSizeUntilCleared)
+{
+    AppGroup changing = group();
+    const auto colour = [&](int size) { return tiles.image(changing, size).pixelColor(size / 2, size / 2); };
+    EXPECT_EQ(colour(64), grey);
+    changing.iconColor = QStringLiteral("#102030");
+    EXPECT_EQ(colour(64), grey);
+    EXPECT_EQ(colour(32), QColor(16, 32, 48)) << "of another size there is none yet";
+    AppGroup other = changing;
+    other.id = QUuid::createUuid();
+    EXPECT_EQ(tiles.image(other, 64).pixelColor(32, 32), QColor(16, 32, 48));
+    tiles.clearCache();
+    EXPECT_EQ(colour(64), QColor(16, 32, 48));
+}
+
+TEST_F(GroupIconProviderTest, ATileBegunBeforeClearingIsNotKept)
+{
+    AppGroup changing = grid(1);
+    workspace.whileDrawing = [this] { tiles.clearCache(); };
+    EXPECT_EQ(tiles.image(changing, 512).pixelColor(256, 256), QColor(Qt::red));
+    workspace.whileDrawing = {};
+    changing.apps[0].bundleID = QStringLiteral("1");
+    EXPECT_EQ(tiles.image(changing, 512).pixelColor(256, 256), QColor(Qt::green));
+}
+
+TEST_F(GroupIconProviderTest, ManyThreadsDrawWhileOthersClear)
+{
+    const AppGroup emoji = group(palette);
+    const AppGroup four = grid(4);
+    const QImage expected[] = {tiles.cgImage(emoji, 64), tiles.cgImage(four, 64)};
+    std::atomic<bool> ended = false;
+    std::atomic<int> wrong = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i) {
+        threads.emplace_back([&] {
+            while (!ended)
+                wrong += int(tiles.image(emoji, 64) != expected[0]) + int(tiles.image(four, 64) != expected[1]);
+        });
+    }
+    for (int i = 0; i < 300; ++i) {
+        tiles.clearCache();
+        std::this_thread::sleep_for(std::chrono::microseconds(300));
+    }
+    ended = true;
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST_F(GroupIconProviderTest, IconFileHoldsTheTileInSevenSizes)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("AppIcon.icns"));
+    for (const AppGroup &shown : {group(palette), grid(4)}) {
+        ASSERT_FALSE(tiles.writeIcon(shown, path));
+        const auto images = decodeIconFile(readBounded(path, 1024 * 1024).value());
+        ASSERT_TRUE(images);
+        QList<int> sides;
+        for (const IconFileImage &image : images.value()) {
+            sides.append(image.side);
+            EXPECT_EQ(QImage::fromData(image.png),
+                      tiles.cgImage(shown, image.side).convertToFormat(QImage::Format_ARGB32))
+                << image.side;
+        }
+        EXPECT_EQ(sides, sizes);
+    }
+}
+
+TEST_F(GroupIconProviderTest, IconFileThatCannotBeWrittenIsAnError)
+{
+    const QTemporaryDir folder;
+    QFile file(folder.filePath(QStringLiteral("file")));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    const auto error = tiles.writeIcon(group(palette), file.fileName() + QStringLiteral("/AppIcon.icns"));
+    ASSERT_EQ(error, StandaloneError::IconRenderFailed);
+    EXPECT_FALSE(message(*error).isEmpty());
+}
+
+} // namespace
+} // namespace cobblet
