@@ -255,7 +255,6 @@ class CobbletCase(unittest.TestCase):
         return cobblet
 
     def finish(self, cobblet):
-        if os.environ.get("DBG"): print(cobblet.messages())
         """Ends the program, which must not have had trouble with its own views."""
         if self.desktop.end(cobblet.process):
             trouble = re.findall(r".*(?:qrc:|ASSERT|QObject::|QWidget|QPainter).*", cobblet.messages())

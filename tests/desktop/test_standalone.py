@@ -113,10 +113,15 @@ class StandaloneCase(CobbletCase):
         self.desktop.key("Escape")
         self.desktop.wait(lambda: self.agent_panel() is None, "the panel to be hidden")
 
-    def make_standalone(self, cobblet):
-        """As a person does it, in the panel."""
+    def click_standalone(self, cobblet):
+        """Three tools, and at the right what tells of their keys."""
+        self.desktop.wait(lambda: cobblet.panel() and len(cobblet.tool_buttons()) == 4, "the tools of the group")
         cobblet.wait_painted()
         cobblet.click_tool(STANDALONE_TOOL)
+
+    def make_standalone(self, cobblet):
+        """As a person does it, in the panel."""
+        self.click_standalone(cobblet)
         self.wait_agent_panel()
         self.wait_agent()
 
@@ -205,15 +210,13 @@ class FromThePanel(StandaloneCase):
         self.desktop.wait(lambda: not self.bundle.exists() and not self.entry.exists() and self.agent() is None,
                           "the application to be gone")
         cobblet.reopen()
-        cobblet.wait_painted()
-        cobblet.click_tool(STANDALONE_TOOL)
+        self.click_standalone(cobblet)
         self.wait_agent_panel()
         self.assertTrue(self.bundle.exists())
 
     def test_a_failure_to_sign_is_told_and_its_details_can_be_copied(self):
         cobblet = self.start("show", "My Clocks", CB_SIMULATE_SIGN_FAILURE="1")
-        cobblet.wait_painted()
-        cobblet.click_tool(STANDALONE_TOOL)
+        self.click_standalone(cobblet)
 
         def alert():
             dialog = self.desktop.atom("_NET_WM_WINDOW_TYPE_DIALOG")
@@ -221,8 +224,6 @@ class FromThePanel(StandaloneCase):
                          and window.viewable() and dialog in (window.property("_NET_WM_WINDOW_TYPE") or [])), None)
         window = self.desktop.wait(alert, "the alert")
         self.desktop.wait(lambda: self.desktop.focused() == window, "the alert to have the keyboard")
-        if os.environ.get("SHOT"):
-            time.sleep(0.5); self.desktop.picture().save(os.environ["SHOT"])
         self.desktop.key("Tab")
         self.desktop.key("space")
         self.desktop.wait(lambda: alert() is None, "the alert to close")
@@ -293,7 +294,6 @@ class WithoutASessionBus(StandaloneCase):
 
     def test_a_group_becomes_an_application_all_the_same(self):
         cobblet = self.start("show", "My Clocks")
-        cobblet.wait_painted()
-        cobblet.click_tool(STANDALONE_TOOL)
+        self.click_standalone(cobblet)
         self.wait_agent_panel()
         self.assertTrue(self.is_sound())

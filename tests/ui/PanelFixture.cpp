@@ -25,7 +25,8 @@ PanelFixture::PanelFixture(const QList<AppGroup> &groups, std::unique_ptr<FakeWo
 PanelDependencies PanelFixture::dependencies()
 {
     return {config, popupSettings, theme,     notifications, groupActions, runningApps,
-            usage,  icons,         workspace, dialogs,       menus,        appearance};
+            usage,  icons,         workspace, dialogs,       menus,        appearance,
+            [this](const QUuid &id) { madeStandalone.append(id); }};
 }
 
 AppGroup PanelFixture::group(const QString &name, int apps, const QString &prefix)
