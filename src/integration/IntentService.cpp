@@ -126,7 +126,7 @@ QList<IntentGroup> IntentService::groupsMatching(const QString &text) const
 
 IntentMatch IntentService::makeMatch(Verb verb, const GroupEntity &group, double relevance)
 {
-    IntentMatch match{keyPrefix(verb) + group.idText(), group.name, ShowGroupIntent::description, group.emoji,
+    IntentMatch match{keyPrefix(verb) + uuidText(group.id), group.name, ShowGroupIntent::description, group.emoji,
                       relevance};
     if (verb == Verb::Launch) {
         match.title = QStringLiteral("Launch ") + group.name;
@@ -171,13 +171,12 @@ QList<IntentMatch> IntentService::search(const QString &text) const
 
 std::optional<IntentService::Key> IntentService::parseKey(const QString &key)
 {
-    constexpr qsizetype idLength = 36;
     for (const Verb verb : {Verb::Show, Verb::Launch, Verb::Quit}) {
         const QLatin1String prefix = keyPrefix(verb);
-        if (key.size() != prefix.size() + idLength || !key.startsWith(prefix))
+        if (!key.startsWith(prefix))
             continue;
-        if (const QUuid id(key.mid(prefix.size())); !id.isNull())
-            return Key{verb, id};
+        if (const auto id = parseUuid(key.mid(prefix.size())))
+            return Key{verb, *id};
     }
     return std::nullopt;
 }
@@ -221,7 +220,7 @@ void IntentService::performMatch(const QString &key, Done done)
         return done(invalid(QStringLiteral("“%1” stands for nothing that was found.").arg(shortened(key))));
     GroupEntity group;
     group.id = parsed->id;
-    group.name = group.idText(); // what it was called when it was found is not known any more
+    group.name = uuidText(group.id); // what it was called when it was found is not known any more
     performOn(parsed->verb, group, std::move(done));
 }
 

@@ -1,6 +1,6 @@
 #include "integration/TerminalText.h"
 
-#include "integration/GroupEntity.h"
+#include "model/GroupCoding.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -120,7 +120,7 @@ QString json(const QList<AppGroup> &groups)
         QJsonArray apps;
         for (const AppItem &app : group.apps)
             apps.append(QJsonObject{{QStringLiteral("name"), app.name}, {QStringLiteral("bundleID"), app.bundleID}});
-        list.append(QJsonObject{{QStringLiteral("id"), GroupEntity(group).idText()},
+        list.append(QJsonObject{{QStringLiteral("id"), uuidText(group.id)},
                                 {QStringLiteral("name"), group.name},
                                 {QStringLiteral("emoji"), group.emoji},
                                 {QStringLiteral("apps"), apps}});
