@@ -71,7 +71,7 @@ CommandReply refused(const IntentFailure &failure)
         return {CommandLine::ambiguousGroup,
                 {},
                 terminal::harmless(failure.message.section(QLatin1Char('\n'), 0, 0)) + QLatin1Char('\n') +
-                    terminal::table(failure.candidates)};
+                    terminal::lines(failure.candidates)};
     return {failure.kind == IntentFailure::Kind::GroupNotFound ? CommandLine::groupNotFound : CommandLine::usageError,
             {},
             terminal::harmless(failure.message) + QLatin1Char('\n')};
@@ -282,7 +282,7 @@ void IntentService::run(const CommandLine &line, std::function<void(const Comman
     case LineVerb::Hide:
         return perform(Verb::Hide, line.text);
     case LineVerb::List:
-        return done({0, terminal::table(groups()), {}});
+        return done({0, terminal::lines(groups()), {}});
     case LineVerb::ListJson:
         return done({0, terminal::json(m_targets.config.groups()), {}});
     case LineVerb::Say:
