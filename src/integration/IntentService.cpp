@@ -19,6 +19,31 @@ using Verb = IntentRequests::Verb;
 
 constexpr qsizetype maximumMatches = 200;
 
+/// What the key of a match stands for.
+struct Key {
+    Verb verb;
+    QUuid id;
+};
+
+/// Absent when it is malformed.
+std::optional<Key> parseKey(const QString &key)
+{
+    for (const OfferedIntent &intent : offeredIntents)
+        if (key.startsWith(intent.key))
+            if (const auto id = parseUuid(key.mid(intent.key.size())))
+                return Key{intent.verb, *id};
+    return std::nullopt;
+}
+
+/// Of a verb that is offered.
+IntentMatch makeMatch(Verb verb, const GroupEntity &group, double relevance)
+{
+    const OfferedIntent &intent =
+        *std::find_if(offeredIntents.begin(), offeredIntents.end(),
+                      [verb](const OfferedIntent &offered) { return offered.verb == verb; });
+    return {intent.key + uuidText(group.id), intent.opening + group.name, intent.description, group.emoji, relevance};
+}
+
 QList<IntentGroup> intentGroups(const QList<GroupEntity> &entities)
 {
     QList<IntentGroup> groups;
@@ -90,20 +115,6 @@ CommandReply replied(const IntentResult &result)
     return {all ? 0 : CommandLine::notForAll, terminal::lines(outcomes), {}};
 }
 
-QLatin1String keyPrefix(Verb verb)
-{
-    switch (verb) {
-    case Verb::Launch:
-        return QLatin1String("launch:");
-    case Verb::Quit:
-        return QLatin1String("quit:");
-    case Verb::Show:
-    case Verb::Hide:
-        break;
-    }
-    return QLatin1String("show:");
-}
-
 } // namespace
 
 IntentService::IntentService(IntentTargets targets, std::function<void()> showPanel, QString version)
@@ -122,20 +133,6 @@ QList<IntentGroup> IntentService::groups() const
 QList<IntentGroup> IntentService::groupsMatching(const QString &text) const
 {
     return intentGroups(m_query.entitiesMatching(text));
-}
-
-IntentMatch IntentService::makeMatch(Verb verb, const GroupEntity &group, double relevance)
-{
-    IntentMatch match{keyPrefix(verb) + uuidText(group.id), group.name, ShowGroupIntent::description, group.emoji,
-                      relevance};
-    if (verb == Verb::Launch) {
-        match.title = QStringLiteral("Launch ") + group.name;
-        match.subtitle = LaunchGroupIntent::description;
-    } else if (verb == Verb::Quit) {
-        match.title = QStringLiteral("Quit ") + group.name;
-        match.subtitle = QuitGroupIntent::description;
-    }
-    return match;
 }
 
 QList<IntentMatch> IntentService::search(const QString &text) const
@@ -169,18 +166,6 @@ QList<IntentMatch> IntentService::search(const QString &text) const
     return matches.mid(0, maximumMatches);
 }
 
-std::optional<IntentService::Key> IntentService::parseKey(const QString &key)
-{
-    for (const Verb verb : {Verb::Show, Verb::Launch, Verb::Quit}) {
-        const QLatin1String prefix = keyPrefix(verb);
-        if (!key.startsWith(prefix))
-            continue;
-        if (const auto id = parseUuid(key.mid(prefix.size())))
-            return Key{verb, *id};
-    }
-    return std::nullopt;
-}
-
 IntentMatch IntentService::match(const QString &key) const
 {
     const auto parsed = parseKey(key);
@@ -190,27 +175,13 @@ IntentMatch IntentService::match(const QString &key) const
 
 // Requests
 
-void IntentService::performOn(Verb verb, const GroupEntity &group, Done done)
-{
-    switch (verb) {
-    case Verb::Show:
-        return ShowGroupIntent{group}.perform(m_targets, std::move(done));
-    case Verb::Launch:
-        return LaunchGroupIntent{group}.perform(m_targets, std::move(done));
-    case Verb::Quit:
-        return QuitGroupIntent{group}.perform(m_targets, std::move(done));
-    case Verb::Hide:
-        return HideGroupIntent{group}.perform(m_targets, std::move(done));
-    }
-}
-
 void IntentService::perform(Verb verb, const QString &nameOrId, Done done)
 {
     const auto found = m_query.resolve(nameOrId);
     if (const auto *failure = std::get_if<IntentFailure>(&found))
         done(*failure);
     else
-        performOn(verb, std::get<GroupEntity>(found), std::move(done));
+        GroupIntent{verb, std::get<GroupEntity>(found)}.perform(m_targets, std::move(done));
 }
 
 void IntentService::performMatch(const QString &key, Done done)
@@ -221,7 +192,7 @@ void IntentService::performMatch(const QString &key, Done done)
     GroupEntity group;
     group.id = parsed->id;
     group.name = uuidText(group.id); // what it was called when it was found is not known any more
-    performOn(parsed->verb, group, std::move(done));
+    GroupIntent{parsed->verb, group}.perform(m_targets, std::move(done));
 }
 
 void IntentService::say(const QString &phrase, Done done)
