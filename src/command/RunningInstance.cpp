@@ -1,6 +1,7 @@
 #include "command/RunningInstance.h"
 
-#include "command/SessionBus.h"
+#include "command/BusClient.h"
+#include "command/BusMarshalling.h"
 
 #include <chrono>
 #include <cstdlib>
@@ -64,8 +65,8 @@ std::string activation()
 {
     BusWriter body;
     writePlatformData(body);
-    return SessionBus::methodCall(busName, objectPath, "org.freedesktop.Application", "Activate", "a{sv}",
-                                  body.written());
+    return BusClient::methodCall(busName, objectPath, "org.freedesktop.Application", "Activate", "a{sv}",
+                                 body.written());
 }
 
 std::string commandLine(std::span<char *const> arguments)
@@ -76,8 +77,8 @@ std::string commandLine(std::span<char *const> arguments)
             body.bytes(argument);
     });
     writePlatformData(body);
-    return SessionBus::methodCall(busName, objectPath, "com.vantor.cobblet.CommandLine", "Run", "aaya{sv}",
-                                  body.written());
+    return BusClient::methodCall(busName, objectPath, "com.vantor.cobblet.CommandLine", "Run", "aaya{sv}",
+                                 body.written());
 }
 
 bool waitsForApplications(std::span<char *const> arguments)
@@ -123,22 +124,22 @@ Answer askRunningInstance(std::span<char *const> arguments)
         if (size > maximumArgument || bytes > maximumArguments)
             return failed(EX_USAGE, "that is more text than a name or a phrase can be.");
     }
-    SessionBus bus(std::getenv("DBUS_SESSION_BUS_ADDRESS"), std::getenv("XDG_RUNTIME_DIR"));
+    BusClient bus(std::getenv("DBUS_SESSION_BUS_ADDRESS"), std::getenv("XDG_RUNTIME_DIR"));
     if (!bus.connected())
         return {};
 
     BusReply reply;
     switch (bus.ask(arguments.empty() ? activation() : commandLine(arguments),
                     waitsForApplications(arguments) ? patienceForApplications : patience, reply)) {
-    case SessionBus::Outcome::HungUp: // another user's bus, for one: there is no instance on it for this process
+    case BusClient::Outcome::HungUp: // another user's bus, for one: there is no instance on it for this process
         return {};
-    case SessionBus::Outcome::Silent:
+    case BusClient::Outcome::Silent:
         return failed(EX_TEMPFAIL, "the session bus does not answer. Wait a moment and try again.");
-    case SessionBus::Outcome::NoReply:
+    case BusClient::Outcome::NoReply:
         return failed(EX_TEMPFAIL, "the running Cobblet does not answer. Wait a moment, or end it and try again.");
-    case SessionBus::Outcome::Nonsense:
+    case BusClient::Outcome::Nonsense:
         return failed(EX_PROTOCOL, "what answers as the session bus is none.");
-    case SessionBus::Outcome::Replied:
+    case BusClient::Outcome::Replied:
         break;
     }
     if (!reply.error.empty())
