@@ -8,6 +8,7 @@ namespace cobblet::test {
 class FakeIntentsHost : public IntentsHost {
 public:
     void serve(IntentRequests &served) override { requests = &served; }
+    void stop() override { requests = nullptr; }
     void groupsChanged() override { ++announcements; }
 
     IntentRequests *requests = nullptr;
