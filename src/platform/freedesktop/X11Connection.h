@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/freedesktop/Releasing.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QObject>
@@ -20,11 +22,7 @@ namespace cobblet {
 
 /// Owns a reply of the X server.
 template<class T>
-struct XcbFree {
-    void operator()(T *reply) const { std::free(reply); }
-};
-template<class T>
-using XcbReply = std::unique_ptr<T, XcbFree<T>>;
+using XcbReply = std::unique_ptr<T, Releasing<std::free>>;
 
 /// A connection of our own to the X server, beside the toolkit's: the desktop services share it, so that what
 /// they watch on the root window and on foreign windows never mixes with the toolkit's events. Main thread.
