@@ -65,7 +65,11 @@ Application::Application(const Bundle &bundle, Platform &platform, const Command
             &AppDelegate::applicationWillTerminate);
 }
 
-Application::~Application() = default;
+Application::~Application()
+{
+    if (m_serves)
+        m_platform.intentsHost().stop();
+}
 
 AppDelegate::Services Application::services()
 {

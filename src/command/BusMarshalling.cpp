@@ -1,4 +1,4 @@
-#include "command/SessionBus.h"
+#include "command/BusMarshalling.h"
 
 #include <cstring>
 

@@ -1,7 +1,8 @@
 #include "command/RunningInstance.h"
 
+#include "command/BusClient.h"
+#include "command/BusMarshalling.h"
 #include "command/Identity.h"
-#include "command/SessionBus.h"
 
 #include <chrono>
 #include <cstdlib>
@@ -62,7 +63,7 @@ void writePlatformData(BusWriter &body)
 std::string methodCall(const Identity &identity, std::string_view interface, std::string_view method,
                        std::string_view signature, const BusWriter &body)
 {
-    return SessionBus::methodCall(identity.busName(), identity.objectPath(), interface, method, signature,
+    return BusClient::methodCall(identity.busName(), identity.objectPath(), interface, method, signature,
                                   body.written());
 }
 
@@ -153,21 +154,21 @@ Answer askRunningInstance(const Identity &identity, std::span<char *const> argum
     const std::string request = requestFor(identity, arguments);
     if (request.empty())
         return {};
-    SessionBus bus(std::getenv("DBUS_SESSION_BUS_ADDRESS"), std::getenv("XDG_RUNTIME_DIR"));
+    BusClient bus(std::getenv("DBUS_SESSION_BUS_ADDRESS"), std::getenv("XDG_RUNTIME_DIR"));
     if (!bus.connected())
         return {};
 
     BusReply reply;
     switch (bus.ask(request, waitsForApplications(arguments) ? patienceForApplications : patience, reply)) {
-    case SessionBus::Outcome::HungUp: // another user's bus, for one: there is no instance on it for this process
+    case BusClient::Outcome::HungUp: // another user's bus, for one: there is no instance on it for this process
         return {};
-    case SessionBus::Outcome::Silent:
+    case BusClient::Outcome::Silent:
         return failed(EX_TEMPFAIL, "the session bus does not answer. Wait a moment and try again.");
-    case SessionBus::Outcome::NoReply:
+    case BusClient::Outcome::NoReply:
         return failed(EX_TEMPFAIL, "the running Cobblet does not answer. Wait a moment, or end it and try again.");
-    case SessionBus::Outcome::Nonsense:
+    case BusClient::Outcome::Nonsense:
         return failed(EX_PROTOCOL, "what answers as the session bus is none.");
-    case SessionBus::Outcome::Replied:
+    case BusClient::Outcome::Replied:
         break;
     }
     if (!reply.error.empty())

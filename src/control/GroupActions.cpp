@@ -58,12 +58,12 @@ void GroupActions::bringForward(const RunningApplication &application)
 
 void GroupActions::openAll(const QList<AppItem> &apps)
 {
-    openAll(apps, [this, apps](qsizetype i) { openApp(apps[i].bundleID); });
+    openAll(apps.size(), [this, apps](qsizetype i) { openApp(apps[i].bundleID); });
 }
 
-void GroupActions::openAll(const QList<AppItem> &apps, const std::function<void(qsizetype)> &open)
+void GroupActions::openAll(qsizetype count, const std::function<void(qsizetype)> &open)
 {
-    for (qsizetype i = 0; i < apps.size(); ++i) {
+    for (qsizetype i = 0; i < count; ++i) {
         m_scheduler.detached(i * openInterval, [self = QPointer(this), open, i] {
             if (self)
                 open(i);

@@ -36,8 +36,8 @@ public:
     Opening open(const QString &bundleID, Workspace::Completion launched = {});
     /// Opens each application, 0.08 s apart, so that their activations do not fight.
     void openAll(const QList<AppItem> &apps);
-    /// The same, with `open` called for each index in its turn in place of openApp().
-    void openAll(const QList<AppItem> &apps, const std::function<void(qsizetype)> &open);
+    /// The same for callers that open by themselves: `open` gets each index from 0 in its turn.
+    void openAll(qsizetype count, const std::function<void(qsizetype)> &open);
     void hideAll(const QList<AppItem> &apps);
     /// Asks each to quit; they may refuse.
     void quitAll(const QList<AppItem> &apps);

@@ -6,7 +6,7 @@
 
 #include <QSet>
 
-#include <algorithm>
+#include <utility>
 
 namespace cobblet {
 
@@ -28,25 +28,26 @@ QSet<QString> runningIDs(const RunningApplications &running)
 
 } // namespace
 
-/// A request whose outcomes are being collected. Entries with the same index belong together.
+/// A request whose outcomes are being collected.
 struct GroupReports::Report {
     enum class State { Open, AskedToQuit, Settled };
+    struct Entry {
+        QString id; ///< resolved
+        IntentOutcome outcome;
+        State state = State::Open;
 
-    QList<AppItem> apps;
-    QStringList ids; ///< resolved
-    QList<State> states;
-    QList<IntentOutcome> outcomes;
+        void settle(Kind kind, const QString &reason = {})
+        {
+            if (std::exchange(state, State::Settled) == State::Settled)
+                return;
+            outcome.kind = kind;
+            outcome.reason = reason;
+        }
+    };
+
+    std::vector<Entry> entries;
     Done done;
     Scheduler::Handle patience;
-
-    void settle(qsizetype index, Kind kind, const QString &reason = {})
-    {
-        if (states[index] == State::Settled)
-            return;
-        states[index] = State::Settled;
-        outcomes[index].kind = kind;
-        outcomes[index].reason = reason;
-    }
 };
 
 GroupReports::GroupReports(GroupActions &actions, Workspace &workspace, RunningApplications &running,
@@ -71,10 +72,8 @@ GroupReports::Shared GroupReports::begin(const QList<AppItem> &apps, Done done)
         if (seen.contains(id))
             continue;
         seen.insert(id);
-        report->apps.append(app);
-        report->ids.append(id);
-        report->states.append(Report::State::Open);
-        report->outcomes.append({app.bundleID, app.name.isEmpty() ? app.bundleID : app.name, Kind::Failed, {}});
+        report->entries.push_back(
+            {id, {app.bundleID, app.name.isEmpty() ? app.bundleID : app.name, Kind::Failed, {}}});
     }
     report->done = std::move(done);
     m_reports.push_back(report);
@@ -84,7 +83,7 @@ GroupReports::Shared GroupReports::begin(const QList<AppItem> &apps, Done done)
 void GroupReports::launch(const QList<AppItem> &apps, Done done)
 {
     const Shared report = begin(apps, std::move(done));
-    const qsizetype count = report->apps.size();
+    const qsizetype count = qsizetype(report->entries.size());
     if (count == 0)
         return finishIfSettled(report);
     const std::weak_ptr<Report> weak = report;
@@ -92,27 +91,28 @@ void GroupReports::launch(const QList<AppItem> &apps, Done done)
         if (const Shared known = weak.lock())
             settleRest(known, Kind::Failed, QStringLiteral("It hasn't answered the request to open yet."));
     });
-    m_actions.openAll(report->apps, [this, weak](qsizetype index) {
+    m_actions.openAll(count, [this, weak](qsizetype index) {
         if (const Shared known = weak.lock())
-            openOne(known, index);
+            openOne(known, size_t(index));
     });
 }
 
-void GroupReports::openOne(const Shared &report, qsizetype index)
+void GroupReports::openOne(const Shared &report, size_t index)
 {
     const auto launched = [this, weak = std::weak_ptr(report), index](const Status &status) {
         const Shared known = weak.lock();
         if (!known)
             return;
-        known->settle(index, status ? Kind::Launched : Kind::Failed, status.error());
+        known->entries[index].settle(status ? Kind::Launched : Kind::Failed, status.error());
         finishIfSettled(known);
     };
-    switch (m_actions.open(report->apps[index].bundleID, launched)) {
+    Report::Entry &entry = report->entries[index];
+    switch (m_actions.open(entry.outcome.bundleID, launched)) {
     case GroupActions::Opening::NotInstalled:
-        report->settle(index, Kind::NotInstalled);
+        entry.settle(Kind::NotInstalled);
         break;
     case GroupActions::Opening::BroughtForward:
-        report->settle(index, Kind::BroughtForward);
+        entry.settle(Kind::BroughtForward);
         break;
     case GroupActions::Opening::Launching:
         return;
@@ -126,12 +126,12 @@ void GroupReports::quit(const QList<AppItem> &apps, Done done)
     const QSet<QString> running = runningIDs(m_running);
     const Status known = m_running.availability();
     bool asks = false;
-    for (qsizetype i = 0; i < report->ids.size(); ++i) {
-        if (running.contains(report->ids[i])) {
-            report->states[i] = Report::State::AskedToQuit;
+    for (Report::Entry &entry : report->entries) {
+        if (running.contains(entry.id)) {
+            entry.state = Report::State::AskedToQuit;
             asks = true;
         } else {
-            report->settle(i, known ? Kind::NotRunning : Kind::Failed, known.error());
+            entry.settle(known ? Kind::NotRunning : Kind::Failed, known.error());
         }
     }
     if (asks) {
@@ -139,7 +139,7 @@ void GroupReports::quit(const QList<AppItem> &apps, Done done)
             if (const Shared late = weak.lock())
                 settleRest(late, Kind::StillRunning);
         });
-        m_actions.quitAll(report->apps);
+        m_actions.quitAll(apps);
     }
     finishIfSettled(report);
 }
@@ -149,10 +149,10 @@ void GroupReports::hide(const QList<AppItem> &apps, Done done)
     const Shared report = begin(apps, std::move(done));
     const QSet<QString> running = runningIDs(m_running);
     const Status known = m_running.availability();
-    m_actions.hideAll(report->apps);
-    for (qsizetype i = 0; i < report->ids.size(); ++i) {
-        const Kind kind = running.contains(report->ids[i]) ? Kind::Hidden : Kind::NotRunning;
-        report->settle(i, known ? kind : Kind::Failed, known.error());
+    m_actions.hideAll(apps);
+    for (Report::Entry &entry : report->entries) {
+        const Kind kind = running.contains(entry.id) ? Kind::Hidden : Kind::NotRunning;
+        entry.settle(known ? kind : Kind::Failed, known.error());
     }
     finishIfSettled(report);
 }
@@ -163,29 +163,33 @@ void GroupReports::settleEnded()
         return;
     const QSet<QString> running = runningIDs(m_running);
     for (const Shared &report : std::vector<Shared>(m_reports)) {
-        for (qsizetype i = 0; i < report->ids.size(); ++i)
-            if (report->states[i] == Report::State::AskedToQuit && !running.contains(report->ids[i]))
-                report->settle(i, Kind::AskedToQuit);
+        for (Report::Entry &entry : report->entries)
+            if (entry.state == Report::State::AskedToQuit && !running.contains(entry.id))
+                entry.settle(Kind::AskedToQuit);
         finishIfSettled(report);
     }
 }
 
 void GroupReports::settleRest(const Shared &report, Kind kind, const QString &reason)
 {
-    for (qsizetype i = 0; i < report->ids.size(); ++i)
-        report->settle(i, kind, reason);
+    for (Report::Entry &entry : report->entries)
+        entry.settle(kind, reason);
     finishIfSettled(report);
 }
 
 void GroupReports::finishIfSettled(const Shared &report)
 {
-    const bool settled = std::all_of(report->states.begin(), report->states.end(),
-                                     [](Report::State state) { return state == Report::State::Settled; });
-    if (!settled || !report->done)
+    QList<IntentOutcome> outcomes;
+    for (const Report::Entry &entry : report->entries) {
+        if (entry.state != Report::State::Settled)
+            return;
+        outcomes.append(entry.outcome);
+    }
+    if (!report->done)
         return;
     std::erase(m_reports, report);
     report->patience.reset();
-    std::exchange(report->done, nullptr)(report->outcomes);
+    std::exchange(report->done, nullptr)(outcomes);
 }
 
 } // namespace cobblet

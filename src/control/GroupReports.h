@@ -41,7 +41,7 @@ private:
     using Shared = std::shared_ptr<Report>;
 
     Shared begin(const QList<AppItem> &apps, Done done);
-    void openOne(const Shared &report, qsizetype index);
+    void openOne(const Shared &report, size_t index);
     /// Applications that were asked to quit and run no more.
     void settleEnded();
     void settleRest(const Shared &report, Kind kind, const QString &reason = {});

@@ -84,24 +84,16 @@ const std::array<AppShortcut, 3> &CobbletShortcuts::appShortcuts()
     return shortcuts;
 }
 
-const AppShortcut *CobbletShortcuts::shortcut(IntentRequests::Verb verb)
-{
-    const auto &all = appShortcuts();
-    const auto found = std::find_if(all.begin(), all.end(), [verb](const auto &item) { return item.verb == verb; });
-    return found == all.end() ? nullptr : &*found;
-}
-
 std::optional<CobbletShortcuts::Request> CobbletShortcuts::understood(const QString &text)
 {
-    if (text.size() > maximumPhrase)
+    const auto request = begun(text);
+    if (!request)
         return std::nullopt;
-    QStringView rest = QStringView(text).trimmed();
-    const auto verb = takeOpening(rest);
-    dropFullStop(rest);
-    if (!verb || !std::all_of(closingWords.rbegin(), closingWords.rend(),
-                              [&](QLatin1String word) { return takeLast(rest, word); }))
+    QStringView rest(request->group);
+    if (!std::all_of(closingWords.rbegin(), closingWords.rend(),
+                     [&](QLatin1String word) { return takeLast(rest, word); }))
         return std::nullopt;
-    return Request{*verb, rest.toString()};
+    return Request{request->verb, rest.toString()};
 }
 
 std::optional<CobbletShortcuts::Request> CobbletShortcuts::begun(const QString &text)

@@ -29,7 +29,6 @@ public:
     static constexpr qsizetype maximumPhrase = 1100;
 
     static const std::array<AppShortcut, 3> &appShortcuts();
-    static const AppShortcut *shortcut(IntentRequests::Verb verb);
 
     struct Request {
         IntentRequests::Verb verb;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/AppGroup.h"
+#include "model/GroupCoding.h"
 #include "platform/IntentsHost.h"
 
 namespace cobblet {
@@ -19,9 +19,7 @@ struct GroupEntity {
     const QString &title() const { return name; }
     const QString &subtitle() const { return emoji; }
 
-    /// The id as other programs see it: upper-case, 36 characters.
-    QString idText() const { return id.toString(QUuid::WithoutBraces).toUpper(); }
-    IntentGroup intentGroup() const { return {idText(), name, emoji}; }
+    IntentGroup intentGroup() const { return {uuidText(id), name, emoji}; }
 
     bool operator==(const GroupEntity &) const = default;
 };

@@ -2,6 +2,7 @@
 
 #include "integration/GroupQuery.h"
 
+#include <array>
 #include <functional>
 
 namespace cobblet {
@@ -20,41 +21,34 @@ struct IntentTargets {
     std::function<GroupReports &()> reports;
 };
 
-// An intent carries the group that was chosen, maybe long ago, and finds it again by its id alone: a renamed group is
-// still that group. `done` gets the dialog (empty for none) with the outcomes, or groupNotFound with the name that
-// the entity carries.
-
-struct LaunchGroupIntent {
-    static constexpr QLatin1String title{"Launch a group's apps"};
-    static constexpr QLatin1String description{"Opens every app in the group."};
-
+/// Something to be done with the group that was chosen, maybe long ago: it is found again by its id alone, so that a
+/// renamed group is still that group.
+struct GroupIntent {
+    IntentRequests::Verb verb;
     GroupEntity group;
+
+    /// `done` gets the dialog (empty for none) with the outcomes, or groupNotFound with the name of the entity.
     void perform(const IntentTargets &targets, IntentRequests::Done done) const;
 };
 
-struct QuitGroupIntent {
-    static constexpr QLatin1String title{"Quit a group's apps"};
-    static constexpr QLatin1String description{"Quits every running app in the group."};
-
-    GroupEntity group;
-    void perform(const IntentTargets &targets, IntentRequests::Done done) const;
+/// An intent as assistants and searches offer it.
+struct OfferedIntent {
+    IntentRequests::Verb verb;
+    QLatin1String title;
+    QLatin1String description;
+    QLatin1String key;     ///< what the keys of its matches begin with
+    QLatin1String opening; ///< what the titles of its matches begin with
 };
 
-struct ShowGroupIntent {
-    static constexpr QLatin1String title{"Show Group"};
-    static constexpr QLatin1String description{"Brings up the panel with the group selected."};
-
-    GroupEntity group;
-    void perform(const IntentTargets &targets, IntentRequests::Done done) const;
-};
-
-/// Not offered to assistants; for scripts.
-struct HideGroupIntent {
-    static constexpr QLatin1String title{"Hide a group's apps"};
-    static constexpr QLatin1String description{"Hides every running app in the group."};
-
-    GroupEntity group;
-    void perform(const IntentTargets &targets, IntentRequests::Done done) const;
-};
+/// Hiding is for scripts only.
+inline constexpr std::array offeredIntents{
+    OfferedIntent{IntentRequests::Verb::Show, QLatin1String("Show Group"),
+                  QLatin1String("Brings up the panel with the group selected."), QLatin1String("show:"),
+                  QLatin1String()},
+    OfferedIntent{IntentRequests::Verb::Launch, QLatin1String("Launch a group's apps"),
+                  QLatin1String("Opens every app in the group."), QLatin1String("launch:"), QLatin1String("Launch ")},
+    OfferedIntent{IntentRequests::Verb::Quit, QLatin1String("Quit a group's apps"),
+                  QLatin1String("Quits every running app in the group."), QLatin1String("quit:"),
+                  QLatin1String("Quit ")}};
 
 } // namespace cobblet

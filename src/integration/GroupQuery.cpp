@@ -8,15 +8,13 @@ namespace cobblet {
 
 namespace {
 
-constexpr qsizetype idLength = 36;
-
 IntentFailure ambiguous(const QString &name, const QList<GroupEntity> &groups)
 {
     IntentFailure failure{IntentFailure::Kind::AmbiguousGroup,
                           QStringLiteral("There are %1 groups named “%2”. Use an id:").arg(groups.size()).arg(name),
                           {}};
     for (const GroupEntity &group : groups) {
-        failure.message += QLatin1Char('\n') + group.idText() + QLatin1Char(' ') + group.name.simplified();
+        failure.message += QLatin1Char('\n') + uuidText(group.id) + QLatin1Char(' ') + group.name.simplified();
         failure.candidates.append(group.intentGroup());
     }
     return failure;
@@ -73,10 +71,9 @@ std::variant<GroupEntity, IntentFailure> GroupQuery::resolve(const QString &name
     if (nameOrId.size() > maximumText)
         return IntentFailure{
             IntentFailure::Kind::Invalid, QStringLiteral("A group is named by at most 1,000 characters."), {}};
-    if (nameOrId.size() == idLength)
-        if (const QUuid id(nameOrId); !id.isNull())
-            if (const AppGroup *group = m_config.group(id))
-                return GroupEntity(*group);
+    if (const auto id = parseUuid(nameOrId))
+        if (const AppGroup *group = m_config.group(*id))
+            return GroupEntity(*group);
 
     QList<GroupEntity> named = entitiesWhere([&](const AppGroup &group) { return group.name == nameOrId; });
     if (named.isEmpty()) {

@@ -2,6 +2,7 @@
 
 #include "integration/GroupQuery.h"
 
+#include <QRegularExpression>
 #include <QStringDecoder>
 
 namespace cobblet {
@@ -12,35 +13,14 @@ const QLatin1String scheme{"cobblet:"};
 /// A character of a name takes at most three bytes for each of its UTF-16 units, each encoded as "%XX".
 constexpr qsizetype maximumUrl = GroupQuery::maximumText * 9 + 100;
 
-int hexDigit(QChar c)
-{
-    const char16_t u = c.unicode();
-    if (u >= u'0' && u <= u'9')
-        return u - u'0';
-    const char16_t lower = u | 0x20;
-    return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10 : -1;
-}
-
 /// Absent where a "%" does not begin two hexadecimal digits, and where the bytes are no UTF-8 or hold a zero.
 std::optional<QString> percentDecoded(QStringView text)
 {
-    QByteArray bytes;
-    for (qsizetype i = 0; i < text.size();) {
-        const qsizetype percent = text.indexOf(u'%', i);
-        bytes += text.sliced(i, (percent < 0 ? text.size() : percent) - i).toUtf8();
-        if (percent < 0)
-            break;
-        if (percent + 2 >= text.size())
-            return std::nullopt;
-        const int high = hexDigit(text[percent + 1]);
-        const int low = hexDigit(text[percent + 2]);
-        if (high < 0 || low < 0)
-            return std::nullopt;
-        bytes += char(high * 16 + low);
-        i = percent + 3;
-    }
+    static const QRegularExpression stray(QStringLiteral("%(?![0-9A-Fa-f]{2})"));
+    if (text.contains(stray))
+        return std::nullopt;
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString decoded = decoder(bytes);
+    QString decoded = decoder(QByteArray::fromPercentEncoding(text.toUtf8()));
     if (decoder.hasError() || decoded.contains(QChar(0)))
         return std::nullopt;
     return decoded;

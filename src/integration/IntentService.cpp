@@ -19,6 +19,31 @@ using Verb = IntentRequests::Verb;
 
 constexpr qsizetype maximumMatches = 200;
 
+/// What the key of a match stands for.
+struct Key {
+    Verb verb;
+    QUuid id;
+};
+
+/// Absent when it is malformed.
+std::optional<Key> parseKey(const QString &key)
+{
+    for (const OfferedIntent &intent : offeredIntents)
+        if (key.startsWith(intent.key))
+            if (const auto id = parseUuid(key.mid(intent.key.size())))
+                return Key{intent.verb, *id};
+    return std::nullopt;
+}
+
+/// Of a verb that is offered.
+IntentMatch makeMatch(Verb verb, const GroupEntity &group, double relevance)
+{
+    const OfferedIntent &intent =
+        *std::find_if(offeredIntents.begin(), offeredIntents.end(),
+                      [verb](const OfferedIntent &offered) { return offered.verb == verb; });
+    return {intent.key + uuidText(group.id), intent.opening + group.name, intent.description, group.emoji, relevance};
+}
+
 QList<IntentGroup> intentGroups(const QList<GroupEntity> &entities)
 {
     QList<IntentGroup> groups;
@@ -71,7 +96,7 @@ CommandReply refused(const IntentFailure &failure)
         return {CommandLine::ambiguousGroup,
                 {},
                 terminal::harmless(failure.message.section(QLatin1Char('\n'), 0, 0)) + QLatin1Char('\n') +
-                    terminal::table(failure.candidates)};
+                    terminal::lines(failure.candidates)};
     return {failure.kind == IntentFailure::Kind::GroupNotFound ? CommandLine::groupNotFound : CommandLine::usageError,
             {},
             terminal::harmless(failure.message) + QLatin1Char('\n')};
@@ -82,20 +107,6 @@ CommandReply replied(const IntentResult &result)
     if (const auto *failure = std::get_if<IntentFailure>(&result))
         return refused(*failure);
     return IntentService::reply(std::get<IntentReply>(result).outcomes);
-}
-
-QLatin1String keyPrefix(Verb verb)
-{
-    switch (verb) {
-    case Verb::Launch:
-        return QLatin1String("launch:");
-    case Verb::Quit:
-        return QLatin1String("quit:");
-    case Verb::Show:
-    case Verb::Hide:
-        break;
-    }
-    return QLatin1String("show:");
 }
 
 } // namespace
@@ -116,20 +127,6 @@ QList<IntentGroup> IntentService::groups() const
 QList<IntentGroup> IntentService::groupsMatching(const QString &text) const
 {
     return intentGroups(m_query.entitiesMatching(text));
-}
-
-IntentMatch IntentService::makeMatch(Verb verb, const GroupEntity &group, double relevance)
-{
-    IntentMatch match{keyPrefix(verb) + group.idText(), group.name, ShowGroupIntent::description, group.emoji,
-                      relevance};
-    if (verb == Verb::Launch) {
-        match.title = QStringLiteral("Launch ") + group.name;
-        match.subtitle = LaunchGroupIntent::description;
-    } else if (verb == Verb::Quit) {
-        match.title = QStringLiteral("Quit ") + group.name;
-        match.subtitle = QuitGroupIntent::description;
-    }
-    return match;
 }
 
 QList<IntentMatch> IntentService::search(const QString &text) const
@@ -163,19 +160,6 @@ QList<IntentMatch> IntentService::search(const QString &text) const
     return matches.mid(0, maximumMatches);
 }
 
-std::optional<IntentService::Key> IntentService::parseKey(const QString &key)
-{
-    constexpr qsizetype idLength = 36;
-    for (const Verb verb : {Verb::Show, Verb::Launch, Verb::Quit}) {
-        const QLatin1String prefix = keyPrefix(verb);
-        if (key.size() != prefix.size() + idLength || !key.startsWith(prefix))
-            continue;
-        if (const QUuid id(key.mid(prefix.size())); !id.isNull())
-            return Key{verb, id};
-    }
-    return std::nullopt;
-}
-
 IntentMatch IntentService::match(const QString &key) const
 {
     const auto parsed = parseKey(key);
@@ -185,27 +169,13 @@ IntentMatch IntentService::match(const QString &key) const
 
 // Requests
 
-void IntentService::performOn(Verb verb, const GroupEntity &group, Done done)
-{
-    switch (verb) {
-    case Verb::Show:
-        return ShowGroupIntent{group}.perform(m_targets, std::move(done));
-    case Verb::Launch:
-        return LaunchGroupIntent{group}.perform(m_targets, std::move(done));
-    case Verb::Quit:
-        return QuitGroupIntent{group}.perform(m_targets, std::move(done));
-    case Verb::Hide:
-        return HideGroupIntent{group}.perform(m_targets, std::move(done));
-    }
-}
-
 void IntentService::perform(Verb verb, const QString &nameOrId, Done done)
 {
     const auto found = m_query.resolve(nameOrId);
     if (const auto *failure = std::get_if<IntentFailure>(&found))
         done(*failure);
     else
-        performOn(verb, std::get<GroupEntity>(found), std::move(done));
+        GroupIntent{verb, std::get<GroupEntity>(found)}.perform(m_targets, std::move(done));
 }
 
 void IntentService::performMatch(const QString &key, Done done)
@@ -215,8 +185,8 @@ void IntentService::performMatch(const QString &key, Done done)
         return done(invalid(QStringLiteral("“%1” stands for nothing that was found.").arg(shortened(key))));
     GroupEntity group;
     group.id = parsed->id;
-    group.name = group.idText(); // what it was called when it was found is not known any more
-    performOn(parsed->verb, group, std::move(done));
+    group.name = uuidText(group.id); // what it was called when it was found is not known any more
+    GroupIntent{parsed->verb, group}.perform(m_targets, std::move(done));
 }
 
 void IntentService::say(const QString &phrase, Done done)
@@ -287,7 +257,7 @@ void IntentService::run(const CommandLine &line, std::function<void(const Comman
     case LineVerb::Hide:
         return perform(Verb::Hide, line.text);
     case LineVerb::List:
-        return done({0, terminal::table(groups()), {}});
+        return done({0, terminal::lines(groups()), {}});
     case LineVerb::ListJson:
         return done({0, terminal::json(m_targets.config.groups()), {}});
     case LineVerb::Say:

@@ -33,15 +33,6 @@ public:
     std::optional<CommandReply> refusal(const CommandLine &line) const;
 
 private:
-    void performOn(Verb verb, const GroupEntity &group, Done done);
-    /// What a key stands for; absent when it is malformed.
-    struct Key {
-        Verb verb;
-        QUuid id;
-    };
-    static std::optional<Key> parseKey(const QString &key);
-    static IntentMatch makeMatch(Verb verb, const GroupEntity &group, double relevance);
-
     const IntentTargets m_targets;
     const std::function<void()> m_showPanel;
     const QString m_version;

@@ -1,21 +1,14 @@
 #include "integration/TerminalText.h"
 
-#include "integration/GroupEntity.h"
+#include "model/GroupCoding.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTextBoundaryFinder>
-
-#include <algorithm>
-#include <array>
 
 namespace cobblet::terminal {
 
 namespace {
-
-/// A longer name does not push the ids of all the others to the right.
-constexpr int widestColumn = 40;
 
 bool isHarmful(QChar c)
 {
@@ -25,25 +18,6 @@ bool isHarmful(QChar c)
     const QChar::Category category = c.category();
     return turnsText || category == QChar::Other_Control || category == QChar::Separator_Line ||
            category == QChar::Separator_Paragraph;
-}
-
-/// Whether a terminal gives the character two cells: East Asian scripts and what is drawn as emoji by itself.
-bool isWide(char32_t c)
-{
-    struct Range {
-        char32_t first, last;
-    };
-    static constexpr std::array ranges{
-        Range{0x1100, 0x115f},   Range{0x231a, 0x231b},   Range{0x23e9, 0x23ec},  Range{0x25fd, 0x25fe},
-        Range{0x2614, 0x2615},   Range{0x2648, 0x2653},   Range{0x26a1, 0x26a1},  Range{0x26aa, 0x26ab},
-        Range{0x26bd, 0x26be},   Range{0x26c4, 0x26c5},   Range{0x26d4, 0x26d4},  Range{0x26ea, 0x26ea},
-        Range{0x26f2, 0x26f5},   Range{0x2705, 0x2705},   Range{0x270a, 0x270b},  Range{0x2728, 0x2728},
-        Range{0x274c, 0x274e},   Range{0x2753, 0x2757},   Range{0x2795, 0x2797},  Range{0x2b1b, 0x2b1c},
-        Range{0x2b50, 0x2b55},   Range{0x2e80, 0x303e},   Range{0x3041, 0xa4cf},  Range{0xac00, 0xd7a3},
-        Range{0xf900, 0xfaff},   Range{0xfe30, 0xfe6f},   Range{0xff00, 0xff60},  Range{0xffe0, 0xffe6},
-        Range{0x1f1e6, 0x1f1ff}, Range{0x1f300, 0x1faff}, Range{0x20000, 0x3fffd}};
-    return std::any_of(ranges.begin(), ranges.end(),
-                       [c](const Range &range) { return c >= range.first && c <= range.last; });
 }
 
 QString outcomeText(const IntentOutcome &outcome)
@@ -80,36 +54,12 @@ QString harmless(const QString &text)
     return result;
 }
 
-int width(const QString &text)
+QString lines(const QList<IntentGroup> &groups)
 {
-    constexpr char32_t emojiStyle = 0xfe0f;
-    int cells = 0;
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
-    for (qsizetype start = 0; finder.toNextBoundary() >= 0; start = finder.position()) {
-        const auto character = QStringView(text).sliced(start, finder.position() - start).toUcs4();
-        if (!character.isEmpty())
-            cells += isWide(character.first()) || character.contains(emojiStyle) ? 2 : 1;
-    }
-    return cells;
-}
-
-QString table(const QList<IntentGroup> &groups)
-{
-    QList<std::array<QString, 2>> cells;
-    std::array<int, 2> widest{};
-    for (const IntentGroup &group : groups) {
-        cells.append({harmless(group.emoji), harmless(group.name)});
-        for (size_t column = 0; column < widest.size(); ++column)
-            widest[column] = std::max(widest[column], std::min(width(cells.last()[column]), widestColumn));
-    }
     QString text;
-    for (qsizetype row = 0; row < groups.size(); ++row) {
-        for (size_t column = 0; column < widest.size(); ++column) {
-            const QString &cell = cells[row][column];
-            text += cell + QString(std::max(0, widest[column] - width(cell)) + 2, QLatin1Char(' '));
-        }
-        text += groups[row].id + QLatin1Char('\n');
-    }
+    for (const IntentGroup &group : groups)
+        text += group.id + QLatin1Char(' ') + harmless(group.emoji) + QLatin1Char(' ') + harmless(group.name) +
+                QLatin1Char('\n');
     return text;
 }
 
@@ -120,7 +70,7 @@ QString json(const QList<AppGroup> &groups)
         QJsonArray apps;
         for (const AppItem &app : group.apps)
             apps.append(QJsonObject{{QStringLiteral("name"), app.name}, {QStringLiteral("bundleID"), app.bundleID}});
-        list.append(QJsonObject{{QStringLiteral("id"), GroupEntity(group).idText()},
+        list.append(QJsonObject{{QStringLiteral("id"), uuidText(group.id)},
                                 {QStringLiteral("name"), group.name},
                                 {QStringLiteral("emoji"), group.emoji},
                                 {QStringLiteral("apps"), apps}});

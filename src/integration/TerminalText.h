@@ -9,11 +9,8 @@ namespace cobblet::terminal {
 /// line breaks, marks of writing direction.
 QString harmless(const QString &text);
 
-/// How many cells of a terminal the text takes.
-int width(const QString &text);
-
-/// One line for each group: emoji, name and id, in columns.
-QString table(const QList<IntentGroup> &groups);
+/// One line for each group: its id, which is as long as any other, its emoji and its name.
+QString lines(const QList<IntentGroup> &groups);
 
 /// A JSON array of objects with "id", "name", "emoji" and "apps" (objects with "name" and "bundleID").
 QString json(const QList<AppGroup> &groups);

@@ -1,52 +1,19 @@
 #include "model/GroupCoding.h"
 
+#include "model/GroupFields.h"
 #include "model/TextBlock.h"
 
 #include <nlohmann/json.hpp>
 
-#include <algorithm>
-#include <array>
 #include <limits>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace cobblet {
 
 namespace {
 
-enum Field {
-    Id,
-    Name,
-    Emoji,
-    Apps,
-    IsPinned,
-    IsStandalone,
-    IconName,
-    IconStyle,
-    IconColor,
-    IconFill,
-    PopupColumns,
-    PopupMaxRows,
-    PopupShowsTitles,
-    PopupAnchorField,
-    Unknown
-};
-
-constexpr std::array<std::string_view, Unknown> fieldNames{
-    "id",        "name",      "emoji",    "apps",         "isPinned",     "isStandalone",     "iconName",
-    "iconStyle", "iconColor", "iconFill", "popupColumns", "popupMaxRows", "popupShowsTitles", "popupAnchor"};
-
-Field field(std::string_view key)
-{
-    return Field(std::find(fieldNames.begin(), fieldNames.end(), key) - fieldNames.begin());
-}
-
-/// Whether a value of a wrong type is swallowed instead of failing the group.
-bool isLenient(Field field)
-{
-    return field == IconStyle || field == IconFill || field >= PopupColumns;
-}
+using field::Field;
 
 /// Takes the parser's events straight into groups. Of a key given twice the last counts, though every one must
 /// be of the right type. A number without a fraction is an integer however it is written (4, 4.0, 4e0). null is
@@ -65,22 +32,7 @@ public:
     {
         if (m_skippedTo >= 0)
             return true;
-        if (m_place == InGroup) {
-            switch (m_field) {
-            case IsPinned:
-                m_group.isPinned = value;
-                return true;
-            case IsStandalone:
-                m_group.isStandalone = value;
-                return true;
-            case PopupShowsTitles:
-                m_group.popupShowsTitles = value;
-                return true;
-            default:
-                break;
-            }
-        }
-        return other();
+        return (m_place == InGroup && field::set(m_group, m_field, value)) || other();
     }
 
     bool number_integer(qint64 value) { return number(double(value), value); }
@@ -92,12 +44,15 @@ public:
     {
         if (m_skippedTo >= 0)
             return true;
-        if (m_place == InApp && m_field != Unknown) {
-            (m_field == Name ? m_app.name : m_app.bundleID) = m_texts.add(value);
+        if (m_place == InApp && m_field != field::Unknown) {
+            (m_field == field::Name ? m_app.name : m_app.bundleID) = m_texts.add(value);
             m_seen |= 1u << m_field;
             return true;
         }
-        return m_place == InGroup ? text(value) : other();
+        if (m_place != InGroup)
+            return other();
+        m_seen |= 1u << m_field;
+        return field::set(m_group, m_field, value, m_texts) || other();
     }
 
     bool key(std::string &name)
@@ -105,9 +60,9 @@ public:
         if (m_skippedTo >= 0)
             return true;
         if (m_place == InApp)
-            m_field = name == "name" ? Name : name == "bundleID" ? Id : Unknown;
+            m_field = name == "name" ? field::Name : name == "bundleID" ? field::Id : field::Unknown;
         else
-            m_field = field(name);
+            m_field = field::named(name);
         return true;
     }
 
@@ -141,7 +96,7 @@ public:
         if (m_place == InApp) {
             m_place = InApps;
             m_apps.push_back(m_app);
-            return has(Name, "name", "an app") && has(Id, "bundleID", "an app");
+            return has(field::Name, "name", "an app") && has(field::Id, "bundleID", "an app");
         }
         return finishGroup();
     }
@@ -156,9 +111,9 @@ public:
             m_place = InList;
             return true;
         }
-        if (m_place == InGroup && m_field == Apps) {
+        if (m_place == InGroup && m_field == field::Apps) {
             m_place = InApps;
-            m_groupSeen = m_seen | 1u << Apps;
+            m_groupSeen = m_seen | 1u << field::Apps;
             m_apps.clear();
             return true;
         }
@@ -245,17 +200,16 @@ private:
             return true;
         switch (m_place) {
         case InGroup:
-            if (m_field == Unknown)
+            if (m_field == field::Unknown)
                 return true;
-            if (isLenient(m_field)) {
-                reset(m_field);
-                return true;
-            }
-            return badField();
+            if (!field::isLenient(m_field))
+                return fail(QStringLiteral("\"%1\" of %2 is malformed").arg(field::nameOf(m_field), groupNumber()));
+            field::reset(m_group, m_field);
+            return true;
         case InApp:
-            return m_field == Unknown ||
+            return m_field == field::Unknown ||
                    fail(QStringLiteral("\"%1\" of an app of %2 is not a text")
-                            .arg(QLatin1String(m_field == Name ? "name" : "bundleID"), groupNumber()));
+                            .arg(QLatin1String(m_field == field::Name ? "name" : "bundleID"), groupNumber()));
         case InApps:
             return fail(QStringLiteral("an app of %1 is not an object").arg(groupNumber()));
         case InList:
@@ -266,101 +220,22 @@ private:
         return fail(m_single ? QStringLiteral("it is not an object") : QStringLiteral("it is not a list"));
     }
 
-    bool badField()
-    {
-        const std::string_view name = fieldNames[m_field];
-        return fail(QStringLiteral("\"%1\" of %2 is malformed")
-                        .arg(QLatin1String(name.data(), int(name.size())), groupNumber()));
-    }
-
-    void reset(Field field)
-    {
-        switch (field) {
-        case IconStyle:
-            m_group.iconStyle = GroupIconStyle::Emoji;
-            break;
-        case IconFill:
-            m_group.iconFill = GroupIconFill::Solid;
-            break;
-        case PopupColumns:
-            m_group.popupColumns.reset();
-            break;
-        case PopupMaxRows:
-            m_group.popupMaxRows.reset();
-            break;
-        case PopupShowsTitles:
-            m_group.popupShowsTitles.reset();
-            break;
-        case PopupAnchorField:
-            m_group.popupAnchor.reset();
-            break;
-        default:
-            break;
-        }
-    }
-
     template<class Number>
     bool number(double rounded, Number value)
     {
-        const bool wanted =
-            m_skippedTo < 0 && m_place == InGroup && (m_field == PopupColumns || m_field == PopupMaxRows);
         const bool inRange = rounded >= std::numeric_limits<int>::min() && rounded <= std::numeric_limits<int>::max();
-        if (!wanted || !inRange || Number(int(value)) != value)
-            return other();
-        (m_field == PopupColumns ? m_group.popupColumns : m_group.popupMaxRows) = int(value);
-        return true;
-    }
-
-    bool text(const std::string &value)
-    {
-        m_seen |= 1u << m_field;
-        switch (m_field) {
-        case Id: {
-            const auto id = parseUuid(QString::fromStdString(value));
-            if (!id)
-                return badField();
-            m_group.id = *id;
+        if (m_skippedTo < 0 && m_place == InGroup && inRange && Number(int(value)) == value &&
+            field::set(m_group, m_field, int(value)))
             return true;
-        }
-        case Name:
-            m_group.name = m_texts.single(value);
-            return true;
-        case Emoji:
-            m_group.emoji = m_texts.single(value);
-            return true;
-        case IconName:
-            m_group.iconName = m_texts.single(value);
-            return true;
-        case IconColor:
-            m_group.iconColor = m_texts.single(value);
-            return true;
-        case IconStyle:
-            m_group.iconStyle = value == "grid" ? GroupIconStyle::Grid : GroupIconStyle::Emoji;
-            return true;
-        case IconFill:
-            m_group.iconFill = value == "gradient" ? GroupIconFill::Gradient
-                               : value == "glass"  ? GroupIconFill::Glass
-                                                   : GroupIconFill::Solid;
-            return true;
-        case PopupAnchorField:
-            m_group.popupAnchor.reset();
-            if (value == "dockIcon")
-                m_group.popupAnchor = PopupAnchor::DockIcon;
-            else if (value == "dockCenter")
-                m_group.popupAnchor = PopupAnchor::DockCenter;
-            return true;
-        default:
-            return other();
-        }
+        return other();
     }
 
     bool finishGroup()
     {
         m_place = m_single ? Outside : InList;
-        for (const Field field : {Id, Name, Emoji, Apps})
+        for (const Field field : {field::Id, field::Name, field::Emoji, field::Apps})
             if (!(m_seen & 1u << field))
-                return fail(
-                    QStringLiteral("%1 has no \"%2\"").arg(groupNumber(), QLatin1String(fieldNames[field].data())));
+                return fail(QStringLiteral("%1 has no \"%2\"").arg(groupNumber(), field::nameOf(field)));
         m_texts.finish();
         m_group.apps.reserve(qsizetype(m_apps.size()));
         for (const App &app : m_apps)
@@ -373,7 +248,7 @@ private:
     int m_depth = 0;
     int m_skippedTo = -1; ///< the depth at which a skipped value ends; negative when none is being skipped
     Place m_place = Outside;
-    Field m_field = Unknown;
+    Field m_field = field::Unknown;
     unsigned m_seen = 0;      ///< the fields of the object being read, as bits
     unsigned m_groupSeen = 0; ///< the group's, while its apps are being read
     AppGroup m_group = emptyGroup();

@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <chrono>
+#include <memory>
 
 namespace cobblet {
 
@@ -21,12 +22,12 @@ public:
     FileLock(const FileLock &) = delete;
     FileLock &operator=(const FileLock &) = delete;
 
-    bool isHeld() const { return m_descriptor >= 0; }
+    bool isHeld() const { return m_descriptor != nullptr; }
     /// An error while another process keeps the lock, and writing would undo what it is about to write.
     const Status &mayWrite() const { return m_mayWrite; }
 
 private:
-    int m_descriptor = -1;
+    std::shared_ptr<const int> m_descriptor; ///< null unless held
     Status m_mayWrite;
 };
 

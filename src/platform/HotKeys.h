@@ -4,6 +4,7 @@
 
 #include <QList>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 #include <memory>
@@ -40,14 +41,25 @@ struct HotKey {
 class HotKeys : public QObject {
     Q_OBJECT
 public:
-    /// One registered combination; destroying it unregisters. Not to outlive the service.
+    /// One registered combination; destroying it unregisters.
     class Registration {
     public:
-        virtual ~Registration() = default;
+        Registration(HotKeys *service, const HotKeyID &id) : m_service(service), m_id(id) {}
+        ~Registration()
+        {
+            if (m_service)
+                m_service->unregister(m_id);
+        }
+        Registration(const Registration &) = delete;
+        Registration &operator=(const Registration &) = delete;
+
+    private:
+        QPointer<HotKeys> m_service;
+        HotKeyID m_id;
     };
     using Handle = std::unique_ptr<Registration>;
 
-    /// What a person binds in the desktop's own keyboard settings where isAvailable() is false.
+    /// What a person binds in the desktop's own keyboard settings where there is an unavailableReason().
     static QString commandToBind() { return QStringLiteral("cobblet show NAME"); }
 
     /// Registers all in one go; the results are in their order. A desktop that first asks the user gives handles
@@ -66,6 +78,9 @@ signals:
     void refused(const cobblet::HotKeyID &id, const QString &reason);
     /// unavailableReason() or a trigger() changed.
     void changed();
+
+private:
+    virtual void unregister(const HotKeyID &id) = 0;
 };
 
 } // namespace cobblet

@@ -109,8 +109,10 @@ class IntentsHost {
 public:
     virtual ~IntentsHost() = default;
 
-    /// Serves `requests`, which outlives this object, from now on.
+    /// Serves `requests` from now on until stop().
     virtual void serve(IntentRequests &requests) = 0;
+    /// The program ends: who asks from now on, or still waits for their turn, gets an error.
+    virtual void stop() = 0;
     /// The names of the groups, or their list, changed.
     virtual void groupsChanged() = 0;
 };

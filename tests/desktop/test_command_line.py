@@ -57,7 +57,7 @@ class CommandLine(CobbletCase):
         (_, lines, _), (_, text, _) = alone
         groups = json.loads(text)
         self.assertEqual([record["name"] for record in groups], [record["name"] for record in [TOOLS, OTHERS, *ODD]])
-        self.assertEqual([line.split()[-1] for line in lines.splitlines()], [record["id"] for record in groups])
+        self.assertEqual([line.split()[0] for line in lines.splitlines()], [record["id"] for record in groups])
 
     def test_odd_names_arrive_and_wrong_ones_are_told_of(self):
         self.home.write([TOOLS, *ODD])

@@ -1,6 +1,5 @@
 #include "integration/CommandLine.h"
 #include "integration/IntentFixture.h"
-#include "integration/TerminalText.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -103,8 +102,7 @@ TEST_F(CommandLineTest, AnswersWithAStatusForEachKindOfEnd)
           Row{"quit Twin",
               2,
               {},
-              text("There are 2 groups named “Twin”. Use an id:\n💼  Twin  %1\n💼  Twin  %2\n")
-                  .arg(idText(2), idText(3))},
+              text("There are 2 groups named “Twin”. Use an id:\n%1 💼 Twin\n%2 💼 Twin\n").arg(idText(2), idText(3))},
           Row{"dance", 64, {}, text("cobblet: “dance” is not understood.\nUsage: cobblet ")},
           Row{"say sing", 64, {}, text("“sing” is not understood. Say, ")},
           Row{"cobblet://hide/Work",
@@ -144,26 +142,11 @@ TEST_F(CommandLineTest, TellsOfEachApplicationAndWhetherAllWasDone)
             "Editor: not running\nGone: not running\nStub�born: asked to quit, and still running after 5 seconds\n"));
 }
 
-TEST_F(CommandLineTest, TheListIsAlignedAndHarmless)
+TEST_F(CommandLineTest, TheListIsHarmless)
 {
-    setGroups({text("Work"), text("中文"), text("Ev\x1b[31mil\nrow\u202e"), QString(60, QLatin1Char('x'))});
-    config.updateGroup([this] {
-        AppGroup group = *config.group(id(2));
-        group.emoji = text("x");
-        return group;
-    }());
+    setGroups({text("Work"), text("中文"), text("Ev\x1b[31mil\nrow\u202e")});
     EXPECT_EQ(command(words("list")).output.toStdString(),
-              text("💼  Work%5  %1\nx   中文%5  %2\n💼  Ev�[31mil�row�%6  %3\n💼  %7  %4\n")
-                  .arg(idText(1), idText(2), idText(3), idText(4), QString(36, QLatin1Char(' ')),
-                       QString(26, QLatin1Char(' ')), QString(60, QLatin1Char('x')))
-                  .toStdString());
-    struct Row {
-        const char *text;
-        int width;
-    };
-    for (const Row &row : {Row{"", 0}, Row{"abc", 3}, Row{"e\xcc\x81", 1}, Row{"💼", 2}, Row{"❤️", 2},
-                           Row{"👨‍👩‍👧", 2}, Row{"🇩🇪", 2}, Row{"中", 2}, Row{"⭐", 2}})
-        EXPECT_EQ(terminal::width(text(row.text)), row.width) << row.text;
+              text("%1 💼 Work\n%2 💼 中文\n%3 💼 Ev�[31mil�row�\n").arg(idText(1), idText(2), idText(3)).toStdString());
 }
 
 TEST_F(CommandLineTest, JsonSurvivesEveryName)

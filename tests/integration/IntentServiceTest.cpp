@@ -107,7 +107,7 @@ TEST_F(IntentServiceTest, AnEntityIsFoundAgainByItsIdAlone)
     setGroups({text("Work")});
     const GroupEntity chosen = GroupQuery(config).suggestedEntities().first();
     const IntentTargets targets{config, notifications, dockTile, [this]() -> GroupReports & { return reports; }};
-    const auto launch = [&](auto done) { LaunchGroupIntent{chosen}.perform(targets, done); };
+    const auto launch = [&](auto done) { GroupIntent{Verb::Launch, chosen}.perform(targets, done); };
 
     config.renameGroup(id(1), text("Office"));
     const auto launched = answer(launch);

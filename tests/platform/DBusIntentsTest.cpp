@@ -66,6 +66,22 @@ TEST_F(DBusIntentsTest, WhatThePersonDidIsKnownBeforeTheRequest)
     }
 }
 
+TEST_F(DBusIntentsTest, AtTheEndWhoWaitsAndWhoComesGetAnErrorAndNobodyIsAsked)
+{
+    const auto waiting = other->connection().asyncCall(message("", groups, "Quit", {QStringLiteral("Work")}));
+    QTest::qWait(50);
+    intents->serve(requests);
+    intents->stop();
+    QDBusPendingCallWatcher watcher(waiting);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return watcher.isFinished(); }));
+    EXPECT_TRUE(waiting.isError());
+    EXPECT_NE(call("", groups, "Launch", {QStringLiteral("Work")}).error, QString());
+    EXPECT_NE(
+        call("", application, "Open", {QStringList{QStringLiteral("cobblet://show/Work")}, QVariantMap()}).error,
+        QString());
+    EXPECT_EQ(requests.log, QStringList());
+}
+
 TEST_F(DBusIntentsTest, FailuresHaveNamesAndTheProgramsOwnText)
 {
     intents->serve(requests);

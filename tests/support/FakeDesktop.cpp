@@ -210,21 +210,17 @@ void FakeDialogs::inform(const QString &message, const QString &)
 
 std::vector<Result<HotKeys::Handle>> FakeHotKeys::registerAll(const QList<HotKey> &keys)
 {
-    struct Held : Registration {
-        Held(FakeHotKeys *owner, quint32 number) : hotKeys(owner), id(number) { hotKeys->held.append(id); }
-        ~Held() override { hotKeys->held.removeOne(id); }
-        FakeHotKeys *hotKeys;
-        quint32 id;
-    };
     asked = keys;
     std::vector<Result<Handle>> results;
     for (const HotKey &key : keys) {
-        if (taken.contains(key.id.id))
+        if (taken.contains(key.id.id)) {
             results.emplace_back(Error{QStringLiteral("taken")});
-        else if (empty.contains(key.id.id))
+        } else if (empty.contains(key.id.id)) {
             results.emplace_back(Handle());
-        else
-            results.emplace_back(std::make_unique<Held>(this, key.id.id));
+        } else {
+            held.append(key.id.id);
+            results.emplace_back(std::make_unique<Registration>(this, key.id));
+        }
     }
     return results;
 }

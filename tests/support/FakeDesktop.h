@@ -245,6 +245,9 @@ public:
     QSet<quint32> empty;
     QList<HotKey> asked;
     QList<quint32> held; ///< registered and not unregistered
+
+private:
+    void unregister(const HotKeyID &id) override { held.removeOne(id.id); }
 };
 
 class FakeInstance : public Instance {

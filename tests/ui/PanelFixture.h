@@ -53,6 +53,7 @@ struct PanelFixture {
     FakeMenus menus;
     VirtualScheduler scheduler;
     NotificationCenter notifications;
+    QList<QUuid> madeStandalone;
     ConfigManager config;
     PopupSettings popupSettings;
     ThemeManager theme;

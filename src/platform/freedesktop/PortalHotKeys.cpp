@@ -7,7 +7,6 @@
 #include <QDBusObjectPath>
 #include <QDBusPendingCallWatcher>
 #include <QLoggingCategory>
-#include <QPointer>
 
 #include <algorithm>
 
@@ -78,20 +77,6 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, PortalShortcut &s
     return argument;
 }
 
-class PortalHotKeys::Bound : public HotKeys::Registration {
-public:
-    Bound(PortalHotKeys *keys, const HotKeyID &id) : m_keys(keys), m_id(id) {}
-    ~Bound() override
-    {
-        if (m_keys)
-            m_keys->unregister(m_id);
-    }
-
-private:
-    QPointer<PortalHotKeys> m_keys;
-    HotKeyID m_id;
-};
-
 PortalHotKeys::PortalHotKeys(SessionBus &bus) : m_bus(bus)
 {
     qDBusRegisterMetaType<PortalShortcut>();
@@ -115,7 +100,7 @@ std::vector<Result<HotKeys::Handle>> PortalHotKeys::registerAll(const QList<HotK
     }
     for (const HotKey &key : keys) {
         m_keys.append({key, {}});
-        results.emplace_back(std::make_unique<Bound>(this, key.id));
+        results.emplace_back(std::make_unique<Registration>(this, key.id));
     }
     // Any sender, as the toolkit would wait for the bus to say who owns a name; who sent it is seen on arrival.
     bus.connect(QString(), path, interface, QStringLiteral("Activated"), this, SLOT(activated(QDBusMessage)));

@@ -38,7 +38,6 @@ private slots:
     void closed(const QDBusMessage &message);
 
 private:
-    class Bound;
     struct Key {
         HotKey key;
         QString trigger; ///< in the desktop's words
@@ -56,7 +55,7 @@ private:
     void closeSession();
     void fail(const QString &what);
     void takeTriggers(const QList<PortalShortcut> &shortcuts);
-    void unregister(const HotKeyID &id);
+    void unregister(const HotKeyID &id) override;
     bool isFromPortal(const QDBusMessage &message) const;
 
     SessionBus &m_bus;

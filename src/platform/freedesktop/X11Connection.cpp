@@ -13,6 +13,23 @@ namespace cobblet {
 
 Q_LOGGING_CATEGORY(lcX11, "cobblet.x11")
 
+namespace {
+
+void send(xcb_connection_t *connection, xcb_window_t to, uint32_t mask, xcb_window_t window, xcb_atom_t type,
+          const std::vector<uint32_t> &data)
+{
+    xcb_client_message_event_t message{};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = 32;
+    message.window = window;
+    message.type = type;
+    std::copy_n(data.begin(), std::min<size_t>(data.size(), 5), message.data.data32);
+    xcb_send_event(connection, 0, to, mask, reinterpret_cast<const char *>(&message));
+    xcb_flush(connection);
+}
+
+} // namespace
+
 std::unique_ptr<X11Connection> X11Connection::open()
 {
     int screenNumber = 0;
@@ -83,41 +100,43 @@ void X11Connection::forget(xcb_window_t window)
     m_selected.remove(window);
 }
 
-std::optional<QByteArray> X11Connection::property(xcb_window_t window, xcb_atom_t name, uint32_t maximum)
+xcb_get_property_cookie_t X11Connection::askCardinals(xcb_window_t window, xcb_atom_t name, uint32_t maximum)
 {
-    const auto cookie =
-        xcb_get_property(m_connection, 0, window, name, XCB_GET_PROPERTY_TYPE_ANY, 0, (maximum + 3) / 4);
-    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(m_connection, cookie, nullptr));
-    drainSoon();
-    if (!reply || reply->type == XCB_ATOM_NONE)
-        return std::nullopt;
-    return QByteArray(static_cast<const char *>(xcb_get_property_value(reply.get())),
-                      xcb_get_property_value_length(reply.get()));
+    return xcb_get_property(m_connection, 0, window, name, XCB_GET_PROPERTY_TYPE_ANY, 0, maximum);
 }
 
-std::vector<uint32_t> X11Connection::cardinals(xcb_window_t window, xcb_atom_t name, uint32_t maximum)
+std::vector<uint32_t> X11Connection::cardinals(xcb_get_property_cookie_t asked)
 {
-    const auto bytes = property(window, name, maximum * 4);
-    if (!bytes)
+    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(m_connection, asked, nullptr));
+    drainSoon();
+    return cardinalsIn(reply.get());
+}
+
+std::vector<uint32_t> X11Connection::cardinalsIn(const void *reply)
+{
+    const auto *property = static_cast<const xcb_get_property_reply_t *>(reply);
+    if (!property || property->format != 32)
         return {};
-    std::vector<uint32_t> values(size_t(bytes->size()) / 4);
-    if (!values.empty())
-        std::memcpy(values.data(), bytes->constData(), values.size() * 4);
-    return values;
+    const auto *values = static_cast<const uint32_t *>(xcb_get_property_value(property));
+    return {values, values + xcb_get_property_value_length(property) / 4};
+}
+
+void X11Connection::sendTo(xcb_window_t window, xcb_atom_t type, const std::vector<uint32_t> &data)
+{
+    send(m_connection, window, XCB_EVENT_MASK_NO_EVENT, window, type, data);
 }
 
 void X11Connection::sendToRoot(xcb_window_t window, xcb_atom_t type, const std::vector<uint32_t> &data)
 {
-    xcb_client_message_event_t message{};
-    message.response_type = XCB_CLIENT_MESSAGE;
-    message.format = 32;
-    message.window = window;
-    message.type = type;
-    std::copy_n(data.begin(), std::min<size_t>(data.size(), 5), message.data.data32);
-    xcb_send_event(m_connection, 0, m_root, XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
-                   reinterpret_cast<const char *>(&message));
-    flush();
+    sendToRootOn(m_connection, window, type, data);
     emit sentToRoot(window, type);
+}
+
+void X11Connection::sendToRootOn(xcb_connection_t *connection, xcb_window_t window, xcb_atom_t type,
+                                 const std::vector<uint32_t> &data)
+{
+    send(connection, m_root, XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT, window, type,
+         data);
 }
 
 void X11Connection::whenReplied(unsigned sequence, QObject *context, std::function<void(const void *)> handler)

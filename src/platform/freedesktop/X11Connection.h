@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/freedesktop/Releasing.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QObject>
@@ -10,7 +12,6 @@
 #include <deque>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <vector>
 
 #include <xcb/xcb.h>
@@ -21,11 +22,7 @@ namespace cobblet {
 
 /// Owns a reply of the X server.
 template<class T>
-struct XcbFree {
-    void operator()(T *reply) const { std::free(reply); }
-};
-template<class T>
-using XcbReply = std::unique_ptr<T, XcbFree<T>>;
+using XcbReply = std::unique_ptr<T, Releasing<std::free>>;
 
 /// A connection of our own to the X server, beside the toolkit's: the desktop services share it, so that what
 /// they watch on the root window and on foreign windows never mixes with the toolkit's events. Main thread.
@@ -51,12 +48,23 @@ public:
     /// Forgets what was selected on a window that is gone.
     void forget(xcb_window_t window);
 
-    /// At most `maximum` bytes of a property of any type; absent when the window or the property is.
-    std::optional<QByteArray> property(xcb_window_t window, xcb_atom_t name, uint32_t maximum = 64 * 1024);
-    /// The 32-bit values of a property; empty when absent.
-    std::vector<uint32_t> cardinals(xcb_window_t window, xcb_atom_t name, uint32_t maximum = 4096);
-    /// Sends a client message to the root window, as the window-manager standards ask of pagers.
+    /// The 32-bit values of a property of any type; empty when the window or the property is absent.
+    std::vector<uint32_t> cardinals(xcb_window_t window, xcb_atom_t name, uint32_t maximum = 4096)
+    {
+        return cardinals(askCardinals(window, name, maximum));
+    }
+    /// The same in two steps: the request, and its reply as it is waited for, or as whenReplied() hands it over.
+    xcb_get_property_cookie_t askCardinals(xcb_window_t window, xcb_atom_t name, uint32_t maximum = 4096);
+    std::vector<uint32_t> cardinals(xcb_get_property_cookie_t asked);
+    static std::vector<uint32_t> cardinalsIn(const void *reply);
+
+    /// Sends a client message with up to five numbers to the window that it is about.
+    void sendTo(xcb_window_t window, xcb_atom_t type, const std::vector<uint32_t> &data);
+    /// Sends one to the root window, as the window-manager standards ask of pagers.
     void sendToRoot(xcb_window_t window, xcb_atom_t type, const std::vector<uint32_t> &data);
+    /// The same on another connection, in order with what that one maps and unmaps; not told by sentToRoot().
+    void sendToRootOn(xcb_connection_t *connection, xcb_window_t window, xcb_atom_t type,
+                      const std::vector<uint32_t> &data);
 
     /// Sends the request with this sequence number and returns at once; `handler` gets the reply in a later turn
     /// of the loop, or null when the request failed. Dropped when `context` is gone by then.

@@ -1,9 +1,9 @@
 #include "platform/freedesktop/X11Desktop.h"
 
+#include "platform/freedesktop/StartupMessage.h"
+
 #include <QLoggingCategory>
 
-#include <algorithm>
-#include <cstring>
 #include <utility>
 
 #include <xcb/xfixes.h>
@@ -19,18 +19,15 @@ constexpr const char *managerCheck = "_NET_SUPPORTING_WM_CHECK";
 constexpr uint32_t asThePager = 2; // the source of a request that is the user's own, past the guards of the focus
 constexpr qsizetype maximumStartupID = 512;
 
-xcb_window_t windowIn(const void *raw)
+xcb_window_t windowIn(const void *reply)
 {
-    const auto *reply = static_cast<const xcb_get_property_reply_t *>(raw);
-    xcb_window_t window = XCB_WINDOW_NONE;
-    if (reply && reply->format == 32 && xcb_get_property_value_length(reply) >= 4)
-        std::memcpy(&window, xcb_get_property_value(reply), 4);
-    return window;
+    const std::vector<uint32_t> values = X11Connection::cardinalsIn(reply);
+    return values.empty() ? xcb_window_t(XCB_WINDOW_NONE) : values.front();
 }
 
 xcb_get_property_cookie_t askWindow(X11Connection &x11, xcb_window_t window, const char *name)
 {
-    return xcb_get_property(x11.xcb(), 0, window, x11.atom(name), XCB_ATOM_WINDOW, 0, 1);
+    return x11.askCardinals(window, x11.atom(name), 1);
 }
 
 } // namespace
@@ -80,12 +77,6 @@ X11Desktop::X11Desktop(X11Connection &x11, QObject *parent) : QObject(parent), m
         qCInfo(lcDesktop)
             << "No compositing manager runs: the panel's corners are cut, and it neither fades nor blurs.";
     m_x11.drainSoon();
-}
-
-X11Desktop::~X11Desktop()
-{
-    if (m_helper != XCB_WINDOW_NONE)
-        xcb_destroy_window(m_x11.xcb(), m_helper);
 }
 
 void X11Desktop::handle(const xcb_generic_event_t *event)
@@ -163,22 +154,7 @@ void X11Desktop::activate(xcb_window_t window, xcb_timestamp_t time)
 
 void X11Desktop::activateOn(xcb_connection_t *connection, xcb_window_t window, xcb_timestamp_t time)
 {
-    sendOn(connection, window, activeWindowName, {asThePager, time});
-}
-
-void X11Desktop::sendOn(xcb_connection_t *connection, xcb_window_t window, const char *type,
-                        const std::vector<uint32_t> &data)
-{
-    xcb_client_message_event_t message{};
-    message.response_type = XCB_CLIENT_MESSAGE;
-    message.format = 32;
-    message.window = window;
-    message.type = m_x11.atom(type);
-    std::copy_n(data.begin(), std::min<size_t>(data.size(), 5), message.data.data32);
-    xcb_send_event(connection, 0, m_x11.root(),
-                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
-                   reinterpret_cast<const char *>(&message));
-    xcb_flush(connection);
+    m_x11.sendToRootOn(connection, window, m_x11.atom(activeWindowName), {asThePager, time});
 }
 
 void X11Desktop::noteUserTime(xcb_timestamp_t time)
@@ -199,31 +175,7 @@ void X11Desktop::finishStartup(const QString &startupID)
             noteUserTime(time);
     }
 
-    xcb_connection_t *xcb = m_x11.xcb();
-    if (m_helper == XCB_WINDOW_NONE) {
-        m_helper = xcb_generate_id(xcb);
-        xcb_create_window(xcb, 0, m_helper, m_x11.root(), -1, -1, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
-                          XCB_COPY_FROM_PARENT, 0, nullptr);
-    }
-    QByteArray quoted;
-    for (const char c : startupID.toUtf8()) {
-        if (c == '"' || c == '\\')
-            quoted += '\\';
-        quoted += c;
-    }
-    const QByteArray text = "remove: ID=\"" + quoted + "\"";
-    // In pieces of 20 bytes; the last one holds the closing zero.
-    for (qsizetype at = 0; at <= text.size(); at += 20) {
-        xcb_client_message_event_t message{};
-        message.response_type = XCB_CLIENT_MESSAGE;
-        message.format = 8;
-        message.window = m_helper;
-        message.type = m_x11.atom(at == 0 ? "_NET_STARTUP_INFO_BEGIN" : "_NET_STARTUP_INFO");
-        std::copy_n(text.constData() + at, std::min<qsizetype>(20, text.size() - at), message.data.data8);
-        xcb_send_event(xcb, 0, m_x11.root(), XCB_EVENT_MASK_PROPERTY_CHANGE,
-                       reinterpret_cast<const char *>(&message));
-    }
-    m_x11.flush();
+    broadcastStartup(m_x11, "remove: ID=" + quotedForStartup(startupID));
 }
 
 } // namespace cobblet

@@ -13,7 +13,6 @@ class X11Desktop : public QObject {
 public:
     /// The connection outlives this object.
     explicit X11Desktop(X11Connection &x11, QObject *parent = nullptr);
-    ~X11Desktop() override;
 
     X11Connection &x11() const { return m_x11; }
 
@@ -28,10 +27,6 @@ public:
     void activate(xcb_window_t window, xcb_timestamp_t time);
     /// The same on another connection, in order with what that one maps and unmaps; not told by activationSent().
     void activateOn(xcb_connection_t *connection, xcb_window_t window, xcb_timestamp_t time);
-
-    /// Sends any client message to the root window on a connection.
-    void sendOn(xcb_connection_t *connection, xcb_window_t window, const char *type,
-                const std::vector<uint32_t> &data);
 
     /// The server's time when the user last did something to this program; 0 when that is unknown.
     xcb_timestamp_t userTime() const { return m_userTime; }
@@ -60,7 +55,6 @@ private:
     xcb_window_t m_managerNamed = XCB_WINDOW_NONE;  ///< by the root window; it outlives a manager that died
     xcb_window_t m_managerWindow = XCB_WINDOW_NONE; ///< which says the same of itself
     xcb_window_t m_active = XCB_WINDOW_NONE;
-    xcb_window_t m_helper = XCB_WINDOW_NONE; ///< never shown; speaks for this process
     bool m_compositing = false;
     xcb_timestamp_t m_userTime = 0;
 };

@@ -3,7 +3,6 @@
 #include "platform/freedesktop/Xkb.h"
 
 #include <QLoggingCategory>
-#include <QPointer>
 
 #include <algorithm>
 
@@ -18,20 +17,6 @@ constexpr uint16_t keyboardChanges =
 constexpr uint16_t mapChanges = XCB_XKB_MAP_PART_KEY_SYMS | XCB_XKB_MAP_PART_MODIFIER_MAP;
 
 } // namespace
-
-class X11HotKeys::Grabbed : public HotKeys::Registration {
-public:
-    Grabbed(X11HotKeys *service, const HotKeyID &id) : m_service(service), m_id(id) {}
-    ~Grabbed() override
-    {
-        if (m_service)
-            m_service->unregister(m_id);
-    }
-
-private:
-    QPointer<X11HotKeys> m_service;
-    HotKeyID m_id;
-};
 
 X11HotKeys::X11HotKeys(X11Desktop &desktop) : m_desktop(desktop), m_x11(desktop.x11())
 {
@@ -84,7 +69,7 @@ std::vector<Result<HotKeys::Handle>> X11HotKeys::registerAll(const QList<HotKey>
         const HotKey &key = keys[i];
         if (succeeded(requests[size_t(i)])) {
             m_keys.push_back(key);
-            results.emplace_back(std::make_unique<Grabbed>(this, key.id));
+            results.emplace_back(std::make_unique<Registration>(this, key.id));
             continue;
         }
         release(grabsFor(key, m_keyboard));

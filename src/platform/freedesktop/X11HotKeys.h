@@ -27,7 +27,6 @@ public:
     QString trigger(const HotKeyID &) const override { return {}; }
 
 private:
-    class Grabbed;
     /// One grab: a key's code and the exact modifiers.
     using Grab = std::pair<xcb_keycode_t, uint16_t>;
     /// Requests on their way.
@@ -44,7 +43,7 @@ private:
     Request request(const std::vector<Grab> &grabs);
     bool succeeded(const Request &request);
     void release(const std::vector<Grab> &grabs);
-    void unregister(const HotKeyID &id);
+    void unregister(const HotKeyID &id) override;
     void handle(const xcb_generic_event_t *event);
     void handlePress(const xcb_input_key_press_event_t &press);
 

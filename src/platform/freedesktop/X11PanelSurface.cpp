@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <utility>
 
 #include <xcb/shape.h>
@@ -21,6 +20,7 @@ namespace {
 constexpr std::chrono::milliseconds graceForFocus{60};
 
 constexpr uint32_t allDesktops = 0xFFFFFFFF;
+constexpr uint32_t fromApplication = 1; // the source of a request
 
 constexpr const char *timeMark = "_COBBLET_TIME";
 constexpr const char *windowState = "_NET_WM_STATE";
@@ -68,9 +68,7 @@ X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Scr
     // A popover that takes the keyboard is a window of its own to the desktop, yet none to switch to.
     connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, [this](QWindow *now) {
         if (now && now != &this->window() && isFamily(now))
-            m_desktop.sendOn(m_toolkit, xcb_window_t(now->winId()), windowState,
-                             {1, m_desktop.x11().atom("_NET_WM_STATE_SKIP_TASKBAR"),
-                              m_desktop.x11().atom("_NET_WM_STATE_SKIP_PAGER"), 1});
+            addStates(xcb_window_t(now->winId()), "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER");
     });
     const auto reshape = [this] { updateShape(this->window().size()); };
     connect(&window, &QWindow::widthChanged, this, reshape);
@@ -107,14 +105,18 @@ void X11PanelSurface::prepareToMap()
 void X11PanelSurface::repeatState()
 {
     X11Connection &x11 = m_desktop.x11();
+    addStates(m_id, "_NET_WM_STATE_ABOVE", "_NET_WM_STATE_STICKY");
+    addStates(m_id, "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER");
+    x11.sendToRootOn(m_toolkit, m_id, x11.atom("_NET_WM_DESKTOP"), {allDesktops, fromApplication});
+}
+
+/// Of a window that is shown already.
+void X11PanelSurface::addStates(xcb_window_t window, const char *first, const char *second)
+{
     constexpr uint32_t add = 1;
-    constexpr uint32_t fromApplication = 1;
-    m_desktop.sendOn(m_toolkit, m_id, windowState,
-                     {add, x11.atom("_NET_WM_STATE_ABOVE"), x11.atom("_NET_WM_STATE_STICKY"), fromApplication});
-    m_desktop.sendOn(
-        m_toolkit, m_id, windowState,
-        {add, x11.atom("_NET_WM_STATE_SKIP_TASKBAR"), x11.atom("_NET_WM_STATE_SKIP_PAGER"), fromApplication});
-    m_desktop.sendOn(m_toolkit, m_id, "_NET_WM_DESKTOP", {allDesktops, fromApplication});
+    X11Connection &x11 = m_desktop.x11();
+    x11.sendToRootOn(m_toolkit, window, x11.atom(windowState),
+                     {add, x11.atom(first), x11.atom(second), fromApplication});
 }
 
 /// The toolkit sends a change of opacity with whatever it sends next, which may be the end of the fade.
@@ -229,18 +231,16 @@ void X11PanelSurface::returnFocus()
         return;
     X11Connection &x11 = m_desktop.x11();
     const auto focusAsked = xcb_get_input_focus(x11.xcb());
-    const auto stateAsked = xcb_get_property(x11.xcb(), 0, previous, x11.atom(windowState), XCB_ATOM_ATOM, 0, 64);
+    const auto stateAsked = x11.askCardinals(previous, x11.atom(windowState), 64);
     const auto attributesAsked = xcb_get_window_attributes(x11.xcb(), previous);
     const XcbReply<xcb_get_input_focus_reply_t> focus(xcb_get_input_focus_reply(x11.xcb(), focusAsked, nullptr));
-    const XcbReply<xcb_get_property_reply_t> state(xcb_get_property_reply(x11.xcb(), stateAsked, nullptr));
+    const std::vector<uint32_t> states = x11.cardinals(stateAsked);
     const XcbReply<xcb_get_window_attributes_reply_t> attributes(
         xcb_get_window_attributes_reply(x11.xcb(), attributesAsked, nullptr));
     x11.drainSoon();
-    if (!focus || !state || !attributes || !holdsFocus(focus->focus))
+    if (!focus || !attributes || !holdsFocus(focus->focus))
         return;
-    const auto *states = static_cast<const xcb_atom_t *>(xcb_get_property_value(state.get()));
-    const xcb_atom_t *end = states + xcb_get_property_value_length(state.get()) / 4;
-    if (std::find(states, end, x11.atom(hiddenState)) != end)
+    if (std::find(states.begin(), states.end(), x11.atom(hiddenState)) != states.end())
         return;
     if (m_desktop.hasWindowManager()) {
         m_desktop.activateOn(m_toolkit, previous, m_desktop.userTime());

@@ -42,6 +42,7 @@ private:
     void updateShape(const QSize &points);
     void updateEffects();
     void set(const char *property, xcb_atom_t type, const std::vector<uint32_t> &values);
+    void addStates(xcb_window_t window, const char *first, const char *second);
 
     X11Desktop &m_desktop;
     xcb_connection_t *m_toolkit; ///< the toolkit's connection: what it carries stays in order with the mapping

@@ -6,7 +6,6 @@
 #include <QScreen>
 
 #include <algorithm>
-#include <cstring>
 
 namespace cobblet {
 
@@ -14,33 +13,16 @@ namespace {
 
 constexpr uint32_t maximumClients = 4096;
 
-std::vector<uint32_t> numbers(const xcb_get_property_reply_t *reply)
-{
-    if (!reply || reply->format != 32)
-        return {};
-    std::vector<uint32_t> values(size_t(xcb_get_property_value_length(reply)) / 4);
-    if (!values.empty())
-        std::memcpy(values.data(), xcb_get_property_value(reply), values.size() * 4);
-    return values;
-}
-
 /// The newer property counts where a dock sets both.
-std::optional<geometry::Strut> strutOf(const xcb_get_property_reply_t *partial, const xcb_get_property_reply_t *old)
+std::optional<geometry::Strut> strutOf(const std::vector<uint32_t> &partial, const std::vector<uint32_t> &old)
 {
-    if (const auto values = numbers(partial); values.size() == 12)
-        return geometry::strutFrom(values);
-    return geometry::strutFrom(numbers(old));
+    return geometry::strutFrom(partial.size() == 12 ? partial : old);
 }
 
 QRectF mainFrame()
 {
     const QScreen *main = QGuiApplication::primaryScreen();
     return main ? QRectF(main->geometry()) : QRectF();
-}
-
-xcb_get_property_cookie_t askCardinals(X11Connection &x11, xcb_window_t window, const char *name, uint32_t count)
-{
-    return xcb_get_property(x11.xcb(), 0, window, x11.atom(name), XCB_GET_PROPERTY_TYPE_ANY, 0, count);
 }
 
 constexpr const char *clientList = "_NET_CLIENT_LIST";
@@ -85,27 +67,25 @@ void X11Screens::loadStruts()
 
     xcb_connection_t *xcb = m_x11->xcb();
     const auto geometryAsked = xcb_get_geometry(xcb, m_x11->root());
-    const auto clientsAsked = askCardinals(*m_x11, m_x11->root(), clientList, maximumClients);
+    const auto clientsAsked = m_x11->askCardinals(m_x11->root(), m_x11->atom(clientList), maximumClients);
     const XcbReply<xcb_get_geometry_reply_t> root(xcb_get_geometry_reply(xcb, geometryAsked, nullptr));
     if (root)
         m_desktop = QSize(root->width, root->height);
-    const XcbReply<xcb_get_property_reply_t> clients(xcb_get_property_reply(xcb, clientsAsked, nullptr));
 
     struct Asked {
         xcb_window_t window;
         xcb_get_property_cookie_t partial, old;
     };
     std::vector<Asked> asked;
-    for (const xcb_window_t window : numbers(clients.get())) {
+    for (const xcb_window_t window : m_x11->cardinals(clientsAsked)) {
         m_clients.insert(window);
         m_x11->select(window, XCB_EVENT_MASK_PROPERTY_CHANGE);
-        asked.push_back(
-            {window, askCardinals(*m_x11, window, partialStrut, 12), askCardinals(*m_x11, window, oldStrut, 4)});
+        asked.push_back({window, m_x11->askCardinals(window, m_x11->atom(partialStrut), 12),
+                         m_x11->askCardinals(window, m_x11->atom(oldStrut), 4)});
     }
     for (const Asked &each : asked) {
-        const XcbReply<xcb_get_property_reply_t> partial(xcb_get_property_reply(xcb, each.partial, nullptr));
-        const XcbReply<xcb_get_property_reply_t> old(xcb_get_property_reply(xcb, each.old, nullptr));
-        if (const auto strut = strutOf(partial.get(), old.get()))
+        const std::vector<uint32_t> partial = m_x11->cardinals(each.partial);
+        if (const auto strut = strutOf(partial, m_x11->cardinals(each.old)))
             m_struts.insert(each.window, *strut);
     }
     m_x11->drainSoon();
@@ -138,9 +118,8 @@ void X11Screens::handle(const xcb_generic_event_t *event)
 
 void X11Screens::followClients()
 {
-    m_x11->whenReplied(
-        askCardinals(*m_x11, m_x11->root(), clientList, maximumClients).sequence, this,
-        [this](const void *reply) { takeClients(numbers(static_cast<const xcb_get_property_reply_t *>(reply))); });
+    m_x11->whenReplied(m_x11->askCardinals(m_x11->root(), m_x11->atom(clientList), maximumClients).sequence, this,
+                       [this](const void *reply) { takeClients(X11Connection::cardinalsIn(reply)); });
 }
 
 void X11Screens::takeClients(const std::vector<uint32_t> &windows)
@@ -157,16 +136,15 @@ void X11Screens::takeClients(const std::vector<uint32_t> &windows)
 
 void X11Screens::followStrut(xcb_window_t window)
 {
-    const auto partialAsked = askCardinals(*m_x11, window, partialStrut, 12);
-    const auto oldAsked = askCardinals(*m_x11, window, oldStrut, 4);
+    const auto partialAsked = m_x11->askCardinals(window, m_x11->atom(partialStrut), 12);
+    const auto oldAsked = m_x11->askCardinals(window, m_x11->atom(oldStrut), 4);
     auto partial = std::make_shared<std::vector<uint32_t>>();
-    m_x11->whenReplied(partialAsked.sequence, this, [partial](const void *reply) {
-        *partial = numbers(static_cast<const xcb_get_property_reply_t *>(reply));
-    });
+    m_x11->whenReplied(partialAsked.sequence, this,
+                       [partial](const void *reply) { *partial = X11Connection::cardinalsIn(reply); });
     m_x11->whenReplied(oldAsked.sequence, this, [this, window, partial](const void *reply) {
-        const auto old = numbers(static_cast<const xcb_get_property_reply_t *>(reply));
+        const auto old = X11Connection::cardinalsIn(reply);
         if (m_clients.contains(window))
-            setStrut(window, geometry::strutFrom(partial->size() == 12 ? *partial : old));
+            setStrut(window, strutOf(*partial, old));
     });
 }
 

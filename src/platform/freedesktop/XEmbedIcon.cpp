@@ -104,16 +104,7 @@ void XEmbedIcon::makeWindow(const QString &description)
 
 void XEmbedIcon::dock()
 {
-    xcb_client_message_event_t message{};
-    message.response_type = XCB_CLIENT_MESSAGE;
-    message.format = 32;
-    message.window = m_tray;
-    message.type = m_x11.atom("_NET_SYSTEM_TRAY_OPCODE");
-    message.data.data32[0] = XCB_CURRENT_TIME;
-    message.data.data32[1] = requestDock;
-    message.data.data32[2] = m_window;
-    xcb_send_event(m_x11.xcb(), 0, m_tray, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<const char *>(&message));
-    m_x11.flush();
+    m_x11.sendTo(m_tray, m_x11.atom("_NET_SYSTEM_TRAY_OPCODE"), {XCB_CURRENT_TIME, requestDock, m_window});
 }
 
 void XEmbedIcon::setDarkDesktop(bool dark)

@@ -5,10 +5,8 @@
 #include <QFileInfo>
 
 #include <cerrno>
-#include <condition_variable>
 #include <fcntl.h>
-#include <memory>
-#include <mutex>
+#include <future>
 #include <sys/file.h>
 #include <thread>
 #include <unistd.h>
@@ -16,8 +14,6 @@
 namespace cobblet {
 
 namespace {
-
-enum class Answer { Locked, Failed, Late };
 
 bool lock(int descriptor, int operation)
 {
@@ -28,68 +24,39 @@ bool lock(int descriptor, int operation)
     return result == 0;
 }
 
-/// Waits in the kernel's queue, where everybody has a turn. The thread that waits there can't be called off: it
-/// outlives a caller that gave up, and then closes the descriptor, which is its own from here on unless Locked.
-Answer waitForLock(int descriptor, std::chrono::milliseconds patience)
-{
-    struct Shared {
-        std::mutex mutex;
-        std::condition_variable changed;
-        bool answered = false;
-        bool locked = false;
-        bool abandoned = false;
-    };
-    const auto shared = std::make_shared<Shared>();
-    std::thread([shared, descriptor] {
-        const bool locked = lock(descriptor, LOCK_EX);
-        const std::lock_guard guard(shared->mutex);
-        shared->answered = true;
-        shared->locked = locked;
-        if (shared->abandoned || !locked)
-            ::close(descriptor);
-        shared->changed.notify_one();
-    }).detach();
-    std::unique_lock guard(shared->mutex);
-    if (!shared->changed.wait_for(guard, patience, [&] { return shared->answered; })) {
-        shared->abandoned = true;
-        return Answer::Late;
-    }
-    return shared->locked ? Answer::Locked : Answer::Failed;
-}
-
 } // namespace
 
 FileLock::FileLock(const QString &path, std::chrono::milliseconds patience)
 {
     QDir().mkpath(QFileInfo(path).absolutePath());
-    const int descriptor =
-        ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
-    if (descriptor < 0)
+    const int opened = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    if (opened < 0)
         return;
-    if (lock(descriptor, LOCK_EX | LOCK_NB)) {
+    const std::shared_ptr<const int> descriptor(new int(opened), [](const int *last) {
+        ::close(*last);
+        delete last;
+    });
+    bool locked = lock(opened, LOCK_EX | LOCK_NB);
+    if (!locked && errno == EWOULDBLOCK) {
+        // In the kernel's queue everybody has a turn. The thread that waits there can't be called off: it outlives a
+        // caller that gave up, and the lock it may get then goes with the descriptor.
+        std::packaged_task<bool()> wait([descriptor] { return lock(*descriptor, LOCK_EX); });
+        std::future<bool> answer = wait.get_future();
+        std::thread(std::move(wait)).detach();
+        if (answer.wait_for(patience) != std::future_status::ready) {
+            m_mayWrite = Error{QStringLiteral("Another process keeps %1 locked: end it if it hangs.").arg(path)};
+            return;
+        }
+        locked = answer.get();
+    }
+    if (locked)
         m_descriptor = descriptor;
-        return;
-    }
-    if (errno != EWOULDBLOCK) {
-        ::close(descriptor);
-        return;
-    }
-    switch (waitForLock(descriptor, patience)) {
-    case Answer::Locked:
-        m_descriptor = descriptor;
-        break;
-    case Answer::Failed:
-        break;
-    case Answer::Late:
-        m_mayWrite = Error{QStringLiteral("Another process keeps %1 locked: end it if it hangs.").arg(path)};
-        break;
-    }
 }
 
 FileLock::~FileLock()
 {
-    if (m_descriptor >= 0)
-        ::close(m_descriptor); // the lock goes with the last descriptor
+    if (m_descriptor)
+        lock(*m_descriptor, LOCK_UN); // the thread that waited may still be about to let go of its descriptor
 }
 
 } // namespace cobblet

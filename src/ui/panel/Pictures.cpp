@@ -65,33 +65,13 @@ void CBAppIconTile::setImage(const QVariant &value)
     emit imageChanged();
 }
 
-void CBSymbol::setName(const QString &name)
+CBSymbol::CBSymbol(QQuickItem *parent) : PictureItem(parent)
 {
-    if (m_name == name)
-        return;
-    m_name = name;
-    redraw();
-    emit changed();
-}
-
-void CBSymbol::setColor(const QColor &color)
-{
-    if (m_color == color)
-        return;
-    m_color = color;
-    redraw();
-    emit changed();
-}
-
-void CBSymbol::setFontSize(double size)
-{
-    if (m_fontSize == size)
-        return;
-    m_fontSize = size;
-    const double box = symbolBox(size);
-    setImplicitSize(box, box);
-    redraw();
-    emit changed();
+    connect(this, &CBSymbol::changed, this, [this] {
+        const double box = symbolBox(m_fontSize);
+        setImplicitSize(box, box);
+        redraw();
+    });
 }
 
 QImage CBSymbol::picture(qreal ratio) const
@@ -99,39 +79,9 @@ QImage CBSymbol::picture(qreal ratio) const
     return symbolImage(m_name, m_color, symbolBox(m_fontSize), ratio);
 }
 
-template<class T>
-void CBRowShape::assign(T &member, const T &value)
+CBRowShape::CBRowShape(QQuickItem *parent) : PictureItem(parent)
 {
-    if (member == value)
-        return;
-    member = value;
-    redraw();
-    emit changed();
-}
-
-void CBRowShape::setFill(const QColor &fill)
-{
-    assign(m_fill, fill);
-}
-void CBRowShape::setStroke(const QColor &stroke)
-{
-    assign(m_stroke, stroke);
-}
-void CBRowShape::setShadow(const QColor &shadow)
-{
-    assign(m_shadow, shadow);
-}
-void CBRowShape::setShadowRadius(double radius)
-{
-    assign(m_shadowRadius, radius);
-}
-void CBRowShape::setShadowY(double y)
-{
-    assign(m_shadowY, y);
-}
-void CBRowShape::setRadius(double radius)
-{
-    assign(m_radius, radius);
+    connect(this, &CBRowShape::changed, this, &CBRowShape::redraw);
 }
 
 QImage CBRowShape::picture(qreal ratio) const

@@ -53,17 +53,11 @@ private:
 class CBSymbol : public cobblet::PictureItem {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(QString name READ name WRITE setName NOTIFY changed)
-    Q_PROPERTY(QColor color READ color WRITE setColor NOTIFY changed)
-    Q_PROPERTY(double fontSize READ fontSize WRITE setFontSize NOTIFY changed)
+    Q_PROPERTY(QString name MEMBER m_name NOTIFY changed)
+    Q_PROPERTY(QColor color MEMBER m_color NOTIFY changed)
+    Q_PROPERTY(double fontSize MEMBER m_fontSize NOTIFY changed)
 public:
-    using PictureItem::PictureItem;
-    QString name() const { return m_name; }
-    void setName(const QString &name);
-    QColor color() const { return m_color; }
-    void setColor(const QColor &color);
-    double fontSize() const { return m_fontSize; }
-    void setFontSize(double size);
+    explicit CBSymbol(QQuickItem *parent = nullptr);
 
 signals:
     void changed();
@@ -82,21 +76,15 @@ private:
 class CBRowShape : public cobblet::PictureItem {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(QColor fill MEMBER m_fill WRITE setFill NOTIFY changed)
-    Q_PROPERTY(QColor stroke MEMBER m_stroke WRITE setStroke NOTIFY changed)
-    Q_PROPERTY(QColor shadow MEMBER m_shadow WRITE setShadow NOTIFY changed)
-    Q_PROPERTY(double shadowRadius MEMBER m_shadowRadius WRITE setShadowRadius NOTIFY changed)
-    Q_PROPERTY(double shadowY MEMBER m_shadowY WRITE setShadowY NOTIFY changed)
-    Q_PROPERTY(double radius MEMBER m_radius WRITE setRadius NOTIFY changed)
+    Q_PROPERTY(QColor fill MEMBER m_fill NOTIFY changed)
+    Q_PROPERTY(QColor stroke MEMBER m_stroke NOTIFY changed)
+    Q_PROPERTY(QColor shadow MEMBER m_shadow NOTIFY changed)
+    Q_PROPERTY(double shadowRadius MEMBER m_shadowRadius NOTIFY changed)
+    Q_PROPERTY(double shadowY MEMBER m_shadowY NOTIFY changed)
+    Q_PROPERTY(double radius MEMBER m_radius NOTIFY changed)
     Q_PROPERTY(int margin READ margin CONSTANT)
 public:
-    using PictureItem::PictureItem;
-    void setFill(const QColor &fill);
-    void setStroke(const QColor &stroke);
-    void setShadow(const QColor &shadow);
-    void setShadowRadius(double radius);
-    void setShadowY(double y);
-    void setRadius(double radius);
+    explicit CBRowShape(QQuickItem *parent = nullptr);
     int margin() const { return shadowMargin; }
 
 signals:
@@ -106,9 +94,6 @@ protected:
     QImage picture(qreal ratio) const override;
 
 private:
-    template<class T>
-    void assign(T &member, const T &value);
-
     static constexpr int shadowMargin = 4;
     QColor m_fill;
     QColor m_stroke;

@@ -23,16 +23,17 @@ TEST(Processes, AnApplicationsOwnAreItsDescendantsInItsSession)
         {16, 15, 10, 0}, // and its helper
         {17, 1, 10, 0},  // a neighbour in the session
     };
-    const auto pids = [&](qint64 pid, const QList<qint64> &others) {
+    const auto pids = [&](const QList<qint64> &roots, const QList<qint64> &others) {
         QList<qint64> found;
-        for (const ProcessEntry &process : ownProcesses(pid, all, others))
+        for (const ProcessEntry &process : ownProcesses(roots, all, others))
             found.append(process.pid);
         return found;
     };
-    EXPECT_EQ(pids(10, {15}), (QList<qint64>{10, 11, 12}));
-    EXPECT_EQ(pids(10, {}), (QList<qint64>{10, 11, 15, 12, 16}));
-    EXPECT_EQ(pids(13, {}), (QList<qint64>{13, 14}));
-    EXPECT_EQ(pids(99, {}), QList<qint64>{});
+    EXPECT_EQ(pids({10}, {15}), (QList<qint64>{10, 11, 12}));
+    EXPECT_EQ(pids({10}, {}), (QList<qint64>{10, 11, 15, 12, 16}));
+    EXPECT_EQ(pids({10, 13, 15}, {15}), (QList<qint64>{10, 13, 11, 14, 12}));
+    EXPECT_EQ(pids({13}, {}), (QList<qint64>{13, 14}));
+    EXPECT_EQ(pids({99}, {}), QList<qint64>{});
 }
 
 TEST(Processes, ASignalReachesOnlyTheProcessThatWasSeen)

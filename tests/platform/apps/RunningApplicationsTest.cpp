@@ -1,6 +1,7 @@
 #include "DesktopFixture.h"
 #include "XServer.h"
 
+#include "platform/freedesktop/StartupMessage.h"
 #include "platform/freedesktop/X11Connection.h"
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 #include "platform/freedesktop/apps/X11RunningApplications.h"
@@ -246,6 +247,32 @@ TEST_F(RunningApplicationsTest, WorksWithoutAWindowManagerAndWithOneThatComesLat
     EXPECT_TRUE(waitFor([&] { return count("clock") == 1; }));
     running->terminate(clock);
     EXPECT_TRUE(waitFor([&] { return count("clock") == 0; }));
+}
+
+TEST_F(RunningApplicationsTest, TheDesktopHearsAMessageAboutALaunchInPieces)
+{
+    const auto here = X11Connection::open();
+    const auto desktop = X11Connection::open();
+    ASSERT_TRUE(here && desktop);
+    desktop->select(desktop->root(), XCB_EVENT_MASK_PROPERTY_CHANGE);
+    desktop->cardinals(desktop->root(), XCB_ATOM_WM_NAME); // the server has read the request by now
+    QHash<xcb_window_t, QByteArray> heard;
+    QObject::connect(desktop.get(), &X11Connection::eventArrived, [&](const xcb_generic_event_t *event) {
+        const auto *message = reinterpret_cast<const xcb_client_message_event_t *>(event);
+        if ((event->response_type & 0x7f) != XCB_CLIENT_MESSAGE)
+            return;
+        const bool begins = message->type == desktop->atom("_NET_STARTUP_INFO_BEGIN");
+        EXPECT_EQ(begins, !heard.contains(message->window));
+        heard[message->window] += QByteArray(reinterpret_cast<const char *>(message->data.data8), 20);
+    });
+    for (const int size : {0, 19, 20, 45}) {
+        heard.clear();
+        const QByteArray text(size, 'x');
+        broadcastStartup(*here, text);
+        ASSERT_TRUE(waitFor([&] { return heard.size() == 1 && heard.begin()->endsWith('\0'); }, 5000)) << size;
+        EXPECT_EQ(QByteArray(heard.begin()->constData()), text);
+    }
+    EXPECT_EQ(quotedForStartup(QStringLiteral("a\n\"b\\")), "\"a\\\"b\\\\\"");
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "platform/freedesktop/apps/ApplicationLauncher.h"
 
+#include "platform/freedesktop/Releasing.h"
 #include "platform/freedesktop/apps/DesktopBus.h"
 #include "platform/freedesktop/apps/DesktopEntry.h"
 
@@ -25,14 +26,6 @@ Q_LOGGING_CATEGORY(lcLaunch, "cobblet.applications.launch")
 
 namespace {
 
-template<auto Free>
-struct Releasing {
-    template<class T>
-    void operator()(T *object) const
-    {
-        Free(object);
-    }
-};
 /// What the child prepares between fork and exec, where only few calls are safe.
 struct ChildSetup {
     const char *homeFolder; ///< where it starts; null when another folder was asked for

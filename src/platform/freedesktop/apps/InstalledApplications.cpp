@@ -5,6 +5,7 @@
 #include "platform/freedesktop/apps/InstalledApplications.h"
 
 #include "platform/AtomicFile.h"
+#include "platform/freedesktop/Releasing.h"
 #include "platform/freedesktop/apps/DesktopEntry.h"
 
 #include <QFileInfo>
@@ -19,15 +20,6 @@ namespace {
 
 constexpr qint64 maximumEntryBytes = 1024 * 1024;
 constexpr qsizetype maximumCached = 4096;
-
-template<auto Free>
-struct Releasing {
-    template<class T>
-    void operator()(T *object) const
-    {
-        Free(object);
-    }
-};
 
 QString taken(char *text)
 {

@@ -108,20 +108,30 @@ ProcessIdentity processIdentity(qint64 pid)
     return identity;
 }
 
-QList<ProcessEntry> ownProcesses(qint64 pid, const QList<ProcessEntry> &all, const QList<qint64> &others)
+QList<ProcessEntry> ownProcesses(const QList<qint64> &roots, const QList<ProcessEntry> &all,
+                                 const QList<qint64> &others)
 {
     QList<ProcessEntry> own;
     for (const ProcessEntry &entry : all)
-        if (entry.pid == pid)
+        if (roots.contains(entry.pid) && !others.contains(entry.pid))
             own.append(entry);
     for (qsizetype next = 0; next < own.size(); ++next) {
         const ProcessEntry parent = own.at(next);
         for (const ProcessEntry &entry : all)
-            if (entry.parent == parent.pid && entry.session == own.first().session && !others.contains(entry.pid) &&
+            if (entry.parent == parent.pid && entry.session == parent.session && !others.contains(entry.pid) &&
                 !own.contains(entry))
                 own.append(entry);
     }
     return own;
+}
+
+qint64 leftInSession(qint64 session)
+{
+    qint64 first = 0;
+    for (const ProcessEntry &process : allProcesses())
+        if (process.session == session && process.pid != session && (first == 0 || process.pid < first))
+            first = process.pid;
+    return first;
 }
 
 bool isOrDescendsFrom(qint64 pid, qint64 ancestor)

@@ -26,9 +26,13 @@ QList<ProcessEntry> allProcesses();
 /// What the resolver needs of a process; fields that may not be read stay empty.
 ProcessIdentity processIdentity(qint64 pid);
 
-/// A process and the ones it started that can be told to be its own: descendants in its session (a terminal
-/// gives each shell a session of its own) that are not below one of `others`. The process itself comes first.
-QList<ProcessEntry> ownProcesses(qint64 pid, const QList<ProcessEntry> &all, const QList<qint64> &others);
+/// Processes and the ones they started that can be told to be their own: descendants in the same session (a
+/// terminal gives each shell a session of its own). Neither `others` nor what these started. The roots come first.
+QList<ProcessEntry> ownProcesses(const QList<qint64> &roots, const QList<ProcessEntry> &all,
+                                 const QList<qint64> &others);
+
+/// The first of the processes that the leader of a session left behind; 0 when there is none.
+qint64 leftInSession(qint64 session);
 
 /// Whether `pid` is `ancestor`, or was started by it, directly or not, and still is in the same session.
 bool isOrDescendsFrom(qint64 pid, qint64 ancestor);

@@ -1,11 +1,8 @@
 #pragma once
 
-#include <QByteArray>
 #include <QString>
 
 #include <optional>
-
-#include <xcb/xcb.h>
 
 namespace cobblet {
 
@@ -20,9 +17,6 @@ class StartupNotification {
 public:
     /// `x11` may be null: identifiers are then minted without a clock.
     explicit StartupNotification(X11Connection *x11) : m_x11(x11) {}
-    ~StartupNotification();
-    StartupNotification(const StartupNotification &) = delete;
-    StartupNotification &operator=(const StartupNotification &) = delete;
 
     /// A new identifier that carries the time of the launch.
     QString mint();
@@ -31,10 +25,7 @@ public:
     void remove(const QString &startupId);
 
 private:
-    void broadcast(const QByteArray &message);
-
     X11Connection *m_x11;
-    xcb_window_t m_window = XCB_WINDOW_NONE;
     unsigned m_sequence = 0;
 };
 

@@ -114,19 +114,12 @@ std::vector<xcb_window_t> X11ClientWindows::list(const QSet<xcb_window_t> &kept)
 
 unsigned X11ClientWindows::askForList()
 {
-    return xcb_get_property(m_x11.xcb(), 0, m_x11.root(), m_x11.atom("_NET_CLIENT_LIST"), XCB_GET_PROPERTY_TYPE_ANY,
-                            0, maximumWindows)
-        .sequence;
+    return m_x11.askCardinals(m_x11.root(), m_x11.atom("_NET_CLIENT_LIST"), maximumWindows).sequence;
 }
 
 std::vector<xcb_window_t> X11ClientWindows::listIn(const void *reply) const
 {
-    const auto *property = static_cast<const xcb_get_property_reply_t *>(reply);
-    std::vector<xcb_window_t> windows;
-    if (property && property->format == 32) {
-        const auto *first = static_cast<const xcb_window_t *>(xcb_get_property_value(property));
-        windows.assign(first, first + xcb_get_property_value_length(property) / 4);
-    }
+    std::vector<xcb_window_t> windows = X11Connection::cardinalsIn(reply);
     std::erase_if(windows, [this](xcb_window_t window) { return window == XCB_WINDOW_NONE || isOwn(window); });
     return windows;
 }
@@ -314,15 +307,7 @@ bool X11ClientWindows::close(xcb_window_t window)
     const auto protocols = m_x11.cardinals(window, m_x11.atom("WM_PROTOCOLS"), 64);
     if (std::find(protocols.begin(), protocols.end(), request) == protocols.end())
         return false;
-    xcb_client_message_event_t message{};
-    message.response_type = XCB_CLIENT_MESSAGE;
-    message.format = 32;
-    message.window = window;
-    message.type = m_x11.atom("WM_PROTOCOLS");
-    message.data.data32[0] = request;
-    message.data.data32[1] = now;
-    xcb_send_event(m_x11.xcb(), 0, window, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<const char *>(&message));
-    m_x11.flush();
+    m_x11.sendTo(window, m_x11.atom("WM_PROTOCOLS"), {request, now});
     return true;
 }
 

@@ -20,16 +20,6 @@ namespace {
 /// How long an application may take to show its first window before a click on it starts it again.
 constexpr qint64 startingMilliseconds = 15000;
 
-/// The first of the processes that the leader of a session left behind; 0 when there is none.
-qint64 leftInSession(qint64 session)
-{
-    qint64 first = 0;
-    for (const ProcessEntry &process : allProcesses())
-        if (process.session == session && process.pid != session && (first == 0 || process.pid < first))
-            first = process.pid;
-    return first;
-}
-
 } // namespace
 
 X11RunningApplications::X11RunningApplications(X11Connection *x11, FreedesktopWorkspace &workspace, QObject *parent)
@@ -40,17 +30,19 @@ X11RunningApplications::X11RunningApplications(X11Connection *x11, FreedesktopWo
     if (!x11)
         return;
     m_clients = std::make_unique<X11ClientWindows>(*x11);
+    m_visibility = std::make_unique<X11WindowVisibility>(*m_clients);
     if (!m_clients->hasLists())
         qCDebug(lcRunning)
             << "Nobody keeps a list of windows: running applications are looked for in the window tree.";
     connect(x11, &X11Connection::eventArrived, this, &X11RunningApplications::onEvent);
     connect(x11, &X11Connection::broken, this, [this] {
+        m_visibility.reset();
         m_clients.reset();
         m_order.clear();
         m_windows.clear();
         regroup();
     });
-    take(m_clients->list(m_hidden));
+    take(m_clients->list(m_visibility->hidden()));
 }
 
 X11RunningApplications::~X11RunningApplications() = default;
@@ -66,10 +58,10 @@ void X11RunningApplications::onEvent(xcb_generic_event_t *event)
             if (!m_clients->isList(change->atom))
                 return;
             m_managerChanged = m_managerChanged || change->atom == m_x11->atom("_NET_SUPPORTING_WM_CHECK");
-        } else if (const auto window = m_windows.find(change->window); window == m_windows.end()) {
+        } else if (!m_windows.contains(change->window)) {
             return;
         } else if (change->atom == m_x11->atom("WM_STATE")) {
-            window->restoring = false;
+            m_visibility->stateChanged(change->window);
             return;
         } else if (m_clients->isIdentity(change->atom)) {
             m_changed.insert(change->window);
@@ -105,7 +97,7 @@ void X11RunningApplications::refresh()
     if (std::exchange(m_managerChanged, false) || !m_clients->hasLists())
         m_clients->findWindowManager();
     if (!m_clients->hasLists())
-        return take(m_clients->list(m_hidden));
+        return take(m_clients->list(m_visibility->hidden()));
     // Without waiting: the list changes with every window that opens, the panel's among them.
     m_x11->whenReplied(m_clients->askForList(), this, [this](const void *reply) {
         if (m_clients)
@@ -123,7 +115,7 @@ void X11RunningApplications::take(std::vector<xcb_window_t> windows)
             continue;
         }
         m_x11->forget(window.key());
-        m_hidden.remove(window.key());
+        m_visibility->forget(window.key());
         window = m_windows.erase(window);
     }
     std::vector<xcb_window_t> unread;
@@ -178,32 +170,22 @@ RunningApplication X11RunningApplications::ownerOf(const Window &window) const
 /// Divides the windows among the applications and tells what began and what ended.
 void X11RunningApplications::regroup()
 {
-    std::vector<std::pair<RunningApplication, std::vector<xcb_window_t>>> groups;
+    for (const auto &application : m_applications)
+        application->windows.clear();
+    QList<RunningApplication> launched;
     for (const xcb_window_t id : m_order) {
         const Window &window = *m_windows.constFind(id);
         // Docks and the desktop itself are part of the environment, not applications that somebody runs.
         if (window.processEnded || !window.seen.isOrdinary)
             continue;
         const RunningApplication owner = ownerOf(window);
-        auto group =
-            std::find_if(groups.begin(), groups.end(), [&](const auto &item) { return item.first == owner; });
-        if (group == groups.end())
-            group = groups.insert(groups.end(), {owner, {}});
-        group->second.push_back(id);
-    }
-
-    QList<RunningApplication> launched;
-    for (const auto &[owner, windows] : groups)
-        if (!find(owner)) {
-            add(owner);
+        Application *application = find(owner);
+        if (!application) {
+            application = &add(owner);
             launched.append(owner);
         }
-    for (const auto &application : m_applications) {
-        application->windows.clear();
-        for (const auto &[owner, windows] : groups)
-            if (owner == application->self)
-                application->windows = windows;
-        application->hadWindows = application->hadWindows || !application->windows.empty();
+        application->windows.push_back(id);
+        application->hadWindows = true;
     }
     QList<RunningApplication> ended;
     for (const auto &application : m_applications)
@@ -232,15 +214,12 @@ void X11RunningApplications::launchedHere(const QString &id, qint64 pid, bool in
                     [&](const auto &application) { return application->self.bundleIdentifier == id; }))
         return;
     Application &application = add({id, pid});
-    if (!application.end) { // it has ended already
-        if (const qint64 successor = leftInSession(pid); successor > 0) {
-            application.self.processIdentifier = successor;
-            watchProcess(application);
-        }
-        if (!application.end) {
-            m_applications.pop_back();
-            return;
-        }
+    if (!application.end) // it has ended already
+        if (const qint64 successor = leftInSession(pid); successor > 0)
+            watchProcess(application, successor);
+    if (!application.end) {
+        m_applications.pop_back();
+        return;
     }
     application.startedHere.start();
     emit didLaunch(RunningApplication(application.self));
@@ -263,12 +242,8 @@ void X11RunningApplications::processEnded(const RunningApplication &ended)
     if (successor == 0 && application->startedHere.isValid() && application->windows.empty())
         successor = leftInSession(ended.processIdentifier);
     application->end.reset();
-    if (successor > 0) {
-        application->self.processIdentifier = successor;
-        watchProcess(*application);
-    }
-    if (successor == 0)
-        application->windows.clear();
+    if (successor > 0)
+        watchProcess(*application, successor);
     regroup();
 }
 
@@ -296,19 +271,27 @@ X11RunningApplications::Application *X11RunningApplications::find(const RunningA
     return found == m_applications.end() ? nullptr : found->get();
 }
 
+std::vector<xcb_window_t> X11RunningApplications::windowsOf(const RunningApplication &application) const
+{
+    const Application *found = find(application);
+    return found ? found->windows : std::vector<xcb_window_t>();
+}
+
 X11RunningApplications::Application &X11RunningApplications::add(const RunningApplication &application)
 {
     m_applications.push_back(std::make_unique<Application>());
     Application &added = *m_applications.back();
     added.self = application;
-    watchProcess(added);
+    watchProcess(added, application.processIdentifier);
     return added;
 }
 
-void X11RunningApplications::watchProcess(Application &application)
+/// Makes it the main process of the application, which has no end then if the process has ended already.
+void X11RunningApplications::watchProcess(Application &application, qint64 pid)
 {
-    auto watch = ProcessEnd::watch(application.self.processIdentifier);
-    const auto process = processEntry(application.self.processIdentifier);
+    application.self.processIdentifier = pid;
+    auto watch = ProcessEnd::watch(pid);
+    const auto process = processEntry(pid);
     if (!watch || !process)
         return;
     application.process = *process;
@@ -339,63 +322,26 @@ bool X11RunningApplications::lacksWindows(const RunningApplication &application)
 
 void X11RunningApplications::hide(const RunningApplication &application)
 {
-    const Application *found = find(application);
-    if (!found || !m_clients)
-        return;
-    const std::vector<xcb_window_t> already = m_clients->iconified(found->windows);
-    for (const xcb_window_t window : found->windows) {
-        if (!m_windows[window].restoring && std::find(already.begin(), already.end(), window) != already.end())
-            continue;
-        m_hidden.insert(window);
-        m_windows[window].restoring = false;
-        m_clients->iconify(window);
-    }
-}
-
-void X11RunningApplications::restore(const std::vector<xcb_window_t> &windows)
-{
-    for (const xcb_window_t window : m_clients->iconified(windows)) {
-        m_windows[window].restoring = true;
-        m_clients->restore(window);
-    }
+    if (m_visibility)
+        m_visibility->hide(windowsOf(application));
 }
 
 void X11RunningApplications::unhide(const RunningApplication &application)
 {
-    const Application *found = find(application);
-    if (!found || !m_clients)
-        return;
-    std::vector<xcb_window_t> windows;
-    for (const xcb_window_t window : found->windows)
-        if (m_hidden.remove(window))
-            windows.push_back(window);
-    restore(windows);
+    if (m_visibility)
+        m_visibility->unhide(windowsOf(application));
 }
 
 void X11RunningApplications::unminimize(const RunningApplication &application)
 {
-    if (const Application *found = find(application); found && m_clients)
-        restore(found->windows);
+    if (m_visibility)
+        m_visibility->restore(windowsOf(application));
 }
 
 void X11RunningApplications::activate(const RunningApplication &application)
 {
-    const Application *found = find(application);
-    if (!found || !m_clients)
-        return;
-    const std::vector<xcb_window_t> all = m_clients->inStackingOrder(found->windows);
-    if (all.empty())
-        return;
-    std::vector<xcb_window_t> shown = all;
-    const std::vector<xcb_window_t> iconified = m_clients->iconified(all);
-    std::erase_if(shown, [&](xcb_window_t window) {
-        return !m_windows[window].restoring &&
-               std::find(iconified.begin(), iconified.end(), window) != iconified.end();
-    });
-    // From the lowest up, so that they keep their order among themselves.
-    for (const xcb_window_t window : shown)
-        m_clients->raise(window);
-    m_clients->focus(shown.empty() ? all.back() : shown.back());
+    if (m_visibility)
+        m_visibility->bringToFront(windowsOf(application));
 }
 
 bool X11RunningApplications::closeWindows(const Application &application)
@@ -440,14 +386,8 @@ void X11RunningApplications::forceTerminate(const RunningApplication &applicatio
         for (const xcb_window_t window : other->windows)
             (same ? roots : others).append(m_windows.value(window).seen.pid);
     }
-    const QList<ProcessEntry> all = allProcesses();
-    QList<ProcessEntry> own;
-    for (const qint64 root : roots)
-        for (const ProcessEntry &process : ownProcesses(root, all, others))
-            if (!own.contains(process) && !others.contains(process.pid))
-                own.append(process);
     bool killed = false;
-    for (const ProcessEntry &process : own)
+    for (const ProcessEntry &process : ownProcesses(roots, allProcesses(), others))
         killed = sendSignal(process, SIGKILL) || killed;
     if (!killed)
         qCWarning(lcRunning).noquote()

@@ -4,6 +4,7 @@
 #include "platform/freedesktop/apps/ProcessEnd.h"
 #include "platform/freedesktop/apps/Processes.h"
 #include "platform/freedesktop/apps/X11ClientWindows.h"
+#include "platform/freedesktop/apps/X11WindowVisibility.h"
 
 #include <QElapsedTimer>
 #include <QHash>
@@ -49,7 +50,6 @@ private:
         ClientWindow seen;
         Resolution resolution;
         bool processEnded = false; ///< its owner is gone and the list does not say so yet
-        bool restoring = false;    ///< asked to be mapped; the window manager has not done it yet
     };
     struct Application {
         RunningApplication self;
@@ -71,19 +71,19 @@ private:
     Resolution resolve(const ClientWindow &window) const;
     RunningApplication ownerOf(const Window &window) const;
     Application *find(const RunningApplication &application) const;
+    std::vector<xcb_window_t> windowsOf(const RunningApplication &application) const;
     Application &add(const RunningApplication &application);
-    void watchProcess(Application &application);
+    void watchProcess(Application &application, qint64 pid);
     bool sharesProcess(const Application &application) const;
-    void restore(const std::vector<xcb_window_t> &windows);
     bool closeWindows(const Application &application);
 
     X11Connection *m_x11;
     FreedesktopWorkspace &m_workspace;
-    std::unique_ptr<X11ClientWindows> m_clients; ///< null without an X server
+    std::unique_ptr<X11ClientWindows> m_clients;       ///< null without an X server
+    std::unique_ptr<X11WindowVisibility> m_visibility; ///< of the same
     std::vector<xcb_window_t> m_order;
     QHash<xcb_window_t, Window> m_windows;
     QSet<xcb_window_t> m_changed;       ///< windows whose properties have to be read again
-    QSet<xcb_window_t> m_hidden;        ///< iconified by hide()
     QHash<qint64, QString> m_terminals; ///< terminals started here, by pid, to show an application
     std::vector<std::unique_ptr<Application>> m_applications;
     bool m_refreshQueued = false;

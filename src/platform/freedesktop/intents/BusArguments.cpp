@@ -9,210 +9,133 @@ namespace cobblet {
 
 namespace {
 
-/// Walks what a caller sent and stops where it is too much. Nothing is counted twice, and what nests is walked as it
+/// Reads what a caller sent and stops where it is too much. Nothing is counted twice, and what nests is walked as it
 /// stands: the bus has checked that it ends.
-class Meter {
+class Reader {
 public:
+    /// Empty as long as everything fits.
     const QString &error() const { return m_error; }
 
-    bool text(const QString &text)
-    {
-        // A text of this many UTF-16 units may be short enough in UTF-8 or not; a third of them always is.
-        const qsizetype bytes = text.size() * 3 <= BusBounds::textBytes ? text.size() : text.toUtf8().size();
-        return bytes <= BusBounds::textBytes ? add(bytes) : longText();
-    }
-
-    bool bytes(const QByteArray &bytes)
-    {
-        return bytes.size() <= BusBounds::textBytes ? add(bytes.size()) : longText();
-    }
-
-    bool texts(const QStringList &list)
-    {
-        if (!items(list.size()))
-            return false;
-        for (const QString &each : list)
-            if (!text(each))
-                return false;
-        return true;
-    }
-
-    /// Of any type, as the toolkit hands it out.
-    bool value(const QVariant &value)
+    /// A value as the toolkit hands it out.
+    QVariant read(const QVariant &value)
     {
         if (value.metaType() == QMetaType::fromType<QDBusArgument>())
             return container(value.value<QDBusArgument>());
         if (value.metaType() == QMetaType::fromType<QDBusVariant>())
-            return this->value(value.value<QDBusVariant>().variant());
+            return read(value.value<QDBusVariant>().variant());
         switch (value.typeId()) {
         case QMetaType::QString:
-            return text(value.toString());
+            text(value.toString());
+            break;
         case QMetaType::QStringList:
-            return texts(value.toStringList());
+            texts(value.toStringList());
+            break;
         case QMetaType::QByteArray:
-            return bytes(value.toByteArray());
+            bytes(value.toByteArray().size());
+            break;
         default:
-            return add(8);
+            add(8);
         }
-    }
-
-    bool container(const QDBusArgument &in)
-    {
-        switch (in.currentType()) {
-        case QDBusArgument::ArrayType: {
-            in.beginArray();
-            const bool fits = elements(in);
-            in.endArray();
-            return fits;
-        }
-        case QDBusArgument::StructureType: {
-            in.beginStructure();
-            const bool fits = elements(in);
-            in.endStructure();
-            return fits;
-        }
-        case QDBusArgument::MapType: {
-            in.beginMap();
-            bool fits = true;
-            for (qsizetype count = 0; fits && !in.atEnd();) {
-                in.beginMapEntry();
-                fits = items(++count) && element(in) && element(in);
-                in.endMapEntry();
-            }
-            in.endMap();
-            return fits;
-        }
-        default:
-            return element(in);
-        }
-    }
-
-    bool items(qsizetype count)
-    {
-        if (count <= BusBounds::items)
-            return true;
-        m_error = QStringLiteral("A list has more than %1 items.").arg(BusBounds::items);
-        return false;
+        return value;
     }
 
 private:
-    bool elements(const QDBusArgument &in)
+    QVariant container(const QDBusArgument &in)
     {
-        for (qsizetype count = 0; !in.atEnd();)
-            if (!items(++count) || !element(in))
-                return false;
-        return true;
-    }
-
-    /// What `in` stands at; afterwards it stands behind it.
-    bool element(const QDBusArgument &in)
-    {
+        // What is begun is also ended, however much is too much: the toolkit frees its place in the message only
+        // then.
         switch (in.currentType()) {
-        case QDBusArgument::ArrayType:
-        case QDBusArgument::StructureType:
-        case QDBusArgument::MapType:
-            return container(in);
-        case QDBusArgument::VariantType: {
-            QDBusVariant inner;
-            in >> inner;
-            return value(inner.variant());
+        case QDBusArgument::MapType: {
+            QVariantMap texts;
+            in.beginMap();
+            for (qsizetype count = 1; fits() && !in.atEnd(); ++count) {
+                in.beginMapEntry();
+                const QVariant key = next(in, count), value = next(in, count);
+                in.endMapEntry();
+                if (value.typeId() == QMetaType::QString)
+                    texts.insert(key.toString(), value);
+            }
+            in.endMap();
+            return texts;
         }
-        case QDBusArgument::BasicType:
-            return value(in.asVariant());
+        case QDBusArgument::ArrayType: {
+            QByteArrayList list;
+            in.beginArray();
+            for (qsizetype count = 1; fits() && !in.atEnd(); ++count)
+                if (const QVariant each = next(in, count); each.typeId() == QMetaType::QByteArray)
+                    list.append(each.toByteArray());
+            in.endArray();
+            return QVariant::fromValue(list);
+        }
+        case QDBusArgument::StructureType:
+            in.beginStructure();
+            for (qsizetype count = 1; fits() && !in.atEnd(); ++count)
+                next(in, count);
+            in.endStructure();
+            return {};
         default:
             m_error = QStringLiteral("A value is of no type that is known here.");
-            return false;
+            return {};
         }
     }
 
-    bool add(qsizetype bytes)
+    /// The value that `in` stands at, as the number `count` in a list; afterwards it stands behind it.
+    QVariant next(const QDBusArgument &in, qsizetype count)
     {
-        m_total += bytes + 8; // what even an empty value takes
-        if (m_total <= BusBounds::callBytes)
-            return true;
-        m_error = QStringLiteral("The arguments are larger than %1 KiB together.").arg(BusBounds::callBytes / 1024);
-        return false;
+        items(count);
+        return read(in.asVariant());
     }
 
-    bool longText()
+    bool fits() const { return m_error.isEmpty(); }
+
+    void text(const QString &text)
     {
-        m_error = QStringLiteral("A text is longer than %1 bytes.").arg(BusBounds::textBytes);
-        return false;
+        // A text of this many UTF-16 units may be short enough in UTF-8 or not; a third of them always is.
+        bytes(text.size() * 3 <= BusBounds::textBytes ? text.size() : text.toUtf8().size());
+    }
+
+    void texts(const QStringList &list)
+    {
+        items(list.size());
+        for (qsizetype i = 0; fits() && i < list.size(); ++i)
+            text(list[i]);
+    }
+
+    void bytes(qsizetype count)
+    {
+        if (count > BusBounds::textBytes)
+            m_error = QStringLiteral("A text is longer than %1 bytes.").arg(BusBounds::textBytes);
+        add(count);
+    }
+
+    void items(qsizetype count)
+    {
+        if (count > BusBounds::items)
+            m_error = QStringLiteral("A list has more than %1 items.").arg(BusBounds::items);
+    }
+
+    void add(qsizetype bytes)
+    {
+        m_total += bytes + 8; // what even an empty value takes
+        if (fits() && m_total > BusBounds::callBytes)
+            m_error =
+                QStringLiteral("The arguments are larger than %1 KiB together.").arg(BusBounds::callBytes / 1024);
     }
 
     qsizetype m_total = 0;
     QString m_error;
 };
 
-// What is begun is also ended, however much is too much: the toolkit frees its place in the message only then.
-
-bool readTexts(const QDBusArgument &in, Meter &meter, QVariantMap &texts)
-{
-    bool fits = true;
-    in.beginMap();
-    for (qsizetype count = 0; fits && !in.atEnd();) {
-        QString key;
-        QDBusVariant boxed;
-        in.beginMapEntry();
-        in >> key >> boxed;
-        in.endMapEntry();
-        const QVariant value = boxed.variant();
-        fits = meter.items(++count) && meter.text(key) && meter.value(value);
-        if (fits && value.typeId() == QMetaType::QString)
-            texts.insert(key, value);
-    }
-    in.endMap();
-    return fits;
-}
-
-bool readByteTexts(const QDBusArgument &in, Meter &meter, QByteArrayList &list)
-{
-    bool fits = true;
-    in.beginArray();
-    while (fits && !in.atEnd()) {
-        QByteArray each;
-        in >> each;
-        list.append(each);
-        fits = meter.items(list.size()) && meter.bytes(each);
-    }
-    in.endArray();
-    return fits;
-}
-
-bool readOne(const QVariant &received, Meter &meter, QVariant &read)
-{
-    if (received.metaType() != QMetaType::fromType<QDBusArgument>()) {
-        read = received;
-        return meter.value(received);
-    }
-    const auto in = received.value<QDBusArgument>();
-    const QString signature = in.currentSignature();
-    if (signature == QLatin1String("a{sv}")) {
-        QVariantMap texts;
-        const bool fits = readTexts(in, meter, texts);
-        read = texts;
-        return fits;
-    }
-    if (signature == QLatin1String("aay")) {
-        QByteArrayList list;
-        const bool fits = readByteTexts(in, meter, list);
-        read = QVariant::fromValue(list);
-        return fits;
-    }
-    return meter.container(in);
-}
-
 } // namespace
 
 Result<QVariantList> boundedArguments(const QVariantList &received)
 {
-    Meter meter;
+    Reader reader;
     QVariantList read;
     for (const QVariant &argument : received) {
-        QVariant value;
-        if (!readOne(argument, meter, value))
-            return Error{meter.error()};
-        read.append(value);
+        read.append(reader.read(argument));
+        if (!reader.error().isEmpty())
+            return Error{reader.error()};
     }
     return read;
 }

@@ -14,7 +14,7 @@ struct BusBounds {
 };
 
 /// The arguments of a received message as plain values: text as QString, "as" as QStringList, "aay" as
-/// QByteArrayList, "a{sv}" as a QVariantMap of its texts alone, and any other container as an invalid QVariant. The
+/// QByteArrayList, "a{sv}" as a QVariantMap of its texts alone; of any other container nothing is to be used. The
 /// error names the bound that was passed.
 Result<QVariantList> boundedArguments(const QVariantList &received);
 

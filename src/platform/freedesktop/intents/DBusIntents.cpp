@@ -16,8 +16,7 @@ DBusIntents::DBusIntents(DBusInstance &instance, const QString &icon)
 
 DBusIntents::~DBusIntents()
 {
-    m_instance.setUrlHandler({});
-    m_faces.service.withdraw();
+    DBusIntents::stop();
 }
 
 void DBusIntents::serve(IntentRequests &requests)
@@ -25,6 +24,12 @@ void DBusIntents::serve(IntentRequests &requests)
     m_faces.requests = &requests;
     m_instance.setUrlHandler([&requests](const QStringList &urls) { requests.open(urls); });
     m_faces.service.queue().release();
+}
+
+void DBusIntents::stop()
+{
+    m_instance.setUrlHandler({});
+    m_faces.service.withdraw();
 }
 
 void DBusIntents::groupsChanged()

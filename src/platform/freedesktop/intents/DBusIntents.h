@@ -18,6 +18,7 @@ public:
     DBusIntents &operator=(const DBusIntents &) = delete;
 
     void serve(IntentRequests &requests) override;
+    void stop() override;
     void groupsChanged() override;
 
 private:

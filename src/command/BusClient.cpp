@@ -1,4 +1,6 @@
-#include "command/SessionBus.h"
+#include "command/BusClient.h"
+
+#include "command/BusMarshalling.h"
 
 #include <bit>
 #include <cerrno>
@@ -148,7 +150,7 @@ std::string_view cut(std::string_view &rest, char separator)
 
 } // namespace
 
-SessionBus::SessionBus(const char *address, const char *runtimeFolder)
+BusClient::BusClient(const char *address, const char *runtimeFolder)
 {
     constexpr std::string_view local = "unix:";
     for (std::string_view rest = address ? address : ""; !rest.empty() && !connected();)
@@ -164,13 +166,13 @@ SessionBus::SessionBus(const char *address, const char *runtimeFolder)
     }
 }
 
-SessionBus::~SessionBus()
+BusClient::~BusClient()
 {
     if (m_socket >= 0)
         close(m_socket);
 }
 
-bool SessionBus::connectTo(std::string_view address)
+bool BusClient::connectTo(std::string_view address)
 {
     sockaddr_un socketAddress{};
     socketAddress.sun_family = AF_UNIX;
@@ -202,13 +204,13 @@ bool SessionBus::connectTo(std::string_view address)
     return false;
 }
 
-std::string SessionBus::methodCall(std::string_view destination, std::string_view path, std::string_view interface,
-                                   std::string_view member, std::string_view signature, std::string_view body)
+std::string BusClient::methodCall(std::string_view destination, std::string_view path, std::string_view interface,
+                                  std::string_view member, std::string_view signature, std::string_view body)
 {
     return messageOf(destination, path, interface, member, signature, body, callSerial);
 }
 
-bool SessionBus::send(std::string_view bytes) const
+bool BusClient::send(std::string_view bytes) const
 {
     while (!bytes.empty()) {
         const ssize_t sent = ::send(m_socket, bytes.data(), bytes.size(), MSG_NOSIGNAL);
@@ -219,7 +221,7 @@ bool SessionBus::send(std::string_view bytes) const
     return true;
 }
 
-SessionBus::Outcome SessionBus::ask(const std::string &call, milliseconds patience, BusReply &reply)
+BusClient::Outcome BusClient::ask(const std::string &call, milliseconds patience, BusReply &reply)
 {
     // The bus knows the user from the socket and wants it said once more, in digits that are written as hexadecimal.
     std::string greeting(1, '\0');
