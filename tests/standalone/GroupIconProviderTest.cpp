@@ -158,7 +158,8 @@ TEST_F(GroupIconProviderTest, FirstFourIconsFillTheGridInReadingOrder)
             const double cell = (width - 0.1 * width) / 2, step = cell + 0.1 * width;
             for (int i = 0; i < 4; ++i) {
                 const QColor icon = i < count ? QColor(ColouredWorkspace::colours[i]) : grey;
-                const double left = inset + step * (i % 2), top = inset + step * (i / 2);
+                const int column = i % 2, row = i / 2;
+                const double left = inset + step * column, top = inset + step * row;
                 const auto at = [&](double x, double y) { return tile.pixelColor(int(left + x), int(top + y)); };
                 EXPECT_EQ(at(cell / 2, cell / 2), icon) << size << ' ' << count << ' ' << i;
                 EXPECT_EQ(at(1.5, 1.5), icon) << size << ' ' << count << ' ' << i;
