@@ -79,9 +79,8 @@ AppDelegate::Services Application::services()
             .scheduler = m_platform.scheduler(),
             .theme = [this]() -> ThemeManager & { return *m_theme; },
             .usageTracker = [this]() -> UsageTracker & { return m_core->usage(); },
-            .makeStatusBarController = m_bundle.isAgent()
-                                           ? std::function<std::unique_ptr<StatusBarController>()>()
-                                           : [this] { return makeStatusBarController(); },
+            .makeStatusBarController = m_bundle.isAgent() ? std::function<std::unique_ptr<StatusBarController>()>()
+                                                          : [this] { return makeStatusBarController(); },
             .makePanelController = [this] { return makePanelController(); },
             .makeAgentController = m_bundle.isAgent() ? [this] { return makeAgentController(); }
                                                       : std::function<std::unique_ptr<AgentController>()>(),
@@ -101,13 +100,16 @@ void Application::start()
     m_theme.emplace(m_platform.sharedDefaults(), m_platform.appearance());
     m_core.emplace(
         m_bundle, m_platform, true, [this] { m_delegate.applicationShouldHandleReopen(); },
-        ConfigManager::Hooks{.dropGroupIcons = [this] {
-                                 if (m_groupIcons)
-                                     m_groupIcons->clearCache();
-                             }, .refreshShortcutParameters = [this] {
-                                 if (m_serves)
-                                     m_platform.intentsHost().groupsChanged();
-                             }});
+        ConfigManager::Hooks{.dropGroupIcons =
+                                 [this] {
+                                     if (m_groupIcons)
+                                         m_groupIcons->clearCache();
+                                 },
+                             .refreshShortcutParameters =
+                                 [this] {
+                                     if (m_serves)
+                                         m_platform.intentsHost().groupsChanged();
+                                 }});
     m_platform.menus().setSymbolSource(symbolIcon);
     m_delegate.applicationDidFinishLaunching();
     later(statusItemLatest, &Application::showStatusItem);
@@ -165,12 +167,12 @@ std::unique_ptr<PanelSurface> Application::makePanel()
 {
     m_runningApps.emplace(m_platform.runningApplications());
     m_icons.emplace(m_platform.workspace(), qGuiApp->devicePixelRatio());
-    m_view.emplace(PanelDependencies{m_core->config(), *m_popupSettings, *m_theme, m_core->notifications(),
-                                     m_core->actions(), *m_runningApps, m_core->usage(), *m_icons,
-                                     m_platform.workspace(), m_platform.dialogs(), m_platform.menus(),
-                                     m_platform.appearance(),
-                                     m_bundle.isAgent() ? std::function<void(const QUuid &)>()
-                                                        : [this](const QUuid &id) { standalone().open(id); }});
+    m_view.emplace(PanelDependencies{
+        m_core->config(), *m_popupSettings, *m_theme, m_core->notifications(), m_core->actions(), *m_runningApps,
+        m_core->usage(), *m_icons, m_platform.workspace(), m_platform.dialogs(), m_platform.menus(),
+        m_platform.appearance(), m_bundle.isAgent() ? std::function<void(const QUuid &)>() : [this](const QUuid &id) {
+            standalone().open(id);
+        }});
     connect(&m_view->window(), &QQuickWindow::frameSwapped, this, &Application::settle,
             Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
 
@@ -195,8 +197,10 @@ void Application::settle()
 
 GroupIconProvider &Application::groupIcons()
 {
-    if (!m_groupIcons)
+    if (!m_groupIcons) {
         m_groupIcons.emplace(*m_icons, m_platform.workspace());
+        connect(&*m_icons, &IconProvider::iconsChanged, this, [this] { m_groupIcons->clearCache(); });
+    }
     return *m_groupIcons;
 }
 

@@ -19,7 +19,8 @@ namespace {
 class Headless {
 public:
     explicit Headless(const Bundle &bundle)
-        : m_bundle(bundle), m_application(m_argc, m_argv), m_platform(makePlatform(bundle)), m_core(bundle, *m_platform, false, [] {})
+        : m_bundle(bundle), m_application(m_argc, m_argv), m_platform(makePlatform(bundle)),
+          m_core(bundle, *m_platform, false, [] {})
     {
         QObject::connect(&m_signals, &UnixSignals::quitRequested, &m_application, &QCoreApplication::quit);
     }
@@ -34,9 +35,7 @@ public:
             return done({EX_CONFIG, {}, QStringLiteral("cobblet: %1\n").arg(config.error())});
         const AppGroup *stored = m_core.config().group(config.value().group.id);
         const AppGroup group = stored ? *stored : config.value().group;
-        const auto told = [done](const QList<IntentOutcome> &outcomes) {
-            done(IntentService::reply(outcomes));
-        };
+        const auto told = [done](const QList<IntentOutcome> &outcomes) { done(IntentService::reply(outcomes)); };
         if (!performGroupMenu(action, group, m_core.reports(), told))
             done({EX_USAGE, {}, QStringLiteral("cobblet: the group has no such entry any more.\n")});
     }

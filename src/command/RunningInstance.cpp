@@ -64,7 +64,7 @@ std::string methodCall(const Identity &identity, std::string_view interface, std
                        std::string_view signature, const BusWriter &body)
 {
     return BusClient::methodCall(identity.busName(), identity.objectPath(), interface, method, signature,
-                                  body.written());
+                                 body.written());
 }
 
 /// The panel as it is: a request that is answered before the panel is there, so nothing is to be waited for.

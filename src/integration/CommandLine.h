@@ -44,8 +44,8 @@ struct CommandLine {
     static CommandLine parse(const QByteArrayList &arguments);
     static QString usage();
 
-    /// The same for the application of a group (`isAgent`) or for Cobblet itself: each takes what is not meant for the
-    /// other as Invalid.
+    /// The same for the application of a group (`isAgent`) or for Cobblet itself: each takes what is not meant for
+    /// the other as Invalid.
     CommandLine takenBy(bool isAgent) const;
 
     /// The answer where it takes nothing but the program's version: to Help, Version and Invalid.

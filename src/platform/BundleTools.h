@@ -11,8 +11,8 @@ struct BundleTools {
     QString codesign;
     QString codesignAllocate;
     QString rsync;
-    /// Takes from one file, or from a link itself, the attributes that other programs leave and that no bundle is signed
-    /// with.
+    /// Takes from one file, or from a link itself, the attributes that other programs leave and that no bundle is
+    /// signed with.
     std::function<void(const QString &path)> stripAttributes;
 };
 

@@ -10,8 +10,8 @@ namespace cobblet {
 
 // Whole folders. Links are copied and removed as links, never followed. Any thread.
 
-/// Copies a folder and all in it to `to`, which must not exist, with the files' times of modification. What could be copied
-/// stays when it fails.
+/// Copies a folder and all in it to `to`, which must not exist, with the files' times of modification. What could be
+/// copied stays when it fails.
 Status copyTree(const QString &from, const QString &to);
 /// The same with a second name for each file in place of a copy, where the file system has such.
 Status linkTree(const QString &from, const QString &to);

@@ -23,8 +23,8 @@ struct ToolCall {
 };
 
 struct ToolEnd {
-    int status = 0;   ///< the exit status; 128 and the signal for one that was killed
-    QString output;   ///< without white space around it; the first 64 KiB
+    int status = 0; ///< the exit status; 128 and the signal for one that was killed
+    QString output; ///< without white space around it; the first 64 KiB
 };
 
 /// Runs programs for a thread that waits for them. The functions may be called from any thread.

@@ -23,7 +23,8 @@ constexpr int tileSide = 512;
 
 } // namespace
 
-AgentController::AgentController(Services services, QObject *parent) : QObject(parent), m_services(std::move(services))
+AgentController::AgentController(Services services, QObject *parent)
+    : QObject(parent), m_services(std::move(services))
 {
     m_services.dockTile.setMenu(
         [this] {

@@ -17,8 +17,8 @@ class GroupReports;
 class NotificationCenter;
 struct Bundle;
 
-/// What makes this process the application of one group: the group's menu and tile in the dock, and the group that its
-/// panel opens with. Main thread only.
+/// What makes this process the application of one group: the group's menu and tile in the dock, and the group that
+/// its panel opens with. Main thread only.
 class AgentController : public QObject {
     Q_OBJECT
 public:

@@ -50,8 +50,8 @@ Result<AgentGroupConfig> decodeAgentGroupConfig(const QByteArray &json)
     const Json document = Json::parse(json.begin(), json.end(), bounded, false);
     if (!document.is_object() || !document.contains("group"))
         return Error{QStringLiteral("It holds no group.")};
-    const auto group =
-        decodeGroup(QByteArray::fromStdString(document["group"].dump(-1, ' ', false, Json::error_handler_t::replace)));
+    const auto group = decodeGroup(
+        QByteArray::fromStdString(document["group"].dump(-1, ' ', false, Json::error_handler_t::replace)));
     if (!group)
         return Error{group.error()};
     return AgentGroupConfig{group.value()};

@@ -62,8 +62,8 @@ Status AgentsFolder::lock(std::unique_ptr<FileLock> &lock) const
 QList<AgentBundle> AgentsFolder::bundles() const
 {
     QList<AgentBundle> list;
-    const auto names = QDir(m_path).entryList({QStringLiteral("*.app")}, QDir::Dirs | QDir::NoSymLinks | QDir::Hidden,
-                                              QDir::Name);
+    const auto names =
+        QDir(m_path).entryList({QStringLiteral("*.app")}, QDir::Dirs | QDir::NoSymLinks | QDir::Hidden, QDir::Name);
     for (const QString &name : names)
         if (AgentBundle bundle = bundleAt(m_path + QLatin1Char('/') + name); bundle.group)
             list.append(std::move(bundle));
@@ -91,10 +91,12 @@ Status AgentsFolder::mayReplace(const QString &path) const
         return {};
     if (isFolder(path)) {
         const AgentBundle there = bundleAt(path);
-        if (there.identifier.startsWith(QLatin1String(Bundle::agentPrefix)) || (there.identifier.isEmpty() && there.group))
+        if (there.identifier.startsWith(QLatin1String(Bundle::agentPrefix)) ||
+            (there.identifier.isEmpty() && there.group))
             return {};
     }
-    return Error{QStringLiteral("“%1” was not made by Cobblet. Move it away, or give the group another name.").arg(path)};
+    return Error{
+        QStringLiteral("“%1” was not made by Cobblet. Move it away, or give the group another name.").arg(path)};
 }
 
 Result<QString> AgentsFolder::makeStaging() const
@@ -103,9 +105,10 @@ Result<QString> AgentsFolder::makeStaging() const
         return Error{QStringLiteral("“%1” is a link. Remove it, and try again.").arg(stagingFolder())};
     const QString path = stagingFolder() + QLatin1Char('/') + uuidText(QUuid::createUuid());
     if (!QDir().mkpath(path))
-        return Error{QStringLiteral("The folder “%1” can't be made. See whether the disk is full, and whether you may "
-                                    "write there.")
-                         .arg(path)};
+        return Error{
+            QStringLiteral("The folder “%1” can't be made. See whether the disk is full, and whether you may "
+                           "write there.")
+                .arg(path)};
     return path;
 }
 
@@ -152,7 +155,8 @@ void AgentsFolder::recover(const std::function<bool(const QString &)> &isWhole) 
     if (!isFolder(stagingFolder()))
         return;
     const QDir folder(stagingFolder());
-    for (const QString &name : folder.entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::NoSymLinks | QDir::Hidden)) {
+    for (const QString &name :
+         folder.entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::NoSymLinks | QDir::Hidden)) {
         const QString staging = folder.filePath(name);
         if (const auto changed = readBounded(staging + destinationFile, maximumName);
             changed && !isWhole(m_path + QLatin1Char('/') + QString::fromUtf8(changed.value())))

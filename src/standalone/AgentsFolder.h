@@ -16,13 +16,13 @@ class FileLock;
 /// One group's application on disk.
 struct AgentBundle {
     QString path;
-    QString identifier; ///< as its Info.plist states it; empty when that can't be read
-    QString stamp;      ///< of the executable that it was made from; empty when unknown
+    QString identifier;            ///< as its Info.plist states it; empty when that can't be read
+    QString stamp;                 ///< of the executable that it was made from; empty when unknown
     std::optional<AppGroup> group; ///< absent when its "group-config.json" can't be read
 };
 
-/// The folder of the groups' applications, in "~/Applications/Cobblet Groups" on every desktop. What lies in it and was
-/// not made here, and what a link in it leads to, is left alone. Any thread, one at a time.
+/// The folder of the groups' applications, in "~/Applications/Cobblet Groups" on every desktop. What lies in it and
+/// was not made here, and what a link in it leads to, is left alone. Any thread, one at a time.
 class AgentsFolder {
 public:
     explicit AgentsFolder(QString path) : m_path(std::move(path)) {}
@@ -50,7 +50,8 @@ public:
     Status restore(const QString &staging) const;
     /// Takes a bundle out of the folder. It is gone at once and for good, also when this process ends meanwhile.
     Status discard(const QString &bundle) const;
-    /// Clears what builds have left that did not come to their end. What they were changing is put back, unless `isWhole`.
+    /// Clears what builds have left that did not come to their end. What they were changing is put back, unless
+    /// `isWhole`.
     void recover(const std::function<bool(const QString &bundle)> &isWhole) const;
 
 private:

@@ -34,7 +34,8 @@ BuildOutcome unlinked(const QString &path)
 BuildOutcome BundleBuilder::build(const AppGroup &group, const QString &destination)
 {
     if (m_services.source.isEmpty())
-        return Error{QStringLiteral("Cobblet does not run from its application bundle. Install it, and start it from there.")};
+        return Error{
+            QStringLiteral("Cobblet does not run from its application bundle. Install it, and start it from there.")};
     return sync(m_services.source, destination, [&](const QString &bundle) { return prepare(bundle, group); });
 }
 
@@ -148,18 +149,18 @@ BuildOutcome BundleBuilder::sign(const QString &bundle)
 {
     using Kind = CodesignError::Kind;
     if (qEnvironmentVariableIsSet("CB_SIMULATE_SIGN_FAILURE"))
-        return CodesignError{
-            Kind::Failed, {}, 1, QStringLiteral("simulated failure (CB_SIMULATE_SIGN_FAILURE)")};
+        return CodesignError{Kind::Failed, {}, 1, QStringLiteral("simulated failure (CB_SIMULATE_SIGN_FAILURE)")};
     strip(bundle);
     if (!isExecutable(m_services.tools.codesign))
         return CodesignError{Kind::ToolMissing, m_services.tools.codesign, 0, {}};
 
-    const auto end = codesign({QStringLiteral("--force"), QStringLiteral("--deep"), QStringLiteral("--sign"),
-                               QStringLiteral("-"), bundle});
+    const auto end = codesign(
+        {QStringLiteral("--force"), QStringLiteral("--deep"), QStringLiteral("--sign"), QStringLiteral("-"), bundle});
     if (!end)
         return Error{end.error()};
     if (const ToolEnd &signing = end.value(); signing.status != 0) {
-        qCWarning(log).noquote() << QStringLiteral("codesign failed (%1): %2").arg(signing.status).arg(signing.output);
+        qCWarning(log).noquote()
+            << QStringLiteral("codesign failed (%1): %2").arg(signing.status).arg(signing.output);
         return CodesignError{Kind::Failed, {}, signing.status, signing.output};
     }
     const auto verified = codesign({QStringLiteral("--verify"), QStringLiteral("--strict"), bundle});
@@ -191,7 +192,8 @@ void BundleBuilder::remove(const AgentBundle &bundle)
     if (!removed)
         qCWarning(log).noquote() << removed.error();
     if (bundle.group)
-        if (const Status forgotten = m_services.registry.unregisterBundle(agentIdentifier(bundle.group->id)); !forgotten)
+        if (const Status forgotten = m_services.registry.unregisterBundle(agentIdentifier(bundle.group->id));
+            !forgotten)
             qCWarning(log).noquote() << forgotten.error();
 }
 

@@ -13,8 +13,8 @@ class GroupIconProvider;
 class LaunchRegistry;
 
 /// Makes groups into applications: copies of the program's own bundle that hold a group in place of the program's
-/// identity. Nothing is changed where the desktop can see it before it is whole and signed. Waits for disk and tools, so
-/// for a thread of its own; one call at a time, but for stop().
+/// identity. Nothing is changed where the desktop can see it before it is whole and signed. Waits for disk and tools,
+/// so for a thread of its own; one call at a time, but for stop().
 class BundleBuilder {
 public:
     struct Services {

@@ -16,7 +16,8 @@ QString openAction(const QString &bundleID)
 {
     QString action = QStringLiteral("app-");
     for (const char byte : bundleID.toUtf8()) {
-        const bool stands = (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
+        const bool stands =
+            (byte >= '0' && byte <= '9') || (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');
         action.append(stands ? QString(QLatin1Char(byte))
                              : QStringLiteral("-%1").arg(uchar(byte), 2, 16, QLatin1Char('0')));
     }

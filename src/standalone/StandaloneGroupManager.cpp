@@ -134,7 +134,8 @@ void StandaloneGroupManager::reconcile()
             }
             // A registration whose bundle is gone, for instance because a person deleted it.
             for (const QString &identifier : found.second)
-                if (const auto id = groupOfAgent(identifier); id && !isStandalone(*id) && !removed.contains(identifier))
+                if (const auto id = groupOfAgent(identifier);
+                    id && !isStandalone(*id) && !removed.contains(identifier))
                     inBackground([this, identifier] { return m_services.registry.unregisterBundle(identifier); },
                                  [](const Status &forgotten) {
                                      if (!forgotten)
@@ -187,8 +188,7 @@ void StandaloneGroupManager::install(const AppGroup &group, bool launch, Done do
             }
             replaced(result.before, destination, group);
             // The old executable must not go on with the old icon.
-            endAgent(agentIdentifier(group.id),
-                     [=, this] { finishInstall(group, destination, launch, done); });
+            endAgent(agentIdentifier(group.id), [=, this] { finishInstall(group, destination, launch, done); });
         });
 }
 
@@ -199,9 +199,9 @@ void StandaloneGroupManager::replaced(const QList<AgentBundle> &before, const QS
         const bool isOurs = bundle.group->id == group.id;
         if (bundle.path == destination && !isOurs)
             // Two names that make one file name: the registration would start the other group from now on.
-            inBackground([this, bundle] {
-                return m_services.registry.unregisterBundle(agentIdentifier(bundle.group->id));
-            }, [](const Status &) {});
+            inBackground(
+                [this, bundle] { return m_services.registry.unregisterBundle(agentIdentifier(bundle.group->id)); },
+                [](const Status &) {});
         else if (bundle.path != destination && isOurs)
             // It had another name.
             inBackground([this, path = bundle.path] { return m_builder.folder().discard(path); },
@@ -252,15 +252,16 @@ void StandaloneGroupManager::finishInstall(const AppGroup &group, const QString 
 
 void StandaloneGroupManager::attach(const AppGroup &group, bool launch, std::function<void(bool)> done)
 {
-    install(group, launch, [this, group, done = std::move(done)](const BuildOutcome &failure) {
-        if (failure) {
-            qCWarning(log).noquote()
-                << QStringLiteral("detach failed for %1: %2").arg(group.name, description(*failure));
-            alert(group, *failure);
-        }
-        if (done)
-            done(!failure);
-    });
+    install(group, launch,
+            [this, group, done = std::move(done)](const BuildOutcome &failure) {
+                if (failure) {
+                    qCWarning(log).noquote()
+                        << QStringLiteral("detach failed for %1: %2").arg(group.name, description(*failure));
+                    alert(group, *failure);
+                }
+                if (done)
+                    done(!failure);
+            });
 }
 
 void StandaloneGroupManager::open(const QUuid &id)
@@ -274,7 +275,8 @@ void StandaloneGroupManager::open(const QUuid &id)
         const AppGroup *group = m_services.config.group(id);
         if (!built || !group)
             return;
-        m_services.workspace.open(agentIdentifier(id), [self = QPointer(this), name = group->name](const Status &opened) {
+        m_services.workspace.open(agentIdentifier(id), [self = QPointer(this),
+                                                        name = group->name](const Status &opened) {
             if (self && !opened)
                 self->m_services.dialogs.inform(QStringLiteral("“%1” can’t be opened.").arg(name), opened.error());
         });

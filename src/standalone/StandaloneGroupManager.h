@@ -91,8 +91,8 @@ private:
     const QString m_stamp;
     BundleBuilder m_builder;
     QThreadPool m_worker;
-    QHash<QUuid, AppGroup> m_standalone;                  ///< the standalone groups as they were last seen
-    QHash<QUuid, AppGroup> m_changed;                     ///< those to be refreshed
+    QHash<QUuid, AppGroup> m_standalone;                   ///< the standalone groups as they were last seen
+    QHash<QUuid, AppGroup> m_changed;                      ///< those to be refreshed
     QHash<QString, QList<std::function<void()>>> m_ending; ///< what waits for the end of an agent
     QSet<QUuid> m_opening;
     bool m_alertIsOpen = false;

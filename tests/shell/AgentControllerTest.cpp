@@ -30,7 +30,8 @@ protected:
     {
         own.name = QStringLiteral("Work");
         own.iconColor = QStringLiteral("#FF0000");
-        own.apps = {{QStringLiteral("Mail"), QStringLiteral("org.mail")}, {QStringLiteral("Gone"), QStringLiteral("org.gone")}};
+        own.apps = {{QStringLiteral("Mail"), QStringLiteral("org.mail")},
+                    {QStringLiteral("Gone"), QStringLiteral("org.gone")}};
         bundle.path = folder.filePath(QStringLiteral("Work.app"));
         bundle.identifier = agentIdentifier(own.id);
         hold(own);
@@ -102,7 +103,8 @@ TEST_F(AgentControllerTest, ItsMenuActsOnTheGroupAsItIsNow)
     running.launch({QStringLiteral("org.mail"), 7});
     EXPECT_TRUE(dockTile.choose(QStringLiteral("hide-all")));
     EXPECT_TRUE(dockTile.choose(QStringLiteral("quit-all")));
-    EXPECT_EQ(running.calls, QStringList({QStringLiteral("hide org.mail 7"), QStringLiteral("terminate org.mail 7")}));
+    EXPECT_EQ(running.calls,
+              QStringList({QStringLiteral("hide org.mail 7"), QStringLiteral("terminate org.mail 7")}));
     running.quit({QStringLiteral("org.mail"), 7});
     EXPECT_TRUE(dockTile.choose(QStringLiteral("open-all")));
     scheduler.advance(1s);

@@ -19,11 +19,15 @@ using test::write;
 
 class BundleBuilderTest : public test::BundleTest {
 protected:
-    QString build(const AppGroup &group, const QString &at) { return described(BundleBuilder(services()).build(group, at)); }
+    QString build(const AppGroup &group, const QString &at)
+    {
+        return described(BundleBuilder(services()).build(group, at));
+    }
     QString build() { return build(work, destination); }
     bool isSound(const QString &bundle) const
     {
-        return QProcess::execute(tools.codesign, {QStringLiteral("--verify"), QStringLiteral("--strict"), bundle}) == 0;
+        return QProcess::execute(tools.codesign, {QStringLiteral("--verify"), QStringLiteral("--strict"), bundle}) ==
+               0;
     }
     static ino_t inode(const QString &path)
     {
@@ -59,7 +63,8 @@ TEST_F(BundleBuilderTest, ABundleHasTheGroupsIdentityAndIsSigned)
     const auto config = readAgentGroupConfig(destination);
     ASSERT_TRUE(config);
     EXPECT_EQ(config.value().group, work);
-    EXPECT_TRUE(read(destination + QStringLiteral("/Contents/Resources/AppIcon.icns")).startsWith(QStringLiteral("icns")));
+    EXPECT_TRUE(
+        read(destination + QStringLiteral("/Contents/Resources/AppIcon.icns")).startsWith(QStringLiteral("icns")));
     EXPECT_TRUE(QFileInfo(destination + QStringLiteral("/Contents/MacOS/cobblet")).isExecutable());
     EXPECT_TRUE(isSound(destination));
     EXPECT_EQ(leftovers(), QStringList(QStringLiteral("Work.app")));
@@ -98,8 +103,8 @@ TEST_F(BundleBuilderTest, AFailureLeavesWhatWasThere)
          QStringLiteral("codesign --verify exited with status 1")},
         {"the signing tool is killed", [this] { tools.codesign = tool("kill -9 $$"); },
          QStringLiteral("codesign exited with status 137")},
-        {"the program's Info.plist is missing", [this] { QFile::remove(source + QStringLiteral("/Contents/Info.plist")); },
-         QStringLiteral("Can't read")},
+        {"the program's Info.plist is missing",
+         [this] { QFile::remove(source + QStringLiteral("/Contents/Info.plist")); }, QStringLiteral("Can't read")},
         {"the program holds what can't be copied",
          [this] { ::mkfifo((source + QStringLiteral("/Contents/pipe")).toLocal8Bit().constData(), 0600); },
          QStringLiteral("“") + source + QStringLiteral("/Contents/pipe” can't be copied")},
@@ -135,7 +140,8 @@ TEST_F(BundleBuilderTest, AFailureLeavesWhatWasThere)
             row.spoil();
             AppGroup changed = work;
             changed.name = QStringLiteral("Changed");
-            EXPECT_TRUE(build(changed, destination).startsWith(row.expected)) << build(changed, destination).toStdString();
+            EXPECT_TRUE(build(changed, destination).startsWith(row.expected))
+                << build(changed, destination).toStdString();
             qunsetenv("CB_SIMULATE_SIGN_FAILURE");
             tools = sound;
             EXPECT_EQ(leftovers(), first ? QStringList() : QStringList(QStringLiteral("Work.app")));
@@ -196,7 +202,9 @@ TEST_F(BundleBuilderTest, WhatWasNotMadeHereIsLeftAlone)
         {"a file", [&] { write(destination, "a file"); }},
         {"somebody's folder", [&] { write(destination + QStringLiteral("/note"), "mine"); }},
         {"another application",
-         [&] { write(destination + QStringLiteral("/Contents/Info.plist"), test::info(QStringLiteral("org.other"))); }},
+         [&] {
+             write(destination + QStringLiteral("/Contents/Info.plist"), test::info(QStringLiteral("org.other")));
+         }},
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.what);
@@ -253,7 +261,8 @@ TEST_F(BundleBuilderTest, ABuildThatWasKilledIsTakenBackAtTheNextStart)
     const QString program = destination + QStringLiteral("/Contents/MacOS/cobblet");
     const Row rows[] = {
         {"while the copy is made",
-         [&](const QString &staging) { write(staging + QStringLiteral("/Cobblet.app/Contents/MacOS/cobblet"), "x"); }, true},
+         [&](const QString &staging) { write(staging + QStringLiteral("/Cobblet.app/Contents/MacOS/cobblet"), "x"); },
+         true},
         {"before anything is mirrored",
          [&](const QString &staging) { ASSERT_TRUE(agentsFolder.keep(staging, destination)); }, true},
         {"half-way through the mirroring",

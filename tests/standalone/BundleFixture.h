@@ -91,8 +91,8 @@ protected:
     {
         QStringList names = QDir(agents).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
         names.removeAll(QStringLiteral(".staging"));
-        names += QDir(agents + QStringLiteral("/.staging"))
-                     .entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot);
+        names +=
+            QDir(agents + QStringLiteral("/.staging")).entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot);
         return names;
     }
 

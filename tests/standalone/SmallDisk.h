@@ -9,8 +9,8 @@
 
 namespace cobblet::test {
 
-/// A disk that is soon full, in a folder. Where this user may mount nothing, no file of this process or of those that it
-/// starts can grow past the size instead.
+/// A disk that is soon full, in a folder. Where this user may mount nothing, no file of this process or of those that
+/// it starts can grow past the size instead.
 class SmallDisk {
 public:
     SmallDisk(const QString &folder, int kibibytes) : m_folder(folder.toLocal8Bit())

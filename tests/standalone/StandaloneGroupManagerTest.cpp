@@ -41,8 +41,8 @@ protected:
         m_manager.reset();
         manager().start();
     }
-    /// Waits until all steps are done, and those that they led to. A build that fails at once, because a file is in its
-    /// place, comes after whatever was asked for before.
+    /// Waits until all steps are done, and those that they led to. A build that fails at once, because a file is in
+    /// its place, comes after whatever was asked for before.
     void settle()
     {
         AppGroup last;
@@ -131,10 +131,11 @@ TEST_F(StandaloneGroupManagerTest, AFailureIsToldOnceAndChangesNothing)
                                            "codesign_allocate: false\n"
                                            "DEVELOPER_DIR: /opt/tools")
                                 .arg(QSysInfo::prettyProductName());
-    EXPECT_EQ(warning.informativeText,
-              QStringLiteral("macOS requires every app to be code-signed, and the signing step failed on this Mac, so "
-                             "nothing was installed.\n\n") +
-                  details);
+    EXPECT_EQ(
+        warning.informativeText,
+        QStringLiteral("macOS requires every app to be code-signed, and the signing step failed on this Mac, so "
+                       "nothing was installed.\n\n") +
+            details);
     EXPECT_EQ(warning.acceptLabel, QStringLiteral("Copy Details"));
     dialogs.answerWarning(false);
     EXPECT_TRUE(pasteboard.text.isEmpty());
@@ -179,16 +180,18 @@ TEST_F(StandaloneGroupManagerTest, OpeningBuildsOnlyWhatIsMissingOrOld)
     // The program is another one now.
     test::write(program.executable, "a newer one", true);
     QFile file(program.executable);
-    ASSERT_TRUE(file.open(QIODevice::ReadWrite) && file.setFileTime(QDateTime::currentDateTime().addSecs(-60),
-                                                                    QFileDevice::FileModificationTime));
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite) &&
+                file.setFileTime(QDateTime::currentDateTime().addSecs(-60), QFileDevice::FileModificationTime));
     file.close();
     restart();
-    EXPECT_EQ(manager().binaryStamp(), QString::number(QFileInfo(program.executable).lastModified().toSecsSinceEpoch()));
+    EXPECT_EQ(manager().binaryStamp(),
+              QString::number(QFileInfo(program.executable).lastModified().toSecsSinceEpoch()));
     settle();
     EXPECT_EQ(test::read(destination + QStringLiteral("/Contents/MacOS/cobblet")), QStringLiteral("a newer one"));
     EXPECT_EQ(InfoPlist::read(destination).value()->text("CBBinaryStamp"), manager().binaryStamp());
     EXPECT_EQ(workspace.openedBundles.size(), 1) << "its agent did not run";
-    const QDateTime built = QFileInfo(destination + QStringLiteral("/Contents/Resources/AppIcon.icns")).lastModified();
+    const QDateTime built =
+        QFileInfo(destination + QStringLiteral("/Contents/Resources/AppIcon.icns")).lastModified();
     restart();
     settle();
     EXPECT_EQ(QFileInfo(destination + QStringLiteral("/Contents/Resources/AppIcon.icns")).lastModified(), built)
@@ -264,7 +267,8 @@ TEST_F(StandaloneGroupManagerTest, AStartRemovesWhatIsStrandedAndNothingElse)
     settle();
     test::write(agents + QStringLiteral("/Mine.app/note"), "mine");
     QFile::link(destination, agents + QStringLiteral("/Link.app"));
-    registry.registered = {agentIdentifier(work.id), agentIdentifier(QUuid::createUuid()), QStringLiteral("org.other")};
+    registry.registered = {agentIdentifier(work.id), agentIdentifier(QUuid::createUuid()),
+                           QStringLiteral("org.other")};
     registry.forgotten.clear();
     // What another process wrote while this program did not run.
     {
@@ -275,7 +279,8 @@ TEST_F(StandaloneGroupManagerTest, AStartRemovesWhatIsStrandedAndNothingElse)
     config.replaceGroups(fresh.groups());
     restart();
     settle();
-    EXPECT_EQ(leftovers(), QStringList({QStringLiteral("Link.app"), QStringLiteral("Mine.app"), QStringLiteral("Work.app")}));
+    EXPECT_EQ(leftovers(),
+              QStringList({QStringLiteral("Link.app"), QStringLiteral("Mine.app"), QStringLiteral("Work.app")}));
     EXPECT_TRUE(registry.forgotten.contains(agentIdentifier(other.id)));
     EXPECT_TRUE(registry.forgotten.contains(registry.registered[1]));
     EXPECT_FALSE(registry.forgotten.contains(agentIdentifier(work.id)));
@@ -288,9 +293,9 @@ TEST_F(StandaloneGroupManagerTest, TheEndOfAnAgentRebuildsItsApplication)
     settle();
     const QString icon = destination + QStringLiteral("/Contents/Resources/AppIcon.icns");
     ASSERT_TRUE(QFile::remove(icon));
-    for (const RunningApplication &other :
-         {RunningApplication{QStringLiteral("com.cobblet.agent.x"), 1}, RunningApplication{QStringLiteral("org.other"), 2},
-          RunningApplication{agentIdentifier(QUuid::createUuid()), 3}}) {
+    for (const RunningApplication &other : {RunningApplication{QStringLiteral("com.cobblet.agent.x"), 1},
+                                            RunningApplication{QStringLiteral("org.other"), 2},
+                                            RunningApplication{agentIdentifier(QUuid::createUuid()), 3}}) {
         running.launch(other);
         running.quit(other);
     }

@@ -195,6 +195,24 @@ TEST_F(PanelActions, ToolRowActsOnTheWholeGroupUnderTheModifiersHeld)
     EXPECT_EQ(f.workspace.opened, QStringList({QStringLiteral("work.1"), QStringLiteral("work.2")}));
 }
 
+TEST_F(PanelActions, AStoredGroupCanBeAnApplicationOfItsOwnButNotInsideOne)
+{
+    EXPECT_TRUE(model->offersStandalone());
+    model->openStandalone();
+    EXPECT_EQ(f.madeStandalone, QList<QUuid>{work.id});
+    EXPECT_EQ(closed(), 1);
+    model->select(SidebarSelection::mostUsed());
+    EXPECT_FALSE(model->offersStandalone()) << "Most Used is no group";
+    model->openStandalone();
+    EXPECT_EQ(f.madeStandalone.size(), 1);
+
+    PanelDependencies inside = f.dependencies();
+    inside.openStandalone = {};
+    PanelViewModel agent(inside);
+    agent.select(SidebarSelection::group(work.id));
+    EXPECT_FALSE(agent.offersStandalone());
+}
+
 TEST_F(PanelActions, NewGroupIsTrimmedStoredAndSelected)
 {
     model->createGroup(QStringLiteral(" \n\t "), QStringLiteral("📁"));

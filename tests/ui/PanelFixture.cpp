@@ -24,8 +24,18 @@ PanelFixture::PanelFixture(const QList<AppGroup> &groups, std::unique_ptr<FakeWo
 
 PanelDependencies PanelFixture::dependencies()
 {
-    return {config, popupSettings, theme,     notifications, groupActions, runningApps,
-            usage,  icons,         workspace, dialogs,       menus,        appearance,
+    return {config,
+            popupSettings,
+            theme,
+            notifications,
+            groupActions,
+            runningApps,
+            usage,
+            icons,
+            workspace,
+            dialogs,
+            menus,
+            appearance,
             [this](const QUuid &id) { madeStandalone.append(id); }};
 }
 

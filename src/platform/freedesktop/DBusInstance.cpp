@@ -142,8 +142,7 @@ bool DBusInstance::handOver(const QStringList &arguments)
 {
     QDBusMessage request;
     if (arguments.isEmpty()) {
-        request =
-            QDBusMessage::createMethodCall(m_name, m_path, applicationInterface, QStringLiteral("Activate"));
+        request = QDBusMessage::createMethodCall(m_name, m_path, applicationInterface, QStringLiteral("Activate"));
         request.setArguments({platformDataOfEnvironment()});
     } else {
         qDBusRegisterMetaType<QByteArrayList>();

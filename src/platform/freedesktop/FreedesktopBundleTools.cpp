@@ -26,8 +26,10 @@ void stripAttributes(const QString &path)
 BundleTools bundleTools(const QString &bundle)
 {
     const QString rsync = QStandardPaths::findExecutable(QStringLiteral("rsync"));
-    return {bundle + QStringLiteral("/Contents/Helpers/codesign"), {},
-            rsync.isEmpty() ? QStringLiteral("/usr/bin/rsync") : rsync, stripAttributes};
+    return {bundle + QStringLiteral("/Contents/Helpers/codesign"),
+            {},
+            rsync.isEmpty() ? QStringLiteral("/usr/bin/rsync") : rsync,
+            stripAttributes};
 }
 
 } // namespace cobblet::freedesktop

@@ -51,7 +51,8 @@ Status replicate(const QString &from, const QString &to, bool links)
         else if (fs::is_directory(status))
             fs::create_directory(copy, it->path(), cause);
         else if (!fs::is_regular_file(status))
-            return Error{QStringLiteral("“%1” can't be copied: it is no file, folder or link.").arg(text(it->path()))};
+            return Error{
+                QStringLiteral("“%1” can't be copied: it is no file, folder or link.").arg(text(it->path()))};
         else if (links)
             fs::create_hard_link(it->path(), copy, cause);
         else if (fs::copy_file(it->path(), copy, cause))

@@ -20,6 +20,8 @@ public:
     QString trigger(const HotKeyID &) const override { return {}; }
 
 private:
+    void unregister(const HotKeyID &) override {}
+
     const QString m_reason;
 };
 

@@ -17,9 +17,9 @@ const QString prefix = QLatin1String(Bundle::agentPrefix);
 
 QDBusMessage askBus(const char *method)
 {
-    return QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus"), QString::fromLatin1(method));
+    return QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
+                                          QStringLiteral("/org/freedesktop/DBus"),
+                                          QStringLiteral("org.freedesktop.DBus"), QString::fromLatin1(method));
 }
 
 /// What owns the name; elements of a name on the bus never begin with a digit.

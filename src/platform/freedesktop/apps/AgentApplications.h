@@ -13,7 +13,8 @@ namespace cobblet {
 class SessionBus;
 
 /// The running applications, and among them the applications of single groups, which have no window most of the time:
-/// each is known by the name that it owns on the session bus. Without a bus they are known as any other application is.
+/// each is known by the name that it owns on the session bus. Without a bus they are known as any other application
+/// is.
 class AgentApplications : public RunningApplications {
     Q_OBJECT
 public:

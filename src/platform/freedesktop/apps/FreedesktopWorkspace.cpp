@@ -143,8 +143,8 @@ void FreedesktopWorkspace::openBundle(const QString &path, const QStringList &ar
         m_launcher.start(entry, QStringList{program} + arguments, done);
         return;
     }
-    const QString cause = application ? QStringLiteral("“%1” cannot be opened: it holds no program.").arg(path)
-                                      : application.error();
+    const QString cause =
+        application ? QStringLiteral("“%1” cannot be opened: it holds no program.").arg(path) : application.error();
     if (done)
         QMetaObject::invokeMethod(
             this, [done, cause] { done(Error{cause}); }, Qt::QueuedConnection);
