@@ -145,9 +145,10 @@ Status AgentsFolder::discard(const QString &bundle) const
     const auto staging = makeStaging();
     if (!staging)
         return removeTree(bundle); // on a full disk what is removed in place makes room
-    if (const Status moved = moveTree(bundle, staging.value() + QStringLiteral("/discarded.app")); !moved)
-        return moved;
-    return removeTree(staging.value());
+    const bool isThere = QFileInfo::exists(bundle);
+    const Status moved = isThere ? moveTree(bundle, staging.value() + QStringLiteral("/discarded.app")) : Status();
+    const Status removed = removeTree(staging.value());
+    return moved ? removed : moved;
 }
 
 void AgentsFolder::recover(const std::function<bool(const QString &)> &isWhole) const

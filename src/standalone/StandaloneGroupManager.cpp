@@ -114,7 +114,7 @@ void StandaloneGroupManager::reconcile()
         [this](const std::pair<QList<AgentBundle>, QStringList> &found) {
             const auto isStandalone = [this](const QUuid &id) {
                 const AppGroup *group = m_services.config.group(id);
-                return group && group->isStandalone;
+                return (group && group->isStandalone) || m_installing.contains(id);
             };
             QSet<QString> removed;
             for (const AgentBundle &bundle : found.first) {
@@ -167,8 +167,16 @@ void StandaloneGroupManager::refreshOutdated()
 
 // Building
 
-void StandaloneGroupManager::install(const AppGroup &group, bool launch, Done done)
+void StandaloneGroupManager::install(const AppGroup &group, bool launch, Done whenDone)
 {
+    m_installing.append(group.id);
+    const Done done = [this, id = group.id, whenDone = std::move(whenDone)](const BuildOutcome &outcome) {
+        m_installing.removeOne(id);
+        if (!outcome && !m_services.config.group(id))
+            reconcile(); // it was deleted meanwhile
+        if (whenDone)
+            whenDone(outcome);
+    };
     const QString destination = m_builder.folder().destination(group);
     struct Result {
         BuildOutcome outcome;
@@ -181,11 +189,8 @@ void StandaloneGroupManager::install(const AppGroup &group, bool launch, Done do
             return result;
         },
         [=, this](const Result &result) {
-            if (result.outcome) {
-                if (done)
-                    done(result.outcome);
-                return;
-            }
+            if (result.outcome)
+                return done(result.outcome);
             replaced(result.before, destination, group);
             // The old executable must not go on with the old icon.
             endAgent(agentIdentifier(group.id), [=, this] { finishInstall(group, destination, launch, done); });
@@ -227,12 +232,9 @@ void StandaloneGroupManager::finishInstall(const AppGroup &group, const QString 
             const auto succeed = [this, group, done] {
                 m_services.config.setStandalone(group.id, true);
                 const AppGroup *now = m_services.config.group(group.id);
-                if (!now)
-                    reconcile(); // it was deleted meanwhile
-                else if (!looksAlike(*now, group))
+                if (now && !looksAlike(*now, group))
                     refreshIcon(*now);
-                if (done)
-                    done({});
+                done({});
             };
             if (!launch)
                 return succeed();
@@ -244,8 +246,7 @@ void StandaloneGroupManager::finishInstall(const AppGroup &group, const QString 
                                                     return succeed();
                                                 qCWarning(log).noquote()
                                                     << QStringLiteral("launch failed: %1").arg(opened.error());
-                                                if (done)
-                                                    done({});
+                                                done({});
                                             });
         });
 }
@@ -286,7 +287,7 @@ void StandaloneGroupManager::open(const QUuid &id)
                      if (wanted.isStandalone && bundle && bundle->identifier == agentIdentifier(wanted.id) &&
                          bundle->stamp == m_stamp)
                          return show(true);
-                     attach(wanted, true, show);
+                     attach(wanted, false, show); // opening it starts it
                  });
 }
 

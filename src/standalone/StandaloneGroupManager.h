@@ -56,7 +56,7 @@ public:
 
     /// Builds the group's application, and starts it in the background when `launch` is set; once it runs, or at once
     /// without `launch`, the group is standalone. A failure to build changes nothing.
-    void install(const AppGroup &group, bool launch, Done done = {});
+    void install(const AppGroup &group, bool launch, Done whenDone = {});
     /// The same for a person, who is told of a failure; `done`, when given, learns whether it succeeded.
     void attach(const AppGroup &group, bool launch, std::function<void(bool)> done = {});
     /// Opens the group's application; one that is missing, or older than the program, is built first.
@@ -94,6 +94,7 @@ private:
     QHash<QUuid, AppGroup> m_standalone;                   ///< the standalone groups as they were last seen
     QHash<QUuid, AppGroup> m_changed;                      ///< those to be refreshed
     QHash<QString, QList<std::function<void()>>> m_ending; ///< what waits for the end of an agent
+    QList<QUuid> m_installing; ///< groups that are about to be standalone, one for each installation
     QSet<QUuid> m_opening;
     bool m_alertIsOpen = false;
 };

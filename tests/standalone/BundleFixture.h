@@ -22,6 +22,7 @@ public:
     Status registerBundle(const QString &bundle, const QList<DockMenuItem> &menu) override
     {
         menus.insert(bundle, menu);
+        ++registrations;
         return {};
     }
     Status unregisterBundle(const QString &identifier) override
@@ -32,6 +33,7 @@ public:
     QStringList registeredAgents() const override { return registered; }
 
     QMap<QString, QList<DockMenuItem>> menus; ///< by bundle
+    int registrations = 0;
     QStringList forgotten;
     QStringList registered;
 };
