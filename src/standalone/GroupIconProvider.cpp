@@ -98,13 +98,16 @@ QImage GroupIconProvider::cgImage(const AppGroup &group, int size) const
     QPainter painter(&tile);
     painter.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(tileColor(group));
+    const QColor color = tileColor(group);
+    painter.setBrush(color);
     painter.drawRoundedRect(QRectF(geometry.inset, geometry.inset, geometry.side, geometry.side), geometry.radius,
                             geometry.radius);
-    if (group.iconStyle == GroupIconStyle::Grid && !group.apps.isEmpty())
+    if (group.iconStyle == GroupIconStyle::Grid && !group.apps.isEmpty()) {
         drawGrid(painter, group, size);
-    else
+    } else {
+        painter.setPen(qGray(color.rgb()) < 96 ? Qt::white : Qt::black); // for letters: emoji have their own colours
         drawCentredText(painter, group.emoji, 0.68 * geometry.side, size);
+    }
     return tile;
 }
 

@@ -100,7 +100,6 @@ void drawCentredText(QPainter &painter, const QString &text, double pixels, int 
     const QString start = drawable(text);
     QTextLayout layout(start);
     lay(layout, picturePixels);
-    painter.setPen(Qt::black);
     if (!hasPictures(layout)) {
         QTextLayout exact(start);
         lay(exact, pixels);
