@@ -47,19 +47,20 @@ AgentApplications::AgentApplications(RunningApplications &others, SessionBus &bu
     const QDBusConnection &connection = m_bus.connection();
     if (!connection.isConnected())
         return;
-    m_watcher = new QDBusServiceWatcher(prefix + QLatin1Char('*'), connection,
+    // All names below this one: a namespace has no dot at its end.
+    m_watcher = new QDBusServiceWatcher(prefix.chopped(1) + QLatin1Char('*'), connection,
                                         QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString &name, const QString &oldOwner, const QString &newOwner) {
                 if (!oldOwner.isEmpty())
                     lost(name);
                 if (!newOwner.isEmpty())
-                    askForOwner(name);
+                    askForOwner(name, Found::Launched);
             });
     callSessionBus(&m_bus, this, askBus("ListNames"), [this](const QDBusMessage &reply) {
         for (const QString &name : reply.arguments().value(0).toStringList())
             if (name.startsWith(prefix))
-                askForOwner(name);
+                askForOwner(name, Found::Running);
     });
 }
 
@@ -70,24 +71,25 @@ bool AgentApplications::isOurs(const RunningApplication &application) const
     return m_watcher && application.bundleIdentifier.startsWith(prefix);
 }
 
-void AgentApplications::askForOwner(const QString &name)
+void AgentApplications::askForOwner(const QString &name, Found found)
 {
     QDBusMessage ask = askBus("GetConnectionUnixProcessID");
     ask << name;
-    callSessionBus(&m_bus, this, ask, [this, name](const QDBusMessage &answer) {
+    callSessionBus(&m_bus, this, ask, [this, name, found](const QDBusMessage &answer) {
         if (const qint64 pid = answer.arguments().value(0).toLongLong();
             answer.type() == QDBusMessage::ReplyMessage && pid > 0)
-            ownerKnown(name, pid);
+            ownerKnown(name, pid, found);
     });
 }
 
-void AgentApplications::ownerKnown(const QString &name, qint64 pid)
+void AgentApplications::ownerKnown(const QString &name, qint64 pid, Found found)
 {
     const auto process = processEntry(pid);
     if (!process || m_agents.value(name) == *process)
         return;
     m_agents.insert(name, *process);
-    emit didLaunch({identifierOf(name), pid});
+    if (found == Found::Launched)
+        emit didLaunch({identifierOf(name), pid});
 }
 
 void AgentApplications::lost(const QString &name)

@@ -32,8 +32,9 @@ public:
 
 private:
     bool isOurs(const RunningApplication &application) const;
-    void askForOwner(const QString &name);
-    void ownerKnown(const QString &name, qint64 pid);
+    enum class Found { Running, Launched };
+    void askForOwner(const QString &name, Found found);
+    void ownerKnown(const QString &name, qint64 pid, Found found);
     void lost(const QString &name);
     bool signalAgent(const RunningApplication &application, int signal);
 
