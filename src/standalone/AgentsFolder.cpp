@@ -9,11 +9,8 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QLoggingCategory>
 
 namespace cobblet {
-
-Q_LOGGING_CATEGORY(lcAgents, "com.vantor.cobblet.standalone")
 
 namespace {
 
@@ -151,21 +148,26 @@ Status AgentsFolder::discard(const QString &bundle) const
     return moved ? removed : moved;
 }
 
-void AgentsFolder::recover(const std::function<bool(const QString &)> &isWhole) const
+QStringList AgentsFolder::leftovers() const
 {
     if (!isFolder(stagingFolder()))
-        return;
-    const QDir folder(stagingFolder());
-    for (const QString &name :
-         folder.entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::NoSymLinks | QDir::Hidden)) {
-        const QString staging = folder.filePath(name);
-        if (const auto changed = readBounded(staging + destinationFile, maximumName);
-            changed && !isWhole(m_path + QLatin1Char('/') + QString::fromUtf8(changed.value())))
+        return {};
+    return QDir(stagingFolder()).entryList(QDir::Dirs | QDir::NoDotAndDotDot | QDir::NoSymLinks | QDir::Hidden);
+}
+
+Status AgentsFolder::recover(const std::function<bool(const QString &)> &isWhole) const
+{
+    Status outcome;
+    for (const QString &name : leftovers()) {
+        const QString staging = stagingFolder() + QLatin1Char('/') + name;
+        const auto changed = readBounded(staging + destinationFile, maximumName);
+        if (changed && !isWhole(m_path + QLatin1Char('/') + QString::fromUtf8(changed.value())))
             if (const Status restored = restore(staging); !restored)
-                qCWarning(lcAgents).noquote() << restored.error();
+                outcome = restored;
         if (const Status removed = removeTree(staging); !removed)
-            qCWarning(lcAgents).noquote() << removed.error();
+            outcome = removed;
     }
+    return outcome;
 }
 
 } // namespace cobblet

@@ -52,9 +52,12 @@ public:
     Status discard(const QString &bundle) const;
     /// Clears what builds have left that did not come to their end. What they were changing is put back, unless
     /// `isWhole`.
-    void recover(const std::function<bool(const QString &bundle)> &isWhole) const;
+    Status recover(const std::function<bool(const QString &bundle)> &isWhole) const;
+    bool needsRecovery() const { return !leftovers().isEmpty(); }
 
 private:
+    /// The staging folders of builds that did not come to their end, or are under way.
+    QStringList leftovers() const;
     QString stagingFolder() const { return m_path + QStringLiteral("/.staging"); }
 
     const QString m_path;

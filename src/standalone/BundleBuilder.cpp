@@ -183,26 +183,25 @@ void BundleBuilder::registerBundle(const QString &bundle, const AppGroup &group)
         qCWarning(log).noquote() << registered.error();
 }
 
-void BundleBuilder::remove(const AgentBundle &bundle)
+Status BundleBuilder::remove(const AgentBundle &bundle)
 {
     std::unique_ptr<FileLock> lock;
     Status removed = folder().lock(lock);
     if (removed)
         removed = folder().discard(bundle.path);
-    if (!removed)
-        qCWarning(log).noquote() << removed.error();
-    if (bundle.group)
-        if (const Status forgotten = m_services.registry.unregisterBundle(agentIdentifier(bundle.group->id));
-            !forgotten)
-            qCWarning(log).noquote() << forgotten.error();
+    const Status forgotten =
+        bundle.group ? m_services.registry.unregisterBundle(agentIdentifier(bundle.group->id)) : Status();
+    return removed ? forgotten : removed;
 }
 
-void BundleBuilder::recover()
+Status BundleBuilder::recover()
 {
+    if (!folder().needsRecovery())
+        return {};
     std::unique_ptr<FileLock> lock;
     if (const Status locked = folder().lock(lock); !locked)
-        return;
-    folder().recover([this](const QString &bundle) {
+        return locked;
+    return folder().recover([this](const QString &bundle) {
         const auto end = codesign({QStringLiteral("--verify"), QStringLiteral("--strict"), bundle});
         return end && end.value().status == 0;
     });

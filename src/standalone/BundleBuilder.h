@@ -43,9 +43,9 @@ public:
     /// Makes the desktop look at the bundle afresh. What fails is logged.
     void registerBundle(const QString &bundle, const AppGroup &group);
     /// Takes the bundle and its registration away.
-    void remove(const AgentBundle &bundle);
+    Status remove(const AgentBundle &bundle);
     /// Clears what builds have left that did not come to their end.
-    void recover();
+    Status recover();
     /// Ends the tool that runs, and every later one.
     void stop() { m_runner.stop(); }
 

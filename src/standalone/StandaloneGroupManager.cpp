@@ -5,10 +5,8 @@
 #include "model/Notifications.h"
 #include "platform/Dialogs.h"
 #include "platform/DistributedNotifications.h"
-#include "platform/FileTree.h"
 #include "platform/LaunchRegistry.h"
 #include "platform/Pasteboard.h"
-#include "platform/RunningApplications.h"
 #include "platform/Scheduler.h"
 #include "platform/Workspace.h"
 
@@ -30,8 +28,8 @@ Q_LOGGING_CATEGORY(log, "com.vantor.cobblet.standalone")
 constexpr auto repaintDelay = 3000ms;
 /// Several changes in a row, as when applications are dragged about, are one.
 constexpr auto changeDelay = 500ms;
-/// A process that was killed is gone at once; a desktop that does not tell of it is not waited for.
-constexpr auto endPatience = 2000ms;
+/// A thread that has nothing to do is not kept.
+constexpr auto idleThread = 1000ms;
 
 QString stampOf(const Bundle &bundle)
 {
@@ -67,11 +65,12 @@ StandaloneGroupManager::StandaloneGroupManager(Services services)
     : m_services(std::move(services)), m_stamp(stampOf(m_services.bundle)),
       m_builder({m_services.bundle.path, m_stamp, AgentsFolder(m_services.agentsDirectory), m_services.tools,
                  m_services.registry, m_services.icons}),
-      m_standalone(standaloneGroups(m_services.config))
+      m_agents(m_services.running, m_services.scheduler), m_standalone(standaloneGroups(m_services.config))
 {
     m_worker.setMaxThreadCount(1); // one step after the other, in the order in which they were asked for
     m_builder.folder().make();
-    connect(&m_services.running, &RunningApplications::didTerminate, this, &StandaloneGroupManager::agentEnded);
+    m_worker.setExpiryTimeout(int(idleThread.count()));
+    connect(&m_agents, &AgentProcesses::ended, this, &StandaloneGroupManager::agentEnded);
     connect(&m_services.config, &ConfigManager::groupsChanged, this, &StandaloneGroupManager::follow);
 }
 
@@ -92,19 +91,21 @@ void StandaloneGroupManager::inBackground(Work work, Then then)
     });
 }
 
+void StandaloneGroupManager::inBackground(std::function<Status()> work)
+{
+    inBackground(std::move(work), [](const Status &done) {
+        if (!done)
+            qCWarning(log).noquote() << done.error();
+    });
+}
+
 // Start-up
 
 void StandaloneGroupManager::start()
 {
-    inBackground(
-        [this] {
-            m_builder.recover();
-            return true;
-        },
-        [this](bool) {
-            reconcile();
-            refreshOutdated();
-        });
+    inBackground([this] { return m_builder.recover(); });
+    reconcile();
+    refreshOutdated();
 }
 
 void StandaloneGroupManager::reconcile()
@@ -122,25 +123,15 @@ void StandaloneGroupManager::reconcile()
                     continue;
                 qCInfo(log).noquote()
                     << QStringLiteral("removing stranded synthetic agent: %1").arg(QFileInfo(bundle.path).fileName());
-                const QString identifier = agentIdentifier(bundle.group->id);
-                removed.insert(identifier);
-                endAgent(identifier, [] {});
-                inBackground(
-                    [this, bundle] {
-                        m_builder.remove(bundle);
-                        return true;
-                    },
-                    [](bool) {});
+                removed.insert(agentIdentifier(bundle.group->id));
+                m_agents.end(bundle.group->id, [] {});
+                inBackground([this, bundle] { return m_builder.remove(bundle); });
             }
             // A registration whose bundle is gone, for instance because a person deleted it.
             for (const QString &identifier : found.second)
                 if (const auto id = groupOfAgent(identifier);
                     id && !isStandalone(*id) && !removed.contains(identifier))
-                    inBackground([this, identifier] { return m_services.registry.unregisterBundle(identifier); },
-                                 [](const Status &forgotten) {
-                                     if (!forgotten)
-                                         qCWarning(log).noquote() << forgotten.error();
-                                 });
+                    inBackground([this, identifier] { return m_services.registry.unregisterBundle(identifier); });
         });
 }
 
@@ -158,9 +149,8 @@ void StandaloneGroupManager::refreshOutdated()
         },
         [this](const QList<AppGroup> &outdated) {
             for (const AppGroup &group : outdated) {
-                const QString identifier = agentIdentifier(group.id);
-                const bool wasRunning = isRunning(identifier);
-                endAgent(identifier, [this, group, wasRunning] { attach(group, wasRunning); });
+                const bool wasRunning = m_agents.isRunning(group.id);
+                m_agents.end(group.id, [this, group, wasRunning] { attach(group, wasRunning); });
             }
         });
 }
@@ -193,7 +183,7 @@ void StandaloneGroupManager::install(const AppGroup &group, bool launch, Done wh
                 return done(result.outcome);
             replaced(result.before, destination, group);
             // The old executable must not go on with the old icon.
-            endAgent(agentIdentifier(group.id), [=, this] { finishInstall(group, destination, launch, done); });
+            m_agents.end(group.id, [=, this] { finishInstall(group, destination, launch, done); });
         });
 }
 
@@ -205,15 +195,10 @@ void StandaloneGroupManager::replaced(const QList<AgentBundle> &before, const QS
         if (bundle.path == destination && !isOurs)
             // Two names that make one file name: the registration would start the other group from now on.
             inBackground(
-                [this, bundle] { return m_services.registry.unregisterBundle(agentIdentifier(bundle.group->id)); },
-                [](const Status &) {});
+                [this, bundle] { return m_services.registry.unregisterBundle(agentIdentifier(bundle.group->id)); });
         else if (bundle.path != destination && isOurs)
             // It had another name.
-            inBackground([this, path = bundle.path] { return m_builder.folder().discard(path); },
-                         [](const Status &discarded) {
-                             if (!discarded)
-                                 qCWarning(log).noquote() << discarded.error();
-                         });
+            inBackground([this, path = bundle.path] { return m_builder.folder().discard(path); });
     }
 }
 
@@ -226,7 +211,7 @@ void StandaloneGroupManager::finishInstall(const AppGroup &group, const QString 
         },
         [=, this](bool) {
             m_services.scheduler.detached(repaintDelay, [self = QPointer(this), id = group.id] {
-                if (self && self->isRunning(agentIdentifier(id)))
+                if (self && self->m_agents.isRunning(id))
                     self->postRepaint(id);
             });
             const auto succeed = [this, group, done] {
@@ -311,7 +296,7 @@ void StandaloneGroupManager::refreshIcon(const AppGroup &group)
             if (result.outcome)
                 qCWarning(log).noquote()
                     << QStringLiteral("refreshIcon failed for %1: %2").arg(group.name, description(*result.outcome));
-            else if (result.exists && isRunning(agentIdentifier(group.id)))
+            else if (result.exists && m_agents.isRunning(group.id))
                 postRepaint(group.id);
         });
 }
@@ -349,39 +334,9 @@ void StandaloneGroupManager::postRepaint(const QUuid &group)
         qCWarning(log).noquote() << posted.error();
 }
 
-bool StandaloneGroupManager::isRunning(const QString &identifier) const
+void StandaloneGroupManager::agentEnded(const QUuid &id)
 {
-    const auto running = m_services.running.runningApplications();
-    return std::any_of(running.begin(), running.end(),
-                       [&](const RunningApplication &each) { return each.bundleIdentifier == identifier; });
-}
-
-void StandaloneGroupManager::endAgent(const QString &identifier, std::function<void()> then)
-{
-    if (!isRunning(identifier))
-        return then();
-    m_ending[identifier].append(std::move(then));
-    for (const RunningApplication &application : m_services.running.runningApplications())
-        if (application.bundleIdentifier == identifier)
-            m_services.running.forceTerminate(application);
-    m_services.scheduler.detached(endPatience, [self = QPointer(this), identifier] {
-        if (self)
-            self->agentEnded({identifier, 0});
-    });
-}
-
-void StandaloneGroupManager::agentEnded(const RunningApplication &application)
-{
-    const QString &identifier = application.bundleIdentifier;
-    if (m_ending.contains(identifier)) {
-        if (application.processIdentifier != 0 && isRunning(identifier))
-            return;
-        for (const auto &then : m_ending.take(identifier))
-            then();
-        return;
-    }
-    const auto id = application.processIdentifier != 0 ? groupOfAgent(identifier) : std::nullopt;
-    if (const AppGroup *group = id ? m_services.config.group(*id) : nullptr)
+    if (const AppGroup *group = m_services.config.group(id))
         refreshIcon(*group);
 }
 

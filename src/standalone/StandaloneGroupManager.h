@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Bundle.h"
+#include "standalone/AgentProcesses.h"
 #include "standalone/BundleBuilder.h"
 
 #include <QHash>
@@ -20,7 +21,6 @@ class Pasteboard;
 class RunningApplications;
 class Scheduler;
 class Workspace;
-struct RunningApplication;
 
 /// Keeps the applications of standalone groups: builds them, brings them up to date when a group or the program
 /// changes, and takes them away. Main thread; files and tools are worked with on a thread of its own, one step at a
@@ -75,26 +75,25 @@ private:
     /// Does `work` on the other thread and then `then` with what it gave, on this one.
     template<class Work, class Then>
     void inBackground(Work work, Then then);
+    /// The same for work of which only a failure is worth telling, in the log.
+    void inBackground(std::function<Status()> work);
 
     void refreshOutdated();
     void follow();
     void refreshChanged();
     void replaced(const QList<AgentBundle> &before, const QString &destination, const AppGroup &group);
-    bool isRunning(const QString &identifier) const;
-    /// Kills what runs under the identifier, and calls `then` once it has ended.
-    void endAgent(const QString &identifier, std::function<void()> then);
-    void agentEnded(const RunningApplication &application);
+    void agentEnded(const QUuid &group);
     void finishInstall(const AppGroup &group, const QString &destination, bool launch, Done done);
     void alert(const AppGroup &group, const BuildFailure &failure);
 
     const Services m_services;
     const QString m_stamp;
     BundleBuilder m_builder;
+    AgentProcesses m_agents;
     QThreadPool m_worker;
-    QHash<QUuid, AppGroup> m_standalone;                   ///< the standalone groups as they were last seen
-    QHash<QUuid, AppGroup> m_changed;                      ///< those to be refreshed
-    QHash<QString, QList<std::function<void()>>> m_ending; ///< what waits for the end of an agent
-    QList<QUuid> m_installing; ///< groups that are about to be standalone, one for each installation
+    QHash<QUuid, AppGroup> m_standalone; ///< the standalone groups as they were last seen
+    QHash<QUuid, AppGroup> m_changed;    ///< those to be refreshed
+    QList<QUuid> m_installing;           ///< groups that are about to be standalone, one for each installation
     QSet<QUuid> m_opening;
     bool m_alertIsOpen = false;
 };

@@ -219,7 +219,7 @@ TEST_F(BundleBuilderTest, WhatWasNotMadeHereIsLeftAlone)
     // A folder for what is half done that leads elsewhere.
     ASSERT_TRUE(removeTree(agents + QStringLiteral("/.staging")));
     QFile::link(elsewhere, agents + QStringLiteral("/.staging"));
-    BundleBuilder(services()).recover();
+    EXPECT_TRUE(BundleBuilder(services()).recover());
     EXPECT_TRUE(build().contains(QStringLiteral("is a link")));
     EXPECT_EQ(read(elsewhere + QStringLiteral("/precious")), QStringLiteral("data"));
 }
@@ -293,7 +293,7 @@ TEST_F(BundleBuilderTest, ABuildThatWasKilledIsTakenBackAtTheNextStart)
         const auto staging = agentsFolder.makeStaging();
         ASSERT_TRUE(staging);
         row.die(staging.value());
-        BundleBuilder(services()).recover();
+        EXPECT_TRUE(BundleBuilder(services()).recover());
         EXPECT_EQ(leftovers(), QStringList(QStringLiteral("Work.app")));
         EXPECT_TRUE(isSound(destination));
         EXPECT_EQ(readAgentGroupConfig(destination).value().group.name,
