@@ -206,12 +206,15 @@ GroupIconProvider &Application::groupIcons()
 
 StandaloneGroupManager &Application::standalone()
 {
-    if (!m_standalone)
+    if (!m_standalone) {
         m_standalone.emplace(StandaloneGroupManager::Services{
             m_bundle, QDir::homePath() + QStringLiteral("/Applications/Cobblet Groups"), m_platform.bundleTools(),
             m_platform.launchRegistry(), groupIcons(), m_core->config(), m_platform.runningApplications(),
             m_platform.workspace(), m_platform.distributedNotifications(), m_platform.dialogs(),
             m_platform.pasteboard(), m_platform.scheduler()});
+        connect(&*m_standalone, &StandaloneGroupManager::idle, this,
+                [this] { later(trimDelay, &Application::trim); });
+    }
     return *m_standalone;
 }
 

@@ -84,10 +84,17 @@ StandaloneGroupManager::~StandaloneGroupManager()
 template<class Work, class Then>
 void StandaloneGroupManager::inBackground(Work work, Then then)
 {
+    ++m_steps;
     m_worker.start([this, work = std::move(work), then = std::move(then)] {
         auto result = work();
         QMetaObject::invokeMethod(
-            this, [then, result = std::move(result)] { then(result); }, Qt::QueuedConnection);
+            this,
+            [this, then, result = std::move(result)] {
+                then(result);
+                if (--m_steps == 0)
+                    emit idle();
+            },
+            Qt::QueuedConnection);
     });
 }
 

@@ -71,6 +71,10 @@ public:
     /// Identifies the running executable: its time of modification in seconds since 1970, or "unknown".
     const QString &binaryStamp() const { return m_stamp; }
 
+signals:
+    /// Nothing is left to be done on the other thread: what it took of memory can go back.
+    void idle();
+
 private:
     /// Does `work` on the other thread and then `then` with what it gave, on this one.
     template<class Work, class Then>
@@ -91,6 +95,7 @@ private:
     BundleBuilder m_builder;
     AgentProcesses m_agents;
     QThreadPool m_worker;
+    int m_steps = 0; ///< that are not done
     QHash<QUuid, AppGroup> m_standalone; ///< the standalone groups as they were last seen
     QHash<QUuid, AppGroup> m_changed;    ///< those to be refreshed
     QList<QUuid> m_installing;           ///< groups that are about to be standalone, one for each installation

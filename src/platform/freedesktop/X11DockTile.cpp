@@ -9,7 +9,13 @@ namespace cobblet {
 
 void X11DockTile::setIcon(const QImage &icon)
 {
-    QGuiApplication::setWindowIcon(QIcon(QPixmap::fromImage(icon)));
+    // In the sizes that window managers show: in full, the icon would be a megabyte in every process.
+    QIcon sizes;
+    for (const int side : {128, 64, 48, 32, 16})
+        if (side <= icon.width())
+            sizes.addPixmap(
+                QPixmap::fromImage(icon.scaled(side, side, Qt::KeepAspectRatio, Qt::SmoothTransformation)));
+    QGuiApplication::setWindowIcon(sizes);
 }
 
 void X11DockTile::activateApplication()
