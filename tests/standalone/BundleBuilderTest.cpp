@@ -9,6 +9,7 @@
 #include <thread>
 
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace cobblet {
@@ -239,6 +240,25 @@ TEST_F(BundleBuilderTest, LinksInTheProgramsBundleAreNeverWrittenThrough)
         EXPECT_EQ(read(store + QLatin1Char('/') + QLatin1String(file)).toUtf8(),
                   test::info(QStringLiteral("com.vantor.cobblet")));
     EXPECT_EQ(InfoPlist::read(destination).value()->text("CFBundleIdentifier"), agentIdentifier(work.id));
+}
+
+TEST_F(BundleBuilderTest, AttributesOfOtherProgramsGoButNotThoseOfWhatALinkLeadsTo)
+{
+    const QString outside = folder.filePath(QStringLiteral("outside"));
+    const QString program = destination + QStringLiteral("/Contents/MacOS/cobblet");
+    write(outside, "x");
+    QFile::link(outside, source + QStringLiteral("/Contents/Resources/link"));
+    ASSERT_EQ(build(), QStringLiteral("ok"));
+    const auto attribute = [](const QString &path) {
+        return ::getxattr(path.toLocal8Bit().constData(), "user.xdg.origin.url", nullptr, 0);
+    };
+    for (const QString &path : {outside, program}) {
+        ASSERT_EQ(::setxattr(path.toLocal8Bit().constData(), "user.xdg.origin.url", "x", 1, 0), 0);
+        ASSERT_EQ(attribute(path), 1);
+    }
+    ASSERT_EQ(build(), QStringLiteral("ok"));
+    EXPECT_EQ(attribute(program), -1);
+    EXPECT_EQ(attribute(outside), 1);
 }
 
 TEST_F(BundleBuilderTest, AnInfoPlistThatIsNoDictionaryIsLeftAsItIs)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/LaunchRegistry.h"
+#include "platform/freedesktop/FreedesktopBundleTools.h"
 #include "standalone/BundleBuilder.h"
 #include "standalone/GroupIconProvider.h"
 #include "standalone/IconProvider.h"
@@ -9,7 +10,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -75,9 +75,8 @@ protected:
         write(source + QStringLiteral("/Contents/MacOS/cobblet"), QByteArray(40'000, 'x'), true);
         write(source + QStringLiteral("/Contents/Resources/Metadata.appintents/actions"), "of the main program");
         QDir().mkpath(agents);
+        tools = freedesktop::bundleTools({});
         tools.codesign = QStringLiteral(COBBLET_CODESIGN);
-        tools.rsync = QStandardPaths::findExecutable(QStringLiteral("rsync"));
-        tools.stripAttributes = [](const QString &) {};
         work.name = QStringLiteral("Work");
         work.emoji = QStringLiteral("🛠");
         work.apps = {{QStringLiteral("Mail"), QStringLiteral("com.apple.mail")}};
