@@ -1,9 +1,10 @@
 #include "platform/freedesktop/PortalHotKeys.h"
 #include "platform/freedesktop/SessionBus.h"
 
+#include "platform/PrivateBus.h"
+
 #include <QDBusObjectPath>
 #include <QDBusVirtualObject>
-#include <QProcess>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -78,22 +79,8 @@ private:
     SessionBus m_bus;
 };
 
-class PortalHotKeysTest : public testing::Test {
+class PortalHotKeysTest : public test::PrivateBusTest {
 protected:
-    void SetUp() override
-    {
-        m_daemon.start(QStringLiteral("dbus-daemon"),
-                       {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address")});
-        ASSERT_TRUE(m_daemon.waitForReadyRead(20'000)) << "dbus-daemon does not start";
-        qputenv("DBUS_SESSION_BUS_ADDRESS", m_daemon.readLine().trimmed());
-    }
-    void TearDown() override
-    {
-        m_daemon.kill();
-        m_daemon.waitForFinished();
-        qunsetenv("DBUS_SESSION_BUS_ADDRESS");
-    }
-
     static HotKeyID id(quint32 number) { return {1, number}; }
     /// How many handles it gives.
     size_t registerNine(HotKeys &hotKeys)
@@ -113,7 +100,6 @@ protected:
     }
     static bool settles(const std::function<bool()> &condition) { return QTest::qWaitFor(condition, 10'000); }
 
-    QProcess m_daemon;
     std::vector<HotKeys::Handle> m_handles;
     QList<quint32> m_pressed, m_refused;
     const QList<quint32> all{1, 2, 3, 4, 5, 6, 7, 8, 9};

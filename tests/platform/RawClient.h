@@ -29,20 +29,19 @@ public:
     RawClient(const RawClient &) = delete;
     RawClient &operator=(const RawClient &) = delete;
 
-    static DBusMessage *message(const char *child, const char *interface, const char *method)
+    static DBusMessage *message(const char *interface, const char *method)
     {
-        const std::string path = std::string("/com/vantor/cobblet") + child;
-        return dbus_message_new_method_call("com.vantor.cobblet", path.c_str(), interface, method);
+        return dbus_message_new_method_call("com.vantor.cobblet", "/com/vantor/cobblet", interface, method);
     }
     static DBusMessage *find(const char *text)
     {
-        DBusMessage *message = RawClient::message("", "com.vantor.cobblet.Groups", "Find");
+        DBusMessage *message = RawClient::message("com.vantor.cobblet.Groups", "Find");
         dbus_message_append_args(message, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
         return message;
     }
     static DBusMessage *activate()
     {
-        DBusMessage *message = RawClient::message("", "org.freedesktop.Application", "Activate");
+        DBusMessage *message = RawClient::message("org.freedesktop.Application", "Activate");
         DBusMessageIter all, map;
         dbus_message_iter_init_append(message, &all);
         dbus_message_iter_open_container(&all, DBUS_TYPE_ARRAY, "{sv}", &map);
@@ -65,15 +64,6 @@ public:
         if (DBusMessage *reply = dbus_connection_send_with_reply_and_block(m_connection, ask, -1, nullptr))
             dbus_message_unref(reply);
         dbus_message_unref(ask);
-    }
-    /// Waits; false when there was an error or no answer.
-    bool call(DBusMessage *message)
-    {
-        DBusMessage *reply = dbus_connection_send_with_reply_and_block(m_connection, message, 60'000, nullptr);
-        dbus_message_unref(message);
-        if (reply)
-            dbus_message_unref(reply);
-        return reply != nullptr;
     }
     /// Counts what has come in and was not counted yet: each error by its name, a reply as "".
     void countAnswers(std::map<std::string, int> &counts, int waitMilliseconds = 0)
