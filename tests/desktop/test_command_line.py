@@ -9,7 +9,7 @@ import subprocess
 import tempfile
 import unittest
 
-from cobblet import EXECUTABLE, HERE, OTHERS, TOOLS, Cobblet, CobbletCase, Home, group
+from cobblet import EXECUTABLE, HERE, OTHERS, TOOLS, CobbletCase, Home, group
 from desktop import Desktop
 
 ODD = [group(10, "It's \"odd\" $(touch owned) `x`; \\", []), group(11, "🧰 Wörk", []), group(12, "-dash", []),
@@ -72,11 +72,9 @@ class CommandLine(CobbletCase):
         self.assertEqual([record["id"] in errors for record in ODD], [record["name"] == "Twin" for record in ODD])
         self.assertEqual(self.ask("quit", "Nope"),
                          (1, "", "There's no group named “Nope”. It may have been renamed or deleted.\n"))
-        for arguments in (["-dash"], ["hide"], ["hide", "-dash"], [b"\xff"], ["show", b"a\xff"], ["nonsense"],
-                          ["cobblet://erase/Tools"]):
+        for arguments in (["hide", "-dash"], ["show", b"a\xff"], ["cobblet://erase/Tools"]):
             status, output, errors = self.ask(*arguments)
-            self.assertEqual((status, output), (64, ""))
-            self.assertTrue(errors, arguments)
+            self.assertEqual((status, output, bool(errors)), (64, "", True), arguments)
 
     def test_completions_read_the_real_list(self):
         self.home.write([TOOLS, OTHERS, *ODD])
@@ -89,20 +87,6 @@ class CommandLine(CobbletCase):
         self.assertEqual(output.split("\0")[:-1], [
             "Tools", "Others", *(record["id"] if record["name"] in ("two\nlines", "Twin", "\x1b[31mRed") else record["name"]
                                  for record in ODD)])
-
-    def test_an_instance_that_hangs_is_told_of_and_gets_the_request_when_it_goes_on(self):
-        cobblet = self.start()
-        cobblet.wait_painted()
-        self.desktop.key("Escape")
-        cobblet.wait_hidden()
-        os.kill(cobblet.process.pid, signal.SIGSTOP)
-        try:
-            status, output, errors = self.ask()
-        finally:
-            os.kill(cobblet.process.pid, signal.SIGCONT)
-        self.assertEqual((status, output), (75, ""))
-        self.assertIn("does not answer", errors)
-        cobblet.wait_painted()
 
 
 class Installed(unittest.TestCase):
@@ -169,19 +153,6 @@ class Installed(unittest.TestCase):
         self.assertEqual(run(self.desktop.environment, "gio", "mime", "x-scheme-handler/cobblet")[1].count(entry), 3)
         self.assertEqual(run(self.desktop.environment, "gio", "open", "cobblet://show/Others")[0], 0)
         self.desktop.wait(self.panels, "the panel", timeout=20)
-
-    def test_foreign_clients_see_every_interface(self):
-        for path, interface, method in (
-                ("/com/vantor/cobblet", "com.vantor.cobblet.CommandLine", "Run"),
-                ("/com/vantor/cobblet", "com.vantor.cobblet.Groups", "Launch"),
-                ("/com/vantor/cobblet", "org.freedesktop.Application", "ActivateAction"),
-                ("/com/vantor/cobblet/SearchProvider", "org.gnome.Shell.SearchProvider2", "LaunchSearch"),
-                ("/com/vantor/cobblet/Runner", "org.kde.krunner1", "Run")):
-            status, output, errors = run(self.desktop.environment, "busctl", "--user", "--no-pager", "introspect",
-                                         ACTIVATABLE, path, interface)
-            self.assertEqual((status, errors), (0, ""))
-            self.assertIn(f".{method} ", output)
-        self.assertEqual(self.panels(), [])
 
 
 if __name__ == "__main__":

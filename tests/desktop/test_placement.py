@@ -37,26 +37,3 @@ class Sizes(CobbletCase):
             self.assertAlmostEqual(panel.height, height, delta=1)
             self.assertAlmostEqual(dock.y - bottom(panel), GAP, delta=1)
             self.assertAlmostEqual(panel.x + panel.width / 2, self.desktop.size[0] / 2, delta=1)
-
-    def test_a_click_on_a_group_in_the_sidebar_selects_it(self):
-        cobblet = self.start()
-        panel = cobblet.wait_painted().rect()
-        width, _ = desired_size(GROUPS[1])
-        for y in range(panel.y + 60, panel.y + 180, 10):
-            self.desktop.click(panel.x + 80, y)
-            if abs(cobblet.wait_painted().rect().width - width) <= 1:
-                return
-        self.fail("no row of the sidebar selected the second group")
-
-
-class Corners(CobbletCase):
-    def test_without_a_compositor_the_corners_are_cut_out_of_the_window(self):
-        before = self.desktop.picture()
-        cobblet = self.start()
-        panel = cobblet.wait_painted().rect()
-        after = self.desktop.picture()
-        for x, y in ((panel.x, panel.y), (right(panel) - 1, panel.y), (panel.x, bottom(panel) - 1),
-                     (right(panel) - 1, bottom(panel) - 1)):
-            self.assertEqual(after.pixel(x, y), before.pixel(x, y), f"the desktop shows at {x}, {y}")
-        middle = (panel.x + panel.width // 2, panel.y + 1)
-        self.assertNotEqual(after.pixel(*middle), before.pixel(*middle))
