@@ -60,20 +60,5 @@ TEST_F(PhrasesTest, ThePhraseMayBeSaidFreelyAndTheNameIsKept)
     }
 }
 
-TEST_F(PhrasesTest, SayingAPhraseCarriesItOut)
-{
-    setGroups({text("Work"), text("a group in b")});
-    const auto answered = [&](const char *phrase) {
-        return said(answer([&](auto done) { service.say(text(phrase), done); }));
-    };
-    EXPECT_EQ(answered("Fire up  WORK group in Cobblet."), "Launching Work.");
-    EXPECT_EQ(answered("end a group in b group in Cobblet"), "Quitting a group in b.");
-    EXPECT_EQ(answered("Bring up Work group in Cobblet"), "");
-    EXPECT_EQ(answered("Launch Nope group in Cobblet"),
-              "not found: There's no group named “Nope”. It may have been renamed or deleted.");
-    EXPECT_EQ(answered("Sing"),
-              "invalid: “Sing” is not understood. Say, for instance, “Launch Work group in Cobblet”.");
-}
-
 } // namespace
 } // namespace cobblet

@@ -33,16 +33,6 @@ protected:
     test::TemporaryHome m_home;
 };
 
-class NoBusTest : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        qputenv("DBUS_SESSION_BUS_ADDRESS", "autolaunch:");
-        qputenv("XDG_RUNTIME_DIR", "/nonexistent");
-    }
-    void TearDown() override { qunsetenv("DBUS_SESSION_BUS_ADDRESS"); }
-};
-
 /// Another process that has claimed the identifier or tried to.
 class Claimer {
 public:
@@ -257,19 +247,6 @@ TEST(SessionBusTest, OnlySocketsOfThisMachineAreABus)
         EXPECT_EQ(SessionBus::address(), QLatin1String(each.address)) << each.stated;
     }
     qunsetenv("DBUS_SESSION_BUS_ADDRESS");
-}
-
-TEST_F(NoBusTest, EverythingStandsAlone)
-{
-    SessionBus bus;
-    DBusInstance instance(bus, identifier);
-    EXPECT_EQ(instance.claim(), Instance::Role::First);
-    DBusNotifications notifications(bus);
-    QSignalSpy received(&notifications, &DistributedNotifications::received);
-    const Status posted = notifications.post(QStringLiteral("name"), QStringLiteral("object"));
-    EXPECT_FALSE(posted);
-    EXPECT_FALSE(posted.error().isEmpty());
-    EXPECT_FALSE(PortalAppearance(bus).isDark());
 }
 
 } // namespace

@@ -96,9 +96,6 @@ void RecordingRequests::commandLine(const QStringList &arguments, std::function<
 
 void IntentsTest::SetUp()
 {
-    PrivateBusTest::SetUp();
-    if (HasFatalFailure())
-        return;
     qDBusRegisterMetaType<QByteArrayList>(); // for the client
     bus = std::make_unique<SessionBus>();
     other = std::make_unique<SessionBus>();
@@ -118,7 +115,6 @@ void IntentsTest::TearDown()
     instance.reset();
     other.reset();
     bus.reset();
-    PrivateBusTest::TearDown();
 }
 
 QDBusMessage IntentsTest::message(const char *child, const char *interface, const char *method,

@@ -164,7 +164,6 @@ class TrayTest : public test::PrivateBusTest {
 protected:
     void SetUp() override
     {
-        PrivateBusTest::SetUp();
         ASSERT_TRUE(m_session.isReady());
         m_x11 = X11Connection::open();
         ASSERT_TRUE(m_x11);
