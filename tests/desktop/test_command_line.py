@@ -9,8 +9,9 @@ import subprocess
 import tempfile
 import unittest
 
-from cobblet import EXECUTABLE, HERE, OTHERS, TOOLS, CobbletCase, Home, group
+from cobblet import EXECUTABLE, HERE, OTHERS, TOOLS, Home, group
 from desktop import Desktop
+from test_requests import RequestsCase
 
 ODD = [group(10, "It's \"odd\" $(touch owned) `x`; \\", []), group(11, "🧰 Wörk", []), group(12, "-dash", []),
        group(13, "two\nlines", []), group(14, "Twin", []), group(15, "Twin", []), group(16, "\x1b[31mRed", [])]
@@ -25,14 +26,7 @@ def run(environment, *command):
     return done.returncode, done.stdout.decode(), done.stderr.decode()
 
 
-class CommandLine(CobbletCase):
-    def setUp(self):
-        super().setUp()
-        self.environment = {**self.desktop.environment, **self.home.environment()}
-
-    def ask(self, *arguments):
-        return run(self.environment, EXECUTABLE, *arguments)
-
+class CommandLine(RequestsCase):
     def test_the_command_becomes_the_application_and_later_ones_reach_it(self):
         cobblet = self.start()
         panel = cobblet.wait_painted()
@@ -78,10 +72,11 @@ class CommandLine(CobbletCase):
 
     def test_completions_read_the_real_list(self):
         self.home.write([TOOLS, OTHERS, *ODD])
-        self.environment["PATH"] = f"{pathlib.Path(EXECUTABLE).parent}:/usr/bin:/bin"
+        environment = {**self.desktop.environment, **self.home.environment(),
+                       "PATH": f"{pathlib.Path(EXECUTABLE).parent}:/usr/bin:/bin"}
         script = HERE.parents[1] / "resources/completions/cobblet.bash"
         status, output, errors = run(
-            self.environment, "bash", "-c",
+            environment, "bash", "-c",
             f'. "{script}"; __candidates=(); __cobblet_groups dashes; printf "%s\\0" "${{__candidates[@]}}"')
         self.assertEqual((status, errors), (0, ""))
         self.assertEqual(output.split("\0")[:-1], [

@@ -6,13 +6,14 @@ from Xlib import X
 from Xlib.display import Display
 from Xlib.ext import xtest
 
-from cobblet import GROUPS, CobbletCase, desired_size
+from cobblet import GROUPS
+from test_requests import RequestsCase
 
 # Keys by their place, which no layout changes.
 ALT, SHIFT, DIGIT_1 = 64, 50, 10
 
 
-class Hotkeys(CobbletCase):
+class Hotkeys(RequestsCase):
     def setUp(self):
         super().setUp()
         self.addCleanup(self.layout, "us")
@@ -52,14 +53,7 @@ class Hotkeys(CobbletCase):
             self.code(code, X.KeyRelease)
 
     def wait_group(self, cobblet, digit):
-        """The panel with the size that the group of the digit asks for."""
-        width, height = desired_size(GROUPS[digit - 1])
-
-        def sized():
-            panel = cobblet.panel()
-            rect = panel and panel.rect()
-            return rect and abs(rect.width - width) <= 1 and abs(rect.height - height) <= 1
-        self.desktop.wait(sized, f"the panel of group {digit}")
+        self.wait_size(cobblet, GROUPS[digit - 1])
 
     def test_a_press_shows_the_group_of_the_digit_and_changes_it_where_the_panel_is_open(self):
         cobblet = self.start_hidden()

@@ -139,8 +139,9 @@ TEST(Palettes, HaveTheirExactNumbers)
         EXPECT_EQ(theme.selShadow.y, light ? 1 : 0);
         EXPECT_EQ(theme.panelIsMaterial, c.glassy);
         EXPECT_EQ(theme.panelBG.alpha() < 255, c.glassy);
-        if (!c.glassy)
+        if (!c.glassy) {
             EXPECT_EQ(numbers(theme.panelBG), light ? "236 234 238 1000" : "43 43 46 1000");
+        }
     }
 }
 

@@ -109,23 +109,22 @@ TEST_F(FileUserDefaultsTest, EveryTypeSurvivesTheFile)
 
 TEST(PlistDomain, SpeaksTheCommonFormat)
 {
+    const std::tuple<const char *, plist_t, QVariant> rows[] = {
+        {"flag", plist_new_bool(1), true},
+        {"minus", plist_new_uint(uint64_t(-3)), qint64(-3)},
+        {"number", plist_new_uint(70'000), qint64(70'000)},
+        {"real", plist_new_real(0.25), 0.25},
+        {"text", plist_new_string("wörter"), QStringLiteral("wörter")},
+        {"long", plist_new_string(QByteArray(300, 'x').constData()), QString(300, u'x')},
+        {"data", plist_new_data("\0\1", 2), QByteArray("\0\1", 2)}};
     plist_t theirs = plist_new_dict();
-    plist_dict_set_item(theirs, "flag", plist_new_bool(1));
-    plist_dict_set_item(theirs, "minus", plist_new_uint(uint64_t(-3)));
-    plist_dict_set_item(theirs, "number", plist_new_uint(70'000));
-    plist_dict_set_item(theirs, "real", plist_new_real(0.25));
-    plist_dict_set_item(theirs, "text", plist_new_string("wörter"));
-    plist_dict_set_item(theirs, "long", plist_new_string(QByteArray(300, 'x').constData()));
-    plist_dict_set_item(theirs, "data", plist_new_data("\0\1", 2));
+    QMap<QString, QVariant> expected;
+    for (const auto &[key, item, value] : rows) {
+        plist_dict_set_item(theirs, key, item);
+        expected[QLatin1String(key)] = value;
+    }
     const auto ours = PlistDomain::decode(binaryPlist(theirs));
     ASSERT_TRUE(ours);
-    const QMap<QString, QVariant> expected{{QStringLiteral("flag"), true},
-                                           {QStringLiteral("minus"), qint64(-3)},
-                                           {QStringLiteral("number"), qint64(70'000)},
-                                           {QStringLiteral("real"), 0.25},
-                                           {QStringLiteral("text"), QStringLiteral("wörter")},
-                                           {QStringLiteral("long"), QString(300, QLatin1Char('x'))},
-                                           {QStringLiteral("data"), QByteArray("\0\1", 2)}};
     EXPECT_EQ(ours.value().values(), expected);
 
     // And the library reads what is written here: it writes it again as it was.
