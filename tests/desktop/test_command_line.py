@@ -27,17 +27,12 @@ def run(environment, *command):
 
 
 class CommandLine(RequestsCase):
-    def test_the_command_becomes_the_application_and_later_ones_reach_it(self):
+    def test_the_command_becomes_the_application(self):
         cobblet = self.start()
         panel = cobblet.wait_painted()
         self.assertEqual((panel.instance, panel.pid()), ("cobblet", cobblet.process.pid))
         running = pathlib.Path(f"/proc/{cobblet.process.pid}/exe").resolve()
         self.assertEqual(running, pathlib.Path(EXECUTABLE).resolve().parents[1] / "MacOS/cobblet")
-        for arguments in ((), ("show", "Others")):
-            self.desktop.key("Escape")
-            cobblet.wait_hidden()
-            self.assertEqual(self.ask(*arguments), (0, "", ""))
-            cobblet.wait_painted()
 
     def test_the_list_is_the_same_with_and_without_an_instance(self):
         self.home.write([TOOLS, OTHERS, *ODD])

@@ -160,7 +160,7 @@ TEST(GroupDecoding, FailsWithoutACoreField)
     EXPECT_TRUE(decodes("apps", R"([{"name":"n","bundleID":"b","x":[{}]}])"));
     for (const char *bad :
          {"", "7", R"("{0F8FAD5B-D9CB-469F-A165-70867728950E}")", R"("0F8FAD5BD9CB469FA16570867728950E")",
-          R"("0F8FAD5B-D9CB-469F-A165-70867728950G")", R"("0F8FAD5B-D9CB-469FA-165-70867728950E")"})
+          R"("0F8FAD5B-D9CB-469F-A165-70867728950G")", R"("0F8FAD5B-D9CB-469F0A165-70867728950E")"})
         EXPECT_FALSE(decodes("id", bad)) << bad;
     for (const char *bad : {"", "1", "null", "{}"}) {
         EXPECT_FALSE(decodes("name", bad)) << bad;

@@ -29,6 +29,16 @@ protected:
     QStringList log;
 };
 
+TEST_F(CallQueueTest, TheFirstUrgentCallOfATurnIsDoneAtOnceAndTheRestBeforeTheQuestions)
+{
+    EXPECT_TRUE(take(Lane::Ordinary, QStringLiteral("question")));
+    EXPECT_TRUE(take(Lane::Urgent, QStringLiteral("first")));
+    EXPECT_TRUE(take(Lane::Urgent, QStringLiteral("second")));
+    EXPECT_EQ(log, QStringList{QStringLiteral("first")});
+    EXPECT_TRUE(settles(3));
+    EXPECT_EQ(log.join(u' '), QStringLiteral("first second question"));
+}
+
 TEST_F(CallQueueTest, TheEventLoopTurnsBetweenSlices)
 {
     QTimer turns;
