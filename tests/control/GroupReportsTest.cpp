@@ -152,14 +152,6 @@ TEST_F(GroupReportsTest, SaysWhyApplicationsCannotBeReached)
     EXPECT_EQ(told, (Told{"STARTED.HERE failed: No display.", "STARTED.HERE asked to quit; B failed: No display."}));
 }
 
-TEST_F(GroupReportsTest, AnEmptyGroupIsDoneAtOnce)
-{
-    reports->launch({}, noting());
-    reports->quit({}, noting());
-    reports->hide({}, noting());
-    EXPECT_EQ(told, (Told{"", "", ""}));
-}
-
 TEST_F(GroupReportsTest, TellsOfWhatItWaitsForWhenItIsDestroyed)
 {
     workspace.install(QStringLiteral("a"));

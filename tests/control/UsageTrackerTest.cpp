@@ -115,19 +115,17 @@ TEST_F(UsageTrackerTest, ReadsOnlyWhatIsATableOfCounts)
         const char *stats;
         int entries;
     };
-    const Row rows[] = {
-        {R"({"a":1,"b":9007199254740993})", 2},
-        {R"({"a":2.0})", 1},
-        {R"({"a":0,"b":-4,"c":1})", 1},
-        {R"({"a":1,"b":"2"})", 0},
-        {R"({"a":1.5})", 0},
-        {R"({"a":1e300})", 0},
-        {R"({"a":true})", 0},
-        {R"({"a":null})", 0},
-        {R"([1,2])", 0},
-        {R"({"a":1)", 0},
-        {"", 0},
-    };
+    const Row rows[] = {{R"({"a":1,"b":9007199254740993})", 2},
+                        {R"({"a":2.0})", 1},
+                        {R"({"a":0,"b":-4,"c":1})", 1},
+                        {R"({"a":1,"b":"2"})", 0},
+                        {R"({"a":1.5})", 0},
+                        {R"({"a":1e300})", 0},
+                        {R"({"a":true})", 0},
+                        {R"({"a":null})", 0},
+                        {R"([1,2])", 0},
+                        {R"({"a":1)", 0},
+                        {"", 0}};
     for (const Row &row : rows) {
         put("usage-stats.json", row.stats);
         EXPECT_EQ(tracker()->counts().size(), row.entries) << row.stats;

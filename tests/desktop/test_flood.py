@@ -13,7 +13,7 @@ class Flood(CobbletCase):
     def test_the_panel_opens_and_groups_are_listed_meanwhile(self):
         cobblet = self.start()
         cobblet.wait_painted()
-        flood = [subprocess.Popen([FLOOD, "calls"], env=self.desktop.environment) for _ in range(2)]
+        flood = [subprocess.Popen([FLOOD], env=self.desktop.environment) for _ in range(2)]
         try:
             times = []
             for _ in range(5):

@@ -3,10 +3,9 @@
 import json
 import subprocess
 
-from cobblet import EXECUTABLE, OTHERS, TOOLS, XCALC, XCLOCK, STUBBORN, Cobblet, CobbletCase, desired_size, group
+from cobblet import EXECUTABLE, OTHERS, TOOLS, XCALC, XCLOCK, Cobblet, CobbletCase, desired_size, group
 
 CLOCKS = group(3, "My Clocks", [XCLOCK, XCALC, "org.example.gone"])
-STUBBORN_ONES = group(4, "Stubborn", [STUBBORN])
 
 
 class RequestsCase(CobbletCase):
@@ -39,7 +38,7 @@ class RequestsCase(CobbletCase):
 
 
 class WithoutAnInstance(RequestsCase):
-    GROUPS = [CLOCKS, STUBBORN_ONES]
+    GROUPS = [CLOCKS]
 
     def test_a_group_is_launched_hidden_brought_forward_and_quit(self):
         missing = "gone: {}\n"
@@ -58,13 +57,6 @@ class WithoutAnInstance(RequestsCase):
                          (0, f"xclock: {ended}\nxcalc: {ended}\n" + missing, ""))
         self.assertEqual([window.name for window in self.desktop.windows() if window.viewable()
                           and window.name in ("XClock", "XCalc")], [])
-
-    def test_an_application_that_does_not_quit_is_told_of(self):
-        self.assertEqual(self.ask("launch", "Stubborn")[0], 0)
-        window = self.desktop.wait_window("Stubborn")
-        self.assertEqual(self.ask("quit", STUBBORN_ONES["id"]),
-                         (3, "stubborn: asked to quit, and still running after 5 seconds\n", ""))
-        self.assertTrue(window.viewable())
 
     def test_a_group_that_is_not_there_starts_nothing(self):
         error = "There's no group named “Nope”. It may have been renamed or deleted.\n"

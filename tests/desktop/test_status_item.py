@@ -124,45 +124,36 @@ class StatusItem(CobbletCase):
         menu = self.open_menu(cobblet)
         self.desktop.click(menu.x + 60, menu.y + round(menu.height * (0.18, 0.45, 0.86)[index]))
 
-    def test_an_embedding_tray_shows_the_item_and_its_menu_works(self):
-        self.start_dock()
+    def test_an_embedding_tray_that_comes_late_and_is_started_again_shows_the_item_and_its_menu(self):
         cobblet = self.start_hidden()
-        icon = self.wait_icon(cobblet)
-        picture = self.desktop.picture(icon)
-        brightest = max(max(picture.data[at:at + 3]) for at in range(0, len(picture.data), 4))
-        self.assertGreater(brightest, 200, "it is light on the dark dock")
-        self.choose(cobblet, 0)
-        cobblet.wait_painted()
-        self.choose(cobblet, 1)
-        cobblet.wait_hidden()
-        self.assertTrue(cobblet.running())
-        self.choose(cobblet, 2)
-        self.assertEqual(cobblet.process.wait(10), 0)
-
-    def test_an_embedding_tray_that_comes_late_and_is_started_again_gets_the_item_back(self):
-        cobblet = self.start_hidden()
+        self.desktop.wait(lambda: "tray" in cobblet.messages(), "the line about the tray")
         for how in (signal.SIGKILL, signal.SIGTERM):
             self.start_dock()
-            self.wait_icon(cobblet)
+            picture = self.desktop.picture(self.wait_icon(cobblet))
+            brightest = max(max(picture.data[at:at + 3]) for at in range(0, len(picture.data), 4))
+            self.assertGreater(brightest, 200, "it is light on the dark dock")
             self.choose(cobblet, 0)
             cobblet.wait_painted()
-            self.desktop.key("Escape")
+            self.choose(cobblet, 1)
             cobblet.wait_hidden()
             self.stop_dock(how)
             self.desktop.wait(lambda: not self.icons(cobblet), "no icon to be left on the screen")
         self.start_dock()
-        self.wait_icon(cobblet)
         self.choose(cobblet, 2)
         self.assertEqual(cobblet.process.wait(10), 0)
+        self.assertEqual(sum("tray" in line for line in cobblet.messages().splitlines()), 1, cobblet.messages())
 
-    def test_a_status_notifier_gets_the_item_with_the_whole_menu(self):
+    def test_a_status_notifier_gets_the_item_with_the_whole_menu_and_recolours_the_icon(self):
+        icons = self.home.path / ".local/share/icons/hicolor/symbolic/apps"
+        icons.mkdir(parents=True)
+        shutil.copy(HERE.parents[1] / "resources/StatusIcon.svg", icons / "com.vantor.cobblet-symbolic.svg")
         tray = self.start_notifier()
         cobblet = self.start_hidden()
         item = tray.item()
         properties = item["properties"]
-        self.assertEqual((properties["Id"], properties["Title"], properties["Status"]),
-                         ("Cobblet", "Cobblet", "Active"))
-        self.assertIn([24, 24], properties["IconPixmap"])
+        self.assertEqual([properties[name] for name in ("Id", "Title", "Status", "IconName")],
+                         ["Cobblet", "Cobblet", "Active", "com.vantor.cobblet-symbolic"])
+        self.assertIn([24, 24], properties["IconPixmap"], "for bars that do not find the name")
         self.assertEqual([(entry["label"], entry["separator"], entry["icon"], entry["shortcut"])
                           for entry in item["menu"]],
                          [("Groups", False, True, []), ("Settings", False, True, [["Control", ","]]),
@@ -175,31 +166,6 @@ class StatusItem(CobbletCase):
         self.desktop.wait(lambda: self.menu(cobblet), "the menu, where the tray leaves it to the program")
         self.desktop.key("Escape")
         self.desktop.wait(lambda: not self.menu(cobblet), "the menu to close")
-        tray.choose("Quit Cobblet")
-        self.assertEqual(cobblet.process.wait(10), 0)
-
-    def test_a_status_notifier_recolours_the_icon_that_is_installed(self):
-        icons = self.home.path / ".local/share/icons/hicolor/symbolic/apps"
-        icons.mkdir(parents=True)
-        shutil.copy(HERE.parents[1] / "resources/StatusIcon.svg", icons / "com.vantor.cobblet-symbolic.svg")
-        tray = self.start_notifier()
-        self.start_hidden()
-        properties = tray.item()["properties"]
-        self.assertEqual(properties["IconName"], "com.vantor.cobblet-symbolic")
-        self.assertIn([24, 24], properties["IconPixmap"], "for bars that do not find the name")
-
-    def test_a_status_notifier_that_comes_late_and_is_killed_gets_the_item_back(self):
-        cobblet = self.start_hidden()
-        for _ in range(2):
-            tray = self.start_notifier()
-            tray.choose("Groups")
-            cobblet.wait_painted()
-            self.desktop.key("Escape")
-            cobblet.wait_hidden()
-            tray.kill()
-        tray = self.start_notifier()
-        tray.choose("Quit Cobblet")
-        self.assertEqual(cobblet.process.wait(10), 0)
 
     def test_the_item_is_in_one_tray_only_and_moves_when_that_one_goes(self):
         self.start_dock()
@@ -215,12 +181,7 @@ class StatusItem(CobbletCase):
         tray.item()
         tray.choose("Groups")
         cobblet.wait_painted()
-        self.assertEqual(len(tray.items()), 1)
-
-    def test_without_any_tray_one_line_says_so_and_nothing_is_lost(self):
-        cobblet = self.start_hidden()
-        self.desktop.wait(lambda: "tray" in cobblet.messages(), "the line about the tray")
-        cobblet.show()
-        self.start_dock()
-        self.wait_icon(cobblet)
-        self.assertEqual(sum("tray" in line for line in cobblet.messages().splitlines()), 1, cobblet.messages())
+        tray.kill()
+        tray = self.start_notifier()  # with no other tray in between
+        tray.choose("Quit Cobblet")
+        self.assertEqual(cobblet.process.wait(10), 0)

@@ -99,91 +99,50 @@ TEST(ThemeManager, IsGlassyWhenStoredOrRegistered)
     EXPECT_EQ(&theme.theme(), &CBTheme::palette(ColorScheme::Light, false));
 }
 
-struct Expected {
-    int red, green, blue;
-    double opacity;
-};
-
-testing::AssertionResult shows(const QColor &color, const Expected &expected)
+/// "RED GREEN BLUE OPACITY", the opacity in thousandths.
+std::string numbers(const QColor &color)
 {
-    const bool same = color.red() == expected.red && color.green() == expected.green &&
-                      color.blue() == expected.blue &&
-                      std::abs(double(color.alphaF()) - expected.opacity) < 1.0 / 65535;
-    if (same)
-        return testing::AssertionSuccess();
-    return testing::AssertionFailure() << "rgba " << color.red() << ' ' << color.green() << ' ' << color.blue() << ' '
-                                       << color.alphaF();
+    return QStringLiteral("%1 %2 %3 %4")
+        .arg(color.red())
+        .arg(color.green())
+        .arg(color.blue())
+        .arg(std::lround(color.alphaF() * 1000))
+        .toStdString();
 }
 
 TEST(Palettes, HaveTheirExactNumbers)
 {
-    const Expected gray{60, 60, 67, 0}, pale{235, 235, 245, 0}, black{0, 0, 0, 0}, white{255, 255, 255, 0};
-    const auto at = [](Expected color, double opacity) {
-        color.opacity = opacity;
-        return color;
-    };
-    struct {
+    // All that differs between the four, in thousandths of black (-) or white (+).
+    const struct {
         ColorScheme scheme;
         bool glassy;
-        Expected text, text2, text3, sidebarBG, selBG, hoverBG, hairline, kbd, toolHover, border, shadow;
-        double shadowRadius, shadowY;
-    } const cases[] = {
-        {ColorScheme::Light,
-         false,
-         {29, 29, 31, 1},
-         at(gray, .62),
-         at(gray, .4),
-         at(black, .018),
-         at(white, 1),
-         at(black, .05),
-         at(black, .08),
-         at(gray, .4),
-         at(black, .06),
-         at(black, .1),
-         at(black, .16),
-         1.25,
-         1},
-        {ColorScheme::Dark, false, at(white, 1), at(pale, .6), at(pale, .32), at(black, .16), at(white, .13),
-         at(white, .07), at(white, .09), at(pale, .34), at(white, .08), at(white, .1), at(white, .07), 0, 0},
-        {ColorScheme::Light,
-         true,
-         {29, 29, 31, 1},
-         at(gray, .62),
-         at(gray, .4),
-         at(black, .015),
-         at(white, .55),
-         at(black, .04),
-         at(black, .06),
-         at(gray, .4),
-         at(black, .04),
-         at(black, .07),
-         at(black, .12),
-         1.25,
-         1},
-        {ColorScheme::Dark, true, at(white, 1), at(pale, .6), at(pale, .32), at(black, .08), at(white, .1),
-         at(white, .06), at(white, .07), at(pale, .34), at(white, .06), at(white, .08), at(white, .05), 0, 0},
-    };
+        int sidebarBG, selBG, hoverBG, hairline, toolHover, border, shadow;
+    } cases[] = {{ColorScheme::Light, false, -18, 1000, -50, -80, -60, -100, -160},
+                 {ColorScheme::Light, true, -15, 550, -40, -60, -40, -70, -120},
+                 {ColorScheme::Dark, false, -160, 130, 70, 90, 80, 100, 70},
+                 {ColorScheme::Dark, true, -80, 100, 60, 70, 60, 80, 50}};
     for (const auto &c : cases) {
-        SCOPED_TRACE(testing::Message() << (c.scheme == ColorScheme::Dark ? "dark" : "light") << ' ' << c.glassy);
+        const bool light = c.scheme == ColorScheme::Light;
+        SCOPED_TRACE(testing::Message() << (light ? "light " : "dark ") << c.glassy);
         const CBTheme &theme = CBTheme::palette(c.scheme, c.glassy);
-        EXPECT_TRUE(shows(theme.text, c.text));
-        EXPECT_TRUE(shows(theme.text2, c.text2));
-        EXPECT_TRUE(shows(theme.text3, c.text3));
-        EXPECT_TRUE(shows(theme.sidebarBG, c.sidebarBG));
-        EXPECT_TRUE(shows(theme.selBG, c.selBG));
-        EXPECT_TRUE(shows(theme.hoverBG, c.hoverBG));
-        EXPECT_TRUE(shows(theme.hairline, c.hairline));
-        EXPECT_TRUE(shows(theme.kbd, c.kbd));
-        EXPECT_TRUE(shows(theme.toolHover, c.toolHover));
-        EXPECT_TRUE(shows(theme.border, c.border));
-        EXPECT_TRUE(shows(theme.selShadow.color, c.shadow));
-        EXPECT_EQ(theme.selShadow.radius, c.shadowRadius);
-        EXPECT_EQ(theme.selShadow.y, c.shadowY);
+        const std::pair<QColor, int> tints[] = {{theme.sidebarBG, c.sidebarBG},   {theme.selBG, c.selBG},
+                                                {theme.hoverBG, c.hoverBG},       {theme.hairline, c.hairline},
+                                                {theme.toolHover, c.toolHover},   {theme.border, c.border},
+                                                {theme.selShadow.color, c.shadow}};
+        for (const auto &[color, tint] : tints)
+            EXPECT_EQ(numbers(color), (tint < 0 ? "0 0 0 " : "255 255 255 ") + std::to_string(std::abs(tint)));
+        EXPECT_EQ(numbers(theme.text), light ? "29 29 31 1000" : "255 255 255 1000");
+        EXPECT_EQ(numbers(theme.text2), light ? "60 60 67 620" : "235 235 245 600");
+        EXPECT_EQ(numbers(theme.text3), light ? "60 60 67 400" : "235 235 245 320");
+        EXPECT_EQ(numbers(theme.kbd), light ? "60 60 67 400" : "235 235 245 340");
+        EXPECT_EQ(theme.selShadow.radius, light ? 1.25 : 0);
+        EXPECT_EQ(theme.selShadow.y, light ? 1 : 0);
         EXPECT_EQ(theme.panelIsMaterial, c.glassy);
         EXPECT_EQ(theme.panelBG.alpha() < 255, c.glassy);
+        if (!c.glassy) {
+            EXPECT_EQ(numbers(theme.panelBG), light ? "236 234 238 1000" : "43 43 46 1000");
+        }
     }
-    EXPECT_TRUE(shows(CBTheme::palette(ColorScheme::Light, false).panelBG, {236, 234, 238, 1}));
-    EXPECT_TRUE(shows(CBTheme::palette(ColorScheme::Dark, false).panelBG, {43, 43, 46, 1}));
 }
 
 TEST(NotificationCenter, DeliversByNameInOrderAndBeforePostReturns)

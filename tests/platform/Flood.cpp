@@ -1,60 +1,27 @@
-// A fast client of the running instance.
-//   platform_flood calls          sends calls without end
-//   platform_flood panel ROUNDS   asks for the panel, prints how long that took; status 1 when it was refused once
+// A client that calls the running instance as fast as it answers, without end, and without a toolkit in the way.
+#include <dbus/dbus.h>
 
-#include "RawClient.h"
-
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <string_view>
-#include <thread>
-#include <vector>
-
-using namespace cobblet::test;
-
-namespace {
-
-using Clock = std::chrono::steady_clock;
-
-/// No more at a time than the bus itself can take, whose own queue would be measured otherwise.
-[[noreturn]] void flood()
+int main()
 {
-    constexpr int atATime = 200;
-    RawClient client;
+    DBusConnection *bus = dbus_bus_get(DBUS_BUS_SESSION, nullptr);
+    if (!bus)
+        return 1;
+    const char *text = "work";
     for (;;) {
-        std::map<std::string, int> answers;
-        for (int i = 0; i < atATime; ++i)
-            client.send(RawClient::find("work"));
-        while (sum(answers) < atATime)
-            client.countAnswers(answers, 10);
+        // No more at a time than the bus itself can take, whose own queue would be measured otherwise.
+        int waiting = 200;
+        for (int i = 0; i < waiting; ++i) {
+            DBusMessage *find = dbus_message_new_method_call("com.vantor.cobblet", "/com/vantor/cobblet",
+                                                             "com.vantor.cobblet.Groups", "Find");
+            dbus_message_append_args(find, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
+            dbus_connection_send(bus, find, nullptr);
+            dbus_message_unref(find);
+        }
+        while (waiting > 0 && dbus_connection_read_write(bus, 10))
+            while (DBusMessage *answer = dbus_connection_pop_message(bus)) {
+                const int type = dbus_message_get_type(answer);
+                waiting -= type == DBUS_MESSAGE_TYPE_ERROR || type == DBUS_MESSAGE_TYPE_METHOD_RETURN ? 1 : 0;
+                dbus_message_unref(answer);
+            }
     }
-}
-
-int askForPanel(int rounds)
-{
-    RawClient person;
-    std::vector<double> times;
-    int refused = 0;
-    for (int i = 0; i < rounds; ++i) {
-        const auto start = Clock::now();
-        if (!person.call(RawClient::activate()))
-            ++refused;
-        times.push_back(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    std::sort(times.begin(), times.end());
-    std::printf("Activate: median %.2f ms, longest %.2f ms\n", times[times.size() / 2], times.back());
-    return refused == 0 ? 0 : 1;
-}
-
-} // namespace
-
-int main(int argc, char **argv)
-{
-    const std::string_view what = argc > 1 ? argv[1] : "";
-    if (what == "calls")
-        flood();
-    return what == "panel" && argc == 3 ? askForPanel(std::max(1, std::atoi(argv[2]))) : 2;
 }

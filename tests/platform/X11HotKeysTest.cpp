@@ -70,27 +70,22 @@ protected:
         return refused;
     }
 
-    void fake(uint8_t type, uint8_t code)
+    void fake(uint8_t type, const std::vector<uint8_t> &codes)
     {
-        xcb_test_fake_input(m_session.xcb(), type, code, XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0, 0, 0);
+        for (const uint8_t code : codes)
+            xcb_test_fake_input(m_session.xcb(), type, code, XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0, 0, 0);
         xcb_flush(m_session.xcb());
-    }
-    void press(uint8_t code) { fake(XCB_KEY_PRESS, code); }
-    void release(uint8_t code) { fake(XCB_KEY_RELEASE, code); }
-    void tap(uint8_t code)
-    {
-        press(code);
-        release(code);
     }
     void tapWith(const std::vector<uint8_t> &modifiers, const std::vector<uint8_t> &codes)
     {
-        for (const uint8_t code : modifiers)
-            press(code);
-        for (const uint8_t code : codes)
-            tap(code);
-        for (const uint8_t code : modifiers)
-            release(code);
+        fake(XCB_KEY_PRESS, modifiers);
+        for (const uint8_t code : codes) {
+            fake(XCB_KEY_PRESS, {code});
+            fake(XCB_KEY_RELEASE, {code});
+        }
+        fake(XCB_KEY_RELEASE, modifiers);
     }
+    void tap(uint8_t code) { tapWith({}, {code}); }
     void tapDigits() { tapWith({alt, shift}, {10, 11, 12, 13, 14, 15, 16, 17, 18}); }
 
     /// What was pressed since the last look, once as many as expected have come and no more are on their way.
@@ -205,34 +200,6 @@ TEST_F(X11HotKeysTest, WhatAnotherProgramHoldsIsRefusedAndTheOthersWork)
             xcb_input_xi_passive_ungrab_device(m_session.xcb(), m_session.root(), code, XCB_INPUT_DEVICE_ALL_MASTER,
                                                1, XCB_INPUT_GRAB_TYPE_KEYCODE, std::array{uint32_t(altShift)}.data());
     }
-}
-
-TEST_F(X11HotKeysTest, AHeldKeyCountsOnceAndLeavesTheKeyboardToOthers)
-{
-    ASSERT_TRUE(registerNine().isEmpty());
-    int arrived = 0;
-    QObject::connect(m_x11.get(), &X11Connection::eventArrived, m_hotKeys.get(),
-                     [&](const xcb_generic_event_t *event) {
-                         arrived += (event->response_type & 0x7f) == XCB_GE_GENERIC ? 1 : 0;
-                     });
-    press(alt);
-    press(shift);
-    press(digit1);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return arrived >= 3; }, 20'000)) << "the server repeats a held key";
-    EXPECT_EQ(m_pressed, QList<quint32>{1});
-    release(digit1);
-    EXPECT_EQ(pressed(1), QList<quint32>{1});
-
-    press(digit1 + 1);
-    EXPECT_EQ(pressed(1), QList<quint32>{2});
-    const auto grab = xcb_grab_keyboard(m_session.xcb(), 0, m_session.root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC,
-                                        XCB_GRAB_MODE_ASYNC);
-    const XcbReply<xcb_grab_keyboard_reply_t> grabbed(xcb_grab_keyboard_reply(m_session.xcb(), grab, nullptr));
-    ASSERT_TRUE(grabbed);
-    EXPECT_EQ(grabbed->status, XCB_GRAB_STATUS_SUCCESS) << "while the key is still held";
-    xcb_ungrab_keyboard(m_session.xcb(), XCB_CURRENT_TIME);
-    for (const uint8_t code : {uint8_t(digit1 + 1), shift, alt})
-        release(code);
 }
 
 TEST_F(X11HotKeysTest, ChangingTheLayoutLosesNoPress)

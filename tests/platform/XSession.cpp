@@ -1,14 +1,17 @@
 #include "platform/XSession.h"
 
 #include <QElapsedTimer>
+#include <QProcessEnvironment>
 #include <QRect>
 #include <QThread>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
 
+#include <sys/prctl.h>
 #include <xcb/shape.h>
 
 namespace cobblet::test {
@@ -35,6 +38,7 @@ bool eventually(const std::function<bool()> &condition)
 XSession::XSession()
 {
     m_server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_server.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
     m_server.start(QStringLiteral("Xvfb"),
                    {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-nolisten"),
                     QStringLiteral("tcp"), QStringLiteral("-screen"), QStringLiteral("0"),
@@ -48,6 +52,10 @@ XSession::XSession()
 
 XSession::~XSession()
 {
+    for (const auto &program : m_programs) {
+        program->kill();
+        program->waitForFinished();
+    }
     stop(m_compositor);
     stop(m_windowManager);
     if (m_connection)
@@ -61,10 +69,23 @@ XSession::~XSession()
 bool XSession::start(std::unique_ptr<QProcess> &process, const QString &program, const QStringList &arguments)
 {
     process = std::make_unique<QProcess>();
+    // Its themes and defaults are the machine's, whatever applications the test pretends are installed.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char *name : {"XDG_DATA_DIRS", "XDG_CONFIG_DIRS"})
+        environment.remove(QLatin1String(name));
+    process->setProcessEnvironment(environment);
+    // A test that crashes takes its desktop with it.
+    process->setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
     process->setStandardErrorFile(QProcess::nullDevice());
     process->setStandardOutputFile(QProcess::nullDevice());
     process->start(program, arguments);
     return process->waitForStarted(10'000);
+}
+
+QProcess &XSession::start(const QString &program, const QStringList &arguments)
+{
+    start(m_programs.emplace_back(), program, arguments);
+    return *m_programs.back();
 }
 
 void XSession::stop(std::unique_ptr<QProcess> &process)

@@ -28,6 +28,9 @@ public:
     bool startCompositor();
     void stopCompositor() { stop(m_compositor); }
 
+    /// Starts a program on this server; it is ended with the server at the latest.
+    QProcess &start(const QString &program, const QStringList &arguments = {});
+
     /// A connection for tests that look at windows from outside, as another program would.
     xcb_connection_t *xcb();
     xcb_window_t root();
@@ -50,6 +53,7 @@ private:
     QProcess m_server;
     std::unique_ptr<QProcess> m_windowManager;
     std::unique_ptr<QProcess> m_compositor;
+    std::vector<std::unique_ptr<QProcess>> m_programs;
     xcb_connection_t *m_connection = nullptr;
     bool m_ready = false;
 };

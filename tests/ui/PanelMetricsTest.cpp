@@ -1,7 +1,6 @@
 #include "ui/panel/PanelMetrics.h"
 #include "ui/PanelFixture.h"
 #include "ui/panel/DisplayText.h"
-#include "ui/panel/ToolRow.h"
 #include "ui/panel/Units.h"
 
 #include <gtest/gtest.h>
@@ -43,16 +42,9 @@ TEST(PanelMetrics, DesiredSizeFollowsTheGroupAndItsLayout)
         EXPECT_EQ(metrics::desiredPanelSize(&group, c.layout), c.size) << c.name;
     }
     EXPECT_EQ(metrics::desiredPanelSize(nullptr, {4, 0, true}), QSizeF(600, 340));
-}
-
-TEST(PanelMetrics, AbsurdPreferencesGiveAFiniteSize)
-{
-    const AppGroup group = groupOf(3);
+    const AppGroup few = groupOf(3);
     constexpr int huge = std::numeric_limits<int>::max();
-    const QSizeF size = metrics::desiredPanelSize(&group, {huge, huge, true});
-    EXPECT_GT(size.width(), 0);
-    EXPECT_LT(size.width(), 1e6);
-    EXPECT_EQ(size.height(), 300);
+    EXPECT_LT(metrics::desiredPanelSize(&few, {huge, huge, true}).width(), 1e6);
 }
 
 TEST(PanelMetrics, ColumnsFollowTheWidthOrTheFixedNumber)
@@ -70,27 +62,6 @@ TEST(PanelMetrics, ColumnsFollowTheWidthOrTheFixedNumber)
     };
     for (const Case &c : cases)
         EXPECT_EQ(metrics::columnCount(c.fixed, c.width), c.columns) << c.fixed << " in " << c.width;
-}
-
-TEST(ToolRow, ModifiersChooseTheCloseAllButton)
-{
-    struct Case {
-        bool command;
-        bool option;
-        CloseAll action;
-        const char *label;
-        const char *symbol;
-    };
-    const Case cases[] = {{true, false, CloseAll::ForceQuit, "Force Quit All", "exclamationmark.octagon"},
-                          {false, true, CloseAll::Quit, "Quit All", "xmark"},
-                          {false, false, CloseAll::Hide, "Hide All", "eye.slash"},
-                          {true, true, CloseAll::Hide, "Hide All", "eye.slash"}};
-    for (const Case &c : cases) {
-        const CloseAllButton button = closeAllButton(c.command, c.option);
-        EXPECT_EQ(button.action, c.action) << c.label;
-        EXPECT_EQ(button.label, QLatin1String(c.label));
-        EXPECT_EQ(button.symbol, QLatin1String(c.symbol));
-    }
 }
 
 TEST(DisplayText, IsOneLineOfBoundedLength)

@@ -151,6 +151,10 @@ TEST_F(PanelWindow, KeyboardReachesEverything)
     EXPECT_EQ(view->selectedGroup()->name, QStringLiteral("Play"));
     press(Qt::Key_Menu);
     EXPECT_EQ(f.menus.last.front().title, QStringLiteral("Pin"));
+    press(Qt::Key_Comma);
+    EXPECT_TRUE(f.posted(notification::openSettings).isEmpty());
+    press(Qt::Key_Comma, Qt::ControlModifier);
+    EXPECT_EQ(f.posted(notification::openSettings).size(), 1);
 
     // Tab comes round to where it began, by way of the tool row.
     QStringList passed;

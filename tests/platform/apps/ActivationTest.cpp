@@ -5,8 +5,9 @@
 #include "platform/freedesktop/apps/X11RunningApplications.h"
 #include "platform/freedesktop/apps/X11WindowAccess.h"
 
+#include "platform/PrivateBus.h"
+
 #include <QDBusConnection>
-#include <QProcess>
 
 #include <optional>
 
@@ -45,22 +46,6 @@ public slots:
 
 class ActivationTest : public DesktopFixture {
 protected:
-    /// One private bus for all tests.
-    static void SetUpTestSuite()
-    {
-        daemon = new QProcess;
-        daemon->start(QStringLiteral("dbus-daemon"),
-                      {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
-        ASSERT_TRUE(daemon->waitForReadyRead(10000)) << "dbus-daemon is needed";
-        qputenv("DBUS_SESSION_BUS_ADDRESS", daemon->readLine().trimmed());
-    }
-    static void TearDownTestSuite()
-    {
-        daemon->terminate();
-        daemon->waitForFinished();
-        delete daemon;
-    }
-
     static std::optional<Status> finished(const std::function<void(Workspace::Completion)> &start)
     {
         std::optional<Status> status;
@@ -69,17 +54,16 @@ protected:
         return status;
     }
 
-    static QProcess *daemon;
+    PrivateBus privateBus;
 };
-
-QProcess *ActivationTest::daemon = nullptr;
 
 TEST_F(ActivationTest, AnApplicationOnTheBusIsAskedToShowItself)
 {
     const QString id = QStringLiteral("org.example.On-Bus");
     write(system(id),
           entry("On Bus", "touch " + home.path(QStringLiteral("command-ran")).toLocal8Bit(), "DBusActivatable=true"));
-    auto bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("application"));
+    SessionBus theirs;
+    auto &bus = theirs.connection();
     BusApplication service;
     ASSERT_TRUE(bus.registerObject(QStringLiteral("/org/example/On_Bus"), &service, QDBusConnection::ExportAllSlots));
     ASSERT_TRUE(bus.registerService(id));
@@ -131,7 +115,8 @@ TEST_F(ActivationTest, RevealGoesToTheFileManagerOrOpensTheFolder)
     EXPECT_TRUE(
         waitFor([&] { return QFile::symLinkTarget(marker) == home.path(QStringLiteral("system/applications")); }));
 
-    auto bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, QStringLiteral("files"));
+    SessionBus theirs;
+    auto &bus = theirs.connection();
     FileManager manager;
     ASSERT_TRUE(bus.registerObject(QStringLiteral("/org/freedesktop/FileManager1"), &manager,
                                    QDBusConnection::ExportAllSlots));

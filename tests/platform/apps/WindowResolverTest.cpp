@@ -68,291 +68,118 @@ const ApplicationIndex &installed()
     return index;
 }
 
-struct Case {
-    const char *name;
-    WindowIdentity window;
-    ProcessIdentity process;
-    const char *id; ///< empty: no application
-    ResolvedBy by;
-};
-
-ProcessIdentity program(const char *executable, QStringList arguments, const char *cgroup = "",
-                        QHash<QByteArray, QString> environment = {})
-{
-    return {100, s(executable), std::move(arguments), s(cgroup), {}, std::move(environment)};
-}
+/// Below each step, what it decides: "CASE: what window and process are like -> application", none where there is no
+/// application.
+constexpr const char *cases = R"(
+# StatedId
+a stated id: gtk=org.gnome.Nautilus; instance=org.gnome.nautilus; class=Nautilus -> org.gnome.Nautilus
+a stated id in other letters: gtk=org.gnome.nautilus -> org.gnome.Nautilus
+KDE's file name with its ending: kde=org.kde.konsole.desktop -> org.kde.konsole
+KDE's full path: kde=/usr/share/applications/org.kde.konsole.desktop -> org.kde.konsole
+the stated id outweighs the class: gtk=org.gnome.Calculator; instance=xterm; class=XTerm -> org.gnome.Calculator
+# WindowClass
+a stated id that is not installed: gtk=org.gone.App; instance=gedit; class=Gedit -> org.gnome.gedit
+StartupWMClass: instance=xterm; class=XTerm -> debian-xterm
+exact class beside a loosely fitting instance: instance=xterm; class=org.gnome.Maps -> org.gnome.Maps
+StartupWMClass in other letters: instance=GOOGLE-CHROME; class=x -> google-chrome
+a web application in a browser's process: instance=crx_abc; class=Google-chrome; runs=/opt/google/chrome/chrome -> chrome-abc-Default
+the browser itself: instance=google-chrome; class=Google-chrome; runs=/opt/google/chrome/chrome -> google-chrome
+a web application that is not installed: instance=crx_zzz; class=Google-chrome -> google-chrome
+one binary, two applications: instance=libreoffice; class=libreoffice-calc; runs=/usr/lib/soffice.bin -> libreoffice-calc
+the class is the id: instance=x; class=meld -> meld
+the class is the id but for case: instance=Meld; class=Meld -> meld
+the class ends a reverse-DNS id: instance=gimp; class=Gimp -> org.gimp.GIMP
+a class with a space: instance=my app; class=My App -> my app
+an Electron application: instance=signal; class=Signal; runs=/opt/Signal/signal-desktop -> signal-desktop
+a Java program: instance=sun-awt-X11-XFramePeer; class=jetbrains-idea; runs=/opt/idea/jbr/bin/java x.Main -> jetbrains-idea
+a Windows program: instance=notepad.exe; class=notepad.exe; runs=/usr/bin/wine64-preloader -> wine-Notepad
+a terminal that shows another program: instance=xterm; class=XTerm; runs=/usr/bin/xterm -e vim -> debian-xterm
+# ControlGroup
+a scope of ours: runs=/usr/bin/x; group=/user.slice/app.slice/app-cobblet-org.gimp.GIMP-77.scope -> org.gimp.GIMP
+escaped dashes: runs=/usr/bin/x; group=/user.slice/app-gnome-firefox\x2desr-4242.scope -> firefox-esr
+dashes that nobody escaped: runs=/usr/bin/x; group=/user.slice/app-gnome-firefox-esr-4242.scope -> firefox-esr
+no launcher: runs=/usr/bin/x; group=/app.slice/app-meld-9.scope -> meld
+an autostarted service: runs=/usr/bin/x; group=/app.slice/app-org.gnome.Maps@autostart.service -> org.gnome.Maps
+started over D-Bus: runs=/usr/bin/x; group=/app.slice/dbus-:1.2-org.gnome.Calculator@0.service -> org.gnome.Calculator
+a Snap's scope: runs=/snap/x; group=/app.slice/snap.firefox.firefox-0d1f-44.scope -> firefox_firefox
+the terminal in its own scope: runs=/usr/bin/konsole; group=/app.slice/app-org.kde.konsole-3.scope -> org.kde.konsole
+a scope of nothing installed: runs=/usr/bin/x; group=/app.slice/app-gnome-gone-3.scope ->
+# LaunchEnvironment
+launched from an entry: runs=/usr/bin/x; GIO_LAUNCHED_DESKTOP_FILE=/a/meld.desktop; GIO_LAUNCHED_DESKTOP_FILE_PID=100 -> meld
+inherited: runs=/usr/bin/x; GIO_LAUNCHED_DESKTOP_FILE=/a/meld.desktop; GIO_LAUNCHED_DESKTOP_FILE_PID=99 ->
+a Flatpak by its sandbox: runs=/usr/bin/gjs-console; flatpak=org.gnome.Maps -> org.gnome.Maps
+a Flatpak under another file name: runs=/app/bin/x; flatpak=com.example.Renamed -> com.example.Renamed.Stable
+a Flatpak by its environment: runs=/app/bin/maps; FLATPAK_ID=org.gnome.Maps -> org.gnome.Maps
+a host program started by a Flatpak: runs=/usr/bin/x; FLATPAK_ID=org.gnome.Maps ->
+a Snap with one application: runs=/snap/firefox/123/usr/lib/firefox/firefox; SNAP_INSTANCE_NAME=firefox -> firefox_firefox
+one of a Snap's applications: runs=/snap/office/1/bin/calc; SNAP_NAME=office -> office_calc
+a host program started in a Snap's terminal: runs=/usr/bin/x; SNAP_NAME=firefox ->
+an AppImage: runs=/tmp/.mount_K/usr/bin/krita; APPIMAGE=/home/u/Applications/Krita-5.AppImage; APPDIR=/tmp/.mount_K -> krita-image
+another copy of it: runs=/tmp/.mount_K/usr/bin/krita; APPIMAGE=/tmp/Krita-5.AppImage; APPDIR=/tmp/.mount_K ->
+a program that it started: runs=/usr/bin/x; APPIMAGE=/home/u/Applications/Krita-5.AppImage; APPDIR=/tmp/.mount_K ->
+# Executable
+a program in a terminal's scope: runs=/usr/bin/player; group=/app.slice/app-gnome-org.gnome.Terminal-3.scope -> player
+the program of the entry: runs=/usr/bin/gnome-calculator -> org.gnome.Calculator
+a Python program that the entry names alone: runs=/usr/bin/python3.11 /usr/bin/meld -> meld
+and with its interpreter: runs=/usr/bin/python3.11 -u /usr/bin/lollypop -> lollypop
+the Python prompt: runs=/usr/bin/python3.11 ->
+a Python program that is not installed: runs=/usr/bin/python3.11 /home/u/x.py ->
+a Java program by its archive: runs=/usr/lib/jvm/bin/java -cp /x -jar /usr/share/jedit/jedit.jar -> jedit
+one binary told apart by its arguments: runs=/usr/bin/sharedbrowser --profile home -x -> browser-home
+one binary with neither's arguments: runs=/usr/bin/sharedbrowser ->
+one binary that nothing tells apart: runs=/usr/bin/twin ->
+the shown entry of two: runs=/usr/bin/player -> player
+the same name elsewhere: runs=/home/u/signal-desktop ->
+# Nothing
+nothing at all: ->
+unknown in every way: gtk=a.b; kde=c; instance=d; class=e; runs=/usr/bin/f; group=/g ->
+separators only: gtk=/; kde=.desktop; instance=.; class=..; runs=/; group=/app--.scope/app-.scope/-.scope ->
+)";
 
 TEST(WindowResolver, EachWindowBelongsToItsApplication)
 {
     using enum ResolvedBy;
-    const Case rows[] = {
-        // What the window states
-        {"a stated id",
-         {s("org.gnome.Nautilus"), {}, s("org.gnome.nautilus"), s("Nautilus")},
-         {},
-         "org.gnome.Nautilus",
-         StatedId},
-        {"a stated id in other letters", {s("org.gnome.nautilus"), {}, {}, {}}, {}, "org.gnome.Nautilus", StatedId},
-        {"KDE's file name with its ending",
-         {{}, s("org.kde.konsole.desktop"), {}, {}},
-         {},
-         "org.kde.konsole",
-         StatedId},
-        {"KDE's full path",
-         {{}, s("/usr/share/applications/org.kde.konsole.desktop"), {}, {}},
-         {},
-         "org.kde.konsole",
-         StatedId},
-        {"a stated id that is not installed leaves it to the class",
-         {s("org.gone.App"), {}, s("gedit"), s("Gedit")},
-         {},
-         "org.gnome.gedit",
-         WindowClass},
-        {"the stated id outweighs the class",
-         {s("org.gnome.Calculator"), {}, s("xterm"), s("XTerm")},
-         {},
-         "org.gnome.Calculator",
-         StatedId},
-        // Its class
-        {"StartupWMClass", {{}, {}, s("xterm"), s("XTerm")}, {}, "debian-xterm", WindowClass},
-        {"exact class beside a loosely fitting instance",
-         {{}, {}, s("xterm"), s("org.gnome.Maps")},
-         {},
-         "org.gnome.Maps",
-         WindowClass},
-        {"StartupWMClass in other letters", {{}, {}, s("GOOGLE-CHROME"), s("x")}, {}, "google-chrome", WindowClass},
-        {"a web application in a browser's process",
-         {{}, {}, s("crx_abc"), s("Google-chrome")},
-         program("/opt/google/chrome/chrome", {s("/opt/google/chrome/chrome")}),
-         "chrome-abc-Default",
-         WindowClass},
-        {"the browser itself",
-         {{}, {}, s("google-chrome"), s("Google-chrome")},
-         program("/opt/google/chrome/chrome", {s("/opt/google/chrome/chrome")}),
-         "google-chrome",
-         WindowClass},
-        {"a web application that is not installed falls to the browser",
-         {{}, {}, s("crx_zzz"), s("Google-chrome")},
-         {},
-         "google-chrome",
-         WindowClass},
-        {"two applications of one binary by class",
-         {{}, {}, s("libreoffice"), s("libreoffice-calc")},
-         program("/usr/lib/libreoffice/program/soffice.bin", {s("soffice.bin")}),
-         "libreoffice-calc",
-         WindowClass},
-        {"the class is the id", {{}, {}, s("x"), s("meld")}, {}, "meld", WindowClass},
-        {"the class is the id but for case", {{}, {}, s("Meld"), s("Meld")}, {}, "meld", WindowClass},
-        {"the class ends a reverse-DNS id", {{}, {}, s("gimp"), s("Gimp")}, {}, "org.gimp.GIMP", WindowClass},
-        {"a class with a space", {{}, {}, s("my app"), s("My App")}, {}, "my app", WindowClass},
-        {"an Electron application",
-         {{}, {}, s("signal"), s("Signal")},
-         program("/opt/Signal/signal-desktop", {s("/opt/Signal/signal-desktop")}),
-         "signal-desktop",
-         WindowClass},
-        {"a Java program with a class",
-         {{}, {}, s("sun-awt-X11-XFramePeer"), s("jetbrains-idea")},
-         program("/opt/idea/jbr/bin/java", {s("/opt/idea/jbr/bin/java"), s("com.intellij.idea.Main")}),
-         "jetbrains-idea",
-         WindowClass},
-        {"a Windows program",
-         {{}, {}, s("notepad.exe"), s("notepad.exe")},
-         program("/usr/bin/wine64-preloader", {s("C:\\windows\\notepad.exe")}),
-         "wine-Notepad",
-         WindowClass},
-        {"a terminal that shows another program",
-         {{}, {}, s("xterm"), s("XTerm")},
-         program("/usr/bin/xterm", {s("xterm"), s("-e"), s("vim")}),
-         "debian-xterm",
-         WindowClass},
-        // Its control group
-        {"a scope of ours",
-         {},
-         program("/usr/bin/x", {s("x")}, "/user.slice/app.slice/app-cobblet-org.gimp.GIMP-77.scope"),
-         "org.gimp.GIMP",
-         ControlGroup},
-        {"a scope with escaped dashes",
-         {},
-         program("/usr/bin/x", {s("x")}, "/user.slice/app-gnome-firefox\\x2desr-4242.scope"),
-         "firefox-esr",
-         ControlGroup},
-        {"a scope whose dashes nobody escaped",
-         {},
-         program("/usr/bin/x", {s("x")}, "/user.slice/app-gnome-firefox-esr-4242.scope"),
-         "firefox-esr",
-         ControlGroup},
-        {"a scope without a launcher",
-         {},
-         program("/usr/bin/x", {s("x")}, "/app.slice/app-meld-9.scope"),
-         "meld",
-         ControlGroup},
-        {"an autostarted service",
-         {},
-         program("/usr/bin/x", {s("x")}, "/app.slice/app-org.gnome.Maps@autostart.service"),
-         "org.gnome.Maps",
-         ControlGroup},
-        {"a service started over D-Bus",
-         {},
-         program("/usr/bin/x", {s("x")}, "/app.slice/dbus-:1.2-org.gnome.Calculator@0.service"),
-         "org.gnome.Calculator",
-         ControlGroup},
-        {"a Snap's scope",
-         {},
-         program("/snap/x", {s("x")}, "/app.slice/snap.firefox.firefox-0d1f-44.scope"),
-         "firefox_firefox",
-         ControlGroup},
-        {"a program started in a terminal's scope is not the terminal",
-         {},
-         program("/usr/bin/player", {s("player")}, "/app.slice/app-gnome-org.gnome.Terminal-3.scope"),
-         "player",
-         Executable},
-        {"the terminal in its own scope",
-         {},
-         program("/usr/bin/konsole", {s("konsole")}, "/app.slice/app-org.kde.konsole-3.scope"),
-         "org.kde.konsole",
-         ControlGroup},
-        {"a scope of nothing installed",
-         {},
-         program("/usr/bin/x", {s("x")}, "/app.slice/app-gnome-gone-3.scope"),
-         "",
-         Nothing},
-        // How it was launched
-        {"launched from a desktop entry",
-         {},
-         program("/usr/bin/x", {s("x")}, "",
-                 {{"GIO_LAUNCHED_DESKTOP_FILE", s("/usr/share/applications/meld.desktop")},
-                  {"GIO_LAUNCHED_DESKTOP_FILE_PID", s("100")}}),
-         "meld",
-         LaunchEnvironment},
-        {"inherited from a launch of another process",
-         {},
-         program("/usr/bin/x", {s("x")}, "",
-                 {{"GIO_LAUNCHED_DESKTOP_FILE", s("/usr/share/applications/meld.desktop")},
-                  {"GIO_LAUNCHED_DESKTOP_FILE_PID", s("99")}}),
-         "",
-         Nothing},
-        {"a Flatpak by its sandbox",
-         {},
-         {100, s("/usr/bin/gjs-console"), {s("gjs")}, {}, s("org.gnome.Maps"), {}},
-         "org.gnome.Maps",
-         LaunchEnvironment},
-        {"a Flatpak under another file name",
-         {},
-         {100, s("/app/bin/x"), {s("x")}, {}, s("com.example.Renamed"), {}},
-         "com.example.Renamed.Stable",
-         LaunchEnvironment},
-        {"a Flatpak by its environment",
-         {},
-         program("/app/bin/maps", {s("maps")}, "", {{"FLATPAK_ID", s("org.gnome.Maps")}}),
-         "org.gnome.Maps",
-         LaunchEnvironment},
-        {"a host program started by a Flatpak",
-         {},
-         program("/usr/bin/x", {s("x")}, "", {{"FLATPAK_ID", s("org.gnome.Maps")}}),
-         "",
-         Nothing},
-        {"a Snap with one application",
-         {},
-         program("/snap/firefox/123/usr/lib/firefox/firefox", {s("firefox-bin")}, "",
-                 {{"SNAP_INSTANCE_NAME", s("firefox")}}),
-         "firefox_firefox",
-         LaunchEnvironment},
-        {"one of a Snap's applications",
-         {},
-         program("/snap/office/1/bin/calc", {s("x")}, "", {{"SNAP_NAME", s("office")}}),
-         "office_calc",
-         LaunchEnvironment},
-        {"a host program started in a Snap's terminal",
-         {},
-         program("/usr/bin/x", {s("x")}, "", {{"SNAP_NAME", s("firefox")}}),
-         "",
-         Nothing},
-        {"an AppImage",
-         {},
-         program("/tmp/.mount_Krita/usr/bin/krita", {s("krita")}, "",
-                 {{"APPIMAGE", s("/home/u/Applications/Krita-5.AppImage")}, {"APPDIR", s("/tmp/.mount_Krita")}}),
-         "krita-image",
-         LaunchEnvironment},
-        {"another copy of an AppImage",
-         {},
-         program("/tmp/.mount_Krita/usr/bin/krita", {s("krita")}, "",
-                 {{"APPIMAGE", s("/tmp/Krita-5.AppImage")}, {"APPDIR", s("/tmp/.mount_Krita")}}),
-         "",
-         Nothing},
-        {"a program started by an AppImage",
-         {},
-         program("/usr/bin/x", {s("x")}, "",
-                 {{"APPIMAGE", s("/home/u/Applications/Krita-5.AppImage")}, {"APPDIR", s("/tmp/.mount_Krita")}}),
-         "",
-         Nothing},
-        // What it runs
-        {"the program of the entry",
-         {},
-         program("/usr/bin/gnome-calculator", {s("gnome-calculator")}),
-         "org.gnome.Calculator",
-         Executable},
-        {"a Python program that the entry names alone",
-         {},
-         program("/usr/bin/python3.11", {s("/usr/bin/python3"), s("/usr/bin/meld")}),
-         "meld",
-         Executable},
-        {"a Python program that the entry names with its interpreter",
-         {},
-         program("/usr/bin/python3.11", {s("python3"), s("-u"), s("/usr/bin/lollypop")}),
-         "lollypop",
-         Executable},
-        {"the Python prompt", {}, program("/usr/bin/python3.11", {s("python3")}), "", Nothing},
-        {"a Python program that is not installed",
-         {},
-         program("/usr/bin/python3.11", {s("python3"), s("/home/u/x.py")}),
-         "",
-         Nothing},
-        {"a Java program by its archive",
-         {},
-         program("/usr/lib/jvm/java-17/bin/java",
-                 {s("java"), s("-cp"), s("/x"), s("-jar"), s("/usr/share/jedit/jedit.jar")}),
-         "jedit",
-         Executable},
-        {"one binary told apart by its arguments",
-         {},
-         program("/usr/bin/sharedbrowser", {s("sharedbrowser"), s("--profile"), s("home"), s("-x")}),
-         "browser-home",
-         Executable},
-        {"one binary with neither's arguments",
-         {},
-         program("/usr/bin/sharedbrowser", {s("sharedbrowser")}),
-         "",
-         Nothing},
-        {"one binary that nothing tells apart", {}, program("/usr/bin/twin", {s("twin")}), "", Nothing},
-        {"the shown entry of two", {}, program("/usr/bin/player", {s("/usr/bin/player")}), "player", Executable},
-        {"the same name elsewhere",
-         {},
-         program("/home/u/signal-desktop", {s("/home/u/signal-desktop")}),
-         "",
-         Nothing},
-        {"a program that an upgrade replaced",
-         {},
-         program("/usr/share/code/code (deleted)", {s("/usr/share/code/code"), s("--unity-launch")}),
-         "code",
-         Executable},
-        // Nothing to go by
-        {"nothing at all", {}, {}, "", Nothing},
-        {"unknown in every way",
-         {s("a.b"), s("c"), s("d"), s("e")},
-         program("/usr/bin/f", {s("f")}, "/g", {}),
-         "",
-         Nothing},
-        {"marks of separators only",
-         {s("/"), s(".desktop"), s("."), s("..")},
-         program("/", {s("/")}, "/app--.scope/app-.scope/-.scope"),
-         "",
-         Nothing},
-    };
-    for (const Case &row : rows) {
-        const Resolution resolution = resolveApplication(row.window, row.process, installed());
-        EXPECT_EQ(resolution.id, s(row.id)) << row.name;
-        EXPECT_EQ(resolution.by, row.by) << row.name << ", decided by " << qPrintable(resolution.reason());
+    const QHash<QString, ResolvedBy> steps{
+        {s("StatedId"), StatedId},         {s("WindowClass"), WindowClass},
+        {s("ControlGroup"), ControlGroup}, {s("LaunchEnvironment"), LaunchEnvironment},
+        {s("Executable"), Executable},     {s("Nothing"), Nothing}};
+    ResolvedBy step = Nothing;
+    int checked = 0;
+    for (const QString &line : s(cases).split(u'\n', Qt::SkipEmptyParts)) {
+        if (line.startsWith(u'#')) {
+            ASSERT_TRUE(steps.contains(line.mid(2)));
+            step = steps[line.mid(2)];
+            continue;
+        }
+        WindowIdentity window;
+        ProcessIdentity process{100, {}, {}, {}, {}, {}};
+        const QString fields = line.section(s(": "), 1), expected = line.section(s("->"), 1).trimmed();
+        for (const QString &field : fields.section(s("->"), 0, 0).trimmed().split(s("; "), Qt::SkipEmptyParts)) {
+            const QString name = field.section(u'=', 0, 0), value = field.section(u'=', 1);
+            const QHash<QString, QString *> places{
+                {s("gtk"), &window.gtkApplicationId}, {s("kde"), &window.kdeDesktopFile},
+                {s("instance"), &window.wmInstance},  {s("class"), &window.wmClass},
+                {s("group"), &process.controlGroup},  {s("flatpak"), &process.flatpak}};
+            if (QString *place = places.value(name)) {
+                *place = value;
+            } else if (name == s("runs")) {
+                process.arguments = value.split(u' ');
+                process.executable = process.arguments[0];
+            } else {
+                ASSERT_TRUE(resolverEnvironment().contains(name.toLatin1())) << qPrintable(line);
+                process.environment[name.toLatin1()] = value;
+            }
+        }
+        const Resolution resolution = resolveApplication(window, process, installed());
+        EXPECT_EQ(resolution.id, expected) << qPrintable(line);
+        EXPECT_EQ(resolution.by, expected.isEmpty() ? Nothing : step) << qPrintable(line);
+        ++checked;
     }
+    EXPECT_GE(checked, 50);
+    // What an upgrade replaced: the file's name ends in a word that is no argument.
+    const ProcessIdentity replaced{
+        100, s("/usr/share/code/code (deleted)"), {s("/usr/share/code/code"), s("--unity-launch")}, {}, {}, {}};
+    EXPECT_EQ(resolveProcess(replaced, installed()), (Resolution{s("code"), Executable}));
 }
 
 TEST(WindowResolver, InstalledFirstByIdWhenSeveralClaimAClass)
