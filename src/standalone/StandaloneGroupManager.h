@@ -95,7 +95,7 @@ private:
     BundleBuilder m_builder;
     AgentProcesses m_agents;
     QThreadPool m_worker;
-    int m_steps = 0; ///< that are not done
+    int m_steps = 0;                     ///< that are not done
     QHash<QUuid, AppGroup> m_standalone; ///< the standalone groups as they were last seen
     QHash<QUuid, AppGroup> m_changed;    ///< those to be refreshed
     QList<QUuid> m_installing;           ///< groups that are about to be standalone, one for each installation

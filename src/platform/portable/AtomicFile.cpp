@@ -66,7 +66,8 @@ Status replaceAtomically(const QString &path, const QByteArray &bytes, Flush flu
         return Error{QStringLiteral("Can't make the folder %1.").arg(folder)};
 
     const QByteArray temporary = QFile::encodeName(path + QStringLiteral(".tmp"));
-    Descriptor file(::open(temporary.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
+    Descriptor file(
+        ::open(temporary.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
     if (file < 0)
         return systemError(QStringLiteral("Can't write"), path);
     const bool written = writeAll(file, bytes) && (flush == Flush::No || ::fsync(file) == 0) && file.close() &&
