@@ -22,34 +22,29 @@ TEST_F(CommandLineTest, UnderstandsCommandsOptionsAndNamesOfSeveralWords)
         Verb verb;
         const char *text;
     };
-    for (const Row &row : {Row{"", Verb::Panel, ""},
-                           Row{"--service", Verb::Service, ""},
-                           Row{"--version", Verb::Version, ""},
-                           Row{"-h", Verb::Help, ""},
-                           Row{"launch Work --help", Verb::Help, ""},
-                           Row{"show Work", Verb::Show, "Work"},
-                           Row{"launch My Work", Verb::Launch, "My Work"},
-                           Row{"quit -- --help", Verb::Quit, "--help"},
-                           Row{"hide My -- -x -- y", Verb::Hide, "My -x -- y"},
-                           Row{"show -", Verb::Show, "-"},
-                           Row{"show show", Verb::Show, "show"},
-                           Row{"list", Verb::List, ""},
-                           Row{"list --json", Verb::ListJson, ""},
-                           Row{"say Go to Work group in Cobblet", Verb::Say, "Go to Work group in Cobblet"},
-                           Row{"cobblet://show/Work", Verb::Open, "cobblet://show/Work"},
-                           Row{"show", Verb::Invalid, "“show” needs the name or id of a group."},
-                           Row{"show --", Verb::Invalid, "“show” needs the name or id of a group."},
-                           Row{"say", Verb::Invalid, "“say” needs a phrase, such as “Launch Work group in Cobblet”."},
-                           Row{"show -x Work", Verb::Invalid, "“-x” is not understood."},
-                           Row{"dance", Verb::Invalid, "“dance” is not understood."},
-                           Row{"SHOW Work", Verb::Invalid, "“SHOW” is not understood."},
-                           Row{"-- show Work", Verb::Invalid, "“--” is not understood."},
-                           Row{"list all", Verb::Invalid, "“all” is not understood."},
-                           Row{"list --json all", Verb::Invalid, "“all” is not understood."},
-                           Row{"--version now", Verb::Invalid, "“now” is not understood."},
-                           Row{"cobblet://show/a b", Verb::Invalid, "“b” is not understood."},
-                           Row{"http://show/a", Verb::Invalid, "“http://show/a” is not understood."}})
+    for (const Row &row :
+         {Row{"", Verb::Panel, ""}, Row{"--service", Verb::Service, ""}, Row{"--version", Verb::Version, ""},
+          Row{"-h", Verb::Help, ""}, Row{"launch Work --help", Verb::Help, ""}, Row{"show Work", Verb::Show, "Work"},
+          Row{"launch My Work", Verb::Launch, "My Work"}, Row{"quit -- --help", Verb::Quit, "--help"},
+          Row{"hide My -- -x -- y", Verb::Hide, "My -x -- y"}, Row{"show -", Verb::Show, "-"},
+          Row{"show show", Verb::Show, "show"}, Row{"list", Verb::List, ""}, Row{"list --json", Verb::ListJson, ""},
+          Row{"say Go to Work group in Cobblet", Verb::Say, "Go to Work group in Cobblet"},
+          Row{"cobblet://show/Work", Verb::Open, "cobblet://show/Work"},
+          Row{"show", Verb::Invalid, "“show” needs the name or id of a group."},
+          Row{"show --", Verb::Invalid, "“show” needs the name or id of a group."},
+          Row{"say", Verb::Invalid, "“say” needs a phrase, such as “Launch Work group in Cobblet”."}})
         EXPECT_EQ(CommandLine::parse(words(row.line)), (CommandLine{row.verb, text(row.text)})) << row.line;
+    for (const auto &[line, word] : {std::pair("show -x Work", "-x"),
+                                     {"dance", "dance"},
+                                     {"SHOW Work", "SHOW"},
+                                     {"-- show Work", "--"},
+                                     {"list all", "all"},
+                                     {"list --json all", "all"},
+                                     {"--version now", "now"},
+                                     {"cobblet://show/a b", "b"},
+                                     {"http://show/a", "http://show/a"}})
+        EXPECT_EQ(CommandLine::parse(words(line)),
+                  (CommandLine{Verb::Invalid, text("“%1” is not understood.").arg(text(word))}));
 
     EXPECT_EQ(CommandLine::parse(QStringList{text("show"), text("  ")}).verb, Verb::Invalid);
     EXPECT_EQ(CommandLine::parse(QByteArrayList{"show", "Caf\xc3\xa9"}).text, text("Café"));
