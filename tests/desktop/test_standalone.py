@@ -11,7 +11,7 @@ import signal
 import subprocess
 import time
 
-from cobblet import EXECUTABLE, GALCULATOR, OTHERS, TOOLS, XCALC, XCLOCK, Cobblet, CobbletCase, group
+from cobblet import EXECUTABLE, TOOLS, XCALC, XCLOCK, Cobblet, CobbletCase, group
 
 CLOCKS = group(3, "My Clocks", [XCLOCK, XCALC], popupColumns=4)
 AGENT = "com.cobblet.agent." + CLOCKS["id"].upper()
