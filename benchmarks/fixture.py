@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
-"""usage: fixture.py DATA_HOME [GROUPS APPLICATIONS]
+"""usage: fixture.py DATA_HOME [GROUPS APPLICATIONS [standalone]]
 
 Fills an empty data folder with 60 applications that have icons of their own, and with a group list: groups of 4, 11
-and 60 of them, or GROUPS groups of APPLICATIONS, most of which are then not installed."""
+and 60 of them, or GROUPS groups of APPLICATIONS, most of which are then not installed. The groups of a standalone
+list are to be applications of their own, and what is in them is installed."""
 
 import json
 import pathlib
@@ -75,19 +76,23 @@ def install(data_home):
             "Categories=Utility;\n", encoding="utf-8")
 
 
-def group(name, emoji, numbers):
+def group(name, emoji, numbers, standalone=False):
     return {"id": str(uuid.uuid5(uuid.NAMESPACE_DNS, name)).upper(), "name": name, "emoji": emoji,
             "apps": [{"name": f"Program {number}", "bundleID": identifier(number)} for number in numbers],
-            "isPinned": False, "isStandalone": False, "iconStyle": "emoji", "iconFill": "solid"}
+            "isPinned": False, "isStandalone": standalone, "iconStyle": "emoji", "iconFill": "solid"}
 
 
 def main():
     data_home = pathlib.Path(sys.argv[1])
     if not (data_home / "applications").exists():
         install(data_home)
-    if len(sys.argv) == 4:
+    if len(sys.argv) >= 4:
         count, size = int(sys.argv[2]), int(sys.argv[3])
-        groups = [group(f"Group {at}", "🎨", range(at * size + 1, (at + 1) * size + 1)) for at in range(count)]
+        standalone = sys.argv[4:] == ["standalone"]
+        lists = [range(at * size + 1, (at + 1) * size + 1) for at in range(count)]
+        if standalone:
+            lists = [[(number - 1) % INSTALLED + 1 for number in each] for each in lists]
+        groups = [group(f"Group {at}", "🎨", each, standalone) for at, each in enumerate(lists)]
     else:
         groups = [group("Few", "💼", range(1, 5)), group("Some", "🎨", range(5, 16)),
                   group("Many", "🔧", range(1, INSTALLED + 1))]

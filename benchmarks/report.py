@@ -111,6 +111,60 @@ def entries(results):
               median("true", "whole"), "true", at_most=8)
 
 
+def building(results):
+    """A group's application built and registered, beside the floor's copy, icon and hashes; then step by step."""
+    def median(name):
+        return results.median("bundle", name)
+
+    title = "group to application, built and registered"
+    yield row(title, median("first whole"), "ms", median("floor"), "cp, icon, sha256", times=2)
+    yield row("  the same, over an older one", median("rebuild whole"), "ms", median("floor"), "cp, icon, sha256",
+              times=2)
+    rest = [median(name) for name in ("first whole", "icon", "floor copy", "floor hash", "prepare", "sign", "verify")]
+    if None in rest:
+        return
+    whole, icon, copy, hashed, prepare, sign, verify = rest
+    yield row("  all but drawing and writing the icon", whole - icon, "ms", copy + hashed, "cp, sha256")
+    yield row("    copy", median("copy"), "ms", copy, "cp")
+    yield row("    icon", icon, "ms", median("floor icon"), "the same")
+    yield row("    the rest of preparing", prepare - icon, "ms")
+    yield row("    sign", sign - verify, "ms", hashed, "sha256")
+    yield row("    verify", verify, "ms", hashed, "sha256")
+    yield row("    move into place", median("move"), "ms")
+    yield row("    or keep the older one", median("keep"), "ms")
+    yield row("    and rsync over it", median("rsync"), "ms")
+    yield row("    register", median("first register"), "ms")
+    yield row("    register again, with another icon", median("rebuild register"), "ms")
+
+
+def standalone(results):
+    """Groups as applications of their own: agents."""
+    yield from building(results)
+    median, mib = results.median, results.mebibytes
+    yield row("application of a group, cold start to painted", median("agent cold", "painted"), "ms",
+              median("main cold", "painted"), "main, same group", times=1.1)
+    yield row("  CPU until it is settled", median("agent cold", "cpu_show"), "ms", median("main cold", "cpu_show"),
+              "main, same group")
+    yield row("  started again, to painted panel", median("agent again", "painted"), "ms",
+              median("main again", "painted"), "cobblet show", times=1.1)
+
+    agents = [label for label in results.single if label.startswith("agent idle ")]
+    if not agents:
+        return
+    floor = "agents' floor idle"
+
+    def memory(kind):
+        return [mib(label, "memory", kind) for label in agents]
+
+    title = f"own memory of {len(agents)} of them, hidden"
+    yield row(title + ", median", statistics.median(memory("anon")), "MiB", mib(floor, "memory", "anon"), "floor",
+              times=1.5)
+    yield row("  largest", max(memory("anon")), "MiB", mib(floor, "memory", "anon"), "floor", times=1.5)
+    yield row("  proportional, median", statistics.median(memory("pss")), "MiB", mib(floor, "memory", "pss"), "floor")
+    yield row("  context switches of all in 10 s",
+              sum(results.at(label, "switches") * 10 / results.at(label, "seconds") for label in agents), "", at_most=0)
+
+
 def rows(results):
     median, at, mib = results.median, results.at, results.mebibytes
     request = "request to painted panel, 60 applications"
@@ -149,6 +203,8 @@ def rows(results):
     switches, cpu = at("cobblet idle", "switches"), at("cobblet idle", "cpu")
     yield row("hidden: context switches in 10 s", switches * scale if switches is not None else None, "", at_most=2)
     yield row("hidden: CPU in 10 s", cpu * scale if cpu is not None else None, "ms", at_most=0.5)
+
+    yield from standalone(results)
 
     for name, value in results.micro.items():
         if name.endswith("Peer"):

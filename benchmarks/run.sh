@@ -2,8 +2,8 @@
 # usage: run.sh BUILD_DIR [--quick] [--only NAME] [--results FILE]
 #
 # Measures Cobblet and its peers, side by side in one private session, and prints one table. The parts, for --only:
-# show entries cold memory select cycles large micro peers (those up to memory with the floor that Cobblet is compared
-# with).
+# show entries cold memory select cycles large standalone micro peers (those up to memory, and standalone, with the
+# floor that Cobblet is compared with).
 # --quick does everything with fewer rounds. Status 0 whatever the figures are; a figure that could not be had says why.
 set -eu
 
@@ -24,7 +24,7 @@ if [ "${1:-}" != --inside ]; then
         shift
     done
     case $only in
-    '' | show | entries | cold | memory | select | cycles | large | micro | peers) ;;
+    '' | show | entries | cold | memory | select | cycles | large | standalone | micro | peers) ;;
     *) echo "run.sh: there is no part $only" >&2; exit 2 ;;
     esac
     export build quick only results
@@ -47,9 +47,9 @@ data_home=$HOME/.local/share
 log=$results.log
 : >"$log"
 
-passes=3 rounds=10 cold_rounds=7 peer_rounds=15 cycles=1000 repetitions=15 idle_seconds=10
+passes=3 rounds=10 cold_rounds=7 peer_rounds=15 cycles=1000 repetitions=15 idle_seconds=10 builds=30 agents=9
 if [ -n "$quick" ]; then
-    passes=1 rounds=5 cold_rounds=5 peer_rounds=5 cycles=100 repetitions=3 idle_seconds=5
+    passes=1 rounds=5 cold_rounds=5 peer_rounds=5 cycles=100 repetitions=3 idle_seconds=5 builds=8 agents=3
 fi
 
 part() { # NAME: whether it is to be measured; says that it begins
@@ -215,6 +215,92 @@ if part large; then
     fi
     end
     with_usual_groups
+fi
+
+# A group as an application of its own: "agent" for short. Eleven applications in each group, and as many tiles.
+agent_class='^com\.cobblet\.agent\.'
+agent() { # NUMBER: what the entry of its desktop file starts
+    echo "$HOME/Applications/Cobblet Groups/Group $1.app/Contents/Helpers/cobblet"
+}
+make_agents() { # as the application does it at its start for the groups of the list that are to have one
+    begin "$cobblet" --service || return 1
+    local tries found
+    for ((tries = 0; tries < 60; tries++)); do
+        found=$(grep -lF "Cobblet Groups/Group" "$data_home/applications/com.cobblet.agent."*.desktop 2>/dev/null | wc -l)
+        [ "$found" -lt "$agents" ] || break
+        sleep 0.5
+    done
+    end
+    [ "$found" -eq "$agents" ] && [ -x "$(agent 0)" ]
+}
+standalone_cold() {
+    for _ in 1 2; do
+        watch show --label "main cold" --class "$cobblet_class" --dismiss end --rounds 4 --warmup 1 -- "$cobblet"
+        watch show --label "agent cold" --class "$agent_class" --dismiss end --rounds 4 --warmup 1 -- "$(agent 0)"
+    done
+}
+standalone_running() {
+    if begin_cobblet 1; then
+        watch show --label "main again" --class "$cobblet_class" --pid "$pid" --rounds "$rounds" \
+            -- "$cobblet" show "Group 0"
+    fi
+    end
+    if begin "$(agent 0)"; then
+        press Escape
+        watch show --label "agent again" --class "$agent_class" --pid "$pid" --rounds "$rounds" -- "$(agent 0)"
+    fi
+    end
+}
+standalone_idle() {
+    begin "$floor" --tiles 11 && watch show --label "floor once" --class "$floor_class" --key Alt+Shift+9 \
+        --pid "$pid" --rounds 1 --warmup 0
+    sleep 5
+    watch idle --label "agents' floor idle" --pid "$pid" --seconds "$idle_seconds"
+    end
+    # All at once, beside the application that made them, which ends first: it would build those again that end.
+    begin_cobblet 1 || return 0
+    local main=$pid pids='' number waited=''
+    for ((number = 0; number < agents; number++)); do
+        "$(agent "$number")" >>"$log" 2>&1 &
+        pids="$pids $!"
+        sleep 1.5
+        press Escape
+    done
+    sleep 32 # the toolkit's idle threads end half a minute after their last work
+    for pid in $pids; do
+        watch idle --label "agent idle $pid" --pid "$pid" --seconds "$idle_seconds" &
+        waited="$waited $!"
+    done
+    # shellcheck disable=SC2086 # lists of numbers
+    wait $waited
+    for pid in $main $pids; do
+        end
+    done
+}
+if part standalone; then
+    if [ -x "$build/benchmarks/cobblet_bench_bundles" ] && [ -n "$have_cobblet" ]; then
+        "$build/benchmarks/cobblet_bench_bundles" "$build/Cobblet.app" "$builds" >>"$results" 2>>"$log" ||
+            cannot "bundle" "it ended with an error, see $log"
+        with_other_groups "$agents" 11 standalone
+        # So that both begin with the first group, and show the same.
+        mkdir -p "$HOME/.config/cobblet"
+        /usr/bin/python3 -c 'import plistlib, sys; plistlib.dump({"popupShowsMostUsed": False}, sys.stdout.buffer,
+            fmt=plistlib.FMT_BINARY)' >"$HOME/.config/cobblet/com.cobblet.shared.plist"
+        if make_agents; then
+            for ((pass = 0; pass < passes; pass++)); do
+                standalone_cold
+                standalone_running
+            done
+            standalone_idle
+        else
+            cannot "agents" "they were not built"
+        fi
+        end
+        with_usual_groups
+        rm -rf "$HOME/Applications" "$data_home/applications/com.cobblet.agent."*
+    else
+        cannot "bundle" "it is not built"
+    fi
 fi
 
 if part micro; then

@@ -63,6 +63,8 @@ Application::Application(const Bundle &bundle, Platform &platform, const Command
     connect(&platform.instance(), &Instance::reopen, &m_delegate, &AppDelegate::applicationShouldHandleReopen);
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &m_delegate,
             &AppDelegate::applicationWillTerminate);
+    if (m_bundle.isAgent()) // a click draws its tile anew, which takes megabytes for a moment
+        connect(&platform.instance(), &Instance::reopen, this, &Application::trimSoon);
 }
 
 Application::~Application()
@@ -192,7 +194,7 @@ void Application::settle()
     later(preloadDelay, &Application::preloadIcons);
     later(statusItemDelay, &Application::showStatusItem);
     later(standaloneDelay, &Application::startStandalone);
-    later(trimDelay, &Application::trim);
+    trimSoon();
 }
 
 GroupIconProvider &Application::groupIcons()
@@ -212,8 +214,7 @@ StandaloneGroupManager &Application::standalone()
             m_platform.launchRegistry(), groupIcons(), m_core->config(), m_platform.runningApplications(),
             m_platform.workspace(), m_platform.distributedNotifications(), m_platform.dialogs(),
             m_platform.pasteboard(), m_platform.scheduler()});
-        connect(&*m_standalone, &StandaloneGroupManager::idle, this,
-                [this] { later(trimDelay, &Application::trim); });
+        connect(&*m_standalone, &StandaloneGroupManager::idle, this, &Application::trimSoon);
     }
     return *m_standalone;
 }
@@ -230,6 +231,9 @@ void Application::preloadIcons()
     if (!Units::hasEmojiFont())
         qCWarning(log)
             << "No emoji font is installed: the groups' emoji can't be drawn. Install one, such as Noto Color Emoji.";
+    // The view loads the icons of its group by itself, and in a group's application others are seldom looked at.
+    if (AgentController *agent = m_delegate.agentController())
+        return agent->refreshTile();
     const double side = IconProvider::iconPoints * m_view->window().effectiveDevicePixelRatio();
     const qint64 maximum = preloadBytes / qint64(side * side * 4);
     QStringList ids;
@@ -245,10 +249,7 @@ void Application::preloadIcons()
         }
     }
     m_icons->preload(ids);
-    if (AgentController *agent = m_delegate.agentController())
-        agent->refreshTile();
-    else
-        m_platform.dockTile().setIcon(QImage(m_bundle.resource(QStringLiteral("AppIcon.png"))));
+    m_platform.dockTile().setIcon(QImage(m_bundle.resource(QStringLiteral("AppIcon.png"))));
 }
 
 void Application::showStatusItem()
@@ -257,9 +258,9 @@ void Application::showStatusItem()
         controller->show();
 }
 
-void Application::trim()
+void Application::trimSoon()
 {
-    m_platform.settle();
+    m_trim = m_platform.scheduler().after(trimDelay, [this] { m_platform.settle(); });
 }
 
 } // namespace cobblet

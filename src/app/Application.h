@@ -5,6 +5,7 @@
 #include "model/PopupSettings.h"
 #include "model/Theme.h"
 #include "platform/Bundle.h"
+#include "platform/Scheduler.h"
 #include "shell/AppDelegate.h"
 #include "standalone/GroupIconProvider.h"
 #include "standalone/IconProvider.h"
@@ -48,7 +49,8 @@ private:
     /// Keeps the applications of single groups; not in one of them.
     StandaloneGroupManager &standalone();
     void startStandalone();
-    void trim();
+    /// Gives memory back once nobody has asked for anything for a while.
+    void trimSoon();
 
     const Bundle &m_bundle;
     Platform &m_platform;
@@ -63,6 +65,7 @@ private:
     std::optional<GroupIconProvider> m_groupIcons;
     std::optional<StandaloneGroupManager> m_standalone;
     bool m_standaloneStarted = false;
+    Scheduler::Handle m_trim;
     std::optional<PanelView> m_view;
     AppDelegate m_delegate;
 };
