@@ -165,6 +165,8 @@ public:
     /// Reading the font configuration takes several of the milliseconds before the first text is painted.
     void warmUp() override
     {
+        // The threads seldom work at once, and each arena of its own keeps its gaps for good.
+        ::mallopt(M_ARENA_MAX, 1);
         m_fonts = std::jthread([] { ::FcInit(); });
     }
 
