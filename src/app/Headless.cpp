@@ -30,13 +30,11 @@ public:
     /// An entry of the menu that the application of a group has in docks, while that application does not run.
     void perform(const QString &action, const std::function<void(const CommandReply &)> &done)
     {
-        const auto config = readAgentGroupConfig(m_bundle.path);
-        if (!config)
-            return done({EX_CONFIG, {}, QStringLiteral("cobblet: %1\n").arg(config.error())});
-        const AppGroup *stored = m_core.config().group(config.value().group.id);
-        const AppGroup group = stored ? *stored : config.value().group;
+        const auto group = ownGroup(m_bundle, m_core.config());
+        if (!group)
+            return done({EX_CONFIG, {}, QStringLiteral("cobblet: %1\n").arg(group.error())});
         const auto told = [done](const QList<IntentOutcome> &outcomes) { done(IntentService::reply(outcomes)); };
-        if (!performGroupMenu(action, group, m_core.reports(), told))
+        if (!performGroupMenu(action, group.value(), m_core.reports(), told))
             done({EX_USAGE, {}, QStringLiteral("cobblet: the group has no such entry any more.\n")});
     }
 

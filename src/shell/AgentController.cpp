@@ -46,19 +46,11 @@ AgentController::AgentController(Services services, QObject *parent)
 
 std::optional<AppGroup> AgentController::group() const
 {
-    const auto config = readAgentGroupConfig(m_services.bundle.path);
-    if (!config) {
-        qCWarning(log).noquote() << config.error();
-        return std::nullopt;
-    }
-    const AppGroup &held = config.value().group;
-    if (agentIdentifier(held.id) != m_services.bundle.identifier) {
-        qCWarning(log).noquote()
-            << QStringLiteral("“%1” holds the group of another application.").arg(m_services.bundle.path);
-        return std::nullopt;
-    }
-    const AppGroup *stored = m_services.config.group(held.id);
-    return stored ? *stored : held;
+    const auto own = ownGroup(m_services.bundle, m_services.config);
+    if (own)
+        return own.value();
+    qCWarning(log).noquote() << own.error();
+    return std::nullopt;
 }
 
 void AgentController::refreshTile()
@@ -74,8 +66,9 @@ void AgentController::refreshTile()
 
 void AgentController::selectGroup()
 {
-    if (const auto own = group())
-        m_services.notifications.post(notification::selectGroupByID, {{QStringLiteral("id"), own->id}});
+    // On the way from a click to the panel: the identifier says whose group it is, without a file to be read.
+    if (const auto id = groupOfAgent(m_services.bundle.identifier))
+        m_services.notifications.post(notification::selectGroupByID, {{QStringLiteral("id"), *id}});
 }
 
 } // namespace cobblet

@@ -1,5 +1,6 @@
 #include "standalone/AgentGroup.h"
 
+#include "model/ConfigManager.h"
 #include "model/GroupCoding.h"
 #include "platform/AtomicFile.h"
 #include "platform/Bundle.h"
@@ -78,6 +79,18 @@ std::optional<QUuid> groupOfAgent(const QString &identifier)
 {
     const QLatin1String prefix(Bundle::agentPrefix);
     return identifier.startsWith(prefix) ? parseUuid(identifier.mid(prefix.size())) : std::nullopt;
+}
+
+Result<AppGroup> ownGroup(const Bundle &bundle, const ConfigManager &store)
+{
+    const auto config = readAgentGroupConfig(bundle.path);
+    if (!config)
+        return Error{config.error()};
+    const AppGroup &held = config.value().group;
+    if (agentIdentifier(held.id) != bundle.identifier)
+        return Error{QStringLiteral("“%1” holds the group of another application.").arg(bundle.path)};
+    const AppGroup *stored = store.group(held.id);
+    return stored ? *stored : held;
 }
 
 QString safeBundleName(const AppGroup &group)

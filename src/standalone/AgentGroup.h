@@ -8,6 +8,9 @@
 
 namespace cobblet {
 
+class ConfigManager;
+struct Bundle;
+
 /// What the bundle of a group holds in "group-config.json".
 struct AgentGroupConfig {
     AppGroup group;
@@ -23,6 +26,10 @@ Result<AgentGroupConfig> readAgentGroupConfig(const QString &bundle);
 QString agentIdentifier(const QUuid &group);
 /// The group that an identifier belongs to; absent when it is no group's.
 std::optional<QUuid> groupOfAgent(const QString &identifier);
+
+/// The group that a bundle is the application of, as the store has it where it does; an error when the bundle holds
+/// none, or another one's.
+Result<AppGroup> ownGroup(const Bundle &bundle, const ConfigManager &store);
 
 /// The file name of a group's bundle, less ".app": the letters, digits, white space, "-" and "_" of its name, or the
 /// id where those make no name.
