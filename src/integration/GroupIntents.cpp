@@ -30,8 +30,8 @@ void GroupIntent::perform(const IntentTargets &targets, IntentRequests::Done don
     }
     const QUuid id = known->id; // observers may change the list
     targets.dockTile.activateApplication();
-    targets.notifications.post(notification::showPanel);
-    targets.notifications.post(notification::selectGroupByID, {{QStringLiteral("id"), QVariant::fromValue(id)}});
+    emit targets.notifications.showPanel();
+    emit targets.notifications.selectGroupByID(id);
     done(IntentReply{});
 }
 

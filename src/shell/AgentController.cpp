@@ -68,7 +68,7 @@ void AgentController::selectGroup()
 {
     // On the way from a click to the panel: the identifier says whose group it is, without a file to be read.
     if (const auto id = groupOfAgent(m_services.bundle.identifier))
-        m_services.notifications.post(notification::selectGroupByID, {{QStringLiteral("id"), *id}});
+        emit m_services.notifications.selectGroupByID(*id);
 }
 
 } // namespace cobblet

@@ -53,15 +53,11 @@ FloatingPanelController::FloatingPanelController(MakePanel makePanel, Screens &s
     : QObject(parent), m_makePanel(std::move(makePanel)), m_screens(screens), m_popupSettings(popupSettings),
       m_notifications(notifications), m_scheduler(scheduler)
 {
-    notifications.observe(notification::showPanel, this, [this](const QVariantMap &) { showCentred(); });
-    notifications.observe(notification::closePanel, this, [this](const QVariantMap &) { hide(); });
-    notifications.observe(notification::openSettings, this,
-                          [this](const QVariantMap &) { m_notifications.post(notification::closePanel); });
-    notifications.observe(notification::panelDesiredSizeChanged, this, [this](const QVariantMap &userInfo) {
-        const QVariant size = userInfo.value(QStringLiteral("size"));
-        if (size.metaType() == QMetaType::fromType<QSizeF>())
-            setDesiredSize(size.toSizeF());
-    });
+    connect(&notifications, &NotificationCenter::showPanel, this, &FloatingPanelController::showCentred);
+    connect(&notifications, &NotificationCenter::closePanel, this, &FloatingPanelController::hide);
+    connect(&notifications, &NotificationCenter::openSettings, &notifications, &NotificationCenter::closePanel);
+    connect(&notifications, &NotificationCenter::panelDesiredSizeChanged, this,
+            &FloatingPanelController::setDesiredSize);
     connect(&screens, &Screens::changed, this, &FloatingPanelController::followScreens);
 }
 
@@ -214,7 +210,7 @@ bool FloatingPanelController::handleKeyPress(int key, Qt::KeyboardModifiers modi
     const std::optional<int> digit = decimal(characters);
     if (!digit || *digit < 1 || *digit > 9)
         return false;
-    m_notifications.post(notification::selectGroupShortcut, {{QStringLiteral("digit"), *digit}});
+    emit m_notifications.selectGroupShortcut(*digit);
     return true;
 }
 

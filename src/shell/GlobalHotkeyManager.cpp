@@ -65,8 +65,8 @@ void GlobalHotkeyManager::hotKeyPressed(int digit)
         if (!self)
             return;
         NotificationCenter &notifications = self->m_notifications;
-        notifications.post(notification::showPanel);
-        notifications.post(notification::selectGroupShortcut, {{QStringLiteral("digit"), digit}});
+        emit notifications.showPanel();
+        emit notifications.selectGroupShortcut(digit);
     });
 }
 

@@ -73,14 +73,14 @@ void StatusBarController::show()
 
 void StatusBarController::showGroups()
 {
-    m_services.notifications.post(notification::showPanel);
+    emit m_services.notifications.showPanel();
 }
 
 void StatusBarController::openSettings()
 {
-    m_services.notifications.post(notification::closePanel);
+    emit m_services.notifications.closePanel();
     m_services.dockTile.activateApplication();
-    m_services.notifications.post(notification::openSettings);
+    emit m_services.notifications.openSettings();
 }
 
 void StatusBarController::quit()

@@ -7,6 +7,7 @@
 #include "model/ConfigManager.h"
 #include "model/Notifications.h"
 #include "support/FakeDesktop.h"
+#include "support/Messages.h"
 #include "support/VirtualScheduler.h"
 
 #include <QTemporaryDir>
@@ -97,14 +98,7 @@ protected:
     void SetUp() override
     {
         workspace.install(QStringLiteral("a"));
-        QObject::connect(&notifications, &NotificationCenter::posted, &notifications,
-                         [this](const QString &name, const QVariantMap &userInfo) {
-                             const QUuid selected = userInfo.value(QStringLiteral("id")).toUuid();
-                             log.append(name +
-                                        (selected.isNull()
-                                             ? QString()
-                                             : QLatin1Char(' ') + selected.toString(QUuid::WithoutBraces).toUpper()));
-                         });
+        record(notifications, log);
     }
 };
 

@@ -145,25 +145,5 @@ TEST(Palettes, HaveTheirExactNumbers)
     }
 }
 
-TEST(NotificationCenter, DeliversByNameInOrderAndBeforePostReturns)
-{
-    NotificationCenter center;
-    QStringList heard;
-    QObject first;
-    {
-        QObject second;
-        center.observe(notification::selectGroupShortcut, &first, [&](const QVariantMap &info) {
-            heard << QStringLiteral("first %1").arg(info.value(QStringLiteral("digit")).toInt());
-        });
-        center.observe(notification::selectGroupShortcut, &second,
-                       [&](const QVariantMap &) { heard << QStringLiteral("second"); });
-        center.post(notification::showPanel);
-        center.post(notification::selectGroupShortcut, {{QStringLiteral("digit"), 2}});
-        EXPECT_EQ(heard, (QStringList{QStringLiteral("first 2"), QStringLiteral("second")}));
-    }
-    center.post(notification::selectGroupShortcut, {{QStringLiteral("digit"), 3}});
-    EXPECT_EQ(heard.mid(2), QStringList{QStringLiteral("first 3")}) << "a destroyed context hears nothing";
-}
-
 } // namespace
 } // namespace cobblet

@@ -36,9 +36,8 @@ protected:
         bundle.identifier = agentIdentifier(own.id);
         hold(own);
         workspace.install(QStringLiteral("org.mail"));
-        notifications.observe(notification::selectGroupByID, &notifications, [this](const QVariantMap &userInfo) {
-            selected = userInfo.value(QStringLiteral("id")).toUuid();
-        });
+        QObject::connect(&notifications, &NotificationCenter::selectGroupByID, &notifications,
+                         [this](const QUuid &id) { selected = id; });
     }
 
     void hold(const AppGroup &group)

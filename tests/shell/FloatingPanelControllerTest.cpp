@@ -32,9 +32,8 @@ class FloatingPanelControllerTest : public testing::Test {
 protected:
     FloatingPanelControllerTest()
     {
-        notifications.observe(notification::selectGroupShortcut, &notifications, [this](const QVariantMap &userInfo) {
-            digits.append(userInfo.value(QStringLiteral("digit")).toInt());
-        });
+        QObject::connect(&notifications, &NotificationCenter::selectGroupShortcut, &notifications,
+                         [this](int digit) { digits.append(digit); });
     }
     test::FakePanelSurface &panel()
     {
@@ -50,10 +49,7 @@ protected:
         surface->animations.clear();
         return *surface;
     }
-    void postSize(const QVariant &size)
-    {
-        notifications.post(notification::panelDesiredSizeChanged, {{QStringLiteral("size"), size}});
-    }
+    void postSize(const QSizeF &size) { emit notifications.panelDesiredSizeChanged(size); }
 
     test::FakeScreens screens;
     test::FakeDefaults defaults;
@@ -77,7 +73,7 @@ TEST_F(FloatingPanelControllerTest, TheFirstShowMakesThePanelAndLaterOnesReuseIt
     EXPECT_FALSE(controller.isVisible());
     controller.hide();
     EXPECT_EQ(made, 0);
-    notifications.post(notification::showPanel);
+    emit notifications.showPanel();
     ASSERT_EQ(made, 1);
     EXPECT_TRUE(surface->visible);
     EXPECT_EQ(surface->alpha, 0) << "invisible until the fade";
@@ -95,7 +91,7 @@ TEST_F(FloatingPanelControllerTest, TheFirstShowMakesThePanelAndLaterOnesReuseIt
 TEST_F(FloatingPanelControllerTest, HidingFadesOutAndLeavesAnOpaquePanelBehind)
 {
     auto &panel = shownPanel();
-    notifications.post(notification::closePanel);
+    emit notifications.closePanel();
     EXPECT_TRUE(panel.visible);
     EXPECT_TRUE(controller.isHiding());
     controller.hide();
@@ -121,7 +117,7 @@ TEST_F(FloatingPanelControllerTest, AShowDuringTheFadeOutWins)
 TEST_F(FloatingPanelControllerTest, OpeningTheSettingsClosesThePanel)
 {
     shownPanel();
-    notifications.post(notification::openSettings);
+    emit notifications.openSettings();
     EXPECT_TRUE(controller.isHiding());
 }
 
@@ -140,17 +136,6 @@ TEST_F(FloatingPanelControllerTest, SeveralSizesInOnePassMakeOneResize)
     postSize(QSizeF(640, 5000));
     scheduler.advance(0ms);
     EXPECT_EQ(panel.frame.height(), 840 - 16);
-}
-
-TEST_F(FloatingPanelControllerTest, IgnoresSizeMessagesWithoutASize)
-{
-    auto &panel = shownPanel();
-    notifications.post(notification::panelDesiredSizeChanged);
-    postSize(QVariant());
-    postSize(QStringLiteral("640x480"));
-    postSize(640);
-    scheduler.advance(1s);
-    EXPECT_TRUE(panel.animations.isEmpty());
 }
 
 TEST_F(FloatingPanelControllerTest, ASizeForAPanelThatIsNotShownWaitsForTheNextShow)
@@ -217,7 +202,7 @@ TEST_F(FloatingPanelControllerTest, WhatIsNoClickOnTheDockOpensThePanelCentred)
 {
     ASSERT_TRUE(defaults.set(QStringLiteral("popupAnchor"), QStringLiteral("dockIcon")));
     screens.pointerPosition = QPointF(700, 10); // where a click on the dock would be
-    notifications.post(notification::showPanel);
+    emit notifications.showPanel();
     EXPECT_EQ(surface->frame.x(), 420);
 }
 

@@ -2,6 +2,7 @@
 
 #include "model/Notifications.h"
 #include "support/FakeDesktop.h"
+#include "support/Messages.h"
 #include "support/VirtualScheduler.h"
 
 #include <gtest/gtest.h>
@@ -15,15 +16,7 @@ using namespace std::chrono_literals;
 
 class GlobalHotkeyManagerTest : public testing::Test {
 protected:
-    GlobalHotkeyManagerTest()
-    {
-        QObject::connect(&notifications, &NotificationCenter::posted, &notifications,
-                         [this](const QString &name, const QVariantMap &info) {
-                             posted.append(name);
-                             if (!info.isEmpty())
-                                 posted.last() += QStringLiteral(" %1").arg(info[QStringLiteral("digit")].toInt());
-                         });
-    }
+    GlobalHotkeyManagerTest() { test::record(notifications, posted); }
     void create() { manager.emplace(hotKeys, notifications, scheduler); }
 
     test::FakeHotKeys hotKeys;

@@ -2,6 +2,7 @@
 
 #include "model/Notifications.h"
 #include "support/FakeDesktop.h"
+#include "support/Messages.h"
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -22,8 +23,7 @@ protected:
     {
         auto owned = std::make_unique<test::FakeStatusItem>();
         item = owned.get();
-        QObject::connect(&notifications, &NotificationCenter::posted, &notifications,
-                         [this](const QString &name) { log.append(name); });
+        test::record(notifications, log);
         return StatusBarController({std::move(owned), notifications, dockTile,
                                     [](const QString &name, const QColor &color, double points, qreal ratio) {
                                         EXPECT_EQ(name, text("square.grid.2x2"));
@@ -71,8 +71,9 @@ TEST_F(StatusBarControllerTest, SettingsComeForwardAfterThePanelHasClosed)
 {
     const auto controller = made();
     QList<int> activations;
-    QObject::connect(&notifications, &NotificationCenter::posted, &notifications,
-                     [&] { activations.append(dockTile.activations); });
+    const auto note = [&] { activations.append(dockTile.activations); };
+    QObject::connect(&notifications, &NotificationCenter::closePanel, &notifications, note);
+    QObject::connect(&notifications, &NotificationCenter::openSettings, &notifications, note);
     item->menu[1].action();
     EXPECT_EQ(activations, (QList<int>{0, 1}));
 }

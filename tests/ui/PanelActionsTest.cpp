@@ -45,7 +45,7 @@ protected:
             ids.append(app.bundleID);
         return ids.join(QStringLiteral(", "));
     }
-    int closed() const { return int(f.posted(notification::closePanel).size()); }
+    int closed() const { return f.posted("Cobblet.closePanel"); }
 
     PanelFixture f;
     AppGroup work, play;

@@ -1,5 +1,7 @@
 #include "ui/PanelFixture.h"
 
+#include "support/Messages.h"
+
 #include <gtest/gtest.h>
 
 namespace cobblet::test {
@@ -16,10 +18,7 @@ PanelFixture::PanelFixture(const QList<AppGroup> &groups, std::unique_ptr<FakeWo
     for (int i = 0; i < groups.size() && i < 9; ++i)
         digits[i + 1] = groups[i].id;
     config.replaceShortcuts(digits);
-    QObject::connect(&notifications, &NotificationCenter::posted, &notifications,
-                     [this](const QString &name, const QVariantMap &userInfo) {
-                         m_posted.append({name, userInfo});
-                     });
+    record(notifications, messages);
 }
 
 PanelDependencies PanelFixture::dependencies()
@@ -62,13 +61,9 @@ void PanelFixture::setPreference(const QString &key, const QVariant &value)
     EXPECT_TRUE(sharedDefaults.set(key, value).ok());
 }
 
-QList<QVariantMap> PanelFixture::posted(QLatin1String name) const
+int PanelFixture::posted(const char *message) const
 {
-    QList<QVariantMap> found;
-    for (const auto &[posted, userInfo] : m_posted)
-        if (posted == name)
-            found.append(userInfo);
-    return found;
+    return int(messages.count(QLatin1String(message)));
 }
 
 } // namespace cobblet::test

@@ -37,8 +37,8 @@ struct PanelFixture {
     /// The application starts to run.
     void run(const QString &bundleID);
     void setPreference(const QString &key, const QVariant &value);
-    /// The payloads of every message of this name so far.
-    QList<QVariantMap> posted(QLatin1String name) const;
+    /// How often this message was sent so far ("Cobblet.closePanel").
+    int posted(const char *message) const;
 
     TemporaryHome home;
     Log log;
@@ -53,6 +53,7 @@ struct PanelFixture {
     FakeMenus menus;
     VirtualScheduler scheduler;
     NotificationCenter notifications;
+    QStringList messages; ///< see record()
     QList<QUuid> madeStandalone;
     ConfigManager config;
     PopupSettings popupSettings;
@@ -61,9 +62,6 @@ struct PanelFixture {
     UsageTracker usage;
     GroupActions groupActions;
     IconProvider icons;
-
-private:
-    QList<std::pair<QString, QVariantMap>> m_posted;
 };
 
 } // namespace cobblet::test

@@ -45,8 +45,10 @@ protected:
     }
     QSizeF postedSize() const
     {
-        const auto sizes = f.posted(notification::panelDesiredSizeChanged);
-        return sizes.isEmpty() ? QSizeF() : sizes.last().value(QStringLiteral("size")).toSizeF();
+        const QStringList sizes = f.messages.filter(QStringLiteral("Cobblet.panelDesiredSizeChanged "));
+        const QStringList size =
+            sizes.isEmpty() ? QStringList() : sizes.last().section(QLatin1Char(' '), 1).split(QLatin1Char('x'));
+        return size.size() == 2 ? QSizeF(size[0].toDouble(), size[1].toDouble()) : QSizeF();
     }
 
     PanelFixture f;
@@ -74,24 +76,19 @@ TEST_F(PanelModel, DigitsSelectByMapThenByPosition)
     // 1 and 5 are mapped; 2 is the second group of the sidebar order; no group answers the others.
     const Case cases[] = {{5, "Play"}, {1, "Work"}, {3, "Play"}, {2, "Work"}, {9, "Work"}, {0, "Work"}, {-1, "Work"}};
     for (const Case &c : cases) {
-        f.notifications.post(notification::selectGroupShortcut, {{QStringLiteral("digit"), c.digit}});
+        emit f.notifications.selectGroupShortcut(c.digit);
         EXPECT_EQ(shown(), QLatin1String(c.group)) << c.digit;
     }
-    f.notifications.post(notification::selectGroupShortcut, {});
-    EXPECT_EQ(shown(), QStringLiteral("Work"));
 }
 
 TEST_F(PanelModel, SelectionByIDShowsTheGroupAndPostsItsSize)
 {
     f.setPreference(QStringLiteral("popupColumns"), 4);
-    f.notifications.post(notification::selectGroupByID, {{QStringLiteral("id"), play.id}});
+    emit f.notifications.selectGroupByID(play.id);
     EXPECT_EQ(shown(), QStringLiteral("Play"));
     EXPECT_EQ(model->selectedRow(), 3);
     EXPECT_EQ(cells(), QStringLiteral("play.1, play.2, +"));
     EXPECT_EQ(postedSize(), QSizeF(592.5, 300));
-
-    f.notifications.post(notification::selectGroupByID, {{QStringLiteral("id"), QStringLiteral("nonsense")}});
-    EXPECT_EQ(shown(), QStringLiteral("Play"));
 }
 
 TEST_F(PanelModel, DeletedSelectionFallsBackToTheFirstGroup)

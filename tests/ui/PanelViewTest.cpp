@@ -120,7 +120,7 @@ TEST_F(PanelWindow, ClicksOpenSelectAndShowMenus)
     EXPECT_EQ(f.menus.last.front().title, QStringLiteral("Open"));
     EXPECT_EQ(f.workspace.opened.size(), 1) << "the right button opens no application";
     click(labelled("Settings"));
-    EXPECT_EQ(f.posted(notification::openSettings).size(), 1);
+    EXPECT_EQ(f.posted("Cobblet.openSettings"), 1);
 }
 
 TEST_F(PanelWindow, OnlyVisibleCellsAreMade)
@@ -152,9 +152,9 @@ TEST_F(PanelWindow, KeyboardReachesEverything)
     press(Qt::Key_Menu);
     EXPECT_EQ(f.menus.last.front().title, QStringLiteral("Pin"));
     press(Qt::Key_Comma);
-    EXPECT_TRUE(f.posted(notification::openSettings).isEmpty());
+    EXPECT_EQ(f.posted("Cobblet.openSettings"), 0);
     press(Qt::Key_Comma, Qt::ControlModifier);
-    EXPECT_EQ(f.posted(notification::openSettings).size(), 1);
+    EXPECT_EQ(f.posted("Cobblet.openSettings"), 1);
 
     // Tab comes round to where it began, by way of the tool row.
     QStringList passed;

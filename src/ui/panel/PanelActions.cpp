@@ -21,7 +21,7 @@ PanelActions::PanelActions(ConfigManager &config, NotificationCenter &notificati
 void PanelActions::openApp(const QString &bundleID)
 {
     if (m_groupActions.openApp(bundleID))
-        m_notifications.post(notification::closePanel);
+        emit m_notifications.closePanel();
 }
 
 void PanelActions::openAll(const QList<AppItem> &apps)
@@ -43,7 +43,7 @@ void PanelActions::closeAll(const QList<AppItem> &apps, CloseAll how)
 
 void PanelActions::openSettings()
 {
-    m_notifications.post(notification::openSettings);
+    emit m_notifications.openSettings();
 }
 
 QUuid PanelActions::createGroup(const QString &name, const QString &emoji)

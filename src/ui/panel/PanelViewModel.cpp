@@ -33,14 +33,9 @@ PanelViewModel::PanelViewModel(const PanelDependencies &dependencies, QObject *p
     connect(&m_d.usage, &UsageTracker::countsChanged, this, refreshMostUsed);
     connect(&m_d.workspace, &Workspace::installedApplicationsChanged, this, refreshMostUsed);
 
-    m_d.notifications.observe(notification::selectGroupShortcut, this, [this](const QVariantMap &userInfo) {
-        selectDigit(userInfo.value(QStringLiteral("digit")).toInt());
-    });
-    m_d.notifications.observe(notification::selectGroupByID, this, [this](const QVariantMap &userInfo) {
-        const QUuid id = userInfo.value(QStringLiteral("id")).toUuid();
-        if (!id.isNull())
-            select(SidebarSelection::group(id));
-    });
+    connect(&m_d.notifications, &NotificationCenter::selectGroupShortcut, this, &PanelViewModel::selectDigit);
+    connect(&m_d.notifications, &NotificationCenter::selectGroupByID, this,
+            [this](const QUuid &id) { select(SidebarSelection::group(id)); });
     reload();
 }
 
@@ -117,7 +112,7 @@ QSizeF PanelViewModel::desiredSize() const
 
 void PanelViewModel::postDesiredSize()
 {
-    m_d.notifications.post(notification::panelDesiredSizeChanged, {{QStringLiteral("size"), desiredSize()}});
+    emit m_d.notifications.panelDesiredSizeChanged(desiredSize());
 }
 
 int PanelViewModel::selectedRow() const
@@ -207,7 +202,7 @@ void PanelViewModel::openStandalone()
     if (!offersStandalone())
         return;
     const QUuid id = groupOnShow()->id;
-    m_d.notifications.post(notification::closePanel);
+    emit m_d.notifications.closePanel();
     m_d.openStandalone(id);
 }
 

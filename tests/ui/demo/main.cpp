@@ -118,10 +118,9 @@ int main(int argc, char **argv)
     const QRect screen = window.screen()->availableGeometry();
     window.setFlags(Qt::Window | Qt::FramelessWindowHint);
     window.setGeometry(QRect(screen.topLeft() + QPoint(60, 60), size.boundedTo(screen.size())));
-    f.notifications.observe(notification::panelDesiredSizeChanged, &window, [&window](const QVariantMap &userInfo) {
-        window.resize(userInfo.value(QStringLiteral("size")).toSizeF().toSize());
-    });
-    f.notifications.observe(notification::closePanel, &window, [](const QVariantMap &) { QCoreApplication::quit(); });
+    QObject::connect(&f.notifications, &NotificationCenter::panelDesiredSizeChanged, &window,
+                     [&window](const QSizeF &size) { window.resize(size.toSize()); });
+    QObject::connect(&f.notifications, &NotificationCenter::closePanel, &window, &QCoreApplication::quit);
     window.show();
     window.requestActivate();
     panel.model().setKeyboardFocus(parser.isSet(QStringLiteral("focus")));
