@@ -1,6 +1,5 @@
 #include "app/Core.h"
 
-#include "platform/Bundle.h"
 #include "platform/Platform.h"
 #include "platform/RunningApplications.h"
 #include "platform/UserDefaults.h"
@@ -9,12 +8,13 @@
 
 namespace cobblet {
 
-Core::Core(const Bundle &bundle, Platform &platform, bool follows, std::function<void()> showPanel,
+Core::Core(Platform &platform, const QString &version, Follows follows, std::function<void()> showPanel,
            ConfigManager::Hooks hooks)
-    : m_platform(platform), m_config({platform.applicationSupportFolder(), bundle.isAgent(), follows},
-                                     platform.standardDefaults(), std::move(hooks)),
+    : m_platform(platform),
+      m_config({.folder = platform.applicationSupportFolder(), .follows = follows == Follows::OtherProcesses},
+               platform.standardDefaults(), std::move(hooks)),
       m_intents({m_config, m_notifications, platform.dockTile(), [this]() -> GroupReports & { return reports(); }},
-                std::move(showPanel), bundle.version)
+                std::move(showPanel), version)
 {
 }
 

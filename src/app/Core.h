@@ -11,16 +11,20 @@
 
 namespace cobblet {
 
-struct Bundle;
 class Platform;
 
 /// What works without a window: the groups, acting on their applications, and answering what other programs ask.
 /// The groups are loaded at once, the rest is made on first use. Main thread only.
 class Core {
 public:
-    /// `platform` outlives the object. `showPanel` does what a click on the application's icon does.
-    /// `follows`: other processes' changes of the groups arrive by themselves.
-    Core(const Bundle &bundle, Platform &platform, bool follows, std::function<void()> showPanel,
+    enum class Follows {
+        OtherProcesses, ///< their changes of the groups arrive by themselves
+        Nothing         ///< for one command
+    };
+
+    /// `platform` outlives the object; `version` is the program's. `showPanel` does what a click on the application's
+    /// icon does.
+    Core(Platform &platform, const QString &version, Follows follows, std::function<void()> showPanel,
          ConfigManager::Hooks hooks = {});
 
     NotificationCenter &notifications() { return m_notifications; }

@@ -1,8 +1,6 @@
 #include "app/Headless.h"
 
 #include "app/Core.h"
-#include "platform/Bundle.h"
-#include "platform/Platform.h"
 #include "platform/portable/UnixSignals.h"
 #include "standalone/AgentGroup.h"
 #include "standalone/GroupMenu.h"
@@ -18,16 +16,16 @@ namespace {
 /// An application object, which the event loop and the watching of files need, and all that stands on it.
 class Headless {
 public:
-    explicit Headless(const Bundle &bundle)
-        : m_bundle(bundle), m_application(m_argc, m_argv), m_platform(makePlatform(bundle)),
-          m_core(bundle, *m_platform, false, [] {})
+    Headless(const Bundle &bundle, const PlatformOptions &options)
+        : m_bundle(bundle), m_application(m_argc, m_argv), m_platform(makePlatform(forCommand(options))),
+          m_core(*m_platform, bundle.version, Core::Follows::Nothing, [] {})
     {
         QObject::connect(&m_signals, &UnixSignals::quitRequested, &m_application, &QCoreApplication::quit);
     }
 
     IntentService &intents() { return m_core.intents(); }
 
-    /// An entry of the menu that the application of a group has in docks, while that application does not run.
+    /// An entry of the menu that an agent has in docks, while that agent does not run.
     void perform(const QString &action, const std::function<void(const CommandReply &)> &done)
     {
         const auto group = ownGroup(m_bundle, m_core.config());
@@ -39,6 +37,13 @@ public:
     }
 
 private:
+    static PlatformOptions forCommand(PlatformOptions options)
+    {
+        options.purpose = PlatformOptions::Purpose::Command;
+        options.windowlessPrefix.clear(); // asking the bus takes longer than the command does
+        return options;
+    }
+
     const Bundle &m_bundle;
     int m_argc = 1;
     char m_name[8] = "cobblet";
@@ -51,11 +56,11 @@ private:
 
 } // namespace
 
-CommandReply runHeadless(const Bundle &bundle, const CommandLine &line)
+CommandReply runHeadless(const Bundle &bundle, const PlatformOptions &options, const CommandLine &line)
 {
     std::optional<CommandReply> reply;
     {
-        Headless headless(bundle);
+        Headless headless(bundle, options);
         const auto done = [&reply](const CommandReply &answer) {
             reply = answer;
             QCoreApplication::quit();
@@ -70,11 +75,11 @@ CommandReply runHeadless(const Bundle &bundle, const CommandLine &line)
     return reply.value_or(CommandReply{});
 }
 
-std::optional<CommandReply> refusal(const Bundle &bundle, const CommandLine &line)
+std::optional<CommandReply> refusal(const Bundle &bundle, const PlatformOptions &options, const CommandLine &line)
 {
     if (!line.groupToShow())
         return std::nullopt;
-    return Headless(bundle).intents().refusal(line);
+    return Headless(bundle, options).intents().refusal(line);
 }
 
 } // namespace cobblet

@@ -3,9 +3,16 @@
 #include "platform/Appearance.h"
 #include "platform/UserDefaults.h"
 
+#include <QLoggingCategory>
+
 namespace cobblet {
 
 namespace {
+
+Q_LOGGING_CATEGORY(log, "cobblet.model")
+
+const QString panelThemeKey = QStringLiteral("panelTheme");
+const QString glassyStyleKey = QStringLiteral("glassyStyle");
 
 QColor rgb(int red, int green, int blue, double opacity = 1)
 {
@@ -120,16 +127,28 @@ ThemeManager::ThemeManager(UserDefaults &sharedDefaults, Appearance &appearance,
 
 void ThemeManager::refresh()
 {
-    const QString choice = m_defaults.string(QStringLiteral("panelTheme")).value_or(QStringLiteral("system"));
+    const QString choice = m_defaults.string(panelThemeKey).value_or(QStringLiteral("system"));
     // The desktop is asked only when it decides: asking may cost a round trip.
     const bool dark = choice == QLatin1String("dark") || (choice != QLatin1String("light") && m_appearance.isDark());
     const ColorScheme scheme = dark ? ColorScheme::Dark : ColorScheme::Light;
-    const bool glassy = m_defaults.boolean(QStringLiteral("glassyStyle"));
+    const bool glassy = m_defaults.boolean(glassyStyleKey);
     if (scheme == m_scheme && glassy == m_glassy)
         return;
     m_scheme = scheme;
     m_glassy = glassy;
     emit changed();
+}
+
+void migrateThemePreferences(const UserDefaults &standardDefaults, UserDefaults &sharedDefaults)
+{
+    for (const QString &key : {panelThemeKey, glassyStyleKey}) {
+        const auto earlier = standardDefaults.contains(key) ? standardDefaults.object(key) : std::nullopt;
+        if (!earlier || sharedDefaults.contains(key))
+            continue;
+        if (const Status copied = sharedDefaults.set(key, *earlier); !copied)
+            qCWarning(log).noquote() << copied.error();
+    }
+    sharedDefaults.registerDefault(glassyStyleKey, true);
 }
 
 } // namespace cobblet

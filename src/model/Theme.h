@@ -64,4 +64,8 @@ private:
     bool m_glassy = false;
 };
 
+/// Carries the choice of earlier versions over from the standard domain, where the shared one has none yet, and
+/// registers what is the default. Before a ThemeManager is made.
+void migrateThemePreferences(const UserDefaults &standardDefaults, UserDefaults &sharedDefaults);
+
 } // namespace cobblet

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "platform/Bundle.h"
-
 #include <QString>
 
 #include <memory>
@@ -47,7 +45,7 @@ public:
     virtual IntentsHost &intentsHost() = 0;
     virtual Scheduler &scheduler() = 0;
     virtual UserDefaults &standardDefaults() = 0;
-    /// The suite "com.cobblet.shared", which agents read too; the standard domain when it cannot be opened.
+    /// The domain PlatformOptions::sharedSuite.
     virtual UserDefaults &sharedDefaults() = 0;
     virtual DistributedNotifications &distributedNotifications() = 0;
     virtual Appearance &appearance() = 0;
@@ -69,13 +67,31 @@ public:
     /// Makes a window that is not shown yet into a floating panel with corners of this radius (points).
     virtual std::unique_ptr<PanelSurface> makePanelSurface(QWindow &window, double cornerRadius) = 0;
 
-    /// Called once the first panel is painted: work that start-up does not need, and memory it no longer does.
-    virtual void settle() = 0;
+    /// Gives back the memory that nobody needs for now. Called once a person's request has been carried out.
+    virtual void releaseMemory() = 0;
 };
 
-/// The backend that was linked. `bundle` is the running program's own. Before there is an application object only
-/// instance() and warmUp() may be used; with a QCoreApplication alone, only what draws nothing. No service may
-/// outlive it.
-std::unique_ptr<Platform> makePlatform(const Bundle &bundle);
+/// What a backend is told of the program that it serves.
+struct PlatformOptions {
+    enum class Purpose {
+        Panel,  ///< the program stays and has windows: a QGuiApplication is made before its services are used
+        Command ///< it carries out one command under a QCoreApplication and ends: nothing is drawn or followed
+    };
+
+    QString identifier;  ///< by which desktops know the program, and of its standard domain of preferences
+    QString sharedSuite; ///< the domain of preferences that it shares with other programs
+    QString bundlePath;  ///< its ".app" folder; empty outside a bundle
+    Purpose purpose = Purpose::Panel;
+    /// Programs whose identifiers begin with this seldom have a window and count as running when their name is on
+    /// the bus; empty for none.
+    QString windowlessPrefix = {};
+};
+
+/// The backend that was linked. Before there is an application object only instance(), intentsHost() and warmUp() may
+/// be used. No service may outlive it.
+std::unique_ptr<Platform> makePlatform(const PlatformOptions &options);
+
+/// The file of the running program; works before there is an application object.
+QString runningExecutable();
 
 } // namespace cobblet

@@ -2,6 +2,7 @@
 
 #include "model/ConfigManager.h"
 #include "model/GroupCoding.h"
+#include "model/Identifiers.h"
 #include "platform/AtomicFile.h"
 #include "platform/Bundle.h"
 
@@ -72,13 +73,12 @@ Result<AgentGroupConfig> readAgentGroupConfig(const QString &bundle)
 
 QString agentIdentifier(const QUuid &group)
 {
-    return QLatin1String(Bundle::agentPrefix) + uuidText(group);
+    return identifier::agentPrefix + uuidText(group);
 }
 
 std::optional<QUuid> groupOfAgent(const QString &identifier)
 {
-    const QLatin1String prefix(Bundle::agentPrefix);
-    return identifier.startsWith(prefix) ? parseUuid(identifier.mid(prefix.size())) : std::nullopt;
+    return isAgentIdentifier(identifier) ? parseUuid(identifier.mid(identifier::agentPrefix.size())) : std::nullopt;
 }
 
 Result<AppGroup> ownGroup(const Bundle &bundle, const ConfigManager &store)

@@ -1,8 +1,8 @@
 #include "standalone/AgentsFolder.h"
 
 #include "model/GroupCoding.h"
+#include "model/Identifiers.h"
 #include "platform/AtomicFile.h"
-#include "platform/Bundle.h"
 #include "platform/FileLock.h"
 #include "platform/FileTree.h"
 #include "platform/InfoPlist.h"
@@ -88,8 +88,7 @@ Status AgentsFolder::mayReplace(const QString &path) const
         return {};
     if (isFolder(path)) {
         const AgentBundle there = bundleAt(path);
-        if (there.identifier.startsWith(QLatin1String(Bundle::agentPrefix)) ||
-            (there.identifier.isEmpty() && there.group))
+        if (isAgentIdentifier(there.identifier) || (there.identifier.isEmpty() && there.group))
             return {};
     }
     return Error{

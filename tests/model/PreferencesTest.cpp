@@ -99,6 +99,21 @@ TEST(ThemeManager, IsGlassyWhenStoredOrRegistered)
     EXPECT_EQ(&theme.theme(), &CBTheme::palette(ColorScheme::Light, false));
 }
 
+TEST(ThemeMigration, CarriesEarlierChoicesOverAndStoresNoDefault)
+{
+    const QString style = QStringLiteral("glassyStyle"), panelTheme = QStringLiteral("panelTheme");
+    test::FakeDefaults standard, shared;
+    migrateThemePreferences(standard, shared);
+    EXPECT_TRUE(shared.boolean(style)) << "the default";
+    EXPECT_TRUE(shared.stored.isEmpty());
+
+    standard.stored = {{style, false}, {panelTheme, QStringLiteral("dark")}, {QStringLiteral("popupColumns"), 4}};
+    shared.stored = {{panelTheme, QStringLiteral("light")}};
+    migrateThemePreferences(standard, shared);
+    EXPECT_EQ(shared.stored, (QMap<QString, QVariant>{{style, false}, {panelTheme, QStringLiteral("light")}}));
+    EXPECT_EQ(standard.stored.size(), 3) << "nothing is taken away";
+}
+
 /// "RED GREEN BLUE OPACITY", the opacity in thousandths.
 std::string numbers(const QColor &color)
 {

@@ -26,8 +26,8 @@
 #include "platform/portable/QtPanelSurface.h"
 #include "platform/portable/QtPasteboard.h"
 #include "platform/portable/QtScheduler.h"
-#include "platform/portable/UnavailableHotKeys.h"
 
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QStandardPaths>
 
@@ -40,24 +40,17 @@ namespace cobblet {
 
 namespace {
 
-const QString mainIdentifier = QStringLiteral("com.vantor.cobblet");
-const QString sharedDomain = QStringLiteral("com.cobblet.shared");
-
 /// Each service is made when it is first asked for, and is destroyed before what it was built from.
 class FreedesktopPlatform : public Platform {
 public:
-    explicit FreedesktopPlatform(const Bundle &bundle)
-        : m_identifier(bundle.identifier.isEmpty() ? mainIdentifier : bundle.identifier), m_bundlePath(bundle.path),
-          m_isAgent(bundle.isAgent())
-    {
-    }
+    explicit FreedesktopPlatform(const PlatformOptions &options) : m_options(options) {}
 
     QString applicationSupportFolder() const override { return freedesktop::applicationSupportFolder(); }
 
     Instance &instance() override
     {
         if (!m_instance) {
-            m_instance = std::make_unique<DBusInstance>(m_bus, m_identifier);
+            m_instance = std::make_unique<DBusInstance>(m_bus, m_options.identifier);
             m_instance->setActionHandler([this](const QString &action) { return m_dockTile.choose(action); });
             m_instance->service().setUserActs({.token =
                                                    [this](const QString &token) {
@@ -69,9 +62,6 @@ public:
                                                        if (X11Desktop *known = desktop())
                                                            known->noteUserTime(time);
                                                    }});
-            // Before the name is claimed, so that whoever the bus started this program for finds all of it.
-            if (!m_isAgent)
-                intentsHost();
         }
         return *m_instance;
     }
@@ -79,7 +69,7 @@ public:
     IntentsHost &intentsHost() override
     {
         instance();
-        return made(m_intents, [this] { return std::make_unique<DBusIntents>(*m_instance, m_identifier); });
+        return made(m_intents, [this] { return std::make_unique<DBusIntents>(*m_instance, m_options.identifier); });
     }
 
     Scheduler &scheduler() override { return m_scheduler; }
@@ -87,14 +77,16 @@ public:
     UserDefaults &standardDefaults() override
     {
         return made(m_standard, [this] {
-            return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), m_identifier, following());
+            return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), m_options.identifier,
+                                                      following());
         });
     }
 
     UserDefaults &sharedDefaults() override
     {
-        return made(m_shared, [] {
-            return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), sharedDomain, following());
+        return made(m_shared, [this] {
+            return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), m_options.sharedSuite,
+                                                      following());
         });
     }
 
@@ -116,10 +108,11 @@ public:
     Workspace &workspace() override { return theWorkspace(); }
     RunningApplications &runningApplications() override
     {
-        // An application of one group has no business with the others of its kind.
-        if (m_isAgent || !hasToolkit())
+        if (m_options.windowlessPrefix.isEmpty())
             return running();
-        return made(m_agents, [this] { return std::make_unique<AgentApplications>(running(), m_bus); });
+        return made(m_agents, [this] {
+            return std::make_unique<AgentApplications>(running(), m_bus, m_options.windowlessPrefix);
+        });
     }
 
     WindowAccess &windowAccess() override
@@ -128,7 +121,7 @@ public:
     }
 
     LaunchRegistry &launchRegistry() override { return m_registry; }
-    BundleTools bundleTools() const override { return freedesktop::bundleTools(m_bundlePath); }
+    BundleTools bundleTools() const override { return freedesktop::bundleTools(m_options.bundlePath); }
     Pasteboard &pasteboard() override { return m_pasteboard; }
 
     Dialogs &dialogs() override
@@ -146,9 +139,6 @@ public:
     HotKeys &hotKeys() override
     {
         return made(m_hotKeys, [this]() -> std::unique_ptr<HotKeys> {
-            if (m_isAgent)
-                return std::make_unique<UnavailableHotKeys>(
-                    QStringLiteral("The key combinations belong to Cobblet itself."));
             if (X11Desktop *known = isWaylandSession() ? nullptr : desktop())
                 return std::make_unique<X11HotKeys>(*known);
             return std::make_unique<PortalHotKeys>(m_bus);
@@ -170,7 +160,7 @@ public:
         m_fonts = std::jthread([] { ::FcInit(); });
     }
 
-    void settle() override
+    void releaseMemory() override
     {
         if (m_fonts.joinable())
             m_fonts.join();
@@ -193,12 +183,11 @@ private:
                qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
     }
 
-    /// A process without one carries out a single command and shows nothing.
-    static bool hasToolkit() { return qobject_cast<QGuiApplication *>(QCoreApplication::instance()) != nullptr; }
+    bool hasWindows() const { return m_options.purpose == PlatformOptions::Purpose::Panel; }
 
-    static FileUserDefaults::Following following()
+    FileUserDefaults::Following following() const
     {
-        return hasToolkit() ? FileUserDefaults::Following::Watched : FileUserDefaults::Following::WhenSynchronized;
+        return hasWindows() ? FileUserDefaults::Following::Watched : FileUserDefaults::Following::WhenSynchronized;
     }
 
     /// Null without an X server, and when the toolkit draws elsewhere. Windows are acted on without a toolkit too.
@@ -206,7 +195,7 @@ private:
     {
         if (!m_triedX11) {
             m_triedX11 = true;
-            if (hasToolkit() ? QGuiApplication::platformName() == QLatin1String("xcb")
+            if (hasWindows() ? QGuiApplication::platformName() == QLatin1String("xcb")
                              : qEnvironmentVariableIsSet("DISPLAY"))
                 m_x11 = X11Connection::open();
         }
@@ -228,7 +217,7 @@ private:
     /// The one-colour icon that was installed for bars; empty when this program was not installed.
     QString symbolicIconName() const
     {
-        const QString name = m_identifier + QStringLiteral("-symbolic");
+        const QString name = m_options.identifier + QStringLiteral("-symbolic");
         const QString file = QStringLiteral("icons/hicolor/symbolic/apps/%1.svg").arg(name);
         return QStandardPaths::locate(QStandardPaths::GenericDataLocation, file).isEmpty() ? QString() : name;
     }
@@ -243,9 +232,7 @@ private:
         return made(m_running, [this] { return std::make_unique<X11RunningApplications>(x11(), theWorkspace()); });
     }
 
-    const QString m_identifier;
-    const QString m_bundlePath;
-    const bool m_isAgent;
+    const PlatformOptions m_options;
     std::jthread m_fonts;
     QtScheduler m_scheduler;
     X11DockTile m_dockTile;
@@ -273,9 +260,14 @@ private:
 
 } // namespace
 
-std::unique_ptr<Platform> makePlatform(const Bundle &bundle)
+std::unique_ptr<Platform> makePlatform(const PlatformOptions &options)
 {
-    return std::make_unique<FreedesktopPlatform>(bundle);
+    return std::make_unique<FreedesktopPlatform>(options);
+}
+
+QString runningExecutable()
+{
+    return QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();
 }
 
 } // namespace cobblet

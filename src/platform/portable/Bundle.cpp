@@ -7,19 +7,8 @@
 
 namespace cobblet {
 
-namespace {
-
-/// The running executable's file; works before any application object exists.
-QString executablePath()
+Bundle Bundle::holding(const QString &executable)
 {
-    return QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();
-}
-
-} // namespace
-
-Bundle Bundle::current()
-{
-    const QString executable = executablePath();
     QDir contents = QFileInfo(executable).dir(); // .../Contents/MacOS
     if (contents.dirName() != QLatin1String("MacOS") || !contents.cdUp() ||
         contents.dirName() != QLatin1String("Contents"))

@@ -43,7 +43,7 @@ TEST_F(AgentApplicationsTest, AgentsAreKnownByTheirNamesOnTheBus)
     Owner before(agent);
     ASSERT_TRUE(before.process().waitForReadyRead(10'000));
     SessionBus bus;
-    AgentApplications applications(others, bus);
+    AgentApplications applications(others, bus, QStringLiteral("com.cobblet.agent."));
     QSignalSpy launched(&applications, &RunningApplications::didLaunch);
     QSignalSpy ended(&applications, &RunningApplications::didTerminate);
     const RunningApplication running{agent, before.pid()};
@@ -78,7 +78,7 @@ TEST(AgentApplicationsWithoutABusTest, AgentsAreKnownAsAnyApplicationIs)
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
     SessionBus bus;
     test::FakeRunningApplications others;
-    AgentApplications applications(others, bus);
+    AgentApplications applications(others, bus, QStringLiteral("com.cobblet.agent."));
     others.launch({agent, 9});
     EXPECT_EQ(applications.runningApplications(), (QList<RunningApplication>{{agent, 9}}));
     applications.forceTerminate({agent, 9});

@@ -1,6 +1,5 @@
 #include "platform/freedesktop/apps/AgentApplications.h"
 
-#include "platform/Bundle.h"
 #include "platform/freedesktop/SessionBus.h"
 #include "platform/freedesktop/apps/DesktopBus.h"
 
@@ -13,8 +12,6 @@ namespace cobblet {
 
 namespace {
 
-const QString prefix = QLatin1String(Bundle::agentPrefix);
-
 QDBusMessage askBus(const char *method)
 {
     return QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
@@ -22,17 +19,10 @@ QDBusMessage askBus(const char *method)
                                           QStringLiteral("org.freedesktop.DBus"), QString::fromLatin1(method));
 }
 
-/// What owns the name; elements of a name on the bus never begin with a digit.
-QString identifierOf(const QString &name)
-{
-    const QString rest = name.mid(prefix.size());
-    return prefix + (rest.startsWith(QLatin1Char('_')) ? rest.mid(1) : rest);
-}
-
 } // namespace
 
-AgentApplications::AgentApplications(RunningApplications &others, SessionBus &bus, QObject *parent)
-    : m_others(others), m_bus(bus)
+AgentApplications::AgentApplications(RunningApplications &others, SessionBus &bus, QString prefix, QObject *parent)
+    : m_others(others), m_bus(bus), m_prefix(std::move(prefix))
 {
     setParent(parent);
     const auto pass = [this](auto signal) {
@@ -48,7 +38,7 @@ AgentApplications::AgentApplications(RunningApplications &others, SessionBus &bu
     if (!connection.isConnected())
         return;
     // All names below this one: a namespace has no dot at its end.
-    m_watcher = new QDBusServiceWatcher(prefix.chopped(1) + QLatin1Char('*'), connection,
+    m_watcher = new QDBusServiceWatcher(m_prefix.chopped(1) + QLatin1Char('*'), connection,
                                         QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString &name, const QString &oldOwner, const QString &newOwner) {
@@ -59,16 +49,23 @@ AgentApplications::AgentApplications(RunningApplications &others, SessionBus &bu
             });
     callSessionBus(&m_bus, this, askBus("ListNames"), [this](const QDBusMessage &reply) {
         for (const QString &name : reply.arguments().value(0).toStringList())
-            if (name.startsWith(prefix))
+            if (name.startsWith(m_prefix))
                 askForOwner(name, Found::Running);
     });
 }
 
 AgentApplications::~AgentApplications() = default;
 
+/// Elements of a name on the bus never begin with a digit: an underscore stands before it.
+QString AgentApplications::identifierOf(const QString &name) const
+{
+    const QString rest = name.mid(m_prefix.size());
+    return m_prefix + (rest.startsWith(QLatin1Char('_')) ? rest.mid(1) : rest);
+}
+
 bool AgentApplications::isOurs(const RunningApplication &application) const
 {
-    return m_watcher && application.bundleIdentifier.startsWith(prefix);
+    return m_watcher && application.bundleIdentifier.startsWith(m_prefix);
 }
 
 void AgentApplications::askForOwner(const QString &name, Found found)

@@ -18,8 +18,8 @@ class SessionBus;
 class AgentApplications : public RunningApplications {
     Q_OBJECT
 public:
-    /// Both outlive this object.
-    AgentApplications(RunningApplications &others, SessionBus &bus, QObject *parent = nullptr);
+    /// Identifiers of agents begin with `prefix`, which ends with a dot. The references outlive this object.
+    AgentApplications(RunningApplications &others, SessionBus &bus, QString prefix, QObject *parent = nullptr);
     ~AgentApplications() override;
 
     QList<RunningApplication> runningApplications() const override;
@@ -31,6 +31,8 @@ public:
     void forceTerminate(const RunningApplication &application) override;
 
 private:
+    /// What owns the name on the bus.
+    QString identifierOf(const QString &name) const;
     bool isOurs(const RunningApplication &application) const;
     enum class Found { Running, Launched };
     void askForOwner(const QString &name, Found found);
@@ -40,6 +42,7 @@ private:
 
     RunningApplications &m_others;
     SessionBus &m_bus;
+    const QString m_prefix;
     QDBusServiceWatcher *m_watcher = nullptr; ///< null without a bus
     QMap<QString, ProcessEntry> m_agents;     ///< by the name on the bus
 };

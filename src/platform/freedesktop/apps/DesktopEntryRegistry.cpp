@@ -1,7 +1,6 @@
 #include "platform/freedesktop/apps/DesktopEntryRegistry.h"
 
 #include "platform/AtomicFile.h"
-#include "platform/Bundle.h"
 #include "platform/IconFile.h"
 #include "platform/InfoPlist.h"
 #include "platform/freedesktop/apps/ApplicationFolders.h"
@@ -52,12 +51,13 @@ QString iconFile(const QString &identifier, int side)
     return QStringLiteral("%1/%2x%2/apps/%3.png").arg(themeFolder()).arg(side).arg(identifier);
 }
 
+const QLatin1String agentPrefix("com.cobblet.agent.");
+
 /// Whether it is an agent's; only such a one becomes a file name.
 bool isAgent(const QString &identifier)
 {
     static const QRegularExpression uuid(QStringLiteral("\\A[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}\\z"));
-    const QLatin1String prefix(Bundle::agentPrefix);
-    return identifier.startsWith(prefix) && uuid.match(identifier.mid(prefix.size())).hasMatch();
+    return identifier.startsWith(agentPrefix) && uuid.match(identifier.mid(agentPrefix.size())).hasMatch();
 }
 
 bool isAction(const QString &action)
@@ -246,7 +246,7 @@ QStringList DesktopEntryRegistry::registeredAgents() const
 {
     QStringList agents;
     // Also a link that leads nowhere is one, so that it can be removed.
-    QDirIterator entries(entriesFolder(), {QLatin1String(Bundle::agentPrefix) + QStringLiteral("*.desktop")},
+    QDirIterator entries(entriesFolder(), {agentPrefix + QStringLiteral("*.desktop")},
                          QDir::Files | QDir::System | QDir::Hidden);
     while (entries.hasNext()) {
         entries.next();

@@ -1,0 +1,127 @@
+#include "app/PanelProgram.h"
+
+#include "platform/Appearance.h"
+#include "platform/Dialogs.h"
+#include "platform/DockTile.h"
+#include "platform/Instance.h"
+#include "platform/Menus.h"
+#include "platform/PanelSurface.h"
+#include "platform/Platform.h"
+#include "platform/RunningApplications.h"
+#include "platform/Screens.h"
+#include "platform/UserDefaults.h"
+#include "platform/Workspace.h"
+#include "ui/common/Symbols.h"
+
+#include <QGuiApplication>
+#include <QQuickWindow>
+
+namespace cobblet {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// Past the first work of the person who opened the panel.
+constexpr auto releaseDelay = 3000ms;
+
+} // namespace
+
+PanelProgram::PanelProgram(const Bundle &bundle, Platform &platform) : m_bundle(bundle), m_platform(platform) {}
+
+PanelProgram::~PanelProgram() = default;
+
+Scheduler &PanelProgram::scheduler()
+{
+    return m_platform.scheduler();
+}
+
+void PanelProgram::migratePreferences()
+{
+    migrateThemePreferences(m_platform.standardDefaults(), m_platform.sharedDefaults());
+}
+
+void PanelProgram::loadStores(ConfigManager::Hooks hooks)
+{
+    m_popupSettings.emplace(m_platform.sharedDefaults());
+    m_theme.emplace(m_platform.sharedDefaults(), m_platform.appearance());
+    m_core.emplace(
+        m_platform, m_bundle.version, Core::Follows::OtherProcesses,
+        [this] { m_delegate->applicationShouldHandleReopen(); }, std::move(hooks));
+}
+
+void PanelProgram::makePanelController()
+{
+    const auto makePanel = [this] {
+        auto surface = m_platform.makePanelSurface(m_view->window(), PanelView::cornerRadius());
+        const auto followDesktop = [this, &panel = *surface] {
+            m_view->setBlending(panel.blendsWithDesktop());
+            panel.setWantsBlur(m_theme->glassyStyle());
+        };
+        connect(surface.get(), &PanelSurface::blendingChanged, surface.get(), followDesktop);
+        connect(&*m_theme, &ThemeManager::changed, surface.get(), followDesktop);
+        followDesktop();
+        return surface;
+    };
+    m_panelController.emplace(makePanel, m_platform.screens(), *m_popupSettings, m_core->notifications(),
+                              scheduler());
+    m_panelController->setGroupProvider([this] { return m_view ? m_view->selectedGroup() : std::nullopt; });
+}
+
+void PanelProgram::makePanelWindow(const std::function<void(const QUuid &)> &openStandalone)
+{
+    m_theme->refresh();
+    m_platform.menus().setSymbolSource(symbolIcon);
+    m_runningApps.emplace(m_platform.runningApplications());
+    m_icons.emplace(m_platform.workspace(), qGuiApp->devicePixelRatio());
+    m_view.emplace(PanelDependencies{m_core->config(), *m_popupSettings, *m_theme, m_core->notifications(),
+                                     m_core->actions(), *m_runningApps, m_core->usage(), *m_icons,
+                                     m_platform.workspace(), m_platform.dialogs(), m_platform.menus(),
+                                     m_platform.appearance(), openStandalone});
+    connect(&m_view->window(), &QQuickWindow::frameSwapped, this, &PanelProgram::firstPanelPainted,
+            Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
+    m_panelController->createPanel();
+}
+
+void PanelProgram::registerHotKeys(HotKeys &hotKeys)
+{
+    m_hotkeyManager.emplace(hotKeys, m_core->notifications(), scheduler());
+}
+
+void PanelProgram::receiveEvents(std::function<void()> refreshTile)
+{
+    m_delegate.emplace(AppDelegate::Services{.dockTile = m_platform.dockTile(),
+                                             .usageTracker = m_core->usage(),
+                                             .showPanel = [this] { showPanel(); },
+                                             .refreshTile = std::move(refreshTile),
+                                             .bringSettingsForward = {}});
+    connect(&m_platform.instance(), &Instance::reopen, &*m_delegate, &AppDelegate::applicationShouldHandleReopen);
+    connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &*m_delegate,
+            &AppDelegate::applicationWillTerminate);
+}
+
+void PanelProgram::showPanelSoon()
+{
+    scheduler().detached(0ms, [self = QPointer(this)] {
+        if (!self)
+            return;
+        self->m_platform.dockTile().activateApplication();
+        self->showPanel();
+    });
+}
+
+void PanelProgram::releaseMemorySoon()
+{
+    m_release = scheduler().after(releaseDelay, [this] { m_platform.releaseMemory(); });
+}
+
+GroupIconProvider &PanelProgram::groupIcons()
+{
+    if (!m_groupIcons) {
+        m_groupIcons.emplace(*m_icons, m_platform.workspace());
+        connect(&*m_icons, &IconProvider::iconsChanged, this, [this] { m_groupIcons->clearCache(); });
+    }
+    return *m_groupIcons;
+}
+
+} // namespace cobblet
