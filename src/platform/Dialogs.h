@@ -1,28 +1,40 @@
 #pragma once
 
+#include "platform/Availability.h"
+
 #include <QString>
 #include <QStringList>
 
 #include <functional>
+#include <optional>
 
 namespace cobblet {
 
-/// A question with two answers.
-struct Confirmation {
-    QString message;
-    QString informativeText;
-    QString acceptLabel;
-    QString cancelLabel;
-    bool destructive = false; ///< accepting destroys something: cancel is the default button then
+/// A question, a warning or a note.
+struct Alert {
+    struct Button {
+        QString label = {};
+        bool destructive = false; ///< pressing it destroys something
+    };
+
+    QString message = {};
+    QString informativeText = {};         ///< may be empty
+    QString details = {};                 ///< shown when asked for; empty offers none
+    QList<Button> buttons = {};           ///< at least one; the first comes first
+    int defaultButton = 0;                ///< what Return presses
+    std::optional<int> cancelButton = {}; ///< what Escape presses, and closing the alert
+    bool warning = false;                 ///< something is wrong, or may be lost
 };
 
-/// What a file chooser is asked for.
+/// What a file panel is asked for.
 struct FileRequest {
-    QString title;
-    QString acceptLabel;
-    QString folder;      ///< where it starts
-    QStringList filters; ///< name filters such as "Applications (*.desktop *.app)"
-    bool multiple = false;
+    QString title = {};
+    QString acceptLabel = {};
+    QString folder = {};      ///< where it starts
+    QStringList filters = {}; ///< name filters such as "Applications (*.desktop *.app)"
+    bool multiple = false;    ///< several files may be chosen; not for saving
+    QString name = {};        ///< for saving: the file name that is proposed
+    QString suffix = {};      ///< for saving: appended to a name without one, such as "json"
 };
 
 /// Alerts and file panels. They are modal to the application, yet the calls return at once; the answer comes
@@ -31,14 +43,15 @@ class Dialogs {
 public:
     virtual ~Dialogs() = default;
 
-    virtual void confirm(const Confirmation &question, std::function<void(bool accepted)> answer) = 0;
+    virtual Availability availability() const = 0;
+
+    /// The answer is the index of the button pressed, absent when the alert was cancelled in any way.
+    virtual void ask(const Alert &alert, std::function<void(std::optional<int> button)> answer = {}) = 0;
     /// An empty list when the user cancels.
     virtual void chooseFiles(const FileRequest &request, std::function<void(const QStringList &paths)> answer) = 0;
-    /// A warning with the button "OK" and another one; `answer` learns whether it was the other.
-    virtual void warn(const QString &message, const QString &informativeText, const QString &otherLabel,
-                      std::function<void(bool other)> answer) = 0;
-    /// A note with one button.
-    virtual void inform(const QString &message, const QString &informativeText) = 0;
+    /// Asks where to write a file, and before an existing one is replaced. Absent when the user cancels.
+    virtual void saveFile(const FileRequest &request,
+                          std::function<void(const std::optional<QString> &path)> answer) = 0;
 };
 
 } // namespace cobblet

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Availability.h"
+
 #include <QColor>
 #include <QIcon>
 #include <QKeySequence>
@@ -19,7 +21,7 @@ struct MenuItem {
     QString symbol = {};                    ///< symbol name ("pin"), or empty
     std::function<void()> action = nullptr; ///< unused when there are children
     QList<MenuItem> children = {};
-    bool destructive = false;
+    bool destructive = false; ///< drawn so that it stands out
     bool enabled = true;
     QKeySequence shortcut = {}; ///< shown beside the title; the menu itself does not listen for it
 
@@ -30,6 +32,8 @@ struct MenuItem {
 class Menus {
 public:
     virtual ~Menus() = default;
+
+    virtual Availability availability() const = 0;
 
     /// Where the pictures of symbols, in a colour, come from; without one, entries have none.
     virtual void setSymbolSource(std::function<QIcon(const QString &symbol, const QColor &color)>) {}

@@ -268,11 +268,13 @@ void StandaloneGroupManager::open(const QUuid &id)
         const AppGroup *group = m_services.config.group(id);
         if (!built || !group)
             return;
-        m_services.workspace.open(agentIdentifier(id), [self = QPointer(this),
-                                                        name = group->name](const Status &opened) {
-            if (self && !opened)
-                self->m_services.dialogs.inform(QStringLiteral("“%1” can’t be opened.").arg(name), opened.error());
-        });
+        m_services.workspace.open(
+            agentIdentifier(id), [self = QPointer(this), name = group->name](const Status &opened) {
+                if (self && !opened)
+                    self->m_services.dialogs.ask({.message = QStringLiteral("“%1” can’t be opened.").arg(name),
+                                                  .informativeText = opened.error(),
+                                                  .buttons = {{QStringLiteral("OK")}}});
+            });
     };
     inBackground([this, wanted = *group] { return m_builder.folder().bundleOf(wanted); },
                  [this, wanted = *group, show](const std::optional<AgentBundle> &bundle) {
@@ -355,16 +357,21 @@ void StandaloneGroupManager::alert(const AppGroup &group, const BuildFailure &fa
         return; // one is enough where nine groups fail for one reason; the log has them all
     m_alertIsOpen = true;
     const QString text = failureDetails(group, failure, m_services.bundle, m_services.tools);
-    m_services.dialogs.warn(
-        QStringLiteral("Couldn't make “") + group.name + QStringLiteral("” a standalone app"),
-        QStringLiteral("macOS requires every app to be code-signed, and the signing step failed on this Mac, so "
-                       "nothing was installed.\n\n") +
-            text,
-        QStringLiteral("Copy Details"), [self = QPointer(this), text](bool copies) {
+    const int copy = 1;
+    m_services.dialogs.ask(
+        {.message = QStringLiteral("Couldn't make “") + group.name + QStringLiteral("” a standalone app"),
+         .informativeText =
+             QStringLiteral("macOS requires every app to be code-signed, and the signing step failed on this Mac, so "
+                            "nothing was installed.\n\n") +
+             text,
+         .buttons = {{QStringLiteral("OK")}, {QStringLiteral("Copy Details")}},
+         .cancelButton = 0,
+         .warning = true},
+        [self = QPointer(this), text, copy](std::optional<int> button) {
             if (!self)
                 return;
             self->m_alertIsOpen = false;
-            if (copies)
+            if (button == copy)
                 self->m_services.pasteboard.setText(text);
         });
 }

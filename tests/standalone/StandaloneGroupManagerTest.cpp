@@ -110,6 +110,7 @@ TEST_F(StandaloneGroupManagerTest, AnAgentOfBeforeIsEndedBeforeTheNewOneStarts)
 
 TEST_F(StandaloneGroupManagerTest, AFailureIsToldOnceAndChangesNothing)
 {
+    dialogs.waits = true;
     qputenv("CB_SIMULATE_SIGN_FAILURE", "1");
     qputenv("DEVELOPER_DIR", "/opt/tools");
     manager().attach(work, true);
@@ -119,8 +120,8 @@ TEST_F(StandaloneGroupManagerTest, AFailureIsToldOnceAndChangesNothing)
     qunsetenv("DEVELOPER_DIR");
     EXPECT_FALSE(isStandalone());
     EXPECT_EQ(leftovers(), QStringList());
-    ASSERT_EQ(dialogs.warnings.size(), 1);
-    const Confirmation &warning = dialogs.warnings.first();
+    ASSERT_EQ(dialogs.alerts.size(), 1);
+    const Alert &warning = dialogs.alerts.first();
     EXPECT_EQ(warning.message, QStringLiteral("Couldn't make “Work” a standalone app"));
     const QString details = QStringLiteral("Group: Work\n"
                                            "Error: codesign exited with status 1 — simulated failure "
@@ -136,8 +137,8 @@ TEST_F(StandaloneGroupManagerTest, AFailureIsToldOnceAndChangesNothing)
         QStringLiteral("macOS requires every app to be code-signed, and the signing step failed on this Mac, so "
                        "nothing was installed.\n\n") +
             details);
-    EXPECT_EQ(warning.acceptLabel, QStringLiteral("Copy Details"));
-    dialogs.answerWarning(false);
+    EXPECT_EQ(warning.buttons[1].label, QStringLiteral("Copy Details"));
+    dialogs.pending({});
     EXPECT_TRUE(pasteboard.text.isEmpty());
     manager().attach(work, true);
     settle();
@@ -146,13 +147,14 @@ TEST_F(StandaloneGroupManagerTest, AFailureIsToldOnceAndChangesNothing)
 
 TEST_F(StandaloneGroupManagerTest, TheDetailsCanBeCopied)
 {
+    dialogs.waits = true;
     qputenv("CB_SIMULATE_SIGN_FAILURE", "1");
     manager().attach(work, true);
     settle();
     qunsetenv("CB_SIMULATE_SIGN_FAILURE");
-    ASSERT_EQ(dialogs.warnings.size(), 1);
-    dialogs.answerWarning(true);
-    EXPECT_TRUE(dialogs.warnings.first().informativeText.endsWith(pasteboard.text));
+    ASSERT_EQ(dialogs.alerts.size(), 1);
+    dialogs.pending(1);
+    EXPECT_TRUE(dialogs.alerts.first().informativeText.endsWith(pasteboard.text));
     EXPECT_TRUE(pasteboard.text.startsWith(QStringLiteral("Group: Work\nError: ")));
 }
 
@@ -162,7 +164,7 @@ TEST_F(StandaloneGroupManagerTest, AnApplicationThatDoesNotStartLeavesTheGroupAs
     manager().attach(work, true);
     settle();
     EXPECT_FALSE(isStandalone());
-    EXPECT_TRUE(dialogs.warnings.isEmpty()) << "it was signed";
+    EXPECT_TRUE(dialogs.alerts.isEmpty()) << "it was signed";
 }
 
 TEST_F(StandaloneGroupManagerTest, OpeningBuildsOnlyWhatIsMissingOrOld)

@@ -184,10 +184,13 @@ Status FakeDistributedNotifications::post(const QString &name, const QString &ob
     return {};
 }
 
-void FakeDialogs::confirm(const Confirmation &question, std::function<void(bool)> answer)
+void FakeDialogs::ask(const Alert &alert, std::function<void(std::optional<int>)> answer)
 {
-    questions.append(question);
-    answer(accept);
+    alerts.append(alert);
+    if (waits)
+        pending = std::move(answer);
+    else if (answer)
+        answer(button);
 }
 
 void FakeDialogs::chooseFiles(const FileRequest &request, std::function<void(const QStringList &)> answer)
@@ -196,16 +199,10 @@ void FakeDialogs::chooseFiles(const FileRequest &request, std::function<void(con
     answer(files);
 }
 
-void FakeDialogs::warn(const QString &message, const QString &informativeText, const QString &otherLabel,
-                       std::function<void(bool)> answer)
+void FakeDialogs::saveFile(const FileRequest &request, std::function<void(const std::optional<QString> &)> answer)
 {
-    warnings.append({message, informativeText, otherLabel, QStringLiteral("OK"), false});
-    answerWarning = std::move(answer);
-}
-
-void FakeDialogs::inform(const QString &message, const QString &)
-{
-    informed.append(message);
+    requests.append(request);
+    answer(files.isEmpty() ? std::nullopt : std::optional(files.first()));
 }
 
 std::vector<Result<HotKeys::Handle>> FakeHotKeys::registerAll(const QList<HotKey> &keys)

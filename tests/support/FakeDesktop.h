@@ -168,22 +168,20 @@ public:
     QStringList posted; ///< "NAME OBJECT"
 };
 
-/// Answers questions with `accept` and choosers with `files`, at once.
+/// Answers alerts with `button` unless `waits` is set, file panels with `files`, at once.
 class FakeDialogs : public Dialogs {
 public:
-    void confirm(const Confirmation &question, std::function<void(bool)> answer) override;
+    Availability availability() const override { return Availability::works(); }
+    void ask(const Alert &alert, std::function<void(std::optional<int>)> answer) override;
     void chooseFiles(const FileRequest &request, std::function<void(const QStringList &)> answer) override;
-    void warn(const QString &message, const QString &informativeText, const QString &otherLabel,
-              std::function<void(bool)> answer) override;
-    void inform(const QString &message, const QString &informativeText) override;
+    void saveFile(const FileRequest &request, std::function<void(const std::optional<QString> &)> answer) override;
 
-    bool accept = true;
+    std::optional<int> button;
+    bool waits = false;
+    std::function<void(std::optional<int>)> pending; ///< the answer to the last alert, while it waits
     QStringList files;
-    QList<Confirmation> questions;
+    QList<Alert> alerts;
     QList<FileRequest> requests;
-    QStringList informed;
-    QList<Confirmation> warnings; ///< the other button is the one that accepts; answered by answerWarning
-    std::function<void(bool)> answerWarning;
 };
 
 class FakePasteboard : public Pasteboard {
@@ -195,6 +193,7 @@ public:
 
 class FakeMenus : public Menus {
 public:
+    Availability availability() const override { return Availability::works(); }
     void popUp(const QList<MenuItem> &items, QWindow *, const QPointF &) override { last = items; }
 
     QList<MenuItem> last;

@@ -78,7 +78,7 @@ TEST_F(PanelActions, AddCellLetsTheUserChooseApplications)
     EXPECT_TRUE(request.multiple);
     EXPECT_EQ(storedApps(work), QStringLiteral("work.1, work.2, gone, new.one"));
     EXPECT_EQ(f.config.group(work.id)->apps.last().name, QStringLiteral("New One"));
-    EXPECT_EQ(f.dialogs.informed.size(), 1) << "a file that is no application is not dropped silently";
+    EXPECT_EQ(f.dialogs.alerts.size(), 1) << "a file that is no application is not dropped silently";
     EXPECT_EQ(closed(), 0);
 }
 
@@ -143,16 +143,17 @@ TEST_F(PanelActions, GroupMenuPinsAndDeletesAfterAsking)
     entry(QStringLiteral("Unpin")).action();
     EXPECT_FALSE(f.config.group(work.id)->isPinned);
 
-    f.dialogs.accept = false;
     entry(QStringLiteral("Delete")).action();
-    ASSERT_EQ(f.dialogs.questions.size(), 1);
-    EXPECT_EQ(f.dialogs.questions[0].message,
+    ASSERT_EQ(f.dialogs.alerts.size(), 1);
+    const Alert &question = f.dialogs.alerts[0];
+    EXPECT_EQ(question.message,
               QStringLiteral("This removes the group and its app list. The apps themselves aren’t affected."));
-    EXPECT_EQ(f.dialogs.questions[0].acceptLabel, QStringLiteral("Delete"));
-    EXPECT_EQ(f.dialogs.questions[0].cancelLabel, QStringLiteral("Cancel"));
-    EXPECT_TRUE(f.dialogs.questions[0].destructive);
-    EXPECT_NE(f.config.group(work.id), nullptr);
-    f.dialogs.accept = true;
+    EXPECT_EQ(question.buttons[0].label, QStringLiteral("Delete"));
+    EXPECT_TRUE(question.buttons[0].destructive);
+    EXPECT_EQ(question.cancelButton, 1);
+    EXPECT_EQ(question.defaultButton, 1);
+    EXPECT_NE(f.config.group(work.id), nullptr) << "cancelled";
+    f.dialogs.button = 0;
     entry(QStringLiteral("Delete")).action();
     EXPECT_EQ(f.config.group(work.id), nullptr);
 }

@@ -37,66 +37,66 @@ void present(QDialog *dialog)
     dialog->activateWindow();
 }
 
-QMessageBox *messageBox(QMessageBox::Icon icon, const QString &message, const QString &informativeText)
+void choose(const FileRequest &request, QFileDialog::AcceptMode mode, QFileDialog::FileMode files,
+            std::function<void(const QStringList &)> answer)
 {
-    auto *box = new QMessageBox(icon, QString(), message);
-    box->setTextFormat(Qt::PlainText); // group names are in these texts
-    box->setInformativeText(informativeText.toHtmlEscaped());
-    return box;
+    auto *dialog = new QFileDialog(nullptr, request.title, request.folder);
+    dialog->setAcceptMode(mode);
+    dialog->setFileMode(files);
+    dialog->setDefaultSuffix(request.suffix);
+    dialog->setLabelText(QFileDialog::Accept, request.acceptLabel);
+    if (!request.filters.isEmpty())
+        dialog->setNameFilters(request.filters);
+    if (!request.name.isEmpty())
+        dialog->selectFile(request.name);
+    QObject::connect(dialog, &QDialog::finished, dialog, [dialog, answer = std::move(answer)](int result) {
+        answer(result == QDialog::Accepted ? dialog->selectedFiles() : QStringList());
+    });
+    present(dialog);
 }
 
 } // namespace
 
-void QtDialogs::confirm(const Confirmation &question, std::function<void(bool)> answer)
+void QtDialogs::ask(const Alert &alert, std::function<void(std::optional<int>)> answer)
 {
-    QMessageBox *box = messageBox(QMessageBox::Warning, question.message, question.informativeText);
-    QPushButton *accept = box->addButton(question.acceptLabel, question.destructive ? QMessageBox::DestructiveRole
-                                                                                    : QMessageBox::AcceptRole);
-    QPushButton *cancel = box->addButton(question.cancelLabel, QMessageBox::RejectRole);
-    box->setDefaultButton(question.destructive ? cancel : accept);
-    box->setEscapeButton(cancel);
-    QObject::connect(box, &QDialog::finished, box, [box, accept, answer = std::move(answer)] {
-        if (answer)
-            answer(box->clickedButton() == accept);
-    });
+    auto *box = new QMessageBox(alert.warning ? QMessageBox::Warning : QMessageBox::Information, {}, alert.message);
+    box->setTextFormat(Qt::PlainText); // group names are in these texts
+    box->setInformativeText(alert.informativeText.toHtmlEscaped());
+    box->setDetailedText(alert.details);
+    QList<QAbstractButton *> buttons;
+    for (int i = 0; i < alert.buttons.size(); ++i) {
+        const bool destructive = alert.buttons[i].destructive;
+        const auto role = alert.cancelButton == i ? QMessageBox::RejectRole
+                          : destructive           ? QMessageBox::DestructiveRole
+                                                  : QMessageBox::AcceptRole;
+        QPushButton *button = box->addButton(alert.buttons[i].label, role);
+        if (alert.defaultButton == i)
+            box->setDefaultButton(button);
+        if (alert.cancelButton == i)
+            box->setEscapeButton(button);
+        buttons.append(button);
+    }
+    QObject::connect(box, &QDialog::finished, box,
+                     [box, buttons, cancel = alert.cancelButton, answer = std::move(answer)] {
+                         const int pressed = int(buttons.indexOf(box->clickedButton()));
+                         if (answer)
+                             answer(pressed < 0 || cancel == pressed ? std::nullopt : std::optional(pressed));
+                     });
     present(box);
 }
 
 void QtDialogs::chooseFiles(const FileRequest &request, std::function<void(const QStringList &)> answer)
 {
-    auto *dialog = new QFileDialog(nullptr, request.title, request.folder);
-    dialog->setAcceptMode(QFileDialog::AcceptOpen);
-    dialog->setFileMode(request.multiple ? QFileDialog::ExistingFiles : QFileDialog::ExistingFile);
-    dialog->setLabelText(QFileDialog::Accept, request.acceptLabel);
-    if (!request.filters.isEmpty())
-        dialog->setNameFilters(request.filters);
-    QObject::connect(dialog, &QDialog::finished, dialog, [dialog, answer = std::move(answer)](int result) {
-        if (answer)
-            answer(result == QDialog::Accepted ? dialog->selectedFiles() : QStringList());
-    });
-    present(dialog);
+    choose(request, QFileDialog::AcceptOpen,
+           request.multiple ? QFileDialog::ExistingFiles : QFileDialog::ExistingFile, std::move(answer));
 }
 
-void QtDialogs::warn(const QString &message, const QString &informativeText, const QString &otherLabel,
-                     std::function<void(bool)> answer)
+void QtDialogs::saveFile(const FileRequest &request, std::function<void(const std::optional<QString> &)> answer)
 {
-    QMessageBox *box = messageBox(QMessageBox::Warning, message, informativeText);
-    QPushButton *ok = box->addButton(QMessageBox::Ok);
-    QPushButton *other = box->addButton(otherLabel, QMessageBox::ActionRole);
-    box->setDefaultButton(ok);
-    box->setEscapeButton(ok);
-    QObject::connect(box, &QDialog::finished, box, [box, other, answer = std::move(answer)] {
-        if (answer)
-            answer(box->clickedButton() == other);
-    });
-    present(box);
-}
-
-void QtDialogs::inform(const QString &message, const QString &informativeText)
-{
-    QMessageBox *box = messageBox(QMessageBox::Information, message, informativeText);
-    box->addButton(QMessageBox::Ok);
-    present(box);
+    choose(request, QFileDialog::AcceptSave, QFileDialog::AnyFile,
+           [answer = std::move(answer)](const QStringList &paths) {
+               answer(paths.isEmpty() ? std::nullopt : std::optional(paths.first()));
+           });
 }
 
 } // namespace cobblet

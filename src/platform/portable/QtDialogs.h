@@ -2,19 +2,16 @@
 
 #include "platform/Dialogs.h"
 
-class QDialog;
-
 namespace cobblet {
 
 /// The toolkit's alerts and file panels, each made when it is asked for and above the window that had the
 /// focus then. Needs a QApplication.
 class QtDialogs : public Dialogs {
 public:
-    void confirm(const Confirmation &question, std::function<void(bool)> answer) override;
+    Availability availability() const override { return Availability::works(); }
+    void ask(const Alert &alert, std::function<void(std::optional<int>)> answer) override;
     void chooseFiles(const FileRequest &request, std::function<void(const QStringList &)> answer) override;
-    void warn(const QString &message, const QString &informativeText, const QString &otherLabel,
-              std::function<void(bool)> answer) override;
-    void inform(const QString &message, const QString &informativeText) override;
+    void saveFile(const FileRequest &request, std::function<void(const std::optional<QString> &)> answer) override;
 };
 
 } // namespace cobblet

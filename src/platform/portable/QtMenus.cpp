@@ -11,6 +11,9 @@ namespace cobblet {
 
 namespace {
 
+/// Read on light and dark menus. The toolkit draws all titles of a menu alike, so the symbol stands out.
+constexpr QRgb destructiveColor = qRgb(224, 60, 50);
+
 /// As the toolkit wants it: a lone ampersand would mark a shortcut letter.
 QString literal(QString title)
 {
@@ -36,7 +39,7 @@ void QtMenus::fill(QMenu &menu, const QList<MenuItem> &items, const QColor &symb
             menu.addSeparator();
             continue;
         }
-        const QIcon icon = symbol(item.symbol, symbolColor);
+        const QIcon icon = symbol(item.symbol, item.destructive ? QColor(destructiveColor) : symbolColor);
         if (!item.children.isEmpty()) {
             QMenu *children = menu.addMenu(icon, literal(item.title));
             children->setEnabled(item.enabled);

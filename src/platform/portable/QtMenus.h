@@ -17,6 +17,7 @@ public:
 
     ~QtMenus() override;
 
+    Availability availability() const override { return Availability::works(); }
     void popUp(const QList<MenuItem> &items, QWindow *window, const QPointF &position) override;
     void setSymbolSource(SymbolSource source) override { m_symbols = std::move(source); }
 

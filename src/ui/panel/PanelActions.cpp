@@ -61,12 +61,11 @@ QUuid PanelActions::createGroup(const QString &name, const QString &emoji)
 
 void PanelActions::chooseApps(const QUuid &group)
 {
-    FileRequest request;
-    request.title = QStringLiteral("Choose Apps");
-    request.acceptLabel = QStringLiteral("Add");
-    request.folder = m_workspace.applicationsFolder();
-    request.filters = {QStringLiteral("Applications (*.desktop *.app)")};
-    request.multiple = true;
+    const FileRequest request{.title = QStringLiteral("Choose Apps"),
+                              .acceptLabel = QStringLiteral("Add"),
+                              .folder = m_workspace.applicationsFolder(),
+                              .filters = {QStringLiteral("Applications (*.desktop *.app)")},
+                              .multiple = true};
     m_dialogs.chooseFiles(request, [self = QPointer(this), group](const QStringList &paths) {
         if (self)
             self->addFiles(paths, group);
@@ -87,19 +86,24 @@ void PanelActions::addFiles(const QStringList &paths, const QUuid &group)
     if (!apps.isEmpty())
         m_config.addApps(apps, group);
     if (!refused.isEmpty())
-        m_dialogs.inform(QStringLiteral("Not everything could be added."), refused.join(QLatin1Char('\n')));
+        m_dialogs.ask({.message = QStringLiteral("Not everything could be added."),
+                       .informativeText = refused.join(QLatin1Char('\n')),
+                       .buttons = {{QStringLiteral("OK")}}});
 }
 
 void PanelActions::deleteGroup(const QUuid &group)
 {
-    Confirmation question;
-    question.message =
-        QStringLiteral("This removes the group and its app list. The apps themselves aren’t affected.");
-    question.acceptLabel = QStringLiteral("Delete");
-    question.cancelLabel = QStringLiteral("Cancel");
-    question.destructive = true;
-    m_dialogs.confirm(question, [self = QPointer(this), group](bool accepted) {
-        if (self && accepted)
+    const int remove = 0;
+    const int cancel = 1; // also the default: deleting cannot be undone
+    const Alert question{
+        .message = QStringLiteral("This removes the group and its app list. The apps themselves aren’t affected."),
+        .buttons = {{QStringLiteral("Delete"), true}, {QStringLiteral("Cancel")}},
+        .defaultButton = cancel,
+        .cancelButton = cancel,
+        .warning = true,
+    };
+    m_dialogs.ask(question, [self = QPointer(this), group, remove](std::optional<int> button) {
+        if (self && button == remove)
             self->m_config.deleteGroup(group);
     });
 }

@@ -100,11 +100,10 @@ QList<AppGroup> sampleGroups(DemoWorkspace &workspace, int apps)
     groups[0].emoji = QStringLiteral("💼");
     groups[0].apps = workspace.apps(apps);
     for (const GroupSample &sample : rest) {
-        AppGroup group;
+        AppGroup &group = groups.emplaceBack();
         group.name = QString::fromUtf8(sample.name);
         group.emoji = QString::fromUtf8(sample.emoji);
         group.apps = workspace.apps(sample.apps);
-        groups.append(group);
     }
     return groups;
 }
