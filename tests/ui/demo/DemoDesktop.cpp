@@ -95,15 +95,14 @@ QList<AppGroup> sampleGroups(DemoWorkspace &workspace, int apps)
                                     {"Reading and Research in the Evening", "📚", 4},
                                     {"ألعاب ومرح", "🎮", 3},
                                     {"Empty", "📦", 0}};
-    QList<AppGroup> groups(1);
+    QList<AppGroup> groups(1 + std::size(rest));
     groups[0].name = QStringLiteral("Work");
     groups[0].emoji = QStringLiteral("💼");
     groups[0].apps = workspace.apps(apps);
-    for (const GroupSample &sample : rest) {
-        AppGroup &group = groups.emplaceBack();
-        group.name = QString::fromUtf8(sample.name);
-        group.emoji = QString::fromUtf8(sample.emoji);
-        group.apps = workspace.apps(sample.apps);
+    for (qsizetype i = 1; i < groups.size(); ++i) {
+        groups[i].name = QString::fromUtf8(rest[i - 1].name);
+        groups[i].emoji = QString::fromUtf8(rest[i - 1].emoji);
+        groups[i].apps = workspace.apps(rest[i - 1].apps);
     }
     return groups;
 }
