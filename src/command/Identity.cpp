@@ -1,7 +1,9 @@
 #include "command/Identity.h"
 
 #include <algorithm>
+#include <cctype>
 #include <climits>
+#include <string_view>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -10,23 +12,8 @@ namespace cobblet {
 
 namespace {
 
-constexpr std::string_view mainIdentifier = "com.vantor.cobblet";
-constexpr size_t maximumIdentifier = 255;
-
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-bool isPlain(std::string_view identifier)
-{
-    for (const char c : identifier)
-        if (!isDigit(c) && !(c >= 'a' && c <= 'z') && !(c >= 'A' && c <= 'Z') && c != '.' && c != '-')
-            return false;
-    return !identifier.empty() && identifier.size() <= maximumIdentifier;
-}
-
-std::string contentOf(const std::string &path)
+/// The start of a file, which is all of a property list that states who a program is.
+std::string startOf(const std::string &path)
 {
     std::string content(64 * 1024, '\0');
     const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
@@ -37,37 +24,33 @@ std::string contentOf(const std::string &path)
     return content;
 }
 
-} // namespace
-
+/// The identifier that a property list in its XML form states; empty when it states none.
 std::string_view statedIdentifier(std::string_view propertyList)
 {
     constexpr std::string_view key = "<key>CFBundleIdentifier</key>", open = "<string>", close = "</string>";
     const size_t at = propertyList.find(key);
-    if (at == std::string_view::npos)
+    if (at == propertyList.npos)
         return {};
     std::string_view rest = propertyList.substr(at + key.size());
     rest.remove_prefix(std::min(rest.find_first_not_of(" \t\r\n"), rest.size()));
-    if (!rest.starts_with(open))
-        return {};
-    rest.remove_prefix(open.size());
     const size_t end = rest.find(close);
-    const std::string_view identifier = end == std::string_view::npos ? std::string_view() : rest.substr(0, end);
-    return isPlain(identifier) ? identifier : std::string_view();
+    return rest.starts_with(open) && end != rest.npos ? rest.substr(open.size(), end - open.size())
+                                                      : std::string_view();
 }
+
+} // namespace
 
 Identity Identity::own()
 {
     char path[PATH_MAX];
     const ssize_t size = readlink("/proc/self/exe", path, sizeof path);
-    std::string_view folder(path, size > 0 && size < PATH_MAX ? size_t(size) : 0);
+    Identity identity{{path, size > 0 ? size_t(size) : 0}, {}};
     for (int level = 0; level < 3; ++level) // BUNDLE/Contents/Helpers/cobblet
-        folder = folder.substr(0, folder.rfind('/') == std::string_view::npos ? 0 : folder.rfind('/'));
-    Identity identity{std::string(folder), std::string(mainIdentifier)};
-    if (!folder.empty()) {
-        const std::string propertyList = contentOf(identity.bundle + "/Contents/Info.plist");
-        if (const std::string_view stated = statedIdentifier(propertyList); !stated.empty())
-            identity.identifier = stated;
-    }
+        identity.bundle.resize(std::min(identity.bundle.size(), identity.bundle.rfind('/')));
+    const std::string propertyList = startOf(identity.bundle + "/Contents/Info.plist");
+    identity.identifier = statedIdentifier(propertyList);
+    if (identity.identifier.empty())
+        identity.identifier = "com.vantor.cobblet";
     return identity;
 }
 
@@ -75,7 +58,7 @@ std::string Identity::busName() const
 {
     std::string name;
     for (size_t i = 0; i < identifier.size(); ++i) {
-        if (isDigit(identifier[i]) && (i == 0 || identifier[i - 1] == '.'))
+        if (std::isdigit(static_cast<unsigned char>(identifier[i])) && (i == 0 || identifier[i - 1] == '.'))
             name += '_';
         name += identifier[i];
     }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 namespace cobblet {
 
@@ -18,8 +17,5 @@ struct Identity {
     std::string busName() const;
     std::string objectPath() const;
 };
-
-/// The identifier that a property list in its XML form states; empty when it states none.
-std::string_view statedIdentifier(std::string_view propertyList);
 
 } // namespace cobblet

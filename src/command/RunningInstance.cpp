@@ -1,111 +1,187 @@
 #include "command/RunningInstance.h"
 
-#include "command/BusClient.h"
-#include "command/BusMarshalling.h"
 #include "command/Identity.h"
 
-#include <chrono>
+#include <algorithm>
+#include <atomic>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string_view>
 
+#include <dbus/dbus.h>
 #include <sysexits.h>
+#include <unistd.h>
 
 namespace cobblet {
 
 namespace {
 
-using namespace std::chrono_literals;
-
-constexpr std::string_view applicationInterface = "org.freedesktop.Application";
-
 constexpr size_t maximumArgument = 64 * 1024;
 constexpr size_t maximumArguments = 1024 * 1024;
 constexpr size_t maximumToken = 4096;
+constexpr long maximumAnswer = 64 * 1024 * 1024;
 
-// Applications have five seconds to quit, and the instance a few more to tell.
-constexpr auto patience = 5s;
-constexpr auto patienceForApplications = 15s;
+// In seconds. Applications have five to quit, and the instance a few more to tell.
+constexpr unsigned patience = 5;
+constexpr unsigned patienceForApplications = 15;
+
+using Connection = std::unique_ptr<DBusConnection, void (*)(DBusConnection *)>;
+using Message = std::unique_ptr<DBusMessage, void (*)(DBusMessage *)>;
+
+/// Ends the process with a sentence when this object lives too long. An alarm, because the library has no bound of
+/// its own for connecting, nor a short one for a bus that says nothing.
+class Patience {
+public:
+    explicit Patience(unsigned seconds)
+    {
+        sentence = "cobblet: the session bus does not answer. Wait a moment and try again.\n";
+        std::signal(SIGALRM, [](int) {
+            const char *text = sentence;
+            [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text, std::strlen(text));
+            ::_exit(EX_TEMPFAIL);
+        });
+        sigset_t alarms;
+        sigemptyset(&alarms);
+        sigaddset(&alarms, SIGALRM);
+        sigprocmask(SIG_UNBLOCK, &alarms, nullptr);
+        ::alarm(seconds);
+    }
+    ~Patience() { ::alarm(0); }
+    Patience(const Patience &) = delete;
+    Patience &operator=(const Patience &) = delete;
+
+    /// The bus has answered: from now on it is the instance that is waited for.
+    void waitForInstance()
+    {
+        sentence = "cobblet: the running Cobblet does not answer. Wait a moment, or end it and try again.\n";
+    }
+
+private:
+    static inline std::atomic<const char *> sentence;
+};
 
 /// The running instance did not do it: one sentence says why.
 Answer failed(int status, const std::string &sentence)
 {
-    return {Answer::Kind::Carried, status, {}, "cobblet: " + sentence + "\n"};
+    return {status, {}, "cobblet: " + sentence + "\n"};
 }
 
-/// As the tokens that desktops give are. A bus hangs up on whoever sends it what is no UTF-8.
+/// As the tokens that desktops give are; the bus takes no text but UTF-8.
 bool isPlain(std::string_view text)
 {
-    for (const char c : text)
-        if (c < ' ' || c > '~')
-            return false;
-    return true;
+    return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
+}
+
+std::string variable(const char *name)
+{
+    const char *value = std::getenv(name);
+    return value ? value : "";
+}
+
+Connection connectTo(const char *key, const std::string &value)
+{
+    const std::unique_ptr<char, void (*)(void *)> escaped(dbus_address_escape_value(value.c_str()), dbus_free);
+    const std::string address = std::string("unix:") + key + '=' + escaped.get();
+    return {dbus_connection_open_private(address.c_str(), nullptr), [](DBusConnection *connection) {
+                dbus_connection_close(connection);
+                dbus_connection_unref(connection);
+            }};
+}
+
+/// Tries the sockets of the session bus; only those of this machine count: a bus is never started, and no address
+/// makes a program run or reaches over a network. Null when none takes the connection.
+Connection connectToBus()
+{
+    Connection bus(nullptr, nullptr);
+    const std::string addresses = variable("DBUS_SESSION_BUS_ADDRESS");
+    if (addresses.empty()) {
+        const std::string folder = variable("XDG_RUNTIME_DIR");
+        return folder.starts_with('/') ? connectTo("path", folder + "/bus") : std::move(bus);
+    }
+    DBusAddressEntry **entries = nullptr;
+    int count = 0;
+    if (!dbus_parse_address(addresses.c_str(), &entries, &count, nullptr))
+        return bus;
+    for (int i = 0; i < count && !bus; ++i) {
+        if (dbus_address_entry_get_method(entries[i]) != std::string_view("unix"))
+            continue;
+        for (const char *key : {"path", "abstract"})
+            if (const char *value = dbus_address_entry_get_value(entries[i], key); value && !bus)
+                bus = connectTo(key, value);
+    }
+    dbus_address_entries_free(entries);
+    return bus;
 }
 
 /// What lets the panel take the keyboard: the tokens that the desktop gave to this process.
-void writePlatformData(BusWriter &body)
+void appendPlatformData(DBusMessageIter &body)
 {
-    constexpr std::pair<const char *, const char *> tokens[] = {{"desktop-startup-id", "DESKTOP_STARTUP_ID"},
-                                                                {"activation-token", "XDG_ACTIVATION_TOKEN"}};
-    body.array(8, [&] {
-        for (const auto &[key, variable] : tokens) {
-            const char *token = std::getenv(variable);
-            if (!token || !*token || std::strlen(token) > maximumToken || !isPlain(token))
-                continue;
-            body.align(8);
-            body.string(key);
-            body.signature("s");
-            body.string(token);
-        }
-    });
+    constexpr const char *tokens[][2] = {{"desktop-startup-id", "DESKTOP_STARTUP_ID"},
+                                         {"activation-token", "XDG_ACTIVATION_TOKEN"}};
+    DBusMessageIter list, item, value;
+    dbus_message_iter_open_container(&body, DBUS_TYPE_ARRAY, "{sv}", &list);
+    for (const auto &[key, name] : tokens) {
+        const std::string token = variable(name);
+        if (token.empty() || token.size() > maximumToken || !isPlain(token))
+            continue;
+        const char *text = token.c_str();
+        dbus_message_iter_open_container(&list, DBUS_TYPE_DICT_ENTRY, nullptr, &item);
+        dbus_message_iter_append_basic(&item, DBUS_TYPE_STRING, &key);
+        dbus_message_iter_open_container(&item, DBUS_TYPE_VARIANT, "s", &value);
+        dbus_message_iter_append_basic(&value, DBUS_TYPE_STRING, &text);
+        dbus_message_iter_close_container(&item, &value);
+        dbus_message_iter_close_container(&list, &item);
+    }
+    dbus_message_iter_close_container(&body, &list);
 }
 
-std::string methodCall(const Identity &identity, std::string_view interface, std::string_view method,
-                       std::string_view signature, const BusWriter &body)
+void appendArguments(DBusMessageIter &body, std::span<char *const> arguments)
 {
-    return BusClient::methodCall(identity.busName(), identity.objectPath(), interface, method, signature,
-                                 body.written());
+    DBusMessageIter list, bytes;
+    dbus_message_iter_open_container(&body, DBUS_TYPE_ARRAY, "ay", &list);
+    for (const char *argument : arguments) {
+        dbus_message_iter_open_container(&list, DBUS_TYPE_ARRAY, "y", &bytes);
+        dbus_message_iter_append_fixed_array(&bytes, DBUS_TYPE_BYTE, &argument, int(std::strlen(argument)));
+        dbus_message_iter_close_container(&list, &bytes);
+    }
+    dbus_message_iter_close_container(&body, &list);
 }
 
-/// The panel as it is: a request that is answered before the panel is there, so nothing is to be waited for.
-std::string activation(const Identity &identity)
+/// The call to make; null for what the application of a group is not asked, but answers as a new process.
+Message requestFor(const Identity &identity, std::span<char *const> arguments)
 {
-    BusWriter body;
-    writePlatformData(body);
-    return methodCall(identity, applicationInterface, "Activate", "a{sv}", body);
-}
+    enum class Method { Activate, ActivateAction, Run };
+    // The panel as it is: a request that is answered before the panel is there, so nothing is to be waited for.
+    Method method = Method::Activate;
+    if (!arguments.empty() && !identity.isAgent())
+        method = Method::Run;
+    else if (arguments.size() == 2 && arguments[0] == std::string_view("--action") && isPlain(arguments[1]))
+        method = Method::ActivateAction; // an entry of the menu that the application of a group has in docks
+    else if (!arguments.empty())
+        return {nullptr, dbus_message_unref};
 
-/// An entry of the menu that the application of a group has in docks.
-std::string actionActivation(const Identity &identity, const char *action)
-{
-    BusWriter body;
-    body.string(action);
-    body.array(1, [] {});
-    writePlatformData(body);
-    return methodCall(identity, applicationInterface, "ActivateAction", "sava{sv}", body);
-}
-
-std::string commandLine(const Identity &identity, std::span<char *const> arguments)
-{
-    BusWriter body;
-    body.array(4, [&] {
-        for (const char *argument : arguments)
-            body.bytes(argument);
-    });
-    writePlatformData(body);
-    return methodCall(identity, "com.vantor.cobblet.CommandLine", "Run", "aaya{sv}", body);
-}
-
-/// What to ask; empty for what the application of a group is not asked, but answers as a new process.
-std::string requestFor(const Identity &identity, std::span<char *const> arguments)
-{
-    if (arguments.empty())
-        return activation(identity);
-    if (!identity.isAgent())
-        return commandLine(identity, arguments);
-    return arguments.size() == 2 && arguments[0] == std::string_view("--action") && isPlain(arguments[1])
-               ? actionActivation(identity, arguments[1])
-               : std::string();
+    Message request(dbus_message_new_method_call(identity.busName().c_str(), identity.objectPath().c_str(),
+                                                 method == Method::Run ? "com.vantor.cobblet.CommandLine"
+                                                                       : "org.freedesktop.Application",
+                                                 method == Method::Run              ? "Run"
+                                                 : method == Method::ActivateAction ? "ActivateAction"
+                                                                                    : "Activate"),
+                    dbus_message_unref);
+    dbus_message_set_auto_start(request.get(), FALSE);
+    DBusMessageIter body, none;
+    dbus_message_iter_init_append(request.get(), &body);
+    if (method == Method::Run) {
+        appendArguments(body, arguments);
+    } else if (method == Method::ActivateAction) {
+        const char *action = arguments[1];
+        dbus_message_iter_append_basic(&body, DBUS_TYPE_STRING, &action);
+        dbus_message_iter_open_container(&body, DBUS_TYPE_ARRAY, "v", &none);
+        dbus_message_iter_close_container(&body, &none);
+    }
+    appendPlatformData(body);
+    return request;
 }
 
 bool waitsForApplications(std::span<char *const> arguments)
@@ -114,35 +190,23 @@ bool waitsForApplications(std::span<char *const> arguments)
     return verb == "launch" || verb == "quit" || verb == "hide" || verb == "say" || verb.starts_with("cobblet:");
 }
 
-Answer refusal(const BusReply &reply)
+std::optional<Answer> refusal(const DBusError &error)
 {
-    const std::string_view name = reply.error;
-    constexpr std::string_view common = "org.freedesktop.DBus.Error.";
-    const std::string_view kind = name.starts_with(common) ? name.substr(common.size()) : "";
-    if (kind == "ServiceUnknown" || kind == "NameHasNoOwner")
+    const auto is = [&](auto... names) { return (dbus_error_has_name(&error, names) || ...); };
+    if (is(DBUS_ERROR_SERVICE_UNKNOWN, DBUS_ERROR_NAME_HAS_NO_OWNER))
         return {};
-    if (kind == "NoReply")
+    if (is(DBUS_ERROR_NO_REPLY))
         return failed(EX_TEMPFAIL, "Cobblet ended before it answered. Try again.");
-    if (kind == "UnknownMethod" || kind == "UnknownInterface" || kind == "UnknownObject")
+    if (is(DBUS_ERROR_DISCONNECTED)) // asked once is enough: it may have been done
+        return failed(EX_PROTOCOL, "the session bus ended the connection. Try again.");
+    if (is(DBUS_ERROR_UNKNOWN_METHOD, DBUS_ERROR_UNKNOWN_INTERFACE, DBUS_ERROR_UNKNOWN_OBJECT))
         return failed(EX_UNAVAILABLE, "the running Cobblet is of another version. End it and try again.");
-    const auto why = reply.signature.starts_with('s') ? BusReader(reply.body).string() : std::nullopt;
-    return failed(EX_UNAVAILABLE, "the running Cobblet refused: " + std::string(why.value_or(name)));
-}
-
-Answer answerIn(const BusReply &reply)
-{
-    BusReader body(reply.body);
-    const auto status = body.number();
-    const auto output = body.string();
-    const auto errors = body.string();
-    if (reply.signature != "iss" || !status || !output || !errors)
-        return failed(EX_PROTOCOL, "the running Cobblet is of another version. End it and try again.");
-    return {Answer::Kind::Carried, int(*status), std::string(*output), std::string(*errors)};
+    return failed(EX_UNAVAILABLE, std::string("the running Cobblet refused: ") + error.message);
 }
 
 } // namespace
 
-Answer askRunningInstance(const Identity &identity, std::span<char *const> arguments)
+std::optional<Answer> askRunningInstance(const Identity &identity, std::span<char *const> arguments)
 {
     size_t bytes = 0;
     for (const char *argument : arguments) {
@@ -151,29 +215,39 @@ Answer askRunningInstance(const Identity &identity, std::span<char *const> argum
         if (size > maximumArgument || bytes > maximumArguments)
             return failed(EX_USAGE, "that is more text than a name or a phrase can be.");
     }
-    const std::string request = requestFor(identity, arguments);
-    if (request.empty())
+    if (!dbus_validate_bus_name(identity.busName().c_str(), nullptr) ||
+        !dbus_validate_path(identity.objectPath().c_str(), nullptr))
         return {};
-    BusClient bus(std::getenv("DBUS_SESSION_BUS_ADDRESS"), std::getenv("XDG_RUNTIME_DIR"));
-    if (!bus.connected())
+    const Message request = requestFor(identity, arguments);
+    if (!request)
         return {};
 
-    BusReply reply;
-    switch (bus.ask(request, waitsForApplications(arguments) ? patienceForApplications : patience, reply)) {
-    case BusClient::Outcome::HungUp: // another user's bus, for one: there is no instance on it for this process
+    Patience wait(waitsForApplications(arguments) ? patienceForApplications : patience);
+    dbus_connection_set_change_sigpipe(FALSE); // the application that this may become is to find it as it was
+    const Connection bus = connectToBus();
+    // A bus that refuses this process, as that of another user does, has no instance for it.
+    if (!bus || !dbus_bus_register(bus.get(), nullptr))
         return {};
-    case BusClient::Outcome::Silent:
-        return failed(EX_TEMPFAIL, "the session bus does not answer. Wait a moment and try again.");
-    case BusClient::Outcome::NoReply:
-        return failed(EX_TEMPFAIL, "the running Cobblet does not answer. Wait a moment, or end it and try again.");
-    case BusClient::Outcome::Nonsense:
-        return failed(EX_PROTOCOL, "what answers as the session bus is none.");
-    case BusClient::Outcome::Replied:
-        break;
+    wait.waitForInstance();
+    dbus_connection_set_max_message_size(bus.get(), maximumAnswer);
+    DBusError error = DBUS_ERROR_INIT;
+    const Message reply(
+        dbus_connection_send_with_reply_and_block(bus.get(), request.get(), DBUS_TIMEOUT_INFINITE, &error),
+        dbus_message_unref);
+    if (!reply) {
+        const auto answer = refusal(error);
+        dbus_error_free(&error);
+        return answer;
     }
-    if (!reply.error.empty())
-        return refusal(reply);
-    return arguments.empty() || identity.isAgent() ? Answer{Answer::Kind::Carried, EX_OK, {}, {}} : answerIn(reply);
+    if (arguments.empty() || identity.isAgent())
+        return Answer{};
+    dbus_int32_t status = 0;
+    const char *output = nullptr, *errors = nullptr;
+    if (!dbus_message_has_signature(reply.get(), "iss") ||
+        !dbus_message_get_args(reply.get(), nullptr, DBUS_TYPE_INT32, &status, DBUS_TYPE_STRING, &output,
+                               DBUS_TYPE_STRING, &errors, DBUS_TYPE_INVALID))
+        return failed(EX_PROTOCOL, "the running Cobblet is of another version. End it and try again.");
+    return Answer{status, output, errors};
 }
 
 } // namespace cobblet

@@ -52,11 +52,9 @@ int print(const Answer &answer)
 
 int becomeApplication(const Identity &identity, char **argv)
 {
-    const std::string path = identity.bundle.empty() ? std::string() : identity.bundle + "/Contents/MacOS/cobblet";
-    if (!path.empty())
-        execv(path.c_str(), argv);
-    complain("Cobblet can't be started" +
-             (path.empty() ? std::string() : " from " + path + ": " + std::strerror(errno)) +
+    const std::string path = identity.bundle + "/Contents/MacOS/cobblet";
+    execv(path.c_str(), argv);
+    complain("Cobblet can't be started from " + path + ": " + std::strerror(errno) +
              ". Install it again, all of it.");
     return EX_UNAVAILABLE;
 }
@@ -74,10 +72,8 @@ int main(int argc, char **argv)
     if (!keepStandardStreams())
         return EX_OSERR;
     const Identity identity = Identity::own();
-    if (argc < 2 || !isForTheApplication(argv[1])) {
-        const Answer answer = askRunningInstance(identity, {argv + 1, size_t(argc > 1 ? argc - 1 : 0)});
-        if (answer.kind == Answer::Kind::Carried)
-            return print(answer);
-    }
+    if (argc < 2 || !isForTheApplication(argv[1]))
+        if (const auto answer = askRunningInstance(identity, {argv + 1, size_t(argc > 1 ? argc - 1 : 0)}))
+            return print(*answer);
     return becomeApplication(identity, argv);
 }

@@ -25,43 +25,27 @@ class Installation(unittest.TestCase):
 
     def install(self, prefix, **environment):
         return subprocess.run(["cmake", "--install", BUILD, "--prefix", prefix], env={**os.environ, **environment},
-                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, timeout=120, check=False)
-
-    def check(self, root, prefix):
-        """The files below `root` that make up an installation for `prefix`."""
-        here = pathlib.Path(f"{root}{prefix}")
-        for name in FILES:
-            self.assertTrue((here / name).exists(), name)
-        contents = (here / "bin/cobblet").resolve().parents[1]
-        self.assertTrue(contents.is_relative_to(here.resolve()))
-        application = pathlib.Path(prefix) / contents.relative_to(here.resolve()) / "MacOS/cobblet"
-        self.assertTrue(os.access(f"{root}{application}", os.X_OK))
-
-        entry = configparser.ConfigParser(interpolation=None)
-        entry.optionxform = str
-        entry.read(here / "share/applications/com.vantor.cobblet.desktop", encoding="utf-8")
-        self.assertEqual(entry["Desktop Entry"]["Exec"], f'"{prefix}/bin/cobblet" %u')
-        service = configparser.ConfigParser(interpolation=None)
-        service.read(here / "share/dbus-1/services/com.vantor.cobblet.service", encoding="utf-8")
-        self.assertEqual(dict(service["D-BUS Service"]),
-                         {"name": "com.vantor.cobblet", "exec": f'"{application}" --service'})
-        return here
+                              stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True, timeout=120, check=False)
 
     def test_everything_is_there_and_names_its_place(self):
-        prefix = self.folder / "odd & far (away)"
-        self.assertEqual(self.install(prefix).returncode, 0)
-        here = self.check("", prefix)
-        result = subprocess.run(["desktop-file-validate", here / "share/applications/com.vantor.cobblet.desktop"],
-                                stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
-        self.assertEqual((result.returncode, result.stdout), (0, ""))
-        # The command finds the application from there.
-        result = subprocess.run([here / "bin/cobblet", "--version"], stdout=subprocess.PIPE, text=True, timeout=60,
-                                check=False)
-        self.assertEqual((result.returncode, result.stdout.split()[0]), (0, "Cobblet"))
-
-    def test_a_package_is_made_below_another_root(self):
-        self.assertEqual(self.install("/usr", DESTDIR=str(self.folder)).returncode, 0)
-        self.check(self.folder, pathlib.Path("/usr"))
+        for root, prefix in (("", self.folder / "odd & far (away)"), (str(self.folder), pathlib.Path("/usr"))):
+            with self.subTest(prefix):
+                self.assertEqual(self.install(prefix, DESTDIR=root).returncode, 0)
+                here = pathlib.Path(f"{root}{prefix}")
+                self.assertEqual([name for name in FILES if not (here / name).exists()], [])
+                contents = (here / "bin/cobblet").resolve().parents[1].relative_to(here.resolve())
+                desktop = here / "share/applications/com.vantor.cobblet.desktop"
+                for file, section, key, expected in (
+                        (desktop, "Desktop Entry", "Exec", f'"{prefix}/bin/cobblet" %u'),
+                        (here / FILES[2], "D-BUS Service", "Exec", f'"{prefix / contents}/MacOS/cobblet" --service')):
+                    entry = configparser.ConfigParser(interpolation=None)
+                    entry.read(file, encoding="utf-8")
+                    self.assertEqual(entry[section][key], expected)
+                valid = subprocess.run(["desktop-file-validate", desktop], capture_output=True, text=True, check=False)
+                self.assertEqual((valid.returncode, valid.stdout), (0, ""))
+                # The command finds the application from there.
+                self.assertIn("Cobblet", subprocess.run([here / "bin/cobblet", "--version"], capture_output=True, text=True,
+                                                        timeout=60, check=True).stdout)
 
     def test_a_prefix_that_entries_cannot_name_is_refused(self):
         result = self.install(self.folder / "100%")
