@@ -1,41 +1,43 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace cobblet::seal {
 
 /// Where the seal lies, relative to the bundle.
-constexpr const char *contentsFolder = "Contents";
-constexpr const char *sealFolder = "_CodeSignature";
-constexpr const char *sealPath = "Contents/_CodeSignature";
-constexpr const char *sealFile = "CodeResources";
+constexpr const char *sealFolder = "Contents/_CodeSignature";
+constexpr const char *sealFile = "Contents/_CodeSignature/CodeResources";
 
 constexpr int maximumDepth = 32;
 constexpr size_t maximumRecords = 20000;
 
 /// One thing below the bundle.
 struct Record {
-    enum class Kind {
-        File,
-        Link,
-        Folder,
-        Unusable ///< a seal can't vouch for it: a pipe, a file that can't be read, a stranger beside the seal
+    enum class Kind : char {
+        File = 'F',
+        Link = 'L',
+        Folder = 'D',
+        Unusable = '?' ///< a seal can't vouch for it: a pipe, a file that can't be read, a stranger beside the seal
     };
 
-    std::string path; ///< relative to the bundle, in the bytes of the file system
+    std::string path; ///< relative to the bundle, as encoded() writes it
     Kind kind = Kind::File;
-    std::string value;    ///< the SHA-256 in hexadecimal, where a link leads, or what is wrong: "is a named pipe"
-    unsigned execute = 0; ///< of a file: the mode's three bits
-
-    bool operator==(const Record &) const = default;
+    std::string value;   ///< the SHA-256 in hexadecimal, where a link leads, or what is wrong: "is a named pipe"
+    std::string execute; ///< who may execute a file: some of "ugo"
 };
 
-/// Everything below the bundle but the seal, in the order of the paths' bytes. Links are not followed.
-std::vector<Record> readTree(int bundle);
+/// The bytes in printable ASCII, all others and "%" as "%XX": terminals obey some of them.
+std::string encoded(std::string_view bytes);
 
-/// What `errno` says, as the end of a sentence.
-std::string cause();
+/// Hands the content of a regular file on in pieces. False, with errno, when it can't be read: a link is not
+/// followed, and a pipe in the file's place is not waited for.
+bool readFile(const std::string &path, const std::function<void(std::string_view)> &take);
+
+/// Everything below the bundle but the seal, in the order of the paths. Links are not followed.
+std::vector<Record> readTree(const std::string &bundle);
 
 } // namespace cobblet::seal

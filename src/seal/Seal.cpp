@@ -1,14 +1,15 @@
 #include "seal/Seal.h"
 
 #include "seal/BundleTree.h"
-#include "seal/Descriptor.h"
-#include "seal/Manifest.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <optional>
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace cobblet::seal {
 
@@ -16,97 +17,95 @@ namespace {
 
 using Kind = Record::Kind;
 
-constexpr const char *temporaryFile = "CodeResources.tmp";
+constexpr std::string_view firstLine = "Cobblet seal 2\n";
+constexpr size_t maximumManifestBytes = 8 * 1024 * 1024;
 
-/// The folder at a path below another one, where no link leads out of it.
-int openFolder(int parent, const char *name)
-{
-    return openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-}
-
-int openBundle(const char *path)
-{
-    return open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-}
-
+/// About a path that is encoded.
 std::string sentence(std::string_view path, const std::string &predicate)
 {
-    return encoded(path) + ' ' + predicate + '.';
+    return std::string(path) + ' ' + predicate + '.';
 }
 
-Faults noBundle(const char *path)
+std::string because(int error)
 {
-    return {sentence(path, "is no bundle: " + cause())};
+    return std::string(": ") + std::strerror(error);
 }
 
-bool writeWhole(int file, std::string_view text)
+/// Whether it is a folder itself, and no link to one; errno says why not.
+bool isFolder(const std::string &path)
 {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0)
+        return false;
+    errno = ENOTDIR;
+    return S_ISDIR(status.st_mode);
+}
+
+// The manifest is a line for each file and link, in the order of the paths: its kind, what it holds, who may execute
+// it, and its path, which holds no tab and no line break.
+
+std::string lineOf(const Record &record)
+{
+    return char(record.kind) + ('\t' + record.value) + '\t' + record.execute + '\t' + record.path + '\n';
+}
+
+/// Cuts off what stands before the separator; absent when there is none.
+std::optional<std::string> cut(std::string_view &text, char separator)
+{
+    const size_t end = text.find(separator);
+    if (end == text.npos)
+        return {};
+    std::string part(text.substr(0, end));
+    text.remove_prefix(end + 1);
+    return part;
+}
+
+/// Absent for a text that no seal has.
+std::optional<std::vector<Record>> parsed(std::string_view text)
+{
+    const bool isPlain = std::all_of(text.begin(), text.end(),
+                                     [](char c) { return (c >= ' ' && c <= '~') || c == '\t' || c == '\n'; });
+    if (!isPlain || !text.starts_with(firstLine))
+        return {};
+    text.remove_prefix(firstLine.size());
+    std::vector<Record> records;
     while (!text.empty()) {
-        const ssize_t written = write(file, text.data(), text.size());
-        if (written < 0 && errno != EINTR)
-            return false;
-        text.remove_prefix(size_t(written < 0 ? 0 : written));
+        const auto kind = cut(text, '\t'), value = cut(text, '\t'), execute = cut(text, '\t'), path = cut(text, '\n');
+        if (!path || (*kind != "F" && *kind != "L") || (!records.empty() && records.back().path >= *path))
+            return {};
+        records.push_back({*path, Kind(kind->front()), *value, *execute});
     }
-    return fsync(file) == 0;
+    return records;
 }
 
-/// False when the manifest could not be written; errno says why.
-bool store(int folder, std::string_view text)
+/// False, with errno, when the file could not be written whole. The old one stays until the new one is.
+bool store(const std::string &path, std::string_view text)
 {
-    const Descriptor file(openat(folder, temporaryFile, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644));
+    const std::string temporary = path + ".tmp";
+    unlink(temporary.c_str()); // of a process that was killed
+    const int file = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644);
     if (file < 0)
         return false;
-    if (writeWhole(file, text) && renameat(folder, temporaryFile, folder, sealFile) == 0)
-        return true;
+    ssize_t written = 0;
+    while (!text.empty() && (written = write(file, text.data(), text.size())) >= 0)
+        text.remove_prefix(size_t(written));
+    bool isWhole = written >= 0 && fsync(file) == 0;
+    isWhole = isWhole && rename(temporary.c_str(), path.c_str()) == 0;
     const int error = errno;
-    unlinkat(folder, temporaryFile, 0);
+    close(file);
+    if (!isWhole)
+        unlink(temporary.c_str());
     errno = error;
-    return false;
-}
-
-/// The manifest's text; absent, with errno, when it can't be read.
-std::optional<std::string> load(int bundle)
-{
-    const Descriptor contents(openFolder(bundle, contentsFolder));
-    const Descriptor folder(contents < 0 ? -1 : openFolder(contents, sealFolder));
-    const Descriptor file(folder < 0 ? -1 : openat(folder, sealFile, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
-    struct stat status {};
-    if (file < 0 || fstat(file, &status) != 0)
-        return {};
-    if (!S_ISREG(status.st_mode) || size_t(status.st_size) > maximumManifestBytes)
-        return std::string(); // no manifest of ours
-    std::string text(size_t(status.st_size), '\0');
-    for (size_t size = 0; size < text.size();) {
-        const ssize_t n = read(file, text.data() + size, text.size() - size);
-        if (n < 0 && errno != EINTR)
-            return {};
-        if (n == 0)
-            text.resize(size);
-        size += size_t(n < 0 ? 0 : n);
-    }
-    return text;
-}
-
-std::string nounOf(Kind kind)
-{
-    return kind == Kind::File ? "a file" : kind == Kind::Link ? "a symbolic link" : "a folder";
+    return isWhole;
 }
 
 /// How a thing differs from what was sealed; empty when it does not.
 std::string difference(const Record &sealed, const Record &found)
 {
-    if (found.kind == Kind::Unusable)
-        return found.value;
-    if (found.kind != sealed.kind)
-        return "was " + nounOf(sealed.kind) + " when the bundle was sealed, and is " + nounOf(found.kind);
-    if (found.value != sealed.value)
-        return found.kind == Kind::Link ? "leads elsewhere than when the bundle was sealed"
-                                        : "was changed after the bundle was sealed";
-    if (found.execute == sealed.execute)
-        return {};
-    return !found.execute    ? "can no longer be executed"
-           : !sealed.execute ? "could not be executed when the bundle was sealed"
-                             : "can be executed by others than when the bundle was sealed";
+    return found.kind != sealed.kind         ? "is of another kind than when the bundle was sealed"
+           : found.value != sealed.value     ? "was changed after the bundle was sealed"
+           : found.execute != sealed.execute ? "can be executed by others than when the bundle was sealed"
+                                             : "";
 }
 
 /// Both in the order of their paths.
@@ -114,21 +113,21 @@ Faults differences(const std::vector<Record> &sealed, const std::vector<Record> 
 {
     Faults faults;
     auto was = sealed.begin();
-    for (const Record &is : found) {
-        for (; was != sealed.end() && was->path < is.path; ++was)
+    const auto missingBefore = [&](const std::string *path) {
+        for (; was != sealed.end() && (!path || was->path < *path); ++was)
             faults.push_back(sentence(was->path, "is missing"));
-        std::string predicate;
-        if (was != sealed.end() && was->path == is.path)
-            predicate = difference(*was++, is);
-        else if (is.kind == Kind::Unusable)
-            predicate = is.value;
-        else if (is.kind != Kind::Folder)
-            predicate = "was added after the bundle was sealed";
+    };
+    for (const Record &is : found) {
+        missingBefore(&is.path);
+        const Record *same = was != sealed.end() && was->path == is.path ? &*was++ : nullptr;
+        const std::string predicate = is.kind == Kind::Unusable ? is.value
+                                      : same                    ? difference(*same, is)
+                                      : is.kind == Kind::Folder ? std::string()
+                                                                : "was added after the bundle was sealed";
         if (!predicate.empty())
             faults.push_back(sentence(is.path, predicate));
     }
-    for (; was != sealed.end(); ++was)
-        faults.push_back(sentence(was->path, "is missing"));
+    missingBefore(nullptr);
     return faults;
 }
 
@@ -136,49 +135,52 @@ Faults differences(const std::vector<Record> &sealed, const std::vector<Record> 
 
 Faults makeSeal(const char *path, bool replace)
 {
-    const Descriptor bundle(openBundle(path));
-    const Descriptor contents(bundle < 0 ? -1 : openFolder(bundle, contentsFolder));
-    if (contents < 0)
-        return noBundle(path);
-    if (mkdirat(contents, sealFolder, 0755) != 0 && errno != EEXIST)
-        return {sentence(sealPath, "can't be made: " + cause())};
-    const Descriptor folder(openFolder(contents, sealFolder));
-    if (folder < 0)
-        return {sentence(sealPath, "can't be opened: " + cause())};
-    if (!replace && faccessat(folder, sealFile, F_OK, AT_SYMLINK_NOFOLLOW) == 0)
-        return {sentence(path, "is sealed already; --force replaces the seal")};
-    unlinkat(folder, temporaryFile, 0); // of a process that was killed
+    const std::string bundle = path + std::string("/");
+    if (!isFolder(bundle + "Contents"))
+        return {sentence(encoded(path), "is no bundle" + because(errno))};
+    if ((mkdir((bundle + sealFolder).c_str(), 0755) != 0 && errno != EEXIST) || !isFolder(bundle + sealFolder))
+        return {sentence(sealFolder, "can't be made" + because(errno))};
+    struct stat status {};
+    if (!replace && lstat((bundle + sealFile).c_str(), &status) == 0)
+        return {sentence(encoded(path), "is sealed already; --force replaces the seal")};
 
-    const std::vector<Record> records = readTree(bundle);
     Faults faults;
-    for (const Record &record : records)
-        if (record.kind == Kind::Unusable)
+    std::string text(firstLine);
+    for (const Record &record : readTree(path)) {
+        // What an interrupted sealing left, and a seal that is no file, are about to be replaced.
+        const bool isOurs = record.path == sealFile || record.path == std::string(sealFile) + ".tmp";
+        if (record.kind == Kind::Unusable && !isOurs)
             faults.push_back(sentence(record.path, record.value));
+        else if (record.kind == Kind::File || record.kind == Kind::Link)
+            text += lineOf(record);
+    }
     if (!faults.empty())
         return faults;
-    const std::string text = manifest(records);
     if (text.size() > maximumManifestBytes)
-        return {sentence(path, "holds more names than a seal can")};
-    if (!store(folder, text))
-        return {sentence(sealPath, "can't be written: " + cause())};
+        return {sentence(encoded(path), "holds more names than a seal can")};
+    if (!store(bundle + sealFile, text))
+        return {sentence(sealFolder, "can't be written" + because(errno))};
     return {};
 }
 
 Faults checkSeal(const char *path)
 {
-    const Descriptor bundle(openBundle(path));
-    if (bundle < 0)
-        return noBundle(path);
-    const std::optional<std::string> text = load(bundle);
-    if (!text && errno == ENOENT)
-        return {sentence(path, "is not sealed")};
-    const std::string file = std::string(sealPath) + '/' + sealFile;
-    if (!text)
-        return {sentence(file, "can't be read: " + cause())};
-    const auto sealed = parsedManifest(*text);
+    const std::string bundle = path + std::string("/");
+    struct stat status {};
+    if (const int error = stat(path, &status) != 0 ? errno : S_ISDIR(status.st_mode) ? 0 : ENOTDIR; error != 0)
+        return {sentence(encoded(path), "is no bundle" + because(error))};
+    std::string text;
+    const auto take = [&](std::string_view bytes) {
+        if (text.size() <= maximumManifestBytes)
+            text += bytes;
+    };
+    if (!isFolder(bundle + "Contents") || !isFolder(bundle + sealFolder) || !readFile(bundle + sealFile, take))
+        return {errno == ENOENT ? sentence(encoded(path), "is not sealed")
+                                : sentence(sealFile, "can't be read" + because(errno))};
+    const auto sealed = text.size() <= maximumManifestBytes ? parsed(text) : std::nullopt;
     if (!sealed)
-        return {sentence(file, "is damaged: the bundle has to be sealed again")};
-    return differences(*sealed, readTree(bundle));
+        return {sentence(sealFile, "is damaged: the bundle has to be sealed again")};
+    return differences(*sealed, readTree(path));
 }
 
 } // namespace cobblet::seal

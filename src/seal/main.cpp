@@ -3,11 +3,10 @@
 #include "seal/Seal.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <string_view>
-#include <vector>
 
 #include <fcntl.h>
-#include <unistd.h>
 
 namespace {
 
@@ -16,26 +15,12 @@ using namespace cobblet::seal;
 constexpr size_t maximumSentences = 20;
 enum Outcome { Sound = 0, Unsound = 1, Misused = 2 };
 
-void complain(std::string text)
-{
-    text += '\n';
-    for (std::string_view rest(text); !rest.empty();) {
-        const ssize_t written = write(STDERR_FILENO, rest.data(), rest.size());
-        if (written <= 0)
-            return;
-        rest.remove_prefix(size_t(written));
-    }
-}
-
 int report(const Faults &faults)
 {
-    std::string text;
     for (size_t i = 0; i < std::min(faults.size(), maximumSentences); ++i)
-        text += (i ? "\ncodesign: " : "codesign: ") + faults[i];
+        std::fprintf(stderr, "codesign: %s\n", faults[i].c_str());
     if (faults.size() > maximumSentences)
-        text += "\ncodesign: And " + std::to_string(faults.size() - maximumSentences) + " more.";
-    if (!faults.empty())
-        complain(text);
+        std::fprintf(stderr, "codesign: And %zu more.\n", faults.size() - maximumSentences);
     return faults.empty() ? Sound : Unsound;
 }
 
@@ -63,6 +48,7 @@ int main(int argc, char **argv)
         return report(makeSeal(bundle, true));
     if (words == Words{"--deep", "--sign", "-"})
         return report(makeSeal(bundle, false));
-    complain("usage: codesign [--force] --deep --sign - BUNDLE\n       codesign --verify --strict BUNDLE");
+    std::fputs("usage: codesign [--force] --deep --sign - BUNDLE\n       codesign --verify --strict BUNDLE\n",
+               stderr);
     return Misused;
 }
