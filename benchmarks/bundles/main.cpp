@@ -4,6 +4,8 @@
 //   cobblet_bench_bundles BUNDLE [ROUNDS]
 //
 // prints one line of JSON: the milliseconds of each step, one sample for each round.
+#include "model/Identifiers.h"
+#include "platform/AtomicFile.h"
 #include "platform/FileTree.h"
 #include "platform/freedesktop/FreedesktopBundleTools.h"
 #include "platform/freedesktop/apps/DesktopEntryRegistry.h"
@@ -122,8 +124,7 @@ private:
     {
         const AppGroup group = nextGroup(m_id);
         const QString file = bundle + QStringLiteral("/Contents/Resources/AppIcon.icns");
-        if (const auto failure = m_groupIcons.writeIcon(group, file))
-            need(false, message(*failure));
+        need(writeAtomically(file, encodeIconFile(m_groupIcons.images(group))));
     }
 
     void floor()
@@ -148,7 +149,7 @@ private:
             sum += timed((name + " register").c_str(), [&] { m_builder.registerBundle(m_destination, group); });
             m_samples[name + " whole"].push_back(sum);
         }
-        need(m_registry.registeredAgents() == QStringList(agentIdentifier(m_id)),
+        need(m_registry.registered(identifier::agentPrefix) == QStringList(agentIdentifier(m_id)),
              QStringLiteral("The application was not registered."));
         need(m_registry.unregisterBundle(agentIdentifier(m_id)));
     }

@@ -1,5 +1,6 @@
 // Drawing a group's tile and writing its icon file, beside scaling one tile and writing it as plain files.
 #include "model/AppGroup.h"
+#include "platform/AtomicFile.h"
 #include "standalone/GroupIconProvider.h"
 #include "standalone/IconProvider.h"
 #include "support/FakeDesktop.h"
@@ -69,7 +70,8 @@ void iconFile(benchmark::State &state)
     const Tiles tiles;
     const AppGroup group = withEmoji(U'🎨');
     for (auto _ : state)
-        if (tiles.provider.writeIcon(group, folder.filePath(QStringLiteral("AppIcon.icns"))))
+        if (!writeAtomically(folder.filePath(QStringLiteral("AppIcon.icns")),
+                             encodeIconFile(tiles.provider.images(group))))
             qFatal("The temporary folder can't be written.");
 }
 

@@ -124,14 +124,15 @@ void GroupReports::quit(const QList<AppItem> &apps, Done done)
 {
     const Shared report = begin(apps, std::move(done));
     const QSet<QString> running = runningIDs(m_running);
-    const Status known = m_running.availability();
+    const Availability known = m_running.availability();
+    const bool sees = known.level == Availability::Level::Works;
     bool asks = false;
     for (Report::Entry &entry : report->entries) {
         if (running.contains(entry.id)) {
             entry.state = Report::State::AskedToQuit;
             asks = true;
         } else {
-            entry.settle(known ? Kind::NotRunning : Kind::Failed, known.error());
+            entry.settle(sees ? Kind::NotRunning : Kind::Failed, known.sentence);
         }
     }
     if (asks) {
@@ -148,11 +149,12 @@ void GroupReports::hide(const QList<AppItem> &apps, Done done)
 {
     const Shared report = begin(apps, std::move(done));
     const QSet<QString> running = runningIDs(m_running);
-    const Status known = m_running.availability();
+    const Availability known = m_running.availability();
+    const bool sees = known.level == Availability::Level::Works;
     m_actions.hideAll(apps);
     for (Report::Entry &entry : report->entries) {
         const Kind kind = running.contains(entry.id) ? Kind::Hidden : Kind::NotRunning;
-        entry.settle(known ? kind : Kind::Failed, known.error());
+        entry.settle(sees ? kind : Kind::Failed, known.sentence);
     }
     finishIfSettled(report);
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Result.h"
+#include "platform/Availability.h"
 
 #include <QList>
 #include <QObject>
@@ -24,9 +24,9 @@ public:
     /// In the system's order (first started first).
     virtual QList<RunningApplication> runningApplications() const = 0;
 
-    /// Ok when the list is complete; else why this process cannot see, or not reach, the applications it did not
+    /// Works when the list is complete; else why this process cannot see, or not reach, the applications it did not
     /// start itself.
-    virtual Status availability() const { return {}; }
+    virtual Availability availability() const = 0;
 
     /// Iconifies all its windows.
     virtual void hide(const RunningApplication &application) = 0;

@@ -126,8 +126,10 @@ BuildOutcome BundleBuilder::prepare(const QString &bundle, const AppGroup &group
             return failure;
     if (const Status written = writeAtomically(config, encode({group})); !written)
         return Error{written.error()};
-    if (const auto failure = m_services.icons.writeIcon(group, bundle + iconFile))
-        return *failure;
+    const QList<IconFileImage> icons = m_services.icons.images(group);
+    if (icons.isEmpty() || !writeAtomically(bundle + iconFile, encodeIconFile(icons)))
+        return StandaloneError::IconRenderFailed;
+    m_icons.insert(group.id, icons);
     return {};
 }
 
@@ -179,7 +181,10 @@ void BundleBuilder::registerBundle(const QString &bundle, const AppGroup &group)
     // What shows icons reads one again when its file is newer.
     touch(bundle);
     touch(bundle + iconFile);
-    if (const Status registered = m_services.registry.registerBundle(bundle, groupMenu(group)); !registered)
+    const Status registered = m_services.registry.registerBundle(
+        {bundle, agentIdentifier(group.id), group.name, QStringLiteral("Opens this group of applications"),
+         bundle + QStringLiteral("/Contents/Helpers/cobblet"), m_icons.take(group.id), groupMenu(group)});
+    if (!registered)
         qCWarning(log).noquote() << registered.error();
 }
 

@@ -1,9 +1,13 @@
 #pragma once
 
 #include "platform/BundleTools.h"
+#include "platform/IconFile.h"
 #include "platform/Tool.h"
 #include "standalone/AgentsFolder.h"
 #include "standalone/BuildFailure.h"
+
+#include <QHash>
+#include <QUuid>
 
 #include <functional>
 
@@ -40,7 +44,7 @@ public:
     /// Writes the group into a copy of the program's bundle.
     BuildOutcome prepare(const QString &bundle, const AppGroup &group);
     BuildOutcome sign(const QString &bundle);
-    /// Makes the desktop look at the bundle afresh. What fails is logged.
+    /// Makes the desktop look at the bundle afresh that was built last for this group. What fails is logged.
     void registerBundle(const QString &bundle, const AppGroup &group);
     /// Takes the bundle and its registration away.
     Status remove(const AgentBundle &bundle);
@@ -58,6 +62,7 @@ private:
 
     const Services m_services;
     ToolRunner m_runner;
+    QHash<QUuid, QList<IconFileImage>> m_icons; ///< of the bundles that are built and not registered yet
 };
 
 } // namespace cobblet

@@ -1,8 +1,6 @@
 #include "standalone/GroupIconProvider.h"
 
 #include "model/AppGroup.h"
-#include "platform/AtomicFile.h"
-#include "platform/IconFile.h"
 #include "platform/Workspace.h"
 #include "standalone/IconProvider.h"
 #include "standalone/TileText.h"
@@ -142,15 +140,13 @@ QImage GroupIconProvider::icon(const QString &bundleID, int pixels) const
     return image;
 }
 
-std::optional<StandaloneError> GroupIconProvider::writeIcon(const AppGroup &group, const QString &path) const
+QList<IconFileImage> GroupIconProvider::images(const AppGroup &group) const
 {
     QList<IconFileImage> images;
     for (const int size : iconFileSizes)
         if (const QImage tile = cgImage(group, size); !tile.isNull())
             images.append({size, png(tile)});
-    if (images.isEmpty() || !writeAtomically(path, encodeIconFile(images)))
-        return StandaloneError::IconRenderFailed;
-    return {};
+    return images;
 }
 
 } // namespace cobblet

@@ -1,13 +1,12 @@
 #pragma once
 
-#include "standalone/BuildFailure.h"
+#include "platform/IconFile.h"
 
 #include <QColor>
 #include <QHash>
 #include <QImage>
 #include <QUuid>
 
-#include <optional>
 #include <shared_mutex>
 #include <utility>
 
@@ -34,9 +33,8 @@ public:
 
     /// The tile, drawn now and not kept.
     QImage cgImage(const AppGroup &group, int size) const;
-    /// Writes the icon file, which has the tile in seven sizes; absent when it is written. What was at the path stays
-    /// whole until the new file is.
-    std::optional<StandaloneError> writeIcon(const AppGroup &group, const QString &path) const;
+    /// The tile in the seven sizes of an icon file; empty when there is no memory for any.
+    QList<IconFileImage> images(const AppGroup &group) const;
 
 private:
     using Key = std::pair<QUuid, int>;

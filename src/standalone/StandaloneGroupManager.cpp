@@ -2,6 +2,7 @@
 
 #include "model/ConfigManager.h"
 #include "model/GroupCoding.h"
+#include "model/Identifiers.h"
 #include "model/Notifications.h"
 #include "platform/Dialogs.h"
 #include "platform/DistributedNotifications.h"
@@ -118,7 +119,9 @@ void StandaloneGroupManager::start()
 void StandaloneGroupManager::reconcile()
 {
     inBackground(
-        [this] { return std::pair(m_builder.folder().bundles(), m_services.registry.registeredAgents()); },
+        [this] {
+            return std::pair(m_builder.folder().bundles(), m_services.registry.registered(identifier::agentPrefix));
+        },
         [this](const std::pair<QList<AgentBundle>, QStringList> &found) {
             const auto isStandalone = [this](const QUuid &id) {
                 const AppGroup *group = m_services.config.group(id);

@@ -144,7 +144,7 @@ TEST_F(GroupReportsTest, HidesAtOnce)
 
 TEST_F(GroupReportsTest, SaysWhyApplicationsCannotBeReached)
 {
-    running.blind = Error{QStringLiteral("No display.")};
+    running.seen = Availability::partly(QStringLiteral("No display."));
     run("started.here", 1);
     reports->hide(items({"started.here"}), noting());
     reports->quit(items({"started.here", "b"}), noting());

@@ -19,9 +19,11 @@ namespace cobblet::test {
 /// Remembers what is registered. Any thread, as the real one.
 class FakeLaunchRegistry : public LaunchRegistry {
 public:
-    Status registerBundle(const QString &bundle, const QList<DockMenuItem> &menu) override
+    Availability availability() const override { return {}; }
+    Status registerBundle(const Registration &registration) override
     {
-        menus.insert(bundle, menu);
+        EXPECT_EQ(registration.icons.size(), 7) << "of the bundle that was built";
+        menus.insert(registration.bundle, registration.menu);
         ++registrations;
         return {};
     }
@@ -30,12 +32,12 @@ public:
         forgotten.append(identifier);
         return {};
     }
-    QStringList registeredAgents() const override { return registered; }
+    QStringList registered(const QString &) const override { return agents; }
 
     QMap<QString, QList<DockMenuItem>> menus; ///< by bundle
     int registrations = 0;
     QStringList forgotten;
-    QStringList registered;
+    QStringList agents; ///< what is registered
 };
 
 inline QString read(const QString &path)

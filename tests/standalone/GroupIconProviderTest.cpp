@@ -1,12 +1,8 @@
 #include "standalone/GroupIconProvider.h"
 #include "model/AppGroup.h"
-#include "platform/AtomicFile.h"
 #include "platform/IconFile.h"
 #include "standalone/IconProvider.h"
 #include "support/FakeDesktop.h"
-
-#include <QFile>
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -281,16 +277,11 @@ TEST_F(GroupIconProviderTest, ManyThreadsDrawWhileOthersClear)
     EXPECT_EQ(wrong, 0);
 }
 
-TEST_F(GroupIconProviderTest, IconFileHoldsTheTileInSevenSizes)
+TEST_F(GroupIconProviderTest, IconsAreTheTileInSevenSizes)
 {
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("AppIcon.icns"));
     for (const AppGroup &shown : {group(palette), grid(4)}) {
-        ASSERT_FALSE(tiles.writeIcon(shown, path));
-        const auto images = decodeIconFile(readBounded(path, 1024 * 1024).value());
-        ASSERT_TRUE(images);
         QList<int> sides;
-        for (const IconFileImage &image : images.value()) {
+        for (const IconFileImage &image : tiles.images(shown)) {
             sides.append(image.side);
             EXPECT_EQ(QImage::fromData(image.png),
                       tiles.cgImage(shown, image.side).convertToFormat(QImage::Format_ARGB32))
@@ -298,16 +289,6 @@ TEST_F(GroupIconProviderTest, IconFileHoldsTheTileInSevenSizes)
         }
         EXPECT_EQ(sides, sizes);
     }
-}
-
-TEST_F(GroupIconProviderTest, IconFileThatCannotBeWrittenIsAnError)
-{
-    const QTemporaryDir folder;
-    QFile file(folder.filePath(QStringLiteral("file")));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    const auto error = tiles.writeIcon(group(palette), file.fileName() + QStringLiteral("/AppIcon.icns"));
-    ASSERT_EQ(error, StandaloneError::IconRenderFailed);
-    EXPECT_FALSE(message(*error).isEmpty());
 }
 
 } // namespace

@@ -268,7 +268,7 @@ TEST_F(StandaloneGroupManagerTest, AStartRemovesWhatIsStrandedAndNothingElse)
     settle();
     test::write(agents + QStringLiteral("/Mine.app/note"), "mine");
     QFile::link(destination, agents + QStringLiteral("/Link.app"));
-    registry.registered = {agentIdentifier(work.id), agentIdentifier(QUuid::createUuid()),
+    registry.agents = {agentIdentifier(work.id), agentIdentifier(QUuid::createUuid()),
                            QStringLiteral("org.other")};
     registry.forgotten.clear();
     // What another process wrote while this program did not run.
@@ -283,7 +283,7 @@ TEST_F(StandaloneGroupManagerTest, AStartRemovesWhatIsStrandedAndNothingElse)
     EXPECT_EQ(leftovers(),
               QStringList({QStringLiteral("Link.app"), QStringLiteral("Mine.app"), QStringLiteral("Work.app")}));
     EXPECT_TRUE(registry.forgotten.contains(agentIdentifier(other.id)));
-    EXPECT_TRUE(registry.forgotten.contains(registry.registered[1]));
+    EXPECT_TRUE(registry.forgotten.contains(registry.agents[1]));
     EXPECT_FALSE(registry.forgotten.contains(agentIdentifier(work.id)));
     EXPECT_FALSE(registry.forgotten.contains(QStringLiteral("org.other")));
 }

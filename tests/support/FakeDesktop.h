@@ -70,7 +70,7 @@ public:
     explicit FakeRunningApplications(Log *log = nullptr) : m_log(log) {}
 
     QList<RunningApplication> runningApplications() const override { return running; }
-    Status availability() const override { return blind; }
+    Availability availability() const override { return seen; }
     void hide(const RunningApplication &a) override { record(QStringLiteral("hide"), a); }
     void unhide(const RunningApplication &a) override { record(QStringLiteral("unhide"), a); }
     void activate(const RunningApplication &a) override { record(QStringLiteral("activate"), a); }
@@ -82,7 +82,7 @@ public:
 
     QList<RunningApplication> running;
     QStringList calls; ///< "hide ID PID"
-    Status blind;      ///< an error: why other applications cannot be seen
+    Availability seen; ///< whether other applications can be seen
 
 private:
     void record(const QString &verb, const RunningApplication &application);

@@ -4,10 +4,6 @@
 
 #include "DesktopFixture.h"
 
-#include "platform/IconFile.h"
-#include "platform/InfoPlist.h"
-#include "platform/freedesktop/apps/ApplicationFolders.h"
-#include "platform/freedesktop/apps/DesktopEntry.h"
 #include "platform/freedesktop/apps/DesktopEntryRegistry.h"
 
 #include <QBuffer>
@@ -56,29 +52,24 @@ class DesktopEntryRegistryTest : public DesktopFixture {
 protected:
     /// A bundle whose program writes down how it was started. The name of its folder must be one that a file can
     /// have.
-    QString bundle(const QString &name, const QString &folder = QStringLiteral("Applications/Group.app"),
-                   const QString &id = identifier)
+    Registration bundle(const QString &name, const QString &folder = QStringLiteral("Applications/Group.app")) const
     {
         const QString path = home.path(folder);
-        write(path + QStringLiteral("/Contents/Info.plist"), "<plist version=\"1.0\"><dict/></plist>");
-        auto stated = InfoPlist::read(path).value();
-        stated->setText("CFBundleIdentifier", id);
-        stated->setText("CFBundleDisplayName", name);
-        stated->setText("CFBundleIconFile", QStringLiteral("AppIcon"));
-        EXPECT_TRUE(stated->write().ok());
         const QString program = path + QStringLiteral("/Contents/Helpers/cobblet");
         write(program,
               "#!/bin/sh\nprintf '%s\\0' \"$0\" \"$@\" >\"$HOME/out.tmp\"\nmv \"$HOME/out.tmp\" \"$HOME/out\"\n");
         ::chmod(QFile::encodeName(program).constData(), 0755);
-        setIcon(path, {16, 32, 64, 128, 256, 512, 1024}, Qt::red);
-        return path;
+        return {path,    identifier,
+                name,    QStringLiteral("Opens this group of applications"),
+                program, icons({16, 32, 64, 128, 256, 512, 1024}, Qt::red),
+                menu};
     }
-    void setIcon(const QString &path, const QList<int> &sides, Qt::GlobalColor colour)
+    static QList<IconFileImage> icons(const QList<int> &sides, Qt::GlobalColor colour)
     {
         QList<IconFileImage> images;
         for (const int side : sides)
             images.append({side, png(side, colour)});
-        write(path + QStringLiteral("/Contents/Resources/AppIcon.icns"), encodeIconFile(images));
+        return images;
     }
 
     QString icon(int side) const
@@ -145,8 +136,8 @@ TEST_F(DesktopEntryRegistryTest, OddNamesAndPlacesAreReadAsTheyAre)
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(qPrintable(row.name));
-        const QString path = bundle(row.name, row.folder);
-        const Status status = registry.registerBundle(path, menu);
+        const Registration made = bundle(row.name, row.folder);
+        const Status status = registry.registerBundle(made);
         ASSERT_TRUE(status.ok()) << qPrintable(status.error());
 
         QProcess judge;
@@ -170,23 +161,18 @@ TEST_F(DesktopEntryRegistryTest, OddNamesAndPlacesAreReadAsTheyAre)
                                                              g_free);
         EXPECT_EQ(QString::fromUtf8(title.get()), menu.first().title);
 
-        const QByteArray program = QFile::encodeName(path + QStringLiteral("/Contents/Helpers/cobblet"));
+        const QByteArray program = QFile::encodeName(made.program);
         EXPECT_TRUE(g_app_info_launch(G_APP_INFO(info.get()), nullptr, nullptr, nullptr));
         EXPECT_EQ(started(), QList<QByteArray>{program});
         g_desktop_app_info_launch_action(info.get(), "open-all", nullptr);
         EXPECT_EQ(started(), (QList<QByteArray>{program, "--action", "open-all"}));
-
-        const auto own = parseDesktopEntry(content(user(identifier)));
-        ASSERT_TRUE(own);
-        EXPECT_EQ(own->name, row.name);
-        EXPECT_EQ(withoutEnvPrefix(own->exec), QStringList{QFile::decodeName(program)});
     }
 }
 
 TEST_F(DesktopEntryRegistryTest, IconsAreWrittenInEverySizeOfTheThemeAndFollowTheBundle)
 {
-    const QString path = bundle(QStringLiteral("Work"));
-    ASSERT_TRUE(registry.registerBundle(path, menu).ok());
+    Registration made = bundle(QStringLiteral("Work"));
+    ASSERT_TRUE(registry.registerBundle(made).ok());
     for (const int side : iconSides)
         EXPECT_EQ(QImage(icon(side)).size(), QSize(side, side));
     EXPECT_EQ(files().size(), qsizetype(std::size(iconSides)) + 1);
@@ -197,14 +183,14 @@ TEST_F(DesktopEntryRegistryTest, IconsAreWrittenInEverySizeOfTheThemeAndFollowTh
     const ino_t iconBefore = inode(icon(512));
     const timespec past[2] = {{1000, 0}, {1000, 0}};
     ::utimensat(AT_FDCWD, qPrintable(theme), past, 0);
-    ASSERT_TRUE(registry.registerBundle(path, menu).ok());
+    ASSERT_TRUE(registry.registerBundle(made).ok());
     EXPECT_EQ(inode(user(identifier)), entryBefore);
     EXPECT_EQ(inode(icon(512)), iconBefore);
     EXPECT_LT(QFileInfo(theme).lastModified().secsTo(QDateTime::currentDateTime()), 60);
 
     // A new icon is a new entry too, or docks would keep the old picture. Sizes that are gone go.
-    setIcon(path, {16, 512}, Qt::blue);
-    ASSERT_TRUE(registry.registerBundle(path, menu).ok());
+    made.icons = icons({16, 512}, Qt::blue);
+    ASSERT_TRUE(registry.registerBundle(made).ok());
     EXPECT_EQ(QImage(icon(512)).pixelColor(0, 0), QColor(Qt::blue));
     EXPECT_FALSE(QFile::exists(icon(128)));
     EXPECT_NE(inode(user(identifier)), entryBefore);
@@ -214,14 +200,14 @@ TEST_F(DesktopEntryRegistryTest, ForeignLinksAreReplacedAndNotWrittenThrough)
 {
     const QString victim = home.path(QStringLiteral("victim"));
     write(victim, "precious");
-    const QString path = bundle(QStringLiteral("Work"));
-    ASSERT_TRUE(registry.registerBundle(path, menu).ok());
+    Registration made = bundle(QStringLiteral("Work"));
+    ASSERT_TRUE(registry.registerBundle(made).ok());
     for (const QString &file : {user(identifier), icon(64), icon(256)}) {
         QFile::remove(file);
         ASSERT_TRUE(QFile::link(victim, file));
     }
-    setIcon(path, {16, 32, 128, 256, 512}, Qt::red);
-    ASSERT_TRUE(registry.registerBundle(path, menu).ok());
+    made.icons = icons({16, 32, 128, 256, 512}, Qt::red);
+    ASSERT_TRUE(registry.registerBundle(made).ok());
     EXPECT_FALSE(QFileInfo(user(identifier)).isSymLink());
     EXPECT_FALSE(QFileInfo(icon(256)).isSymLink());
     EXPECT_FALSE(QFileInfo(icon(64)).isSymLink());
@@ -230,14 +216,14 @@ TEST_F(DesktopEntryRegistryTest, ForeignLinksAreReplacedAndNotWrittenThrough)
 
 TEST_F(DesktopEntryRegistryTest, AFullDiskLeavesWhatWasThere)
 {
-    const QString path = bundle(QStringLiteral("Work"));
+    Registration made = bundle(QStringLiteral("Work"));
     const auto onFullDisk = [&] {
         const auto before = std::signal(SIGXFSZ, SIG_IGN);
         rlimit unlimited{};
         ::getrlimit(RLIMIT_FSIZE, &unlimited);
         const rlimit full{800, unlimited.rlim_max}; // enough for the small icons
         ::setrlimit(RLIMIT_FSIZE, &full);
-        const Status status = registry.registerBundle(path, menu);
+        const Status status = registry.registerBundle(made);
         ::setrlimit(RLIMIT_FSIZE, &unlimited);
         std::signal(SIGXFSZ, before);
         return status;
@@ -247,53 +233,32 @@ TEST_F(DesktopEntryRegistryTest, AFullDiskLeavesWhatWasThere)
     EXPECT_THAT(onFullDisk().error().toStdString(), testing::HasSubstr("Can't write " + home.path().toStdString()));
     EXPECT_EQ(files(), QStringList());
 
-    ASSERT_TRUE(registry.registerBundle(path, menu).ok());
+    ASSERT_TRUE(registry.registerBundle(made).ok());
     const QByteArray entryBefore = content(user(identifier));
     const QByteArray iconBefore = content(icon(512));
     const qsizetype count = files().size();
-    setIcon(path, {16, 512}, Qt::blue);
+    made.icons = icons({16, 512}, Qt::blue);
     EXPECT_FALSE(onFullDisk().ok());
     EXPECT_EQ(content(user(identifier)), entryBefore);
     EXPECT_EQ(content(icon(512)), iconBefore);
     EXPECT_LE(files().size(), count);
 }
 
-TEST_F(DesktopEntryRegistryTest, OnlyGroupsIdentifiersBecomeFileNames)
+TEST_F(DesktopEntryRegistryTest, WhatCannotBeStartedOrNamedIsNotRegistered)
 {
-    for (const char *id :
-         {"", "com.cobblet.agent.", "com.vantor.cobblet", "com.cobblet.agent.../../../evil",
-          "com.cobblet.agent.0a1b2c3d-0000-4000-8000-00000000ffee", "0A1B2C3D-0000-4000-8000-00000000FFEE",
-          "com.cobblet.agent.0A1B2C3D-0000-4000-8000-00000000FFEE\n", "com.cobblet.agent.0A1B2C3D000040008000FFEE",
-          "xcom.cobblet.agent.0A1B2C3D-0000-4000-8000-00000000FFEE",
-          "com.cobblet.agent.0A1B2C3D-0000-4000-8000-00000000FFEE/../x"}) {
-        EXPECT_FALSE(
-            registry.registerBundle(bundle(QStringLiteral("x"), QStringLiteral("x.app"), QLatin1String(id)), {}).ok())
-            << id;
-        EXPECT_FALSE(registry.unregisterBundle(QLatin1String(id)).ok()) << id;
+    const QString evil = QStringLiteral("com.cobblet.agent.");
+    for (const QString &id :
+         {QString(), evil, QStringLiteral("plain"), evil + QStringLiteral("../../../evil"),
+          evil + QStringLiteral("a\n"), evil + QStringLiteral("A/../x"), evil + QString(300, u'x')}) {
+        Registration made = bundle(QStringLiteral("x"));
+        made.identifier = id;
+        EXPECT_FALSE(registry.registerBundle(made).ok()) << qPrintable(id);
+        EXPECT_FALSE(registry.unregisterBundle(id).ok()) << qPrintable(id);
     }
-    EXPECT_EQ(files(), QStringList());
-}
-
-TEST_F(DesktopEntryRegistryTest, AnIncompleteBundleIsNotRegistered)
-{
-    const struct {
-        const char *file;
-        const char *content; ///< null: it is missing
-        const char *said;
-    } rows[] = {{"Contents/Info.plist", nullptr, "Info.plist: No such file"},
-                {"Contents/Info.plist", "<plist version=\"1.0\"><array/></plist>", "damaged"},
-                {"Contents/Helpers/cobblet", nullptr, "there is no program"},
-                {"Contents/Resources/AppIcon.icns", nullptr, "AppIcon.icns: No such file"},
-                {"Contents/Resources/AppIcon.icns", "GIF89a", ""}};
-    for (const auto &row : rows) {
-        const QString path = bundle(QStringLiteral("Work"));
-        const QString file = path + u'/' + QLatin1String(row.file);
-        row.content ? write(file, row.content) : void(QFile::remove(file));
-        const Status status = registry.registerBundle(path, menu);
-        EXPECT_FALSE(status.ok()) << row.file;
-        EXPECT_THAT(status.error().toStdString(), testing::HasSubstr(row.said));
-    }
-    EXPECT_FALSE(registry.registerBundle(bundle(QStringLiteral("Work"), QStringLiteral("100%/a=b.app")), {}).ok());
+    Registration made = bundle(QStringLiteral("Work"));
+    QFile::remove(made.program);
+    EXPECT_THAT(registry.registerBundle(made).error().toStdString(), testing::HasSubstr("there is no program"));
+    EXPECT_FALSE(registry.registerBundle(bundle(QStringLiteral("Work"), QStringLiteral("100%/a=b.app"))).ok());
     EXPECT_EQ(files(), QStringList());
 }
 
@@ -305,7 +270,9 @@ TEST_F(DesktopEntryRegistryTest, ALongMenuKeepsWhatConcernsTheWholeGroup)
         items.append(item(("app-" + std::to_string(i)).c_str(), QStringLiteral("App %1").arg(i)));
     items.append({items[5], DockMenuItem(), item("open", QStringLiteral("Open All")),
                   item("hide", QStringLiteral("Hide All")), item("quit", QString(2000, u'q'))});
-    ASSERT_TRUE(registry.registerBundle(bundle(QStringLiteral("Work")), items).ok());
+    Registration made = bundle(QStringLiteral("Work"));
+    made.menu = items;
+    ASSERT_TRUE(registry.registerBundle(made).ok());
 
     const AppInfo info = readByGio(user(identifier));
     ASSERT_TRUE(info);
@@ -329,24 +296,25 @@ TEST_F(DesktopEntryRegistryTest, ALongMenuKeepsWhatConcernsTheWholeGroup)
 TEST_F(DesktopEntryRegistryTest, UnregisteringLeavesNothing)
 {
     const QString other = QStringLiteral("com.cobblet.agent.0A1B2C3D-0000-4000-8000-00000000FFEF");
-    ASSERT_TRUE(registry.registerBundle(bundle(QStringLiteral("Work")), menu).ok());
+    ASSERT_TRUE(registry.registerBundle(bundle(QStringLiteral("Work"))).ok());
     ASSERT_TRUE(QFile::link(home.path(QStringLiteral("nowhere")), user(other)));
     write(user(QStringLiteral("com.vantor.cobblet")), entry("Main", "true"));
-    write(user(QStringLiteral("com.cobblet.agent.other")), entry("Other", "true"));
+    write(user(QStringLiteral("com.cobblet.agent. ")), entry("Other", "true"));
     write(user(identifier) + QStringLiteral(".tmp"), "of a process that was killed");
     write(icon(32) + QStringLiteral(".tmp"), "too");
-    EXPECT_EQ(registry.registeredAgents(), (QStringList{identifier, other}));
+    const QString agents = QStringLiteral("com.cobblet.agent.");
+    EXPECT_EQ(registry.registered(agents), (QStringList{identifier, other}));
 
     EXPECT_TRUE(registry.unregisterBundle(identifier).ok());
     EXPECT_TRUE(registry.unregisterBundle(other).ok());
     EXPECT_TRUE(registry.unregisterBundle(other).ok());
-    EXPECT_EQ(registry.registeredAgents(), QStringList());
+    EXPECT_EQ(registry.registered(agents), QStringList());
     EXPECT_EQ(files().size(), 2);
 
     // What can't be removed is said.
     QDir().mkpath(user(identifier));
     EXPECT_THAT(registry.unregisterBundle(identifier).error().toStdString(), testing::HasSubstr("Can't remove"));
-    EXPECT_EQ(registry.registeredAgents(), QStringList());
+    EXPECT_EQ(registry.registered(agents), QStringList());
 }
 
 } // namespace

@@ -23,7 +23,7 @@ public:
     ~AgentApplications() override;
 
     QList<RunningApplication> runningApplications() const override;
-    Status availability() const override { return m_others.availability(); }
+    Availability availability() const override { return m_others.availability(); }
     void hide(const RunningApplication &application) override { m_others.hide(application); }
     void unhide(const RunningApplication &application) override { m_others.unhide(application); }
     void activate(const RunningApplication &application) override { m_others.activate(application); }

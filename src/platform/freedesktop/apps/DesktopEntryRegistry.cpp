@@ -1,20 +1,16 @@
 #include "platform/freedesktop/apps/DesktopEntryRegistry.h"
 
 #include "platform/AtomicFile.h"
-#include "platform/IconFile.h"
-#include "platform/InfoPlist.h"
-#include "platform/freedesktop/apps/ApplicationFolders.h"
-#include "platform/freedesktop/apps/DesktopEntryWriter.h"
+#include "platform/freedesktop/apps/KeyFile.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QSet>
+#include <QStandardPaths>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 
@@ -26,19 +22,19 @@ namespace cobblet {
 
 namespace {
 
-constexpr qint64 maximumIconFileBytes = 32 * 1024 * 1024;
 /// The sizes that the theme has folders for.
-constexpr std::array sides{16, 32, 64, 128, 256, 512};
+constexpr int sides[] = {16, 32, 64, 128, 256, 512};
+constexpr auto mainGroup = "Desktop Entry";
 const QLatin1String suffix(".desktop");
+
+QString inDataFolder(const QString &path)
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + u'/' + path;
+}
 
 QString entriesFolder()
 {
-    return xdgDataFolders().first() + QStringLiteral("/applications");
-}
-
-QString themeFolder()
-{
-    return xdgDataFolders().first() + QStringLiteral("/icons/hicolor");
+    return inDataFolder(QStringLiteral("applications"));
 }
 
 QString entryFile(const QString &identifier)
@@ -48,27 +44,22 @@ QString entryFile(const QString &identifier)
 
 QString iconFile(const QString &identifier, int side)
 {
-    return QStringLiteral("%1/%2x%2/apps/%3.png").arg(themeFolder()).arg(side).arg(identifier);
+    return inDataFolder(QStringLiteral("icons/hicolor/%1x%1/apps/%2.png").arg(side).arg(identifier));
 }
 
-const QLatin1String agentPrefix("com.cobblet.agent.");
-
-/// Whether it is an agent's; only such a one becomes a file name.
-bool isAgent(const QString &identifier)
+/// Only such an identifier becomes a file name.
+Status checked(const QString &identifier)
 {
-    static const QRegularExpression uuid(QStringLiteral("\\A[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}\\z"));
-    return identifier.startsWith(agentPrefix) && uuid.match(identifier.mid(agentPrefix.size())).hasMatch();
+    static const QRegularExpression elements(QStringLiteral("\\A[A-Za-z0-9_-]+(\\.[A-Za-z0-9_-]+)+\\z"));
+    if (identifier.size() <= 200 && elements.match(identifier).hasMatch())
+        return {};
+    return Error{QStringLiteral("“%1” can't be the identifier of an application.").arg(identifier.left(200))};
 }
 
 bool isAction(const QString &action)
 {
     static const QRegularExpression name(QStringLiteral("\\A[A-Za-z0-9-]{1,200}\\z"));
     return name.match(action).hasMatch();
-}
-
-Error notAnAgent(const QString &identifier)
-{
-    return {QStringLiteral("“%1” is not the identifier of a group's application.").arg(identifier.left(200))};
 }
 
 /// One that is not there is removed already; so is the temporary file of a process that was killed.
@@ -106,18 +97,14 @@ Result<bool> putIcons(const QString &identifier, const QList<IconFileImage> &ima
         const QString path = iconFile(identifier, side);
         const auto image =
             std::find_if(images.begin(), images.end(), [&](const auto &each) { return each.side == side; });
-        if (image != images.end()) {
-            if (isUnchanged(path, image->png))
-                continue;
-            // Six flushes would take as long as everything else here, and the bundle is not flushed either.
-            if (const Status written = replaceAtomically(path, image->png, Flush::No); !written)
-                return Error{written.error()};
-            changed = true;
-        } else if (QFileInfo(path).isSymLink() || QFileInfo::exists(path)) {
-            if (const Status removed = removeFile(path); !removed)
-                return Error{removed.error()};
-            changed = true;
-        }
+        if (image == images.end() ? !QFileInfo(path).isSymLink() && !QFileInfo::exists(path)
+                                  : isUnchanged(path, image->png))
+            continue;
+        // Six flushes would take as long as everything else here, and the bundle is not flushed either.
+        const Status done = image == images.end() ? removeFile(path) : replaceAtomically(path, image->png, Flush::No);
+        if (!done)
+            return Error{done.error()};
+        changed = true;
     }
     return changed;
 }
@@ -125,7 +112,7 @@ Result<bool> putIcons(const QString &identifier, const QList<IconFileImage> &ima
 /// Caches of the theme are read afresh when they are older than its folder.
 void touchTheme()
 {
-    ::utimensat(AT_FDCWD, QFile::encodeName(themeFolder()).constData(), nullptr, 0);
+    ::utimensat(AT_FDCWD, QFile::encodeName(inDataFolder(QStringLiteral("icons/hicolor"))).constData(), nullptr, 0);
 }
 
 /// The entries that have an action and a text, each action once, and no more than docks have room for.
@@ -146,81 +133,93 @@ QList<DockMenuItem> offered(const QList<DockMenuItem> &menu)
     return items;
 }
 
-QByteArray entry(const QString &identifier, const QString &name, const QString &program,
-                 const QList<DockMenuItem> &items)
+QString shortened(const QString &text)
 {
-    DesktopEntryWriter entry;
-    entry.group("Desktop Entry");
-    entry.text("Type", QStringLiteral("Application"));
-    entry.text("Version", QStringLiteral("1.1"));
-    entry.text("Name", name);
-    if (const QString comment = QStringLiteral("Opens this group of applications");
-        name.compare(comment, Qt::CaseInsensitive) != 0) // saying it twice is a fault to the validator
-        entry.text("Comment", comment);
-    entry.text("TryExec", program);
-    entry.command("Exec", {program});
-    entry.text("Icon", identifier);
-    entry.text("StartupWMClass", identifier);
-    entry.text("StartupNotify", QStringLiteral("true"));
-    entry.text("Terminal", QStringLiteral("false"));
-    entry.list("Categories", {QStringLiteral("Utility")});
-    QStringList actions;
-    for (const DockMenuItem &item : items)
-        actions.append(item.action);
-    if (!actions.isEmpty())
-        entry.list("Actions", actions);
-    for (const DockMenuItem &item : items) {
-        entry.group("Desktop Action " + item.action.toLatin1());
-        entry.text("Name", item.title);
-        entry.command("Exec", {program, QStringLiteral("--action"), item.action});
-    }
-    return entry.bytes();
+    const qsizetype maximum = DesktopEntryRegistry::maximumText;
+    return text.size() > maximum ? text.left(maximum - 1) + QChar(0x2026) : text;
 }
 
-Result<QList<IconFileImage>> iconOf(const QString &bundle, const InfoPlist &stated)
+/// A command line that runs exactly these arguments.
+QString command(const QStringList &arguments)
 {
-    QString name = stated.text("CFBundleIconFile");
-    if (name.isEmpty() || name.contains(u'/'))
-        return Error{QStringLiteral("The application %1 states no icon file.").arg(bundle)};
-    if (!name.endsWith(QLatin1String(".icns")))
-        name += QStringLiteral(".icns");
-    const auto file = readBounded(bundle + QStringLiteral("/Contents/Resources/") + name, maximumIconFileBytes);
-    if (!file)
-        return Error{file.error()};
-    return decodeIconFile(file.value());
+    // GIO looks for the program under its name as it is written, with percent signs doubled, and ignores the entry
+    // when there is none.
+    QString line = arguments.first().contains(u'%') ? QStringLiteral("/usr/bin/env ") : QString();
+    for (const QString &argument : arguments) {
+        line += line.isEmpty() || line.endsWith(u' ') ? u"\"" : u" \"";
+        for (const QChar c : argument) {
+            if (QStringView(u"\"`$\\").contains(c))
+                line += u'\\';
+            else if (c == u'%')
+                line += u'%';
+            line += c;
+        }
+        line += u'"';
+    }
+    return line;
+}
+
+QByteArray entry(const Registration &registration)
+{
+    KeyFile file;
+    const auto text = [&](const char *key, const QString &value) { file.setText(mainGroup, key, value); };
+    text("Type", QStringLiteral("Application"));
+    text("Version", QStringLiteral("1.1"));
+    text("Name", shortened(registration.name));
+    // Saying the name twice is a fault to the validator.
+    if (registration.name.compare(registration.comment, Qt::CaseInsensitive) != 0)
+        text("Comment", registration.comment);
+    text("TryExec", registration.program);
+    text("Exec", command({registration.program}));
+    text("Icon", registration.identifier);
+    text("StartupWMClass", registration.identifier);
+    text("StartupNotify", QStringLiteral("true"));
+    text("Terminal", QStringLiteral("false"));
+    file.setList(mainGroup, "Categories", {QStringLiteral("Utility")});
+    QStringList actions;
+    for (const DockMenuItem &item : offered(registration.menu)) {
+        const QByteArray group = "Desktop Action " + item.action.toLatin1();
+        file.setText(group.constData(), "Name", shortened(item.title));
+        file.setText(group.constData(), "Exec",
+                     command({registration.program, QStringLiteral("--action"), item.action}));
+        actions.append(item.action);
+    }
+    if (!actions.isEmpty())
+        file.setList(mainGroup, "Actions", actions);
+    return file.bytes();
 }
 
 } // namespace
 
-Status DesktopEntryRegistry::registerBundle(const QString &path, const QList<DockMenuItem> &menu)
+Availability DesktopEntryRegistry::availability() const
 {
-    const QString bundle = QDir::cleanPath(QDir().absoluteFilePath(path));
-    const auto stated = InfoPlist::read(bundle);
-    if (!stated)
-        return Error{stated.error()};
-    if (!stated.value())
-        return Error{QStringLiteral("The file Contents/Info.plist of %1 is damaged.").arg(bundle)};
-    const QString identifier = stated.value()->text("CFBundleIdentifier");
-    if (!isAgent(identifier))
-        return notAnAgent(identifier);
-    QString name = stated.value()->text("CFBundleDisplayName");
-    if (name.trimmed().isEmpty())
-        name = QFileInfo(bundle).completeBaseName();
-    const QString program = bundle + QStringLiteral("/Contents/Helpers/cobblet");
+    QString folder = entriesFolder();
+    while (!QFileInfo::exists(folder))
+        folder = QFileInfo(folder).path();
+    if (QFileInfo(folder).isWritable())
+        return Availability::works();
+    return Availability::unavailable(
+        QStringLiteral("The folder “%1” can't be written: allow it, so that groups can become applications.")
+            .arg(folder));
+}
+
+Status DesktopEntryRegistry::registerBundle(const Registration &registration)
+{
+    const QString &identifier = registration.identifier;
+    const QString &program = registration.program;
+    if (const Status usable = checked(identifier); !usable)
+        return usable;
     if (!QFileInfo(program).isExecutable())
         return Error{QStringLiteral("The application can't be started: there is no program %1.").arg(program)};
-    if (!DesktopEntryWriter::canRun(program))
+    if (program.contains(u'%') && program.contains(u'=')) // env would take it for a variable
         return Error{
             QStringLiteral("No desktop can start a program in a folder whose name holds both “%” and “=”: ") +
             program};
-    const auto images = iconOf(bundle, *stated.value());
-    if (!images)
-        return Error{images.error()};
 
     const QString file = entryFile(identifier);
     const bool isNew = !QFileInfo::exists(file);
-    const QByteArray bytes = entry(identifier, name, program, offered(menu));
-    const auto icons = putIcons(identifier, images.value());
+    const QByteArray bytes = entry(registration);
+    const auto icons = putIcons(identifier, registration.icons);
     Status status = icons ? Status() : Status(Error{icons.error()});
     // Docks look at the icon again when its entry is a new file.
     if (status && (icons.value() || !isUnchanged(file, bytes)))
@@ -233,8 +232,8 @@ Status DesktopEntryRegistry::registerBundle(const QString &path, const QList<Doc
 
 Status DesktopEntryRegistry::unregisterBundle(const QString &identifier)
 {
-    if (!isAgent(identifier))
-        return notAnAgent(identifier);
+    if (const Status usable = checked(identifier); !usable)
+        return usable;
     if (const Status removed = removeFile(entryFile(identifier)); !removed)
         return removed;
     const Status removed = removeIcons(identifier);
@@ -242,19 +241,14 @@ Status DesktopEntryRegistry::unregisterBundle(const QString &identifier)
     return removed;
 }
 
-QStringList DesktopEntryRegistry::registeredAgents() const
+QStringList DesktopEntryRegistry::registered(const QString &prefix) const
 {
-    QStringList agents;
+    QStringList identifiers;
     // Also a link that leads nowhere is one, so that it can be removed.
-    QDirIterator entries(entriesFolder(), {agentPrefix + QStringLiteral("*.desktop")},
-                         QDir::Files | QDir::System | QDir::Hidden);
-    while (entries.hasNext()) {
-        entries.next();
-        if (const QString identifier = entries.fileName().chopped(suffix.size()); isAgent(identifier))
-            agents.append(identifier);
-    }
-    agents.sort();
-    return agents;
+    for (const QString &name : QDir(entriesFolder()).entryList({prefix + u'*' + suffix}, QDir::Files | QDir::System))
+        if (const QString identifier = name.chopped(suffix.size()); checked(identifier))
+            identifiers.append(identifier);
+    return identifiers;
 }
 
 } // namespace cobblet

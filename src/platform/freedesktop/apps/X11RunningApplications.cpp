@@ -257,11 +257,11 @@ QList<RunningApplication> X11RunningApplications::runningApplications() const
     return list;
 }
 
-Status X11RunningApplications::availability() const
+Availability X11RunningApplications::availability() const
 {
     if (m_clients)
-        return {};
-    return Error{QStringLiteral("Without an X11 display it can't be seen which applications run.")};
+        return Availability::works();
+    return Availability::partly(QStringLiteral("Without an X11 display it can't be seen which applications run."));
 }
 
 X11RunningApplications::Application *X11RunningApplications::find(const RunningApplication &application) const

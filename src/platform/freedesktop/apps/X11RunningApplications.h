@@ -31,7 +31,7 @@ public:
     ~X11RunningApplications() override;
 
     QList<RunningApplication> runningApplications() const override;
-    Status availability() const override;
+    Availability availability() const override;
     void hide(const RunningApplication &application) override;
     void unhide(const RunningApplication &application) override;
     void activate(const RunningApplication &application) override;
