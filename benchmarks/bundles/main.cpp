@@ -41,15 +41,10 @@ void need(bool done, const QString &otherwise)
         qFatal("%s", qPrintable(otherwise));
 }
 
-void need(const BuildOutcome &outcome)
+template<class Cause>
+void need(const Result<void, Cause> &status)
 {
-    if (outcome)
-        need(false, description(*outcome));
-}
-
-void need(const Status &status)
-{
-    need(status.ok(), status.ok() ? QString() : status.error());
+    need(status.ok(), status.error());
 }
 
 /// A new group with an emoji that was not drawn before, as that of a person's group.
@@ -115,8 +110,8 @@ private:
 
     void run(const QString &program, const QStringList &arguments)
     {
-        const auto end = m_runner.run({program, arguments, {}, true});
-        need(end.ok(), end.ok() ? QString() : end.error());
+        const auto end = m_runner.run({.program = program, .arguments = arguments, .keepsOutput = true});
+        need(end.ok(), end.error());
         need(end.value().status == 0, end.value().output);
     }
 
@@ -145,7 +140,7 @@ private:
         for (const char *kind : {"first", "rebuild"}) {
             const AppGroup group = nextGroup(m_id);
             const std::string name = kind;
-            double sum = timed(kind, [&] { need(m_builder.build(group, m_destination)); });
+            double sum = timed(kind, [&] { need(m_builder.sync(group, m_destination)); });
             sum += timed((name + " register").c_str(), [&] { m_builder.registerBundle(m_destination, group); });
             m_samples[name + " whole"].push_back(sum);
         }

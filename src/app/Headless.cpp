@@ -3,7 +3,7 @@
 #include "app/Core.h"
 #include "platform/portable/UnixSignals.h"
 #include "standalone/AgentGroup.h"
-#include "standalone/GroupMenu.h"
+#include "standalone/AgentMenu.h"
 
 #include <QCoreApplication>
 
@@ -32,7 +32,7 @@ public:
         if (!group)
             return done({EX_CONFIG, {}, QStringLiteral("cobblet: %1\n").arg(group.error())});
         const auto told = [done](const QList<IntentOutcome> &outcomes) { done(IntentService::reply(outcomes)); };
-        if (!performGroupMenu(action, group.value(), m_core.reports(), told))
+        if (!performAgentAction(action, group.value(), m_core.reports(), told))
             done({EX_USAGE, {}, QStringLiteral("cobblet: the group has no such entry any more.\n")});
     }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Availability.h"
+
 #include <QString>
 
 #include <functional>
@@ -14,6 +16,13 @@ struct BundleTools {
     /// Takes from one file, or from a link itself, the attributes that other programs leave and that no bundle is
     /// signed with.
     std::function<void(const QString &path)> stripAttributes;
+
+    /// Whether the programs that building takes are there: without the first no bundle is built, without rsync none
+    /// is built again.
+    Availability availability() const;
 };
+
+/// Whether the path leads to a program that may be run.
+bool isExecutable(const QString &path);
 
 } // namespace cobblet

@@ -2,14 +2,12 @@
 
 #include "platform/Result.h"
 
-#include <QByteArray>
-#include <QMap>
+#include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
 
 #include <chrono>
 #include <mutex>
-#include <optional>
 
 namespace cobblet {
 
@@ -17,8 +15,7 @@ namespace cobblet {
 struct ToolCall {
     QString program; ///< a full path; no shell ever sees it or the arguments
     QStringList arguments;
-    /// Variables that differ from this process's own; an absent value takes one away.
-    QMap<QByteArray, std::optional<QByteArray>> environment;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     bool keepsOutput = false; ///< of both streams; else it goes nowhere
 };
 
@@ -40,7 +37,7 @@ public:
 
 private:
     std::mutex m_mutex;
-    int m_child = 0; ///< 0 while none runs
+    qint64 m_running = 0; ///< the program's process, and group of processes; 0 while none runs
     bool m_stopped = false;
 };
 

@@ -8,7 +8,7 @@
 #include "platform/DockTile.h"
 #include "standalone/AgentGroup.h"
 #include "standalone/GroupIconProvider.h"
-#include "standalone/GroupMenu.h"
+#include "standalone/AgentMenu.h"
 
 #include <QLoggingCategory>
 
@@ -29,11 +29,11 @@ AgentController::AgentController(Services services, QObject *parent)
     m_services.dockTile.setMenu(
         [this] {
             const auto own = group();
-            return own ? groupMenu(*own) : QList<DockMenuItem>();
+            return own ? agentMenu(*own) : QList<DockMenuItem>();
         },
         [this](const QString &action) {
             const auto own = group();
-            return own && performGroupMenu(action, *own, m_services.reports());
+            return own && performAgentAction(action, *own, m_services.reports());
         });
     connect(&m_services.distributedNotifications, &DistributedNotifications::received, this,
             [this](const QString &name, const QString &object) {

@@ -55,7 +55,7 @@ Result<AgentGroupConfig> decodeAgentGroupConfig(const QByteArray &json)
     const auto group = decodeGroup(
         QByteArray::fromStdString(document["group"].dump(-1, ' ', false, Json::error_handler_t::replace)));
     if (!group)
-        return Error{group.error()};
+        return group.cause();
     return AgentGroupConfig{group.value()};
 }
 
@@ -64,7 +64,7 @@ Result<AgentGroupConfig> readAgentGroupConfig(const QString &bundle)
     const QString path = bundle + QStringLiteral("/Contents/Resources/group-config.json");
     const auto bytes = readBounded(path, maximumConfigBytes);
     if (!bytes)
-        return Error{bytes.error()};
+        return bytes.cause();
     const auto config = decodeAgentGroupConfig(bytes.value());
     if (!config)
         return Error{QStringLiteral("The file “%1” describes no group: %2").arg(path, config.error())};
@@ -85,7 +85,7 @@ Result<AppGroup> ownGroup(const Bundle &bundle, const ConfigManager &store)
 {
     const auto config = readAgentGroupConfig(bundle.path);
     if (!config)
-        return Error{config.error()};
+        return config.cause();
     const AppGroup &held = config.value().group;
     if (agentIdentifier(held.id) != bundle.identifier)
         return Error{QStringLiteral("“%1” holds the group of another application.").arg(bundle.path)};

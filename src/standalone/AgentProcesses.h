@@ -12,7 +12,7 @@ class RunningApplications;
 class Scheduler;
 struct RunningApplication;
 
-/// The groups' applications that run. Main thread only.
+/// The agents that run. Main thread only.
 class AgentProcesses : public QObject {
     Q_OBJECT
 public:
@@ -20,7 +20,7 @@ public:
     AgentProcesses(RunningApplications &running, Scheduler &scheduler);
 
     bool isRunning(const QUuid &group) const;
-    /// Kills the group's application, and calls `then` once it has ended; at once where it does not run.
+    /// Kills the group's agent, and calls `then` once it has ended; at once where it does not run.
     void end(const QUuid &group, std::function<void()> then);
 
 signals:

@@ -3,7 +3,6 @@
 #include "model/GroupCoding.h"
 #include "model/Identifiers.h"
 #include "platform/AtomicFile.h"
-#include "platform/FileLock.h"
 #include "platform/FileTree.h"
 #include "platform/InfoPlist.h"
 
@@ -50,10 +49,12 @@ void AgentsFolder::make() const
     QDir().mkpath(m_path);
 }
 
-Status AgentsFolder::lock(std::unique_ptr<FileLock> &lock) const
+Result<std::unique_ptr<FileLock>> AgentsFolder::lock() const
 {
-    lock = std::make_unique<FileLock>(stagingFolder() + QStringLiteral("/lock"), lockPatience);
-    return lock->mayWrite();
+    auto lock = std::make_unique<FileLock>(stagingFolder() + QStringLiteral("/lock"), lockPatience);
+    if (!lock->mayWrite())
+        return lock->mayWrite().cause();
+    return lock;
 }
 
 QList<AgentBundle> AgentsFolder::bundles() const
@@ -124,7 +125,7 @@ Status AgentsFolder::restore(const QString &staging) const
 {
     const auto name = readBounded(staging + destinationFile, maximumName);
     if (!name)
-        return Error{name.error()};
+        return name.cause();
     const QString fileName = QString::fromUtf8(name.value());
     const QString destination = m_path + QLatin1Char('/') + fileName;
     if (fileName.contains(QLatin1Char('/')) || !fileName.endsWith(QLatin1String(".app")) || !isFolder(destination) ||

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/FileLock.h"
 #include "standalone/AgentGroup.h"
 
 #include <QList>
@@ -11,9 +12,7 @@
 
 namespace cobblet {
 
-class FileLock;
-
-/// One group's application on disk.
+/// An agent's bundle on disk.
 struct AgentBundle {
     QString path;
     QString identifier;            ///< as its Info.plist states it; empty when that can't be read
@@ -21,8 +20,8 @@ struct AgentBundle {
     std::optional<AppGroup> group; ///< absent when its "group-config.json" can't be read
 };
 
-/// The folder of the groups' applications, in "~/Applications/Cobblet Groups" on every desktop. What lies in it and
-/// was not made here, and what a link in it leads to, is left alone. Any thread, one at a time.
+/// The agents' directory, "~/Applications/Cobblet Groups" on every desktop, which holds their bundles. What lies in
+/// it and was not made here, and what a link in it leads to, is left alone. Any thread, one at a time.
 class AgentsFolder {
 public:
     explicit AgentsFolder(QString path) : m_path(std::move(path)) {}
@@ -31,13 +30,14 @@ public:
     /// Makes it where it is missing; a failure shows when something is to be written into it.
     void make() const;
     /// Keeps other processes from building here for as long as the lock lives; an error when one builds already.
-    Status lock(std::unique_ptr<FileLock> &lock) const;
+    Result<std::unique_ptr<FileLock>> lock() const;
 
     /// All that are whole: folders that end in ".app" and hold a group.
     QList<AgentBundle> bundles() const;
-    /// Where the group's name puts its application.
+    /// Where the group's name puts its bundle.
     QString destination(const AppGroup &group) const;
-    /// The group's application wherever its name was when it was made, else what lies where its name puts it.
+    /// The group's bundle wherever the group's name put it when it was made, else what lies where its name puts it
+    /// now.
     std::optional<AgentBundle> bundleOf(const AppGroup &group) const;
     /// An error when something lies at `path` that was not made here.
     Status mayReplace(const QString &path) const;

@@ -4,41 +4,46 @@
 #include "platform/Bundle.h"
 #include "platform/BundleTools.h"
 
-#include <QFileInfo>
 #include <QStringList>
 #include <QSysInfo>
 
 namespace cobblet {
 
-bool isExecutable(const QString &path)
+namespace {
+
+QString sentence(const CodesignError &error)
 {
-    const QFileInfo info(path);
-    return info.isFile() && info.isExecutable();
+    if (error.kind == CodesignError::Kind::ToolMissing)
+        return error.path + QStringLiteral(" is missing or not executable on this Mac");
+    const QString what = error.kind == CodesignError::Kind::Failed
+                             ? QStringLiteral("codesign exited with status ")
+                             : QStringLiteral("codesign --verify exited with status ");
+    return what + QString::number(error.status) +
+           (error.output.isEmpty() ? QString() : QStringLiteral(" — ") + error.output);
 }
 
-QString CodesignError::message() const
-{
-    if (kind == Kind::ToolMissing)
-        return path + QStringLiteral(" is missing or not executable on this Mac");
-    const QString what = kind == Kind::Failed ? QStringLiteral("codesign exited with status ")
-                                              : QStringLiteral("codesign --verify exited with status ");
-    return what + QString::number(status) + (output.isEmpty() ? QString() : QStringLiteral(" — ") + output);
-}
-
-QString message(StandaloneError error)
+QString sentence(StandaloneError error)
 {
     return error == StandaloneError::IconRenderFailed
                ? QStringLiteral("The group's icon can't be drawn or written.")
-               : QStringLiteral("The new application can't be copied over the one that is there.");
+               : QStringLiteral("The new bundle can't be copied over the one that is there.");
 }
 
-QString description(const BuildFailure &failure)
+QString sentence(const LaunchFailed &failure)
 {
-    if (const auto *codesign = std::get_if<CodesignError>(&failure))
-        return codesign->message();
-    if (const auto *standalone = std::get_if<StandaloneError>(&failure))
-        return message(*standalone);
-    return std::get<Error>(failure).message;
+    return failure.reason;
+}
+
+QString sentence(const Error &error)
+{
+    return error.message;
+}
+
+} // namespace
+
+QString message(const BuildFailure &failure)
+{
+    return std::visit([](const auto &each) { return sentence(each); }, failure);
 }
 
 QString failureDetails(const AppGroup &group, const BuildFailure &failure, const Bundle &program,
@@ -48,7 +53,7 @@ QString failureDetails(const AppGroup &group, const BuildFailure &failure, const
         return isExecutable(tool) ? QStringLiteral("true") : QStringLiteral("false");
     };
     return QStringList{QStringLiteral("Group: ") + group.name,
-                       QStringLiteral("Error: ") + description(failure),
+                       QStringLiteral("Error: ") + message(failure),
                        QStringLiteral("macOS: ") + QSysInfo::prettyProductName(),
                        QStringLiteral("App: %1 (%2)").arg(program.version, program.build),
                        QStringLiteral("codesign: ") + isThere(tools.codesign),

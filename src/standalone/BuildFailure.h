@@ -4,7 +4,6 @@
 
 #include <QString>
 
-#include <optional>
 #include <variant>
 
 namespace cobblet {
@@ -25,9 +24,6 @@ struct CodesignError {
     QString path;
     qint32 status = 0;
     QString output;
-
-    QString message() const;
-    bool operator==(const CodesignError &) const = default;
 };
 
 enum class StandaloneError {
@@ -35,28 +31,21 @@ enum class StandaloneError {
     BundleSyncFailed  ///< the new bundle could not be copied over the one that was there
 };
 
-/// A sentence about it.
-QString message(StandaloneError error);
+/// The bundle is whole, but the agent did not start.
+struct LaunchFailed {
+    QString reason;
+};
 
-/// Why a group did not become an application; an Error where the file system was in the way.
-using BuildFailure = std::variant<CodesignError, StandaloneError, Error>;
-/// What became of a step: absent when it went well.
-using BuildOutcome = std::optional<BuildFailure>;
+/// Why a group did not become standalone; an Error where the file system was in the way.
+using BuildFailure = std::variant<CodesignError, StandaloneError, LaunchFailed, Error>;
+/// What became of a step of building.
+using BuildStatus = Result<void, BuildFailure>;
 
 /// One sentence or line that says what went wrong.
-QString description(const BuildFailure &failure);
+QString message(const BuildFailure &failure);
 
 /// What a person can pass on about a failure: the group, the error, the versions and the tools, one item a line.
 QString failureDetails(const AppGroup &group, const BuildFailure &failure, const Bundle &program,
                        const BundleTools &tools);
-
-/// Whether the path leads to a program that may be run.
-bool isExecutable(const QString &path);
-
-/// For what went wrong in the file system.
-inline BuildOutcome outcome(const Status &status)
-{
-    return status ? BuildOutcome() : BuildOutcome(Error{status.error()});
-}
 
 } // namespace cobblet

@@ -16,7 +16,7 @@ namespace cobblet {
 class GroupIconProvider;
 class LaunchRegistry;
 
-/// Makes groups into applications: copies of the program's own bundle that hold a group in place of the program's
+/// Builds the bundles of agents: copies of the program's own bundle that hold a group in place of the program's
 /// identity. Nothing is changed where the desktop can see it before it is whole and signed. Waits for disk and tools,
 /// so for a thread of its own; one call at a time, but for stop().
 class BundleBuilder {
@@ -35,15 +35,12 @@ public:
     const AgentsFolder &folder() const { return m_services.folder; }
     const BundleTools &tools() const { return m_services.tools; }
 
-    using Prepare = std::function<BuildOutcome(const QString &bundle)>;
-    /// Builds a copy of `source` aside, as `prepare` makes it, signs it, and brings it to `destination`. When that
-    /// fails, what was there before is there still.
-    BuildOutcome sync(const QString &source, const QString &destination, const Prepare &prepare);
-    /// The same for the application of a group.
-    BuildOutcome build(const AppGroup &group, const QString &destination);
+    /// Builds the group's bundle aside, signs it, and brings it to `destination`. When that fails, what was there
+    /// before is there still.
+    BuildStatus sync(const AppGroup &group, const QString &destination);
     /// Writes the group into a copy of the program's bundle.
-    BuildOutcome prepare(const QString &bundle, const AppGroup &group);
-    BuildOutcome sign(const QString &bundle);
+    BuildStatus prepare(const QString &bundle, const AppGroup &group);
+    BuildStatus sign(const QString &bundle);
     /// Makes the desktop look at the bundle afresh that was built last for this group. What fails is logged.
     void registerBundle(const QString &bundle, const AppGroup &group);
     /// Takes the bundle and its registration away.
@@ -54,11 +51,11 @@ public:
     void stop() { m_runner.stop(); }
 
 private:
-    BuildOutcome fill(const QString &staging, const QString &source, const QString &destination,
-                      const Prepare &prepare);
-    BuildOutcome mirror(const QString &staging, const QString &bundle, const QString &destination);
+    BuildStatus fill(const QString &staging, const AppGroup &group, const QString &destination);
+    BuildStatus mirror(const QString &staging, const QString &bundle, const QString &destination);
     void strip(const QString &bundle);
-    Result<ToolEnd> codesign(const QStringList &arguments);
+    BuildStatus codesign(CodesignError::Kind failure, const QStringList &arguments);
+    BuildStatus verify(const QString &bundle);
 
     const Services m_services;
     ToolRunner m_runner;

@@ -145,7 +145,7 @@ QList<IconFileImage> GroupIconProvider::images(const AppGroup &group) const
     QList<IconFileImage> images;
     for (const int size : iconFileSizes)
         if (const QImage tile = cgImage(group, size); !tile.isNull())
-            images.append({size, png(tile)});
+            images.append({size, png(tile), tile});
     return images;
 }
 

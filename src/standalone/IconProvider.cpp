@@ -41,22 +41,22 @@ QImage IconProvider::icon(const QString &bundleID)
     }
     QImage image = m_workspace.icon(bundleID, iconPoints, drawnFor.ratio);
     if (image.isNull())
-        image = genericIcon(drawnFor);
+        image = fallback(drawnFor);
     store({{bundleID, image}}, drawnFor);
     return image;
 }
 
-QImage IconProvider::genericIcon(const State &drawnFor)
+QImage IconProvider::fallback(const State &drawnFor)
 {
     {
         const std::shared_lock lock(m_cacheMutex);
-        if (!m_genericIcon.isNull() && drawnFor.generation == m_state.generation)
-            return m_genericIcon;
+        if (!m_fallback.isNull() && drawnFor.generation == m_state.generation)
+            return m_fallback;
     }
     const QImage image = m_workspace.genericIcon(iconPoints, drawnFor.ratio);
     const std::unique_lock lock(m_cacheMutex);
     if (drawnFor.generation == m_state.generation)
-        m_genericIcon = image;
+        m_fallback = image;
     return image;
 }
 
@@ -105,7 +105,7 @@ void IconProvider::clear()
         const std::unique_lock lock(m_cacheMutex);
         ++m_state.generation;
         m_cache.clear();
-        m_genericIcon = {};
+        m_fallback = {};
     }
     emit iconsChanged();
 }
@@ -197,7 +197,7 @@ void IconProvider::load(const Job &job)
                 continue;
             QImage image = m_workspace.icon(id, iconPoints, drawnFor.ratio);
             if (image.isNull() && job.replaces)
-                image = genericIcon(drawnFor);
+                image = fallback(drawnFor);
             if (!image.isNull() && image != before)
                 icons.insert(id, image);
         }

@@ -56,7 +56,7 @@ private:
         int generation = 0;
     };
 
-    QImage genericIcon(const State &drawnFor);
+    QImage fallback(const State &drawnFor);
     /// Whether the state was still current.
     bool store(const QHash<QString, QImage> &icons, const State &drawnFor);
     void enqueue(Job job);
@@ -73,7 +73,7 @@ private:
     // Standard primitives, not the toolkit's: ThreadSanitizer sees through these only.
     mutable std::shared_mutex m_cacheMutex;
     QHash<QString, QImage> m_cache;
-    QImage m_genericIcon; ///< made when first needed
+    QImage m_fallback; ///< made when first needed
     State m_state;
 
     mutable std::mutex m_jobsMutex;

@@ -69,14 +69,18 @@ StandaloneGroupManager::StandaloneGroupManager(Services services)
       m_agents(m_services.running, m_services.scheduler), m_standalone(standaloneGroups(m_services.config))
 {
     m_worker.setMaxThreadCount(1); // one step after the other, in the order in which they were asked for
-    m_builder.folder().make();
     m_worker.setExpiryTimeout(int(idleThread.count()));
-    connect(&m_agents, &AgentProcesses::ended, this, &StandaloneGroupManager::agentEnded);
+    m_builder.folder().make();
+    m_agentQuitObserver = connect(&m_agents, &AgentProcesses::ended, this, [this](const QUuid &id) {
+        if (const AppGroup *group = m_services.config.group(id))
+            refreshIcon(*group);
+    });
     connect(&m_services.config, &ConfigManager::groupsChanged, this, &StandaloneGroupManager::follow);
 }
 
 StandaloneGroupManager::~StandaloneGroupManager()
 {
+    disconnect(m_agentQuitObserver);
     m_worker.clear();
     m_builder.stop();
     m_worker.waitForDone();
@@ -167,33 +171,28 @@ void StandaloneGroupManager::refreshOutdated()
 
 // Building
 
-void StandaloneGroupManager::install(const AppGroup &group, bool launch, Done whenDone)
+void StandaloneGroupManager::install(const AppGroup &group, bool launch, Done done)
 {
     m_installing.append(group.id);
-    const Done done = [this, id = group.id, whenDone = std::move(whenDone)](const BuildOutcome &outcome) {
+    const Done finish = [this, id = group.id, done = std::move(done)](const BuildStatus &status) {
         m_installing.removeOne(id);
-        if (!outcome && !m_services.config.group(id))
+        if (status && !m_services.config.group(id))
             reconcile(); // it was deleted meanwhile
-        if (whenDone)
-            whenDone(outcome);
+        if (done)
+            done(status);
     };
     const QString destination = m_builder.folder().destination(group);
-    struct Result {
-        BuildOutcome outcome;
-        QList<AgentBundle> before;
-    };
     inBackground(
         [this, group, destination] {
-            Result result{{}, m_builder.folder().bundles()};
-            result.outcome = m_builder.build(group, destination);
-            return result;
+            const QList<AgentBundle> before = m_builder.folder().bundles();
+            return std::pair(m_builder.sync(group, destination), before);
         },
-        [=, this](const Result &result) {
-            if (result.outcome)
-                return done(result.outcome);
-            replaced(result.before, destination, group);
+        [=, this](const std::pair<BuildStatus, QList<AgentBundle>> &built) {
+            if (!built.first)
+                return finish(built.first);
+            replaced(built.second, destination, group);
             // The old executable must not go on with the old icon.
-            m_agents.end(group.id, [=, this] { finishInstall(group, destination, launch, done); });
+            m_agents.end(group.id, [=, this] { finishInstall(group, destination, launch, finish); });
         });
 }
 
@@ -241,23 +240,21 @@ void StandaloneGroupManager::finishInstall(const AppGroup &group, const QString 
                                                     return succeed();
                                                 qCWarning(log).noquote()
                                                     << QStringLiteral("launch failed: %1").arg(opened.error());
-                                                done({});
+                                                done(LaunchFailed{opened.error()});
                                             });
         });
 }
 
-void StandaloneGroupManager::attach(const AppGroup &group, bool launch, std::function<void(bool)> done)
+void StandaloneGroupManager::attach(const AppGroup &group, bool launch, Done done)
 {
-    install(group, launch,
-            [this, group, done = std::move(done)](const BuildOutcome &failure) {
-                if (failure) {
-                    qCWarning(log).noquote()
-                        << QStringLiteral("detach failed for %1: %2").arg(group.name, description(*failure));
-                    alert(group, *failure);
-                }
-                if (done)
-                    done(!failure);
-            });
+    install(group, launch, [this, group, done = std::move(done)](const BuildStatus &status) {
+        if (!status && !std::holds_alternative<LaunchFailed>(status.cause())) {
+            qCWarning(log).noquote() << QStringLiteral("detach failed for %1: %2").arg(group.name, status.error());
+            alert(group, status.cause());
+        }
+        if (done)
+            done(status);
+    });
 }
 
 void StandaloneGroupManager::open(const QUuid &id)
@@ -266,7 +263,7 @@ void StandaloneGroupManager::open(const QUuid &id)
     if (!group || m_opening.contains(id))
         return;
     m_opening.insert(id);
-    const auto show = [this, id](bool built) {
+    const Done show = [this, id](const BuildStatus &built) {
         m_opening.remove(id);
         const AppGroup *group = m_services.config.group(id);
         if (!built || !group)
@@ -283,32 +280,28 @@ void StandaloneGroupManager::open(const QUuid &id)
                  [this, wanted = *group, show](const std::optional<AgentBundle> &bundle) {
                      if (wanted.isStandalone && bundle && bundle->identifier == agentIdentifier(wanted.id) &&
                          bundle->stamp == m_stamp)
-                         return show(true);
+                         return show({});
                      attach(wanted, false, show); // opening it starts it
                  });
 }
 
 void StandaloneGroupManager::refreshIcon(const AppGroup &group)
 {
-    struct Result {
-        bool exists = false;
-        BuildOutcome outcome;
-    };
     inBackground(
-        [this, group] {
+        [this, group]() -> std::optional<BuildStatus> {
             const auto bundle = m_builder.folder().bundleOf(group);
             if (!bundle)
-                return Result{};
-            Result result{true, m_builder.build(group, bundle->path)};
-            if (!result.outcome)
+                return std::nullopt;
+            const BuildStatus built = m_builder.sync(group, bundle->path);
+            if (built)
                 m_builder.registerBundle(bundle->path, group);
-            return result;
+            return built;
         },
-        [this, group](const Result &result) {
-            if (result.outcome)
+        [this, group](const std::optional<BuildStatus> &built) {
+            if (built && !*built)
                 qCWarning(log).noquote()
-                    << QStringLiteral("refreshIcon failed for %1: %2").arg(group.name, description(*result.outcome));
-            else if (result.exists && m_agents.isRunning(group.id))
+                    << QStringLiteral("refreshIcon failed for %1: %2").arg(group.name, built->error());
+            else if (built && m_agents.isRunning(group.id))
                 postRepaint(group.id);
         });
 }
@@ -344,12 +337,6 @@ void StandaloneGroupManager::postRepaint(const QUuid &group)
 {
     if (const Status posted = m_services.notifications.post(notification::repaintTile, uuidText(group)); !posted)
         qCWarning(log).noquote() << posted.error();
-}
-
-void StandaloneGroupManager::agentEnded(const QUuid &id)
-{
-    if (const AppGroup *group = m_services.config.group(id))
-        refreshIcon(*group);
 }
 
 // Failures

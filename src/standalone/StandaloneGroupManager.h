@@ -22,7 +22,7 @@ class RunningApplications;
 class Scheduler;
 class Workspace;
 
-/// Keeps the applications of standalone groups: builds them, brings them up to date when a group or the program
+/// Keeps the agents of standalone groups: builds their bundles, brings them up to date when a group or the program
 /// changes, and takes them away. Main thread; files and tools are worked with on a thread of its own, one step at a
 /// time, so that every call returns at once.
 class StandaloneGroupManager : public QObject {
@@ -30,7 +30,7 @@ class StandaloneGroupManager : public QObject {
 public:
     struct Services {
         Bundle bundle;           ///< the running program's own
-        QString agentsDirectory; ///< where the applications are put
+        QString agentsDirectory; ///< where the bundles are put
         BundleTools tools;
         LaunchRegistry &registry;
         GroupIconProvider &icons;
@@ -43,29 +43,29 @@ public:
         Scheduler &scheduler;
     };
 
-    /// Makes the folder of the applications.
+    /// Makes the agents' directory.
     explicit StandaloneGroupManager(Services services);
     /// Ends the tool that runs; the build that it was part of is taken back.
     ~StandaloneGroupManager() override;
 
-    using Done = std::function<void(const BuildOutcome &)>;
+    using Done = std::function<void(const BuildStatus &)>;
 
-    /// Clears what was left half done, removes applications of groups that are none any more, and rebuilds those that
-    /// another build of the program made. To be called once.
+    /// Clears what was left half done, removes agents of groups that are no longer standalone, and rebuilds those
+    /// that another build of the program made. To be called once.
     void start();
 
-    /// Builds the group's application, and starts it in the background when `launch` is set; once it runs, or at once
-    /// without `launch`, the group is standalone. A failure to build changes nothing.
-    void install(const AppGroup &group, bool launch, Done whenDone = {});
-    /// The same for a person, who is told of a failure; `done`, when given, learns whether it succeeded.
-    void attach(const AppGroup &group, bool launch, std::function<void(bool)> done = {});
-    /// Opens the group's application; one that is missing, or older than the program, is built first.
+    /// Builds the group's bundle, and starts the agent in the background when `launch` is set; once it runs, or at
+    /// once without `launch`, the group is standalone. A failure to build changes nothing.
+    void install(const AppGroup &group, bool launch, Done done = {});
+    /// The same for a person, who is told why no bundle could be built.
+    void attach(const AppGroup &group, bool launch, Done done = {});
+    /// Opens the group's agent; a bundle that is missing, or older than the program, is built first.
     void open(const QUuid &group);
-    /// Builds the group's application anew, if it has one.
+    /// Builds the group's bundle anew, if it has one.
     void refreshIcon(const AppGroup &group);
-    /// Removes the applications of groups that are deleted or no longer standalone.
+    /// Removes the agents of groups that are deleted or no longer standalone.
     void reconcile();
-    /// Asks the group's running application to draw its tile anew.
+    /// Asks the group's running agent to draw its tile anew.
     void postRepaint(const QUuid &group);
 
     /// Identifies the running executable: its time of modification in seconds since 1970, or "unknown".
@@ -86,7 +86,6 @@ private:
     void follow();
     void refreshChanged();
     void replaced(const QList<AgentBundle> &before, const QString &destination, const AppGroup &group);
-    void agentEnded(const QUuid &group);
     void finishInstall(const AppGroup &group, const QString &destination, bool launch, Done done);
     void alert(const AppGroup &group, const BuildFailure &failure);
 
@@ -94,6 +93,7 @@ private:
     const QString m_stamp;
     BundleBuilder m_builder;
     AgentProcesses m_agents;
+    QMetaObject::Connection m_agentQuitObserver;
     QThreadPool m_worker;
     int m_steps = 0;                     ///< that are not done
     QHash<QUuid, AppGroup> m_standalone; ///< the standalone groups as they were last seen

@@ -1,5 +1,5 @@
 #include "standalone/AgentGroup.h"
-#include "standalone/GroupMenu.h"
+#include "standalone/AgentMenu.h"
 
 #include <QSet>
 
@@ -69,7 +69,7 @@ TEST(GroupMenuTest, EveryApplicationHasAnActionOfItsOwnThatDesktopEntriesCanName
     AppGroup group;
     for (const char *bundleID : {"org.a-b", "org.a.b", "org.a-2eb", "com.apple.mail", "Ünïcode", "", "x y"})
         group.apps.append({QStringLiteral("name"), QString::fromUtf8(bundleID)});
-    const QList<DockMenuItem> menu = groupMenu(group);
+    const QList<DockMenuItem> menu = agentMenu(group);
     QSet<QString> actions;
     QStringList titles;
     for (const DockMenuItem &item : menu) {

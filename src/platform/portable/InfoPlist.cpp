@@ -32,7 +32,7 @@ Result<std::optional<InfoPlist>> InfoPlist::read(const QString &bundle)
     const QString path = bundle + QStringLiteral("/Contents/Info.plist");
     const auto bytes = readBounded(path, maximumBytes);
     if (!bytes)
-        return Error{bytes.error()};
+        return bytes.cause();
     plist_t node = nullptr;
     plist_from_memory(bytes.value().constData(), uint32_t(bytes.value().size()), &node);
     std::shared_ptr<void> dictionary(node, plist_free);

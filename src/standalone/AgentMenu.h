@@ -6,13 +6,12 @@
 
 namespace cobblet {
 
-/// The menu that the icon of a group's own application offers in the dock: its applications, and what can be done
-/// with all of them.
-QList<DockMenuItem> groupMenu(const AppGroup &group);
+/// The menu that an agent's icon offers in the dock: the group's applications, and what can be done with all of them.
+QList<DockMenuItem> agentMenu(const AppGroup &group);
 
 /// Carries out an entry of that menu, on the group as it is now. False, and `done` is not called, when the group has
 /// no such entry (any more).
-bool performGroupMenu(
+bool performAgentAction(
     const QString &action, const AppGroup &group, GroupReports &reports,
     GroupReports::Done done = [](const QList<IntentOutcome> &) {});
 

@@ -1,4 +1,4 @@
-#include "standalone/GroupMenu.h"
+#include "standalone/AgentMenu.h"
 
 #include <algorithm>
 
@@ -26,7 +26,7 @@ QString openAction(const QString &bundleID)
 
 } // namespace
 
-QList<DockMenuItem> groupMenu(const AppGroup &group)
+QList<DockMenuItem> agentMenu(const AppGroup &group)
 {
     QList<DockMenuItem> menu;
     for (const AppItem &app : group.apps)
@@ -38,7 +38,7 @@ QList<DockMenuItem> groupMenu(const AppGroup &group)
     return menu;
 }
 
-bool performGroupMenu(const QString &action, const AppGroup &group, GroupReports &reports, GroupReports::Done done)
+bool performAgentAction(const QString &action, const AppGroup &group, GroupReports &reports, GroupReports::Done done)
 {
     if (action == openAll) {
         reports.launch(group.apps, std::move(done));
