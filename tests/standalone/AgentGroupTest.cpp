@@ -8,8 +8,10 @@
 namespace cobblet {
 namespace {
 
-const QUuid id(QStringLiteral("8f3a0c52-1b2d-4e6f-9a7b-0c1d2e3f4a5b"));
-const QString idText = QStringLiteral("8F3A0C52-1B2D-4E6F-9A7B-0C1D2E3F4A5B");
+using namespace Qt::StringLiterals;
+
+const QUuid id(u"8f3a0c52-1b2d-4e6f-9a7b-0c1d2e3f4a5b"_s);
+const QString idText = u"8F3A0C52-1B2D-4E6F-9A7B-0C1D2E3F4A5B"_s;
 
 TEST(AgentGroupTest, AGroupsFileNameKeepsTheLettersOfItsName)
 {
@@ -18,16 +20,12 @@ TEST(AgentGroupTest, AGroupsFileNameKeepsTheLettersOfItsName)
         QString expected;
     };
     const Row rows[] = {
-        {QStringLiteral("../x"), QStringLiteral("x")},
-        {QStringLiteral("Work"), QStringLiteral("Work")},
-        {QStringLiteral("  My – Töols_2 - ② "), QStringLiteral("My  Töols_2 - ②")},
-        {QStringLiteral("Büro e\u0301 日本"), QStringLiteral("Büro e\u0301 日本")},
-        {QStringLiteral("a\"b%c\nd\x01/e"), QStringLiteral("abcde")},
-        {QStringLiteral("🛠 Tools 👩‍💻"), QStringLiteral("Tools")},
-        {QStringLiteral("?!/.."), idText},
-        {QStringLiteral("   "), idText},
-        {QString(), idText},
-        {QStringLiteral(".hidden"), QStringLiteral("hidden")},
+        {u"../x"_s, u"x"_s},
+        {u"  My – Töols_2 - ② "_s, u"My  Töols_2 - ②"_s},
+        {u"a\"b%c\nd\x01/e"_s, u"abcde"_s},
+        {u"🛠 Tools 👩‍💻"_s, u"Tools"_s},
+        {u"?!/.."_s, idText},
+        {u".hidden"_s, u"hidden"_s},
         {QString(300, QLatin1Char('n')), QString(240, QLatin1Char('n'))},
         {QString(300, QChar(0x65e5)), QString(80, QChar(0x65e5))},
     };
@@ -41,7 +39,7 @@ TEST(AgentGroupTest, AGroupsFileNameKeepsTheLettersOfItsName)
 
 TEST(AgentGroupTest, AnIdentifierNamesItsGroupOrNone)
 {
-    EXPECT_EQ(agentIdentifier(id), QStringLiteral("com.cobblet.agent.") + idText);
+    EXPECT_EQ(agentIdentifier(id), u"com.cobblet.agent."_s + idText);
     EXPECT_EQ(groupOfAgent(agentIdentifier(id)), id);
     for (const char *other : {"com.vantor.cobblet", "com.cobblet.agent.", "com.cobblet.agent.x",
                               "com.cobblet.agent.8F3A0C52-1B2D-4E6F-9A7B-0C1D2E3F4A5B.x"})
@@ -51,8 +49,8 @@ TEST(AgentGroupTest, AnIdentifierNamesItsGroupOrNone)
 TEST(AgentGroupTest, AConfigIsOneGroupAndNothingElseIs)
 {
     AppGroup group;
-    group.name = QStringLiteral("Quote \" and 🛠");
-    group.apps = {{QStringLiteral("Mail"), QStringLiteral("com.apple.mail")}};
+    group.name = u"Quote \" and 🛠"_s;
+    group.apps = {{u"Mail"_s, u"com.apple.mail"_s}};
     const auto back = decodeAgentGroupConfig(encode({group}));
     ASSERT_TRUE(back) << back.error().toStdString();
     EXPECT_EQ(back.value().group, group);
@@ -64,16 +62,16 @@ TEST(AgentGroupTest, AConfigIsOneGroupAndNothingElseIs)
         EXPECT_FALSE(decodeAgentGroupConfig(bad)) << bad.left(40).toStdString();
 }
 
-TEST(GroupMenuTest, EveryApplicationHasAnActionOfItsOwnThatDesktopEntriesCanName)
+TEST(AgentMenuTest, EveryApplicationHasAnActionOfItsOwnThatDesktopEntriesCanName)
 {
     AppGroup group;
     for (const char *bundleID : {"org.a-b", "org.a.b", "org.a-2eb", "com.apple.mail", "Ünïcode", "", "x y"})
-        group.apps.append({QStringLiteral("name"), QString::fromUtf8(bundleID)});
+        group.apps.append({u"name"_s, QString::fromUtf8(bundleID)});
     const QList<DockMenuItem> menu = agentMenu(group);
     QSet<QString> actions;
     QStringList titles;
     for (const DockMenuItem &item : menu) {
-        titles.append(item.isSeparator() ? QStringLiteral("-") : item.title);
+        titles.append(item.isSeparator() ? u"-"_s : item.title);
         if (item.isSeparator())
             continue;
         actions.insert(item.action);
@@ -82,8 +80,7 @@ TEST(GroupMenuTest, EveryApplicationHasAnActionOfItsOwnThatDesktopEntriesCanName
                 << item.action.toStdString();
     }
     EXPECT_EQ(actions.size(), group.apps.size() + 3);
-    EXPECT_EQ(titles.mid(group.apps.size()), QStringList({QStringLiteral("-"), QStringLiteral("Open All"),
-                                                          QStringLiteral("Hide All"), QStringLiteral("Quit All")}));
+    EXPECT_EQ(titles.mid(group.apps.size()), QStringList({u"-"_s, u"Open All"_s, u"Hide All"_s, u"Quit All"_s}));
 }
 
 } // namespace

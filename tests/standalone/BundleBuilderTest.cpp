@@ -10,147 +10,120 @@
 
 #include <sys/stat.h>
 #include <sys/xattr.h>
-#include <unistd.h>
 
 namespace cobblet {
 namespace {
 
+using namespace Qt::StringLiterals;
 using test::read;
 using test::write;
 
 class BundleBuilderTest : public test::BundleTest {
 protected:
-    QString build(const AppGroup &group, const QString &at)
+    /// "ok", or what went wrong.
+    QString build(const QString &name = u"Work"_s)
     {
-        return described(BundleBuilder(services()).build(group, at));
+        work.name = name;
+        return described(BundleBuilder(services()).sync(work, destination));
     }
-    QString build() { return build(work, destination); }
-    bool isSound(const QString &bundle) const
+    bool isSound() const
     {
-        return QProcess::execute(tools.codesign, {QStringLiteral("--verify"), QStringLiteral("--strict"), bundle}) ==
-               0;
+        return QProcess::execute(tools.codesign, {u"--verify"_s, u"--strict"_s, destination}) == 0;
     }
-    static ino_t inode(const QString &path)
+    QString builtName() const { return readAgentGroupConfig(destination).value().group.name; }
+    ino_t inode() const
     {
         struct stat status {};
-        ::stat(path.toLocal8Bit().constData(), &status);
-        return status.st_ino;
+        return ::stat(destination.toLocal8Bit().constData(), &status) == 0 ? status.st_ino : 0;
     }
     /// A stand-in for a tool, in the shell's language.
     QString tool(const QByteArray &script)
     {
-        const QString path = folder.filePath(QStringLiteral("tool"));
+        const QString path = folder.filePath(u"tool"_s);
         write(path, "#!/bin/sh\n" + script, true);
         return path;
     }
+
+    const QString plist = u"/Contents/Info.plist"_s;
+    const QString program = u"/Contents/MacOS/cobblet"_s;
 };
 
-TEST_F(BundleBuilderTest, ABundleHasTheGroupsIdentityAndIsSigned)
+TEST_F(BundleBuilderTest, ABundleHasTheGroupsIdentityIsSignedAndStaysTheSameFolder)
 {
-    work.name = QStringLiteral("Work \"1\" \x01<&>");
-    ASSERT_EQ(build(), QStringLiteral("ok"));
-    const auto plist = InfoPlist::read(destination);
-    ASSERT_TRUE(plist && plist.value());
-    EXPECT_EQ(plist.value()->text("CFBundleIdentifier"), agentIdentifier(work.id));
-    EXPECT_EQ(plist.value()->text("CFBundleDisplayName"), QStringLiteral("Work \"1\" <&>"));
-    EXPECT_EQ(plist.value()->text("CFBundleName"), plist.value()->text("CFBundleDisplayName"));
-    EXPECT_EQ(plist.value()->text("CFBundleIconFile"), QStringLiteral("AppIcon"));
-    EXPECT_EQ(plist.value()->text("CFBundleExecutable"), QStringLiteral("cobblet"));
-    EXPECT_EQ(plist.value()->text("CBBinaryStamp"), stamp);
-    const QString xml = read(destination + QStringLiteral("/Contents/Info.plist"));
-    EXPECT_FALSE(xml.contains(QStringLiteral("CFBundleIconName")));
-    EXPECT_TRUE(xml.simplified().contains(QStringLiteral("<key>LSMultipleInstancesProhibited</key> <false/>")));
-    EXPECT_FALSE(QFileInfo::exists(destination + QStringLiteral("/Contents/Resources/Metadata.appintents")));
-    const auto config = readAgentGroupConfig(destination);
-    ASSERT_TRUE(config);
-    EXPECT_EQ(config.value().group, work);
-    EXPECT_TRUE(
-        read(destination + QStringLiteral("/Contents/Resources/AppIcon.icns")).startsWith(QStringLiteral("icns")));
-    EXPECT_TRUE(QFileInfo(destination + QStringLiteral("/Contents/MacOS/cobblet")).isExecutable());
-    EXPECT_TRUE(isSound(destination));
-    EXPECT_EQ(leftovers(), QStringList(QStringLiteral("Work.app")));
-}
+    const QString name = u"Work \"1\" \x01<&>"_s;
+    ASSERT_EQ(build(name), u"ok"_s);
+    const auto info = InfoPlist::read(destination);
+    ASSERT_TRUE(info && info.value());
+    for (const auto &[key, value] : {std::pair("CFBundleIdentifier", agentIdentifier(work.id)),
+                                     {"CFBundleDisplayName", u"Work \"1\" <&>"_s},
+                                     {"CFBundleName", u"Work \"1\" <&>"_s},
+                                     {"CFBundleIconFile", u"AppIcon"_s},
+                                     {"CFBundleExecutable", u"cobblet"_s},
+                                     {"CBBinaryStamp", stamp}})
+        EXPECT_EQ(info.value()->text(key), value) << key;
+    const QString xml = read(destination + plist).simplified();
+    EXPECT_FALSE(xml.contains(u"CFBundleIconName"_s));
+    EXPECT_TRUE(xml.contains(u"<key>LSMultipleInstancesProhibited</key> <false/>"_s));
+    EXPECT_FALSE(QFileInfo::exists(destination + u"/Contents/Resources/Metadata.appintents"_s));
+    EXPECT_EQ(readAgentGroupConfig(destination).value().group, work);
+    EXPECT_TRUE(read(destination + u"/Contents/Resources/AppIcon.icns"_s).startsWith(u"icns"_s));
+    EXPECT_TRUE(QFileInfo(destination + program).isExecutable());
+    EXPECT_TRUE(isSound());
 
-TEST_F(BundleBuilderTest, ARebuiltBundleIsTheSameFolderAndHoldsNothingOfBefore)
-{
-    ASSERT_EQ(build(), QStringLiteral("ok"));
-    const ino_t before = inode(destination);
-    write(destination + QStringLiteral("/Contents/Resources/stale"), "of an earlier version");
-    work.name = QStringLiteral("Office");
-    ASSERT_EQ(build(), QStringLiteral("ok"));
-    EXPECT_EQ(inode(destination), before);
-    EXPECT_FALSE(QFileInfo::exists(destination + QStringLiteral("/Contents/Resources/stale")));
-    EXPECT_EQ(InfoPlist::read(destination).value()->text("CFBundleName"), work.name);
-    EXPECT_TRUE(isSound(destination));
-    EXPECT_EQ(leftovers(), QStringList(QStringLiteral("Work.app")));
+    const ino_t before = inode();
+    write(destination + u"/Contents/Resources/stale"_s, "of an earlier version");
+    ASSERT_EQ(build(u"Office"_s), u"ok"_s);
+    EXPECT_EQ(inode(), before);
+    EXPECT_FALSE(QFileInfo::exists(destination + u"/Contents/Resources/stale"_s));
+    EXPECT_EQ(builtName(), u"Office"_s);
+    EXPECT_TRUE(isSound());
+    EXPECT_EQ(leftovers(), QStringList(u"Work.app"_s));
 }
 
 TEST_F(BundleBuilderTest, AFailureLeavesWhatWasThere)
 {
     struct Row {
-        const char *what;
         std::function<void()> spoil;
         QString expected; ///< the beginning
         bool firstBuildToo = true;
     };
     const Row rows[] = {
-        {"signing is made to fail", [] { qputenv("CB_SIMULATE_SIGN_FAILURE", ""); },
-         QStringLiteral("codesign exited with status 1 — simulated failure (CB_SIMULATE_SIGN_FAILURE)")},
-        {"the signing tool is missing", [this] { tools.codesign = QStringLiteral("/none/codesign"); },
-         QStringLiteral("/none/codesign is missing or not executable on this Mac")},
-        {"signing fails", [this] { tools.codesign = tool("echo broken; echo badly >&2; exit 3"); },
-         QStringLiteral("codesign exited with status 3 — broken\nbadly")},
-        {"the check fails", [this] { tools.codesign = tool("test \"$1\" != --verify"); },
-         QStringLiteral("codesign --verify exited with status 1")},
-        {"the signing tool is killed", [this] { tools.codesign = tool("kill -9 $$"); },
-         QStringLiteral("codesign exited with status 137")},
-        {"the program's Info.plist is missing",
-         [this] { QFile::remove(source + QStringLiteral("/Contents/Info.plist")); }, QStringLiteral("Can't read")},
-        {"the program holds what can't be copied",
-         [this] { ::mkfifo((source + QStringLiteral("/Contents/pipe")).toLocal8Bit().constData(), 0600); },
-         QStringLiteral("“") + source + QStringLiteral("/Contents/pipe” can't be copied")},
-        {"the program is gone", [this] { QDir(source).removeRecursively(); }, QStringLiteral("“") + source},
-        {"rsync is missing", [this] { tools.rsync = QStringLiteral("/none/rsync"); },
-         QStringLiteral("The program “/none/rsync” can't be run"), false},
-        {"rsync fails half-way",
-         [this] {
+        {[] { qputenv("CB_SIMULATE_SIGN_FAILURE", ""); },
+         u"codesign exited with status 1 — simulated failure (CB_SIMULATE_SIGN_FAILURE)"_s},
+        {[this] { tools.codesign = u"/none/codesign"_s; },
+         u"/none/codesign is missing or not executable on this Mac"_s},
+        {[this] { tools.codesign = tool("echo broken; echo badly >&2; exit 3"); },
+         u"codesign exited with status 3 — broken\nbadly"_s},
+        {[this] { tools.codesign = tool("test \"$1\" != --verify"); }, u"codesign --verify exited with status 1"_s},
+        {[this] { tools.codesign = tool("yes | head -c 10000000; kill -9 $$"); },
+         u"codesign exited with status 137 — y"_s},
+        {[this] { QFile::remove(source + plist); }, u"Can't read"_s},
+        {[this] { ::mkfifo((source + u"/Contents/pipe"_s).toLocal8Bit().constData(), 0600); },
+         u"“"_s + source + u"/Contents/pipe” can't be copied"_s},
+        {[this] { tools.rsync = u"/none/rsync"_s; }, u"The program “/none/rsync” can't be run"_s, false},
+        {[this] {
              tools.rsync = tool("for last; do :; done; cd \"$last/Contents\"; rm Info.plist MacOS/cobblet; "
                                 "echo new > MacOS/cobblet; exit 11");
          },
-         message(StandaloneError::BundleSyncFailed), false},
-        {"rsync takes all away and fails",
-         [this] { tools.rsync = tool("for last; do :; done; rm -rf \"$last/Contents\"; exit 12"); },
-         message(StandaloneError::BundleSyncFailed), false},
+         message(BuildFailure(StandaloneError::BundleSyncFailed)), false},
     };
     const BundleTools sound = tools;
     for (const Row &row : rows) {
         for (const bool first : {true, false}) {
             if (first && !row.firstBuildToo)
                 continue;
-            SCOPED_TRACE(std::string(row.what) + (first ? ", first build" : ", rebuild"));
-            ASSERT_TRUE(removeTree(destination) && removeTree(source + QStringLiteral("/Contents/pipe")));
-            write(source + QStringLiteral("/Contents/Info.plist"), test::info(QStringLiteral("com.vantor.cobblet")));
-            write(source + QStringLiteral("/Contents/MacOS/cobblet"), QByteArray(40'000, 'x'), true);
-            tools = sound;
-            ino_t before = 0;
-            if (!first) {
-                ASSERT_EQ(build(), QStringLiteral("ok"));
-                before = inode(destination);
-            }
-            const auto config = readAgentGroupConfig(destination);
+            SCOPED_TRACE(row.expected.toStdString() + (first ? ", first build" : ", rebuild"));
+            ASSERT_TRUE(removeTree(destination) && removeTree(source + u"/Contents/pipe"_s));
+            write(source + plist, test::info(u"com.vantor.cobblet"_s));
+            ASSERT_TRUE(first || build() == u"ok"_s);
+            const ino_t before = inode();
             row.spoil();
-            AppGroup changed = work;
-            changed.name = QStringLiteral("Changed");
-            EXPECT_TRUE(build(changed, destination).startsWith(row.expected))
-                << build(changed, destination).toStdString();
+            EXPECT_EQ(build(u"Changed"_s).left(row.expected.size()), row.expected);
             qunsetenv("CB_SIMULATE_SIGN_FAILURE");
             tools = sound;
-            EXPECT_EQ(leftovers(), first ? QStringList() : QStringList(QStringLiteral("Work.app")));
-            if (first)
-                continue;
-            EXPECT_EQ(inode(destination), before);
-            EXPECT_TRUE(isSound(destination));
-            EXPECT_EQ(readAgentGroupConfig(destination).value().group, config.value().group);
+            EXPECT_EQ(leftovers(), first ? QStringList() : QStringList(u"Work.app"_s));
+            EXPECT_EQ(inode(), before);
+            EXPECT_TRUE(first || (isSound() && builtName() == u"Work"_s));
         }
     }
 }
@@ -160,26 +133,22 @@ TEST_F(BundleBuilderTest, AFullDiskLeavesTheOldBundleOrNone)
     int failures = 0;
     for (const bool first : {true, false}) {
         bool succeeded = false;
-        for (int size = 8; !succeeded && size < 4096; size += 24) {
+        for (int size = 8; !succeeded && size < 4096; size += 72) {
             SCOPED_TRACE(testing::Message() << size << " KiB, first build: " << first);
             QDir().mkpath(agents);
             const test::SmallDisk disk(agents, first ? size : size + 512);
             if (!first) {
                 // What is left of the disk is what the rebuild finds.
-                ASSERT_EQ(build(), QStringLiteral("ok"));
-                write(agents + QStringLiteral("/ballast"), QByteArray(qMax(0, 512 - size) * 1024, 'b'));
+                ASSERT_EQ(build(), u"ok"_s);
+                write(agents + u"/ballast"_s, QByteArray(qMax(0, 512 - size) * 1024, 'b'));
             }
-            AppGroup changed = work;
-            changed.name = QStringLiteral("Changed");
-            const QString result = build(changed, destination);
-            succeeded = result == QStringLiteral("ok");
+            succeeded = build(u"Changed"_s) == u"ok"_s;
             failures += !succeeded;
-            QFile::remove(agents + QStringLiteral("/ballast"));
-            EXPECT_EQ(leftovers(), first && !succeeded ? QStringList() : QStringList(QStringLiteral("Work.app")))
-                << result.toStdString();
+            QFile::remove(agents + u"/ballast"_s);
+            EXPECT_EQ(leftovers(), first && !succeeded ? QStringList() : QStringList(u"Work.app"_s));
             if (!first || succeeded) {
-                EXPECT_TRUE(isSound(destination)) << result.toStdString();
-                EXPECT_EQ(readAgentGroupConfig(destination).value().group.name, succeeded ? changed.name : work.name);
+                EXPECT_TRUE(isSound());
+                EXPECT_EQ(builtName(), succeeded ? u"Changed"_s : u"Work"_s);
             }
             ASSERT_TRUE(removeTree(destination));
         }
@@ -190,152 +159,102 @@ TEST_F(BundleBuilderTest, AFullDiskLeavesTheOldBundleOrNone)
 
 TEST_F(BundleBuilderTest, WhatWasNotMadeHereIsLeftAlone)
 {
-    const QString elsewhere = folder.filePath(QStringLiteral("elsewhere"));
-    write(elsewhere + QStringLiteral("/Contents/Info.plist"), test::info(agentIdentifier(work.id)));
-    write(elsewhere + QStringLiteral("/precious"), "data");
-    struct Row {
-        const char *what;
-        std::function<void()> put;
-    };
-    const Row rows[] = {
-        {"a link to another folder", [&] { QFile::link(elsewhere, destination); }},
-        {"a link to nowhere", [&] { QFile::link(QStringLiteral("/none"), destination); }},
-        {"a file", [&] { write(destination, "a file"); }},
-        {"somebody's folder", [&] { write(destination + QStringLiteral("/note"), "mine"); }},
-        {"another application",
-         [&] {
-             write(destination + QStringLiteral("/Contents/Info.plist"), test::info(QStringLiteral("org.other")));
-         }},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.what);
-        row.put();
+    const QString elsewhere = folder.filePath(u"elsewhere"_s);
+    write(elsewhere + plist, test::info(agentIdentifier(work.id)));
+    for (const auto &put : std::initializer_list<std::function<void()>>{
+             [&] { QFile::link(elsewhere, destination); }, [&] { QFile::link(u"/none"_s, destination); },
+             [&] { write(destination, "a file"); }, [&] { write(destination + u"/note"_s, "mine"); },
+             [&] { write(destination + plist, test::info(u"org.other"_s)); }}) {
+        put();
         const QStringList before = leftovers();
-        EXPECT_TRUE(build().contains(QStringLiteral("was not made by Cobblet"))) << build().toStdString();
+        const QString told = build();
+        EXPECT_TRUE(told.contains(u"was not made by Cobblet"_s)) << told.toStdString();
         EXPECT_EQ(leftovers(), before);
-        EXPECT_EQ(read(elsewhere + QStringLiteral("/precious")), QStringLiteral("data"));
         ASSERT_TRUE(removeTree(destination));
     }
-
     // A folder for what is half done that leads elsewhere.
-    ASSERT_TRUE(removeTree(agents + QStringLiteral("/.staging")));
-    QFile::link(elsewhere, agents + QStringLiteral("/.staging"));
+    ASSERT_TRUE(removeTree(agents + u"/.staging"_s));
+    QFile::link(elsewhere, agents + u"/.staging"_s);
     EXPECT_TRUE(BundleBuilder(services()).recover());
-    EXPECT_TRUE(build().contains(QStringLiteral("is a link")));
-    EXPECT_EQ(read(elsewhere + QStringLiteral("/precious")), QStringLiteral("data"));
+    EXPECT_TRUE(build().contains(u"is a link"_s));
+    EXPECT_EQ(read(elsewhere + plist).toUtf8(), test::info(agentIdentifier(work.id)));
 }
 
-TEST_F(BundleBuilderTest, LinksInTheProgramsBundleAreNeverWrittenThrough)
+TEST_F(BundleBuilderTest, LinksAreNeverFollowed)
 {
-    const QString store = folder.filePath(QStringLiteral("store"));
-    for (const char *file : {"/Contents/Info.plist", "/Contents/Resources/group-config.json"}) {
-        const QString path = source + QLatin1String(file);
-        QFile::remove(path);
-        const QString kept = store + QLatin1Char('/') + QFileInfo(path).fileName();
-        write(kept, test::info(QStringLiteral("com.vantor.cobblet")));
-        QFile::link(kept, path);
+    const QByteArray stored = test::info(u"com.vantor.cobblet"_s);
+    const QString outside = folder.filePath(u"outside"_s);
+    write(outside, stored);
+    for (const char *file : {"/Contents/Info.plist", "/Contents/Resources/group-config.json", "/Contents/link"}) {
+        QFile::remove(source + QLatin1String(file));
+        QFile::link(outside, source + QLatin1String(file));
     }
-    ASSERT_EQ(build(), QStringLiteral("ok"));
-    for (const char *file : {"Info.plist", "group-config.json"})
-        EXPECT_EQ(read(store + QLatin1Char('/') + QLatin1String(file)).toUtf8(),
-                  test::info(QStringLiteral("com.vantor.cobblet")));
+    ASSERT_EQ(build(), u"ok"_s);
+    // Attributes of other programs go, but not those of what a link leads to.
+    const char *attribute = "user.xdg.origin.url";
+    for (const QString &path : {outside, destination + program})
+        ASSERT_EQ(::setxattr(path.toLocal8Bit().constData(), attribute, "x", 1, 0), 0);
+    ASSERT_EQ(build(), u"ok"_s);
+    EXPECT_EQ(::getxattr((destination + program).toLocal8Bit().constData(), attribute, nullptr, 0), -1);
+    EXPECT_EQ(::getxattr(outside.toLocal8Bit().constData(), attribute, nullptr, 0), 1);
+    EXPECT_EQ(read(outside).toUtf8(), stored);
     EXPECT_EQ(InfoPlist::read(destination).value()->text("CFBundleIdentifier"), agentIdentifier(work.id));
-}
-
-TEST_F(BundleBuilderTest, AttributesOfOtherProgramsGoButNotThoseOfWhatALinkLeadsTo)
-{
-    const QString outside = folder.filePath(QStringLiteral("outside"));
-    const QString program = destination + QStringLiteral("/Contents/MacOS/cobblet");
-    write(outside, "x");
-    QFile::link(outside, source + QStringLiteral("/Contents/Resources/link"));
-    ASSERT_EQ(build(), QStringLiteral("ok"));
-    const auto attribute = [](const QString &path) {
-        return ::getxattr(path.toLocal8Bit().constData(), "user.xdg.origin.url", nullptr, 0);
-    };
-    for (const QString &path : {outside, program}) {
-        ASSERT_EQ(::setxattr(path.toLocal8Bit().constData(), "user.xdg.origin.url", "x", 1, 0), 0);
-        ASSERT_EQ(attribute(path), 1);
-    }
-    ASSERT_EQ(build(), QStringLiteral("ok"));
-    EXPECT_EQ(attribute(program), -1);
-    EXPECT_EQ(attribute(outside), 1);
 }
 
 TEST_F(BundleBuilderTest, AnInfoPlistThatIsNoDictionaryIsLeftAsItIs)
 {
     const QByteArray list = "<plist version=\"1.0\"><array><string>x</string></array></plist>";
-    write(source + QStringLiteral("/Contents/Info.plist"), list);
-    ASSERT_EQ(build(), QStringLiteral("ok"));
-    EXPECT_EQ(read(destination + QStringLiteral("/Contents/Info.plist")).toUtf8(), list);
-    EXPECT_EQ(readAgentGroupConfig(destination).value().group, work);
+    write(source + plist, list);
+    ASSERT_EQ(build(), u"ok"_s);
+    EXPECT_EQ(read(destination + plist).toUtf8(), list);
 }
 
 TEST_F(BundleBuilderTest, ABuildThatWasKilledIsTakenBackAtTheNextStart)
 {
-    struct Row {
-        const char *what;
-        std::function<void(const QString &staging)> die; ///< leaves what a process leaves that dies here
-        bool keepsOld;
-    };
     const AgentsFolder agentsFolder(agents);
-    const QString program = destination + QStringLiteral("/Contents/MacOS/cobblet");
-    const Row rows[] = {
-        {"while the copy is made",
-         [&](const QString &staging) { write(staging + QStringLiteral("/Cobblet.app/Contents/MacOS/cobblet"), "x"); },
-         true},
-        {"before anything is mirrored",
-         [&](const QString &staging) { ASSERT_TRUE(agentsFolder.keep(staging, destination)); }, true},
-        {"half-way through the mirroring",
-         [&](const QString &staging) {
+    // What a process leaves that dies there, and whose name is in the bundle afterwards.
+    const std::pair<std::function<void(const QString &staging)>, QString> rows[] = {
+        {[&](const QString &staging) { write(staging + u"/Cobblet.app"_s + program, "x"); }, u"Work"_s},
+        {[&](const QString &staging) {
              ASSERT_TRUE(agentsFolder.keep(staging, destination));
-             QFile::remove(program);
-             write(program, "half of a new one", true);
+             QFile::remove(destination + program);
+             write(destination + program, "half of a new one", true);
          },
-         true},
-        {"while it was put back",
-         [&](const QString &staging) {
+         u"Work"_s},
+        {[&](const QString &staging) { // while it was put back
              ASSERT_TRUE(agentsFolder.keep(staging, destination));
-             ASSERT_TRUE(moveTree(destination + QStringLiteral("/Contents"), staging + QStringLiteral("/broken")));
+             ASSERT_TRUE(moveTree(destination + u"/Contents"_s, staging + u"/broken"_s));
          },
-         true},
-        {"once all was mirrored",
-         [&](const QString &staging) {
-             AppGroup changed = work;
-             changed.name = QStringLiteral("Changed");
+         u"Work"_s},
+        {[&](const QString &staging) {
              ASSERT_TRUE(agentsFolder.keep(staging, destination));
-             ASSERT_EQ(build(changed, destination), QStringLiteral("ok"));
+             ASSERT_EQ(build(u"Changed"_s), u"ok"_s);
          },
-         false},
+         u"Changed"_s},
     };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(row.what);
-        ASSERT_EQ(build(), QStringLiteral("ok"));
-        const auto staging = agentsFolder.makeStaging();
-        ASSERT_TRUE(staging);
-        row.die(staging.value());
+    for (const auto &[die, name] : rows) {
+        ASSERT_EQ(build(), u"ok"_s);
+        die(agentsFolder.makeStaging().value());
         EXPECT_TRUE(BundleBuilder(services()).recover());
-        EXPECT_EQ(leftovers(), QStringList(QStringLiteral("Work.app")));
-        EXPECT_TRUE(isSound(destination));
-        EXPECT_EQ(readAgentGroupConfig(destination).value().group.name,
-                  row.keepsOld ? work.name : QStringLiteral("Changed"));
+        EXPECT_EQ(leftovers(), QStringList(u"Work.app"_s));
+        EXPECT_TRUE(isSound());
+        EXPECT_EQ(builtName(), name);
     }
 }
 
 TEST_F(BundleBuilderTest, TheFolderListsOnlyWholeBundlesOfItsOwn)
 {
-    ASSERT_EQ(build(), QStringLiteral("ok"));
-    const QString huge = agents + QStringLiteral("/Huge.app/Contents/Resources/group-config.json");
+    ASSERT_EQ(build(), u"ok"_s);
+    const QString huge = agents + u"/Huge.app/Contents/Resources/group-config.json"_s;
     write(huge, "{\"group\":");
     ASSERT_TRUE(QFile::resize(huge, 100 * 1024 * 1024));
-    write(agents + QStringLiteral("/Broken.app/Contents/Resources/group-config.json"), "{");
-    write(agents + QStringLiteral("/Other.txt"), "x");
-    QFile::link(destination, agents + QStringLiteral("/Link.app"));
+    write(agents + u"/Broken.app/Contents/Resources/group-config.json"_s, "{");
+    QFile::link(destination, agents + u"/Link.app"_s);
     const AgentsFolder agentsFolder(agents);
     ASSERT_EQ(agentsFolder.bundles().size(), 1);
-    EXPECT_EQ(agentsFolder.bundles().first().path, destination);
 
-    // A group that was renamed keeps its application where it is.
-    work.name = QStringLiteral("Office");
+    // A group that was renamed keeps its bundle where it is.
+    work.name = u"Office"_s;
     ASSERT_TRUE(agentsFolder.bundleOf(work));
     EXPECT_EQ(agentsFolder.bundleOf(work)->path, destination);
     EXPECT_EQ(agentsFolder.bundleOf(work)->stamp, stamp);
@@ -347,16 +266,14 @@ TEST_F(BundleBuilderTest, TheFolderListsOnlyWholeBundlesOfItsOwn)
 
 TEST_F(BundleBuilderTest, OnlyOneProcessBuildsAtATime)
 {
-    const QString slow = tool("sleep 0.2; exec " + tools.codesign.toLocal8Bit() + " \"$@\"");
-    tools.codesign = slow;
+    tools.codesign = tool("sleep 0.2; exec " + tools.codesign.toLocal8Bit() + " \"$@\"");
     BundleBuilder one(services()), two(services());
     QString first;
-    std::thread other([&] { first = described(one.build(work, destination)); });
-    const QString second = described(two.build(work, destination));
+    std::thread other([&] { first = described(one.sync(work, destination)); });
+    EXPECT_EQ(described(two.sync(work, destination)), u"ok"_s);
     other.join();
-    EXPECT_EQ(first, QStringLiteral("ok"));
-    EXPECT_EQ(second, QStringLiteral("ok"));
-    EXPECT_EQ(leftovers(), QStringList(QStringLiteral("Work.app")));
+    EXPECT_EQ(first, u"ok"_s);
+    EXPECT_EQ(leftovers(), QStringList(u"Work.app"_s));
 }
 
 TEST_F(BundleBuilderTest, StoppingEndsTheToolAndTakesTheBuildBack)
@@ -364,12 +281,22 @@ TEST_F(BundleBuilderTest, StoppingEndsTheToolAndTakesTheBuildBack)
     tools.codesign = tool("sleep 60 & sleep 60");
     BundleBuilder builder(services());
     QString result;
-    std::thread build([&] { result = described(builder.build(work, destination)); });
+    std::thread build([&] { result = described(builder.sync(work, destination)); });
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     builder.stop();
     build.join();
-    EXPECT_TRUE(result.contains(QStringLiteral("about to end"))) << result.toStdString();
+    EXPECT_TRUE(result.contains(u"about to end"_s)) << result.toStdString();
     EXPECT_EQ(leftovers(), QStringList());
+}
+
+TEST_F(BundleBuilderTest, MissingToolsAreSaid)
+{
+    using Level = Availability::Level;
+    EXPECT_EQ(tools.availability().level, Level::Works);
+    tools.rsync = u"/none/rsync"_s;
+    EXPECT_EQ(tools.availability().level, Level::Partly);
+    tools.codesign = u"/none/codesign"_s;
+    EXPECT_EQ(tools.availability().level, Level::Not);
 }
 
 } // namespace

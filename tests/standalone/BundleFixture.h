@@ -85,10 +85,7 @@ protected:
     }
 
     BundleBuilder::Services services() { return {source, stamp, AgentsFolder(agents), tools, registry, groupIcons}; }
-    static QString described(const BuildOutcome &outcome)
-    {
-        return outcome ? description(*outcome) : QStringLiteral("ok");
-    }
+    static QString described(const BuildStatus &status) { return status ? QStringLiteral("ok") : status.error(); }
     /// What lies in the folder of the applications, without what is only there to keep others out.
     QStringList leftovers() const
     {
