@@ -1,5 +1,5 @@
-"""A group as an application of its own: made from the panel, found and started as any dock does it, kept up to date,
-taken away."""
+"""A standalone group: its agent is made from the panel, found and started as any dock does it, kept up to date, taken
+away."""
 
 import contextlib
 import json
@@ -9,7 +9,6 @@ import plistlib
 import shutil
 import signal
 import subprocess
-import time
 
 from cobblet import EXECUTABLE, TOOLS, XCALC, XCLOCK, Cobblet, CobbletCase, group
 
@@ -77,7 +76,7 @@ class StandaloneCase(CobbletCase):
                        stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
 
     def agent(self):
-        """The process of the group's application, or none."""
+        """The agent's process, or none."""
         for folder in pathlib.Path("/proc").iterdir():
             if folder.name.isdigit():
                 with contextlib.suppress(OSError):
@@ -94,18 +93,18 @@ class StandaloneCase(CobbletCase):
                     os.kill(pid, signal.SIGKILL)
 
     def wait_agent(self, but=None):
-        return self.desktop.wait(lambda: self.agent() not in (None, but) and self.agent(), "the group's application")
+        return self.desktop.wait(lambda: self.agent() not in (None, but) and self.agent(), "the agent")
 
     def end_agent(self):
         os.kill(self.agent(), signal.SIGTERM)
-        self.desktop.wait(lambda: self.agent() is None, "the group's application to end")
+        self.desktop.wait(lambda: self.agent() is None, "the agent to end")
 
     def agent_panel(self):
         return next((window for window in self.desktop.windows()
                      if window.name == AGENT and window.viewable() and window.rect().width >= 380), None)
 
     def wait_agent_panel(self):
-        return self.desktop.wait(self.agent_panel, "the panel of the group's application")
+        return self.desktop.wait(self.agent_panel, "the agent's panel")
 
     def hide_agent_panel(self):
         panel = self.wait_agent_panel()
@@ -203,17 +202,6 @@ class FromThePanel(StandaloneCase):
         self.assertEqual([path for path in self.icons.rglob("*.png") if AGENT in path.name], [])
         self.assertTrue(cobblet.running())
 
-    def test_turned_back_it_is_gone_and_can_be_made_again(self):
-        cobblet = self.start("show", "My Clocks")
-        self.make_standalone(cobblet)
-        self.home.write([TOOLS, {**CLOCKS, "isStandalone": False}])
-        self.desktop.wait(lambda: not self.bundle.exists() and not self.entry.exists() and self.agent() is None,
-                          "the application to be gone")
-        cobblet.reopen()
-        self.click_standalone(cobblet)
-        self.wait_agent_panel()
-        self.assertTrue(self.bundle.exists())
-
     def test_a_failure_to_sign_is_told_and_its_details_can_be_copied(self):
         cobblet = self.start("show", "My Clocks", CB_SIMULATE_SIGN_FAILURE="1")
         self.click_standalone(cobblet)
@@ -248,13 +236,6 @@ class AtTheNextStart(StandaloneCase):
         self.hide_agent_panel()
         first, stamp = self.agent(), self.information()["CBBinaryStamp"]
 
-        # Nothing is old: nothing happens.
-        icon = (self.bundle / "Contents/Resources/AppIcon.icns").stat().st_mtime_ns
-        cobblet = self.restart(cobblet)
-        time.sleep(6)
-        self.assertEqual((self.bundle / "Contents/Resources/AppIcon.icns").stat().st_mtime_ns, icon)
-        self.assertEqual(self.agent(), first)
-
         # Another build of the program: the application is rebuilt where it is, and goes on without a panel.
         program = self.program / "Contents/MacOS/cobblet"
         os.utime(program, (1_700_000_000, 1_700_000_000))
@@ -278,15 +259,6 @@ class AtTheNextStart(StandaloneCase):
         self.assertTrue((self.program / "Contents/Info.plist").exists())
         self.assertEqual(sorted(path.name for path in self.agents.glob("*.app")), ["Link.app", "Note.app"])
         self.assertFalse((self.agents / ".staging/DEAD").exists())
-
-    def test_a_bundle_that_is_gone_is_built_again(self):
-        self.home.write([TOOLS, {**CLOCKS, "isStandalone": True}])
-        self.start("--service")
-        self.desktop.wait(self.entry.exists, "the application")
-        self.assertTrue(self.is_sound())
-        self.assertIsNone(self.agent(), "it did not run before")
-        self.launch("gtk-launch", AGENT)
-        self.wait_agent_panel()
 
 
 class WithoutASessionBus(StandaloneCase):
