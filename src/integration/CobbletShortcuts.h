@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/IntentsHost.h"
+#include "integration/GroupIntents.h"
 
 #include <array>
 #include <optional>
@@ -11,7 +11,7 @@ namespace cobblet {
 struct AppShortcut {
     static constexpr QLatin1String applicationName{"Cobblet"};
 
-    IntentRequests::Verb verb;
+    const GroupIntent &intent;
     std::array<QLatin1String, 3> openings; ///< what a phrase begins with: "Fire up"
     QLatin1String shortTitle;
     QLatin1String symbol;
@@ -30,18 +30,11 @@ public:
 
     static const std::array<AppShortcut, 3> &appShortcuts();
 
-    struct Request {
-        IntentRequests::Verb verb;
-        QString group; ///< its name as it was said
-
-        bool operator==(const Request &) const = default;
-    };
-
     /// What a whole phrase asks for, whatever its letter case and white space, with or without a full stop; absent
-    /// when the text is no such phrase.
-    static std::optional<Request> understood(const QString &text);
+    /// when the text is no such phrase. The group is called as it was said.
+    static std::optional<GroupRequest> understood(const QString &text);
     /// The verb of a phrase that may still be being typed ("fire up wo"), and all that was typed after it.
-    static std::optional<Request> begun(const QString &text);
+    static std::optional<GroupRequest> begun(const QString &text);
 };
 
 } // namespace cobblet

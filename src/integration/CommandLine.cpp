@@ -153,11 +153,10 @@ std::optional<QString> CommandLine::groupToShow() const
     if (verb == Verb::Show)
         return text;
     if (verb == Verb::Say)
-        if (const auto request = CobbletShortcuts::understood(text);
-            request && request->verb == IntentRequests::Verb::Show)
+        if (const auto request = CobbletShortcuts::understood(text); request && request->verb == IntentVerb::Show)
             return request->group;
     if (verb == Verb::Open)
-        if (const auto url = GroupUrl::parse(text); url && url->verb == IntentRequests::Verb::Show)
+        if (const auto url = GroupUrl::parse(text); url && url->verb == IntentVerb::Show)
             return url->group;
     return std::nullopt;
 }

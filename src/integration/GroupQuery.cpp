@@ -1,6 +1,8 @@
 #include "integration/GroupQuery.h"
 
+#include "integration/GroupIntents.h"
 #include "model/ConfigManager.h"
+#include "model/GroupCoding.h"
 
 #include <QSet>
 
@@ -12,20 +14,17 @@ IntentFailure ambiguous(const QString &name, const QList<GroupEntity> &groups)
 {
     IntentFailure failure{IntentFailure::Kind::AmbiguousGroup,
                           QStringLiteral("There are %1 groups named “%2”. Use an id:").arg(groups.size()).arg(name),
-                          {}};
-    for (const GroupEntity &group : groups) {
+                          groups};
+    for (const GroupEntity &group : groups)
         failure.message += QLatin1Char('\n') + uuidText(group.id) + QLatin1Char(' ') + group.name.simplified();
-        failure.candidates.append(group.intentGroup());
-    }
     return failure;
 }
 
 } // namespace
 
-QString GroupIntentError::message() const
+GroupEntity entityOf(const AppGroup &group)
 {
-    return QStringLiteral("There's no group named “") + name +
-           QStringLiteral("”. It may have been renamed or deleted.");
+    return {group.id, group.name, group.emoji};
 }
 
 QString foldedForComparison(const QString &text, const QLocale &locale)
@@ -40,7 +39,7 @@ QList<GroupEntity> GroupQuery::entitiesWhere(Predicate predicate) const
     QList<GroupEntity> entities;
     for (const AppGroup &group : m_config.groups())
         if (predicate(group))
-            entities.append(GroupEntity(group));
+            entities.append(entityOf(group));
     return entities;
 }
 
@@ -64,7 +63,7 @@ QList<GroupEntity> GroupQuery::suggestedEntities() const
     return entitiesWhere([](const AppGroup &) { return true; });
 }
 
-std::variant<GroupEntity, IntentFailure> GroupQuery::resolve(const QString &nameOrId) const
+Result<GroupEntity, IntentFailure> GroupQuery::resolve(const QString &nameOrId) const
 {
     if (nameOrId.isEmpty())
         return IntentFailure{IntentFailure::Kind::Invalid, QStringLiteral("Say which group: its name or id."), {}};
@@ -73,7 +72,7 @@ std::variant<GroupEntity, IntentFailure> GroupQuery::resolve(const QString &name
             IntentFailure::Kind::Invalid, QStringLiteral("A group is named by at most 1,000 characters."), {}};
     if (const auto id = parseUuid(nameOrId))
         if (const AppGroup *group = m_config.group(*id))
-            return GroupEntity(*group);
+            return entityOf(*group);
 
     QList<GroupEntity> named = entitiesWhere([&](const AppGroup &group) { return group.name == nameOrId; });
     if (named.isEmpty()) {
@@ -82,7 +81,7 @@ std::variant<GroupEntity, IntentFailure> GroupQuery::resolve(const QString &name
             [&](const AppGroup &group) { return foldedForComparison(group.name.simplified(), m_locale) == folded; });
     }
     if (named.isEmpty())
-        return GroupIntentError::groupNotFound(nameOrId).failure();
+        return GroupIntentError::groupNotFound(nameOrId);
     if (named.size() > 1)
         return ambiguous(nameOrId, named);
     return named.first();

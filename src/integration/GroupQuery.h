@@ -1,14 +1,16 @@
 #pragma once
 
-#include "integration/GroupEntity.h"
+#include "platform/IntentsHost.h"
 
 #include <QLocale>
-
-#include <variant>
 
 namespace cobblet {
 
 class ConfigManager;
+struct AppGroup;
+
+/// The group as it is called now.
+GroupEntity entityOf(const AppGroup &group);
 
 /// A text as it is compared with names: without regard to case, under this locale, and to how its characters are
 /// composed.
@@ -28,12 +30,12 @@ public:
     QList<GroupEntity> entitiesFor(const QList<QUuid> &identifiers) const;
     /// Those whose name contains the text, without regard to case under the person's locale.
     QList<GroupEntity> entitiesMatching(const QString &text) const;
-    /// All of them; also what a parameter can be chosen from.
+    /// All of them: what a parameter can be chosen from.
     QList<GroupEntity> suggestedEntities() const;
 
     /// The group that a person means: by id in any letter case, else by exact name, else by name without regard to
     /// case and to extra white space. A name that several groups have is an AmbiguousGroup with all of them.
-    std::variant<GroupEntity, IntentFailure> resolve(const QString &nameOrId) const;
+    Result<GroupEntity, IntentFailure> resolve(const QString &nameOrId) const;
 
     const QLocale &locale() const { return m_locale; }
 

@@ -26,11 +26,10 @@ std::optional<QString> percentDecoded(QStringView text)
     return decoded;
 }
 
-std::optional<IntentRequests::Verb> verbOf(QStringView host)
+std::optional<IntentVerb> verbOf(QStringView host)
 {
-    using Verb = IntentRequests::Verb;
-    for (const auto &[name, verb] :
-         {std::pair(u"show", Verb::Show), std::pair(u"launch", Verb::Launch), std::pair(u"quit", Verb::Quit)})
+    for (const auto &[name, verb] : {std::pair(u"show", IntentVerb::Show), std::pair(u"launch", IntentVerb::Launch),
+                                     std::pair(u"quit", IntentVerb::Quit)})
         if (host.compare(name, Qt::CaseInsensitive) == 0)
             return verb;
     return std::nullopt;
@@ -43,7 +42,7 @@ bool GroupUrl::hasScheme(const QString &text)
     return text.startsWith(scheme, Qt::CaseInsensitive);
 }
 
-std::optional<GroupUrl> GroupUrl::parse(const QString &text)
+std::optional<GroupRequest> GroupUrl::parse(const QString &text)
 {
     if (text.size() > maximumUrl || !hasScheme(text))
         return std::nullopt;
@@ -58,7 +57,7 @@ std::optional<GroupUrl> GroupUrl::parse(const QString &text)
     auto group = percentDecoded(rest.sliced(slash + 1));
     if (!verb || !group || group->isEmpty() || group->size() > GroupQuery::maximumText)
         return std::nullopt;
-    return GroupUrl{*verb, *std::move(group)};
+    return GroupRequest{*verb, *std::move(group)};
 }
 
 } // namespace cobblet

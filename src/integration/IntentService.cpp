@@ -15,41 +15,11 @@ namespace {
 
 Q_LOGGING_CATEGORY(log, "cobblet.intents")
 
-using Verb = IntentRequests::Verb;
-
 constexpr qsizetype maximumMatches = 200;
 
-/// What the key of a match stands for.
-struct Key {
-    Verb verb;
-    QUuid id;
-};
-
-/// Absent when it is malformed.
-std::optional<Key> parseKey(const QString &key)
+IntentMatch makeMatch(const GroupIntent &intent, const GroupEntity &group, double relevance)
 {
-    for (const OfferedIntent &intent : offeredIntents)
-        if (key.startsWith(intent.key))
-            if (const auto id = parseUuid(key.mid(intent.key.size())))
-                return Key{intent.verb, *id};
-    return std::nullopt;
-}
-
-/// Of a verb that is offered.
-IntentMatch makeMatch(Verb verb, const GroupEntity &group, double relevance)
-{
-    const OfferedIntent &intent =
-        *std::find_if(offeredIntents.begin(), offeredIntents.end(),
-                      [verb](const OfferedIntent &offered) { return offered.verb == verb; });
-    return {intent.key + uuidText(group.id), intent.opening + group.name, intent.description, group.emoji, relevance};
-}
-
-QList<IntentGroup> intentGroups(const QList<GroupEntity> &entities)
-{
-    QList<IntentGroup> groups;
-    for (const GroupEntity &entity : entities)
-        groups.append(entity.intentGroup());
-    return groups;
+    return {intent.verb, group, intent.matchOpening + group.name, intent.description, relevance};
 }
 
 IntentFailure invalid(const QString &sentence)
@@ -104,9 +74,7 @@ CommandReply refused(const IntentFailure &failure)
 
 CommandReply replied(const IntentResult &result)
 {
-    if (const auto *failure = std::get_if<IntentFailure>(&result))
-        return refused(*failure);
-    return IntentService::reply(std::get<IntentReply>(result).outcomes);
+    return result ? IntentService::reply(result.value().outcomes) : refused(result.cause());
 }
 
 } // namespace
@@ -119,14 +87,14 @@ IntentService::IntentService(IntentTargets targets, std::function<void()> showPa
 
 // Queries
 
-QList<IntentGroup> IntentService::groups() const
+QList<GroupEntity> IntentService::groups() const
 {
-    return intentGroups(m_query.suggestedEntities());
+    return m_query.suggestedEntities();
 }
 
-QList<IntentGroup> IntentService::groupsMatching(const QString &text) const
+QList<GroupEntity> IntentService::groupsMatching(const QString &text) const
 {
-    return intentGroups(m_query.entitiesMatching(text));
+    return m_query.entitiesMatching(text);
 }
 
 QList<IntentMatch> IntentService::search(const QString &text) const
@@ -148,45 +116,34 @@ QList<IntentMatch> IntentService::search(const QString &text) const
         const QString name = folded(group.name);
         double show = nameRelevance(name, typed);
         const double phrase = request ? phraseRelevance(name, afterOpening, closing) : 0;
-        if (request && request->verb == Verb::Show)
+        if (request && request->verb == IntentVerb::Show)
             show = std::max(show, phrase);
         else if (phrase > 0)
-            matches.append(makeMatch(request->verb, group, phrase));
+            matches.append(makeMatch(GroupIntent::of(request->verb), group, phrase));
         if (show > 0)
-            matches.append(makeMatch(Verb::Show, group, show));
+            matches.append(makeMatch(ShowGroupIntent, group, show));
     }
     std::stable_sort(matches.begin(), matches.end(),
                      [](const IntentMatch &a, const IntentMatch &b) { return a.relevance > b.relevance; });
     return matches.mid(0, maximumMatches);
 }
 
-IntentMatch IntentService::match(const QString &key) const
+std::optional<IntentMatch> IntentService::match(IntentVerb verb, const QUuid &group) const
 {
-    const auto parsed = parseKey(key);
-    const AppGroup *group = parsed ? m_targets.config.group(parsed->id) : nullptr;
-    return group ? makeMatch(parsed->verb, GroupEntity(*group), 1) : IntentMatch();
+    const GroupIntent &intent = GroupIntent::of(verb);
+    const QList<GroupEntity> found = intent.title.isEmpty() ? QList<GroupEntity>() : m_query.entitiesFor({group});
+    return found.isEmpty() ? std::nullopt : std::optional(makeMatch(intent, found.first(), 1));
 }
 
 // Requests
 
-void IntentService::perform(Verb verb, const QString &nameOrId, Done done)
+void IntentService::perform(IntentVerb verb, const QString &nameOrId, Done done)
 {
     const auto found = m_query.resolve(nameOrId);
-    if (const auto *failure = std::get_if<IntentFailure>(&found))
-        done(*failure);
+    if (found)
+        GroupIntent::of(verb).perform(found.value(), m_targets, std::move(done));
     else
-        GroupIntent{verb, std::get<GroupEntity>(found)}.perform(m_targets, std::move(done));
-}
-
-void IntentService::performMatch(const QString &key, Done done)
-{
-    const auto parsed = parseKey(key);
-    if (!parsed)
-        return done(invalid(QStringLiteral("“%1” stands for nothing that was found.").arg(shortened(key))));
-    GroupEntity group;
-    group.id = parsed->id;
-    group.name = uuidText(group.id); // what it was called when it was found is not known any more
-    GroupIntent{parsed->verb, group}.perform(m_targets, std::move(done));
+        done(found.cause());
 }
 
 void IntentService::say(const QString &phrase, Done done)
@@ -211,10 +168,10 @@ void IntentService::open(const QStringList &urls)
             continue;
         }
         perform(url->verb, url->group, [text](const IntentResult &result) {
-            if (const auto *failure = std::get_if<IntentFailure>(&result))
+            if (!result)
                 qCWarning(log).noquote()
                     << QStringLiteral("The address “%1” was not opened: %2")
-                           .arg(terminal::harmless(shortened(text)), terminal::harmless(failure->message));
+                           .arg(terminal::harmless(shortened(text)), terminal::harmless(result.error()));
         });
     }
 }
@@ -238,44 +195,44 @@ void IntentService::commandLine(const QStringList &arguments, std::function<void
 
 void IntentService::run(const CommandLine &line, std::function<void(const CommandReply &)> done)
 {
-    using LineVerb = CommandLine::Verb;
-    const auto perform = [&](Verb verb, const QString &group) {
+    using Verb = CommandLine::Verb;
+    const auto perform = [&](IntentVerb verb, const QString &group) {
         this->perform(verb, group, [done](const IntentResult &result) { done(replied(result)); });
     };
     switch (line.verb) {
-    case LineVerb::Panel:
+    case Verb::Panel:
         m_showPanel();
         return done({});
-    case LineVerb::Service:
+    case Verb::Service:
         return done({});
-    case LineVerb::Show:
-        return perform(Verb::Show, line.text);
-    case LineVerb::Launch:
-        return perform(Verb::Launch, line.text);
-    case LineVerb::Quit:
-        return perform(Verb::Quit, line.text);
-    case LineVerb::Hide:
-        return perform(Verb::Hide, line.text);
-    case LineVerb::List:
+    case Verb::Show:
+        return perform(IntentVerb::Show, line.text);
+    case Verb::Launch:
+        return perform(IntentVerb::Launch, line.text);
+    case Verb::Quit:
+        return perform(IntentVerb::Quit, line.text);
+    case Verb::Hide:
+        return perform(IntentVerb::Hide, line.text);
+    case Verb::List:
         return done({0, terminal::lines(groups()), {}});
-    case LineVerb::ListJson:
+    case Verb::ListJson:
         return done({0, terminal::json(m_targets.config.groups()), {}});
-    case LineVerb::Say:
+    case Verb::Say:
         return say(line.text, [done](const IntentResult &result) {
             CommandReply reply = replied(result);
-            if (const auto *said = std::get_if<IntentReply>(&result); said && !said->dialog.isEmpty())
-                reply.output.prepend(terminal::harmless(said->dialog) + QLatin1Char('\n'));
+            if (result && !result.value().dialog.isEmpty())
+                reply.output.prepend(terminal::harmless(result.value().dialog) + QLatin1Char('\n'));
             done(reply);
         });
-    case LineVerb::Open:
+    case Verb::Open:
         if (const auto url = GroupUrl::parse(line.text))
             return perform(url->verb, url->group);
         return done(refused(
             invalid(QStringLiteral("“%1” is no address that can be opened here.").arg(shortened(line.text)))));
-    case LineVerb::Action: // it comes over the bus by another way, or starts a process
-    case LineVerb::Help:
-    case LineVerb::Version:
-    case LineVerb::Invalid:
+    case Verb::Action: // it comes over the bus by another way, or starts a process
+    case Verb::Help:
+    case Verb::Version:
+    case Verb::Invalid:
         return done(line.takenBy(false).answer(m_version).value_or(CommandReply()));
     }
 }
@@ -286,8 +243,7 @@ std::optional<CommandReply> IntentService::refusal(const CommandLine &line) cons
     if (!group)
         return std::nullopt;
     const auto found = m_query.resolve(*group);
-    const auto *failure = std::get_if<IntentFailure>(&found);
-    return failure ? std::optional(refused(*failure)) : std::nullopt;
+    return found ? std::nullopt : std::optional(refused(found.cause()));
 }
 
 } // namespace cobblet

@@ -2,6 +2,7 @@
 
 #include "integration/CommandLine.h"
 #include "integration/GroupIntents.h"
+#include "integration/GroupQuery.h"
 
 namespace cobblet {
 
@@ -11,14 +12,13 @@ public:
     /// `showPanel` does what a click on the application's icon does. `version` is the program's.
     IntentService(IntentTargets targets, std::function<void()> showPanel, QString version);
 
-    QList<IntentGroup> groups() const override;
-    QList<IntentGroup> groupsMatching(const QString &text) const override;
+    QList<GroupEntity> groups() const override;
+    QList<GroupEntity> groupsMatching(const QString &text) const override;
     /// At most 200. A text longer than any phrase finds nothing.
     QList<IntentMatch> search(const QString &text) const override;
-    IntentMatch match(const QString &key) const override;
+    std::optional<IntentMatch> match(IntentVerb verb, const QUuid &group) const override;
 
-    void perform(Verb verb, const QString &nameOrId, Done done) override;
-    void performMatch(const QString &key, Done done) override;
+    void perform(IntentVerb verb, const QString &nameOrId, Done done) override;
     void say(const QString &phrase, Done done) override;
     void showPanel() override { m_showPanel(); }
 

@@ -54,12 +54,12 @@ QString harmless(const QString &text)
     return result;
 }
 
-QString lines(const QList<IntentGroup> &groups)
+QString lines(const QList<GroupEntity> &groups)
 {
     QString text;
-    for (const IntentGroup &group : groups)
-        text += group.id + QLatin1Char(' ') + harmless(group.emoji) + QLatin1Char(' ') + harmless(group.name) +
-                QLatin1Char('\n');
+    for (const GroupEntity &group : groups)
+        text += uuidText(group.id) + QLatin1Char(' ') + harmless(group.emoji) + QLatin1Char(' ') +
+                harmless(group.name) + QLatin1Char('\n');
     return text;
 }
 

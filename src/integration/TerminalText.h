@@ -10,7 +10,7 @@ namespace cobblet::terminal {
 QString harmless(const QString &text);
 
 /// One line for each group: its id, which is as long as any other, its emoji and its name.
-QString lines(const QList<IntentGroup> &groups);
+QString lines(const QList<GroupEntity> &groups);
 
 /// A JSON array of objects with "id", "name", "emoji" and "apps" (objects with "name" and "bundleID").
 QString json(const QList<AppGroup> &groups);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Availability.h"
+
 #include <QColor>
 #include <QObject>
 
@@ -9,6 +11,9 @@ namespace cobblet {
 class Appearance : public QObject {
     Q_OBJECT
 public:
+    /// Partly: the appearance is guessed from the toolkits' settings.
+    virtual Availability availability() const = 0;
+
     virtual bool isDark() const = 0;
     /// The desktop's accent colour, or a standard blue where it has none.
     virtual QColor accentColor() const = 0;

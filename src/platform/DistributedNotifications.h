@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Availability.h"
 #include "platform/Result.h"
 
 #include <QObject>
@@ -11,6 +12,8 @@ namespace cobblet {
 class DistributedNotifications : public QObject {
     Q_OBJECT
 public:
+    virtual Availability availability() const = 0;
+
     /// Posts with immediate delivery; fails, with the reason, where there is no session to post in.
     virtual Status post(const QString &name, const QString &object) = 0;
 

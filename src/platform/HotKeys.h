@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Availability.h"
 #include "platform/Result.h"
 
 #include <QList>
@@ -59,15 +60,12 @@ public:
     };
     using Handle = std::unique_ptr<Registration>;
 
-    /// What a person binds in the desktop's own keyboard settings where there is an unavailableReason().
-    static QString commandToBind() { return QStringLiteral("cobblet show NAME"); }
-
     /// Registers all in one go; the results are in their order. A desktop that first asks the user gives handles
     /// at once and may take them back with refused(). To be called once.
     virtual std::vector<Result<Handle>> registerAll(const QList<HotKey> &keys) = 0;
 
-    /// Why this desktop has no hot keys for programs, with what to do instead; empty as long as it has.
-    virtual QString unavailableReason() const = 0;
+    /// Whether this desktop has hot keys for programs.
+    virtual Availability availability() const = 0;
 
     /// What the desktop says to press for a combination, when that is its own choice; empty when it is as asked.
     virtual QString trigger(const HotKeyID &id) const = 0;
@@ -76,7 +74,7 @@ signals:
     void pressed(const cobblet::HotKeyID &id);
     /// A combination whose handle was given is not registered after all.
     void refused(const cobblet::HotKeyID &id, const QString &reason);
-    /// unavailableReason() or a trigger() changed.
+    /// availability() or a trigger() changed.
     void changed();
 
 private:

@@ -17,6 +17,9 @@ public:
         HandedOver ///< another one runs and has been asked in its place; this process has nothing left to do
     };
 
+    /// Whether a later start finds this process.
+    virtual Availability availability() const = 0;
+
     /// Called once, before any window exists. `arguments`, without the program's name, is what another instance is
     /// asked to carry out; with none it is asked to reopen.
     virtual Role claim(const QStringList &arguments) = 0;

@@ -1,21 +1,30 @@
 #pragma once
 
+#include "platform/Availability.h"
+#include "platform/Result.h"
+
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <QUuid>
 
 #include <functional>
-#include <variant>
+#include <optional>
 
 namespace cobblet {
 
-/// A group as other programs know it.
-struct IntentGroup {
-    QString id; ///< upper-case, 36 characters
+/// What can be done with a group.
+enum class IntentVerb { Launch, Quit, Show, Hide };
+
+/// A group as other programs see it.
+struct GroupEntity {
+    static constexpr QLatin1String typeDisplayName{"Group"};
+
+    QUuid id;
     QString name;
     QString emoji;
 
-    bool operator==(const IntentGroup &) const = default;
+    bool operator==(const GroupEntity &) const = default;
 };
 
 /// What became of one application of a group.
@@ -51,17 +60,22 @@ struct IntentFailure {
 
     Kind kind = Kind::Invalid;
     QString message;               ///< for a person; one line, or one for each candidate more
-    QList<IntentGroup> candidates; ///< when the name is ambiguous
+    QList<GroupEntity> candidates; ///< when the name is ambiguous
 };
 
-using IntentResult = std::variant<IntentReply, IntentFailure>;
+inline QString message(const IntentFailure &failure)
+{
+    return failure.message;
+}
 
-/// Something a search turned up: a group, or a phrase that was understood.
+using IntentResult = Result<IntentReply, IntentFailure>;
+
+/// Something a search turned up: a group and what would be done with it.
 struct IntentMatch {
-    QString key; ///< stands for the match later, also in another process ("show:ID", "launch:ID")
+    IntentVerb verb = IntentVerb::Show;
+    GroupEntity group;
     QString title;
     QString subtitle;
-    QString emoji;
     double relevance = 0; ///< from 0 to 1; 1 is exactly what was typed
 };
 
@@ -76,23 +90,19 @@ struct CommandReply {
 /// function returns or seconds later, and is called exactly once.
 class IntentRequests {
 public:
-    enum class Verb { Show, Launch, Quit, Hide };
-
     virtual ~IntentRequests() = default;
 
     /// In list order.
-    virtual QList<IntentGroup> groups() const = 0;
+    virtual QList<GroupEntity> groups() const = 0;
     /// The groups whose name contains the text.
-    virtual QList<IntentGroup> groupsMatching(const QString &text) const = 0;
+    virtual QList<GroupEntity> groupsMatching(const QString &text) const = 0;
     /// The best matches first.
     virtual QList<IntentMatch> search(const QString &text) const = 0;
-    /// The match that a key stands for; absent keys give a match without a key.
-    virtual IntentMatch match(const QString &key) const = 0;
+    /// How a search offers to do this with the group; absent when there is no such group, or no search offers it.
+    virtual std::optional<IntentMatch> match(IntentVerb verb, const QUuid &group) const = 0;
 
     using Done = std::function<void(const IntentResult &)>;
-    virtual void perform(Verb verb, const QString &nameOrId, Done done) = 0;
-    /// Carries out what a match stands for.
-    virtual void performMatch(const QString &key, Done done) = 0;
+    virtual void perform(IntentVerb verb, const QString &nameOrId, Done done) = 0;
     /// Carries out a spoken phrase ("Fire up Work group in Cobblet").
     virtual void say(const QString &phrase, Done done) = 0;
     /// Shows the panel as it is.
@@ -100,7 +110,7 @@ public:
 
     /// `arguments` without the program's name. `done` may come only after several seconds.
     virtual void commandLine(const QStringList &arguments, std::function<void(const CommandReply &)> done) = 0;
-    /// Opens addresses of the program's own scheme; what is none is logged and refused.
+    /// Opens addresses of the program's own scheme; any other address is logged and left alone.
     virtual void open(const QStringList &urls) = 0;
 };
 
@@ -109,9 +119,11 @@ class IntentsHost {
 public:
     virtual ~IntentsHost() = default;
 
+    /// Whether anybody outside can ask.
+    virtual Availability availability() const = 0;
     /// Serves `requests` from now on until stop().
     virtual void serve(IntentRequests &requests) = 0;
-    /// The program ends: who asks from now on, or still waits for their turn, gets an error.
+    /// The program ends: who asks from now on, or still waits for an answer, gets an error.
     virtual void stop() = 0;
     /// The names of the groups, or their list, changed.
     virtual void groupsChanged() = 0;

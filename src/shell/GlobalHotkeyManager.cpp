@@ -3,9 +3,12 @@
 #include "model/Notifications.h"
 #include "platform/Scheduler.h"
 
+#include <QLoggingCategory>
 #include <QPointer>
 
 namespace cobblet {
+
+Q_LOGGING_CATEGORY(lcHotkeys, "cobblet.hotkeys")
 
 namespace {
 
@@ -31,13 +34,17 @@ QList<HotKey> GlobalHotkeyManager::table()
 }
 
 GlobalHotkeyManager::GlobalHotkeyManager(HotKeys &hotKeys, NotificationCenter &notifications, Scheduler &scheduler)
-    : m_notifications(notifications), m_scheduler(scheduler)
+    : m_hotKeys(hotKeys), m_notifications(notifications), m_scheduler(scheduler)
 {
     m_eventHandlerRef = connect(&hotKeys, &HotKeys::pressed, this,
                                 [this](const HotKeyID &pressed) { hotKeyPressed(int(pressed.id)); });
     connect(&hotKeys, &HotKeys::refused, this, [this](const HotKeyID &refused) {
         m_conflictedDigits.insert(int(refused.id));
         emit conflictedDigitsChanged();
+    });
+    connect(&hotKeys, &HotKeys::changed, this, [this] {
+        if (const Availability now = availability(); now.level == Availability::Level::Not)
+            qCWarning(lcHotkeys).noquote() << now.sentence;
     });
     const QList<HotKey> keys = table();
     std::vector<Result<HotKeys::Handle>> results = hotKeys.registerAll(keys);
@@ -51,6 +58,15 @@ GlobalHotkeyManager::GlobalHotkeyManager(HotKeys &hotKeys, NotificationCenter &n
     }
     m_conflictedDigits = conflicts;
     emit conflictedDigitsChanged();
+}
+
+Availability GlobalHotkeyManager::availability() const
+{
+    Availability availability = m_hotKeys.availability();
+    if (availability.level == Availability::Level::Not)
+        availability.sentence +=
+            QStringLiteral(" Bind keys to the command “cobblet show NAME” in the desktop's keyboard settings.");
+    return availability;
 }
 
 GlobalHotkeyManager::~GlobalHotkeyManager()

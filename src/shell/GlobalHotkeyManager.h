@@ -24,6 +24,8 @@ public:
 
     /// The digits whose combination could not be registered, to the end of the process.
     const QSet<int> &conflictedDigits() const { return m_conflictedDigits; }
+    /// How far hot keys work, with what a person can do where they don't.
+    Availability availability() const;
     /// In the order of registration.
     const std::vector<HotKeys::Handle> &hotKeyRefs() const { return m_hotKeyRefs; }
 
@@ -36,6 +38,7 @@ signals:
 private:
     void hotKeyPressed(int digit);
 
+    HotKeys &m_hotKeys;
     NotificationCenter &m_notifications;
     Scheduler &m_scheduler;
     QSet<int> m_conflictedDigits;

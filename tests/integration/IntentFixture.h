@@ -59,10 +59,10 @@ protected:
     {
         if (!result)
             return "no answer";
-        if (const auto *reply = std::get_if<IntentReply>(&*result))
-            return reply->dialog.toStdString();
+        if (*result)
+            return result->value().dialog.toStdString();
         static constexpr const char *kinds[] = {"not found: ", "ambiguous: ", "invalid: "};
-        const auto &failure = std::get<IntentFailure>(*result);
+        const auto &failure = result->cause();
         return kinds[int(failure.kind)] + failure.message.section(QLatin1Char('\n'), 0, 0).toStdString();
     }
 

@@ -9,7 +9,7 @@ namespace cobblet {
 namespace {
 
 using testing::ElementsAre;
-using Verb = IntentRequests::Verb;
+using Verb = IntentVerb;
 
 class IntentServiceTest : public test::IntentTest {
 protected:
@@ -27,8 +27,9 @@ protected:
         for (const IntentMatch &match : service.search(typed)) {
             EXPECT_GT(match.relevance, 0);
             EXPECT_LE(match.relevance, 1);
-            EXPECT_EQ(service.match(match.key).title, match.title);
-            keys.push_back(match.key.section(QLatin1Char('-'), 0, 0).remove(QStringLiteral("0000000")).toStdString());
+            EXPECT_EQ(service.match(match.verb, match.group.id)->title, match.title);
+            static constexpr const char *names[] = {"launch:", "quit:", "show:", "hide:"};
+            keys.push_back(names[int(match.verb)] + std::to_string(match.group.id.data1));
         }
         return keys;
     }
@@ -59,7 +60,7 @@ TEST_F(IntentServiceTest, FindsGroupsByAPartOfTheirNameInListOrder)
     EXPECT_EQ(found[0].id, id(1)) << "in list order";
     EXPECT_EQ(found[1].id, id(3));
     EXPECT_EQ(service.groups().size(), 7);
-    EXPECT_EQ(service.groups().first(), (IntentGroup{idText(1), text("Work"), text("💼")}));
+    EXPECT_EQ(service.groups().first(), (GroupEntity{id(1), text("Work"), text("💼")}));
 }
 
 TEST_F(IntentServiceTest, ResolvesAnIdThenAnExactNameThenALooseOne)
@@ -78,15 +79,15 @@ TEST_F(IntentServiceTest, ResolvesAnIdThenAnExactNameThenALooseOne)
           Row{QLatin1Char('{') + idText(1) + QLatin1Char('}'), {}}}) {
         const auto found = query.resolve(row.wanted);
         if (row.groups.size() == 1) {
-            ASSERT_TRUE(std::holds_alternative<GroupEntity>(found)) << row.wanted.toStdString();
-            EXPECT_EQ(std::get<GroupEntity>(found).id, id(row.groups[0])) << row.wanted.toStdString();
+            ASSERT_TRUE(found) << row.wanted.toStdString();
+            EXPECT_EQ(found.value().id, id(row.groups[0])) << row.wanted.toStdString();
             continue;
         }
-        ASSERT_TRUE(std::holds_alternative<IntentFailure>(found)) << row.wanted.toStdString();
-        const auto &failure = std::get<IntentFailure>(found);
+        ASSERT_FALSE(found) << row.wanted.toStdString();
+        const auto &failure = found.cause();
         QStringList ids, wanted;
-        for (const IntentGroup &candidate : failure.candidates)
-            ids.append(candidate.id);
+        for (const GroupEntity &candidate : failure.candidates)
+            ids.append(candidate.id.toString(QUuid::WithoutBraces).toUpper());
         for (const int number : row.groups)
             wanted.append(idText(number));
         EXPECT_EQ(ids, wanted) << row.wanted.toStdString();
@@ -107,12 +108,12 @@ TEST_F(IntentServiceTest, AnEntityIsFoundAgainByItsIdAlone)
     setGroups({text("Work")});
     const GroupEntity chosen = GroupQuery(config).suggestedEntities().first();
     const IntentTargets targets{config, notifications, dockTile, [this]() -> GroupReports & { return reports; }};
-    const auto launch = [&](auto done) { GroupIntent{Verb::Launch, chosen}.perform(targets, done); };
+    const auto launch = [&](auto done) { LaunchGroupIntent.perform(chosen, targets, done); };
 
     config.renameGroup(id(1), text("Office"));
     const auto launched = answer(launch);
     EXPECT_EQ(said(launched), "Launching Office.");
-    EXPECT_EQ(std::get<IntentReply>(*launched).outcomes,
+    EXPECT_EQ(launched->value().outcomes,
               (QList<IntentOutcome>{{text("a"), text("Editor"), IntentOutcome::Kind::Launched, {}}}));
     config.deleteGroup(id(1));
     EXPECT_EQ(said(answer(launch)), "not found: There's no group named “Work”. It may have been renamed or deleted.");
@@ -152,26 +153,9 @@ TEST_F(IntentServiceTest, SearchOrdersByHowWellANameAnswers)
     const IntentMatch launch = service.search(text("start work group")).first();
     EXPECT_EQ(launch.title, text("Launch Work"));
     EXPECT_EQ(launch.subtitle, text("Opens every app in the group."));
-    EXPECT_EQ(launch.emoji, text("💼"));
-}
-
-TEST_F(IntentServiceTest, KeysOutliveASearchAndNameOnlyWhatIsThere)
-{
-    setGroups({text("Work")});
-    const auto performedMatch = [&](const QString &key) {
-        return said(answer([&](auto done) { service.performMatch(key, done); }));
-    };
-    EXPECT_EQ(performedMatch(text("launch:") + idText(1)), "Launching Work.");
-    EXPECT_EQ(performedMatch(text("show:") + idText(1)), "");
-    EXPECT_EQ(performedMatch(text("quit:") + idText(9)), "not found: There's no group named “" +
-                                                             idText(9).toStdString() +
-                                                             "”. It may have been renamed or deleted.");
-    for (const QString &key :
-         {QString(), text("show:"), text("hide:") + idText(1), text("show:Work"), text("SHOW:") + idText(1),
-          text("show: ") + idText(1), text("show:") + QString(1'000'000, QLatin1Char('0'))}) {
-        EXPECT_TRUE(service.match(key).key.isEmpty());
-        EXPECT_EQ(performedMatch(key).substr(0, 9), "invalid: ");
-    }
+    EXPECT_EQ(launch.group.emoji, text("💼"));
+    EXPECT_FALSE(service.match(Verb::Hide, id(4))) << "hiding is for scripts only";
+    EXPECT_FALSE(service.match(Verb::Show, id(99)));
 }
 
 TEST_F(IntentServiceTest, ManyGroupsAndLongTextsAreAnsweredShortly)
@@ -188,14 +172,14 @@ TEST_F(IntentServiceTest, AddressesNameAVerbAndAGroup)
 {
     struct Row {
         QString url;
-        GroupUrl meaning;
+        GroupRequest meaning;
     };
-    const auto show = [](const QString &group) { return GroupUrl{Verb::Show, group}; };
+    const auto show = [](const QString &group) { return GroupRequest{Verb::Show, group}; };
     const QString longName(1000, QChar(0x4e2d));
     for (const Row &row :
          {Row{text("cobblet://show/Work"), show(text("Work"))},
-          Row{text("COBBLET://Launch/Work"), GroupUrl{Verb::Launch, text("Work")}},
-          Row{text("cobblet://quit/") + idText(1), GroupUrl{Verb::Quit, idText(1)}},
+          Row{text("COBBLET://Launch/Work"), GroupRequest{Verb::Launch, text("Work")}},
+          Row{text("cobblet://quit/") + idText(1), GroupRequest{Verb::Quit, idText(1)}},
           Row{text("cobblet://show/My%20Work%2Fplay%3F%23"), show(text("My Work/play?#"))},
           Row{text("cobblet://show/a/b"), show(text("a/b"))},
           Row{text("cobblet://show/%F0%9F%A7%AA 中"), show(text("🧪 中"))},

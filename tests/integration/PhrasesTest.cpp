@@ -4,8 +4,6 @@
 namespace cobblet {
 namespace {
 
-using Verb = IntentRequests::Verb;
-
 class PhrasesTest : public test::IntentTest {};
 
 TEST_F(PhrasesTest, EveryPhraseThatIsOfferedIsUnderstood)
@@ -16,7 +14,7 @@ TEST_F(PhrasesTest, EveryPhraseThatIsOfferedIsUnderstood)
             offered.append(phrase);
             const auto request = CobbletShortcuts::understood(phrase);
             ASSERT_TRUE(request) << phrase.toStdString();
-            EXPECT_EQ(*request, (CobbletShortcuts::Request{shortcut.verb, text("Work")}));
+            EXPECT_EQ(*request, (GroupRequest{shortcut.intent.verb, text("Work")}));
         }
     }
     EXPECT_EQ(offered, (QStringList{text("Launch Work group in Cobblet"), text("Start Work group in Cobblet"),

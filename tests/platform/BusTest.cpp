@@ -1,9 +1,11 @@
 #include "PrivateBus.h"
 
-#include "platform/freedesktop/DBusInstance.h"
-#include "platform/freedesktop/DBusNotifications.h"
-#include "platform/freedesktop/PortalAppearance.h"
-#include "platform/freedesktop/SessionBus.h"
+#include "platform/freedesktop/bus/BusNames.h"
+#include "platform/freedesktop/bus/DBusInstance.h"
+#include "platform/freedesktop/bus/DBusIntents.h"
+#include "platform/freedesktop/bus/DBusNotifications.h"
+#include "platform/freedesktop/bus/PortalAppearance.h"
+#include "platform/freedesktop/bus/SessionBus.h"
 #include "support/TemporaryHome.h"
 
 #include <QDBusArgument>
@@ -99,36 +101,30 @@ TEST_F(BusTest, AFirstInstanceThatHangsIsNotWaitedForLong)
     QElapsedTimer clock;
     clock.start();
     SessionBus bus;
-    EXPECT_EQ(DBusInstance(bus, identifier, std::chrono::milliseconds(200)).claim(), Instance::Role::HandedOver);
+    EXPECT_EQ(DBusInstance(bus, identifier, {}, std::chrono::milliseconds(200)).claim(), Instance::Role::HandedOver);
     EXPECT_LT(clock.elapsed(), 2'000);
     ::kill(pid_t(hung.pid()), SIGCONT);
     EXPECT_EQ(hung.line(), QStringLiteral("reopen")) << "it gets the request when it goes on";
 }
 
-TEST_F(BusTest, AddressesAndActionsAreForWhoeverTakesThem)
+TEST_F(BusTest, AnApplicationWithoutRequestsTakesActionsAndNoAddresses)
 {
     SessionBus bus, other;
-    DBusInstance instance(bus, identifier);
+    DBusInstance instance(bus, identifier,
+                          {.action = [](const QString &action) { return action == QLatin1String("known"); }});
     ASSERT_EQ(instance.claim(), Instance::Role::First);
+    EXPECT_EQ(instance.availability().level, Availability::Level::Works);
     const auto isDone = [&](const QString &method, const QVariantList &arguments) {
-        QDBusMessage call = QDBusMessage::createMethodCall(identifier, BusService::objectPath(identifier),
+        QDBusMessage call = QDBusMessage::createMethodCall(identifier, busPathOf(identifier),
                                                            QStringLiteral("org.freedesktop.Application"), method);
         call.setArguments(arguments + QVariantList{QVariantMap()});
         QDBusPendingCallWatcher watcher(other.connection().asyncCall(call));
         QSignalSpy(&watcher, &QDBusPendingCallWatcher::finished).wait(5'000);
         return watcher.reply().type() == QDBusMessage::ReplyMessage;
     };
-    const QStringList urls{QStringLiteral("x:y")};
-    EXPECT_FALSE(isDone(QStringLiteral("Open"), {urls}));
-    QStringList opened;
-    instance.setUrlHandler([&](const QStringList &given) { opened = given; });
-    EXPECT_TRUE(isDone(QStringLiteral("Open"), {urls}));
-    EXPECT_EQ(opened, urls);
-    instance.setActionHandler([](const QString &action) { return action == QLatin1String("known"); });
-    for (const bool known : {true, false})
-        EXPECT_EQ(isDone(QStringLiteral("ActivateAction"),
-                         {known ? QStringLiteral("known") : QStringLiteral("other"), QVariantList()}),
-                  known);
+    EXPECT_FALSE(isDone(QStringLiteral("Open"), {QStringList{QStringLiteral("x:y")}}));
+    EXPECT_TRUE(isDone(QStringLiteral("ActivateAction"), {QStringLiteral("known"), QVariantList()}));
+    EXPECT_FALSE(isDone(QStringLiteral("ActivateAction"), {QStringLiteral("other"), QVariantList()}));
 }
 
 TEST_F(BusTest, NotificationsReachEveryProcessTheSenderIncluded)
@@ -195,20 +191,20 @@ TEST_F(BusTest, AppearanceFollowsThePortal)
     PortalAppearance appearance(bus);
     QSignalSpy changed(&appearance, &Appearance::changed);
     EXPECT_FALSE(appearance.isDark()) << "the guess, before the answer";
-    const auto settles = [&](const auto &condition) { return QTest::qWaitFor(condition, 2'000); };
+    const auto becomes = [&](const auto &condition) { return QTest::qWaitFor(condition, 2'000); };
     EXPECT_TRUE(
-        settles([&] { return appearance.isDark() && appearance.accentColor() == QColor::fromRgbF(1, 0.5, 0); }));
+        becomes([&] { return appearance.isDark() && appearance.accentColor() == QColor::fromRgbF(1, 0.5, 0); }));
 
     portal.scheme = 2u;
     portal.accent[0] = -1; // out of range: no colour chosen
     portal.announce();
-    EXPECT_TRUE(settles([&] { return !appearance.isDark() && appearance.accentColor() == QColor(0, 122, 255); }));
+    EXPECT_TRUE(becomes([&] { return !appearance.isDark() && appearance.accentColor() == QColor(0, 122, 255); }));
     portal.scheme = 1u;
     portal.announce();
-    EXPECT_TRUE(settles([&] { return appearance.isDark(); }));
+    EXPECT_TRUE(becomes([&] { return appearance.isDark(); }));
     portal.scheme = 0u;
     portal.announce();
-    EXPECT_TRUE(settles([&] { return !appearance.isDark(); }));
+    EXPECT_TRUE(becomes([&] { return !appearance.isDark(); }));
     const qsizetype before = changed.size();
     portal.scheme = QStringLiteral("dark"); // of another type than the standard says
     portal.announce();
@@ -229,23 +225,52 @@ TEST_F(BusTest, WithoutAPortalTheToolkitsSettingsDecide)
     EXPECT_TRUE(appearance.isDark());
 }
 
-TEST(SessionBusTest, OnlySocketsOfThisMachineAreABus)
+TEST(BusNamesTest, IdentifiersBecomeNamesAndPaths)
+{
+    const struct {
+        const char *identifier, *name, *path;
+        bool isName;
+    } cases[] = {
+        {"org.gnome.Text-Editor", "org.gnome.Text-Editor", "/org/gnome/Text_Editor", true},
+        {"a.b-c_1", "a.b-c_1", "/a/b_c_1", true},
+        {"com.agent.8F-1.9", "com.agent._8F-1._9", "/com/agent/8F_1/9", false},
+        {"plain", "plain", "/plain", false},
+        {"a..b", "a..b", "/a//b", false},
+        {"a.b c", "a.b c", "/a/b c", false},
+    };
+    for (const auto &each : cases) {
+        const QString identifier = QLatin1String(each.identifier);
+        EXPECT_EQ(busName(identifier), QLatin1String(each.name));
+        EXPECT_EQ(busPathOf(identifier), QLatin1String(each.path));
+        EXPECT_EQ(isBusName(identifier), each.isName) << each.identifier;
+    }
+    EXPECT_FALSE(isBusName(QStringLiteral("a.ü")));
+}
+
+TEST(SessionBusTest, WithoutASocketOfThisMachineServicesSayThatTheyDoNotWork)
 {
     const struct {
         const char *stated, *address;
     } cases[] = {
         {"unix:path=/run/bus", "unix:path=/run/bus"},
         {"unix:abstract=a,guid=1;tcp:host=h,port=1;unix:path=/b", "unix:abstract=a,guid=1;unix:path=/b"},
-        {"tcp:host=localhost,port=1", ""},
         {"nonce-tcp:host=localhost,port=1,noncefile=/n", ""},
         {"unixexec:path=/bin/true", ""},
-        {"autolaunch:", ""},
         {";;", ""},
+        {"autolaunch:", ""},
     };
     for (const auto &each : cases) {
         qputenv("DBUS_SESSION_BUS_ADDRESS", each.stated);
         EXPECT_EQ(SessionBus::address(), QLatin1String(each.address)) << each.stated;
     }
+    SessionBus bus;
+    DBusInstance instance(bus, identifier);
+    const DBusIntents intents(instance, identifier);
+    EXPECT_EQ(instance.claim(), Instance::Role::First);
+    EXPECT_EQ(instance.availability().level, Availability::Level::Not);
+    EXPECT_EQ(intents.availability().level, Availability::Level::Not);
+    EXPECT_EQ(DBusNotifications(bus).availability().level, Availability::Level::Not);
+    EXPECT_EQ(PortalAppearance(bus).availability().level, Availability::Level::Partly);
     qunsetenv("DBUS_SESSION_BUS_ADDRESS");
 }
 

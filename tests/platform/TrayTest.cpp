@@ -1,4 +1,4 @@
-#include "platform/freedesktop/SessionBus.h"
+#include "platform/freedesktop/bus/SessionBus.h"
 #include "platform/freedesktop/TrayWatcher.h"
 #include "platform/freedesktop/XEmbedIcon.h"
 

@@ -155,6 +155,7 @@ private:
 
 class FakeAppearance : public Appearance {
 public:
+    Availability availability() const override { return {}; }
     bool isDark() const override { return dark; }
     QColor accentColor() const override { return QColor(0, 122, 255); }
     void setDark(bool value);
@@ -164,6 +165,7 @@ public:
 
 class FakeDistributedNotifications : public DistributedNotifications {
 public:
+    Availability availability() const override { return {}; }
     Status post(const QString &name, const QString &object) override;
     QStringList posted; ///< "NAME OBJECT"
 };
@@ -235,11 +237,12 @@ public:
 class FakeHotKeys : public HotKeys {
 public:
     std::vector<Result<Handle>> registerAll(const QList<HotKey> &keys) override;
-    QString unavailableReason() const override { return {}; }
+    Availability availability() const override { return available; }
     QString trigger(const HotKeyID &) const override { return {}; }
     void press(quint32 id) { emit pressed({0, id}); }
     void refuse(quint32 id) { emit refused({0, id}, QStringLiteral("refused")); }
 
+    Availability available;
     QSet<quint32> taken;
     QSet<quint32> empty;
     QList<HotKey> asked;
@@ -251,6 +254,7 @@ private:
 
 class FakeInstance : public Instance {
 public:
+    Availability availability() const override { return {}; }
     Role claim(const QStringList &) override { return role; }
     void sendReopen(const QString &token = {}) { emit reopen(token); }
 

@@ -1,13 +1,8 @@
 #include "platform/Platform.h"
 
-#include "platform/freedesktop/DBusInstance.h"
-#include "platform/freedesktop/DBusNotifications.h"
 #include "platform/freedesktop/FileUserDefaults.h"
 #include "platform/freedesktop/FreedesktopBundleTools.h"
 #include "platform/freedesktop/FreedesktopPaths.h"
-#include "platform/freedesktop/PortalAppearance.h"
-#include "platform/freedesktop/PortalHotKeys.h"
-#include "platform/freedesktop/SessionBus.h"
 #include "platform/freedesktop/TrayStatusItem.h"
 #include "platform/freedesktop/X11Connection.h"
 #include "platform/freedesktop/X11Desktop.h"
@@ -20,7 +15,12 @@
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 #include "platform/freedesktop/apps/X11RunningApplications.h"
 #include "platform/freedesktop/apps/X11WindowAccess.h"
-#include "platform/freedesktop/intents/DBusIntents.h"
+#include "platform/freedesktop/bus/DBusInstance.h"
+#include "platform/freedesktop/bus/DBusIntents.h"
+#include "platform/freedesktop/bus/DBusNotifications.h"
+#include "platform/freedesktop/bus/PortalAppearance.h"
+#include "platform/freedesktop/bus/PortalHotKeys.h"
+#include "platform/freedesktop/bus/SessionBus.h"
 #include "platform/portable/QtDialogs.h"
 #include "platform/portable/QtMenus.h"
 #include "platform/portable/QtPanelSurface.h"
@@ -50,18 +50,19 @@ public:
     Instance &instance() override
     {
         if (!m_instance) {
-            m_instance = std::make_unique<DBusInstance>(m_bus, m_options.identifier);
-            m_instance->setActionHandler([this](const QString &action) { return m_dockTile.choose(action); });
-            m_instance->service().setUserActs({.token =
-                                                   [this](const QString &token) {
-                                                       if (X11Desktop *known = desktop())
-                                                           known->finishStartup(token);
-                                                   },
-                                               .time =
-                                                   [this](quint32 time) {
-                                                       if (X11Desktop *known = desktop())
-                                                           known->noteUserTime(time);
-                                                   }});
+            m_instance = std::make_unique<DBusInstance>(
+                m_bus, m_options.identifier,
+                CallerHooks{.action = [this](const QString &action) { return m_dockTile.choose(action); },
+                            .token =
+                                [this](const QString &token) {
+                                    if (X11Desktop *known = desktop())
+                                        known->finishStartup(token);
+                                },
+                            .time =
+                                [this](quint32 time) {
+                                    if (X11Desktop *known = desktop())
+                                        known->noteUserTime(time);
+                                }});
         }
         return *m_instance;
     }

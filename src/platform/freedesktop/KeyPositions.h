@@ -1,7 +1,5 @@
 #pragma once
 
-#include "platform/HotKeys.h"
-
 #include <span>
 
 #include <xcb/xproto.h>
@@ -13,17 +11,11 @@ struct KeyPosition {
     int virtualKey;          ///< its code on an ANSI keyboard
     char name[5];            ///< what XKB calls the place
     xcb_keycode_t usualCode; ///< its code on nearly every X server
-    char label;              ///< what a US keyboard has on it
 };
 
 /// The places that hot keys may have: the digits of the top row.
 std::span<const KeyPosition> keyPositions();
 /// Null for a key that is not among them.
 const KeyPosition *keyPosition(int virtualKey);
-
-/// The combination as people read it: "Alt+Shift+1".
-QString combinationText(const HotKey &key);
-/// As the desktop's shortcut notation has it: "ALT+SHIFT+1".
-QString combinationTrigger(const HotKey &key);
 
 } // namespace cobblet

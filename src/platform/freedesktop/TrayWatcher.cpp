@@ -1,6 +1,6 @@
 #include "platform/freedesktop/TrayWatcher.h"
 
-#include "platform/freedesktop/SessionBus.h"
+#include "platform/freedesktop/bus/SessionBus.h"
 
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>

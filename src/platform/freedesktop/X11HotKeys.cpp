@@ -1,5 +1,7 @@
 #include "platform/freedesktop/X11HotKeys.h"
 
+#include "platform/portable/KeyCombination.h"
+
 #include "platform/freedesktop/Xkb.h"
 
 #include <QLoggingCategory>
@@ -52,9 +54,7 @@ std::vector<Result<HotKeys::Handle>> X11HotKeys::registerAll(const QList<HotKey>
 {
     std::vector<Result<Handle>> results;
     if (!findExtensions()) {
-        m_unavailable = QStringLiteral("This X server lacks the input extension that hot keys need. Bind keys to the "
-                                       "command “%1” in the desktop's keyboard settings.")
-                            .arg(commandToBind());
+        m_unavailable = QStringLiteral("This X server lacks the input extension that hot keys need.");
         qCWarning(lcHotKeys).noquote() << m_unavailable;
         for (qsizetype i = 0; i < keys.size(); ++i)
             results.emplace_back(Error{m_unavailable});

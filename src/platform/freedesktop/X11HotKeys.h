@@ -23,7 +23,10 @@ public:
 
     /// Two round trips for all of them.
     std::vector<Result<Handle>> registerAll(const QList<HotKey> &keys) override;
-    QString unavailableReason() const override { return m_unavailable; }
+    Availability availability() const override
+    {
+        return m_unavailable.isEmpty() ? Availability::works() : Availability::unavailable(m_unavailable);
+    }
     QString trigger(const HotKeyID &) const override { return {}; }
 
 private:

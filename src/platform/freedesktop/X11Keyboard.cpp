@@ -1,5 +1,7 @@
 #include "platform/freedesktop/X11Keyboard.h"
 
+#include "platform/HotKeys.h"
+
 #include "platform/freedesktop/Xkb.h"
 
 #include <algorithm>

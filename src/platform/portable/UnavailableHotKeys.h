@@ -16,7 +16,7 @@ public:
             results.emplace_back(Error{m_reason});
         return results;
     }
-    QString unavailableReason() const override { return m_reason; }
+    Availability availability() const override { return Availability::unavailable(m_reason); }
     QString trigger(const HotKeyID &) const override { return {}; }
 
 private:

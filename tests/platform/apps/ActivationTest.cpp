@@ -1,6 +1,6 @@
 #include "DesktopFixture.h"
 
-#include "platform/freedesktop/SessionBus.h"
+#include "platform/freedesktop/bus/SessionBus.h"
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 #include "platform/freedesktop/apps/X11RunningApplications.h"
 #include "platform/freedesktop/apps/X11WindowAccess.h"

@@ -1,6 +1,6 @@
 #include "platform/freedesktop/apps/AgentApplications.h"
 
-#include "platform/freedesktop/SessionBus.h"
+#include "platform/freedesktop/bus/SessionBus.h"
 #include "support/FakeDesktop.h"
 
 #include "../PrivateBus.h"

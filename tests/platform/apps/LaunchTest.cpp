@@ -196,14 +196,9 @@ TEST(LaunchEnvironment, KeepsTheUsersVariablesAndDropsTheOnesOfOneProcess)
               (QByteArrayList{"PATH=/bin", "QT_QPA_PLATFORMTHEME=gtk3", "EMPTY="}));
 }
 
-TEST(DesktopBus, NamesAreCheckedAndEscaped)
+TEST(DesktopBus, NamesOfScopesAreEscaped)
 {
     EXPECT_EQ(scopeName(QStringLiteral("a-b.c d"), 7), QStringLiteral("app-cobblet-a\\x2db.c\\x20d-7.scope"));
-    EXPECT_EQ(busPathOf(QStringLiteral("org.gnome.Text-Editor")), QStringLiteral("/org/gnome/Text_Editor"));
-    for (const char *name : {"org.gnome.Maps", "a.b-c_1"})
-        EXPECT_TRUE(isBusName(QLatin1String(name))) << name;
-    for (const char *name : {"", "plain", ".a.b", "a..b", "a.1b", "a.b c", "a.b/c", "a.ü"})
-        EXPECT_FALSE(isBusName(QString::fromUtf8(name))) << name;
 }
 
 } // namespace

@@ -3,10 +3,8 @@
 #include "platform/RunningApplications.h"
 #include "platform/freedesktop/apps/Processes.h"
 
+#include <QDBusServiceWatcher>
 #include <QMap>
-#include <QObject>
-
-class QDBusServiceWatcher;
 
 namespace cobblet {
 
@@ -19,8 +17,7 @@ class AgentApplications : public RunningApplications {
     Q_OBJECT
 public:
     /// Identifiers of agents begin with `prefix`, which ends with a dot. The references outlive this object.
-    AgentApplications(RunningApplications &others, SessionBus &bus, QString prefix, QObject *parent = nullptr);
-    ~AgentApplications() override;
+    AgentApplications(RunningApplications &others, SessionBus &bus, const QString &prefix, QObject *parent = nullptr);
 
     QList<RunningApplication> runningApplications() const override;
     Availability availability() const override { return m_others.availability(); }
@@ -31,10 +28,10 @@ public:
     void forceTerminate(const RunningApplication &application) override;
 
 private:
-    /// What owns the name on the bus.
-    QString identifierOf(const QString &name) const;
-    bool isOurs(const RunningApplication &application) const;
     enum class Found { Running, Launched };
+
+    bool isAgent(const RunningApplication &application) const;
+    QString identifierOf(const QString &name) const;
     void askForOwner(const QString &name, Found found);
     void ownerKnown(const QString &name, qint64 pid, Found found);
     void lost(const QString &name);
@@ -43,8 +40,8 @@ private:
     RunningApplications &m_others;
     SessionBus &m_bus;
     const QString m_prefix;
-    QDBusServiceWatcher *m_watcher = nullptr; ///< null without a bus
-    QMap<QString, ProcessEntry> m_agents;     ///< by the name on the bus
+    QDBusServiceWatcher m_watcher;
+    QMap<QString, ProcessEntry> m_agents; ///< by the name on the bus
 };
 
 } // namespace cobblet

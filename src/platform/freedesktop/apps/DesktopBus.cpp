@@ -1,18 +1,10 @@
 #include "platform/freedesktop/apps/DesktopBus.h"
 
-#include "platform/freedesktop/SessionBus.h"
-
 #include <QDBusArgument>
-#include <QDBusConnection>
 #include <QDBusMetaType>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QDBusVariant>
 #include <QFile>
 #include <QLoggingCategory>
-#include <QStringList>
-
-#include <algorithm>
 
 #include <unistd.h>
 
@@ -79,44 +71,6 @@ QString escapedForUnit(const QString &text)
 }
 
 } // namespace
-
-bool hasSessionBus(SessionBus *bus)
-{
-    return bus && bus->connection().isConnected();
-}
-
-void callSessionBus(SessionBus *bus, QObject *context, const QDBusMessage &call,
-                    std::function<void(const QDBusMessage &)> answered)
-{
-    if (!hasSessionBus(bus)) {
-        answered(QDBusMessage::createError(QDBusError::NoServer, QStringLiteral("There is no session bus.")));
-        return;
-    }
-    auto *watcher = new QDBusPendingCallWatcher(bus->connection().asyncCall(call), context);
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context,
-                     [answered = std::move(answered)](QDBusPendingCallWatcher *finished) {
-                         finished->deleteLater();
-                         answered(QDBusPendingReply<>(*finished).reply());
-                     });
-}
-
-bool isBusName(const QString &id)
-{
-    const QStringList elements = id.split(u'.');
-    return id.size() <= 255 && elements.size() >= 2 &&
-           std::all_of(elements.begin(), elements.end(), [](const QString &element) {
-               return !element.isEmpty() && !element.at(0).isDigit() &&
-                      std::all_of(element.begin(), element.end(), [](QChar c) {
-                          return c.unicode() < 128 && (c.isLetterOrNumber() || c == u'_' || c == u'-');
-                      });
-           });
-}
-
-QString busPathOf(const QString &id)
-{
-    QString path = id;
-    return u'/' + path.replace(u'.', u'/').replace(u'-', u'_');
-}
 
 QDBusMessage activateCall(const QString &id, const QString &startupId)
 {

@@ -13,14 +13,6 @@ namespace cobblet {
 
 Q_LOGGING_CATEGORY(lcSleep, "cobblet.sleep")
 
-SleepMonitor::~SleepMonitor()
-{
-    if (m_subscribed)
-        QDBusConnection::systemBus().disconnect(QString(), QStringLiteral("/org/freedesktop/login1"),
-                                                QStringLiteral("org.freedesktop.login1.Manager"),
-                                                QStringLiteral("PrepareForSleep"), this, SLOT(prepareForSleep(bool)));
-}
-
 void SleepMonitor::start()
 {
     if (std::exchange(m_started, true))
@@ -45,9 +37,9 @@ void SleepMonitor::start()
 void SleepMonitor::subscribe()
 {
     // Without a service name, which would be looked up first and waited for.
-    m_subscribed = QDBusConnection::systemBus().connect(
-        QString(), QStringLiteral("/org/freedesktop/login1"), QStringLiteral("org.freedesktop.login1.Manager"),
-        QStringLiteral("PrepareForSleep"), this, SLOT(prepareForSleep(bool)));
+    QDBusConnection::systemBus().connect(QString(), QStringLiteral("/org/freedesktop/login1"),
+                                         QStringLiteral("org.freedesktop.login1.Manager"),
+                                         QStringLiteral("PrepareForSleep"), this, SLOT(prepareForSleep(bool)));
 }
 
 void SleepMonitor::prepareForSleep(bool aboutToSleep)

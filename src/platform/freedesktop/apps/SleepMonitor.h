@@ -10,7 +10,6 @@ class SleepMonitor : public QObject {
     Q_OBJECT
 public:
     using QObject::QObject;
-    ~SleepMonitor() override;
 
     /// The first call subscribes; later ones do nothing.
     void start();
@@ -25,7 +24,6 @@ private:
     void subscribe();
 
     bool m_started = false;
-    bool m_subscribed = false;
 };
 
 } // namespace cobblet
