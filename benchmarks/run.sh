@@ -284,8 +284,8 @@ if part standalone; then
         with_other_groups "$agents" 11 standalone
         # So that both begin with the first group, and show the same.
         mkdir -p "$HOME/.config/cobblet"
-        /usr/bin/python3 -c 'import plistlib, sys; plistlib.dump({"popupShowsMostUsed": False}, sys.stdout.buffer,
-            fmt=plistlib.FMT_BINARY)' >"$HOME/.config/cobblet/com.cobblet.shared.plist"
+        # A CBOR map of one entry, the text of 18 characters and false.
+        printf '\241\162popupShowsMostUsed\364' >"$HOME/.config/cobblet/com.cobblet.shared.cbor"
         if make_agents; then
             for ((pass = 0; pass < passes; pass++)); do
                 standalone_cold

@@ -113,7 +113,7 @@ void loadStore(benchmark::State &state)
 {
     const auto defaults = test::makeTestDefaults(folder() + QStringLiteral("/defaults"));
     for (auto _ : state) {
-        auto manager = std::make_unique<ConfigManager>(ConfigManager::Options{folder(), true}, *defaults);
+        auto manager = std::make_unique<ConfigManager>(ConfigManager::Options{folder()}, *defaults);
         benchmark::DoNotOptimize(manager->groups().size());
         state.PauseTiming(); // a program has one store, and ends with it
         manager.reset();
@@ -149,7 +149,7 @@ void save(benchmark::State &state)
 void saveStore(benchmark::State &state)
 {
     const auto defaults = test::makeTestDefaults(folder() + QStringLiteral("/defaults"));
-    ConfigManager manager({folder(), true}, *defaults);
+    ConfigManager manager({folder()}, *defaults);
     const QUuid id = manager.groups().constLast().id;
     static int count = 0; // a name that is stored already would be no change
     for (auto _ : state)
@@ -182,7 +182,7 @@ int printGrowth(const QString &folder)
     const auto defaults = test::makeTestDefaults(folder + QStringLiteral("/defaults"));
     (void)ownMemory(); // its buffers are no part of the growth
     const qint64 before = ownMemory();
-    const ConfigManager manager({folder, true}, *defaults);
+    const ConfigManager manager({folder}, *defaults);
     const qint64 loaded = ownMemory();
     ::malloc_trim(0); // as the program does once its first panel is painted
     std::printf("memory growth with %lld groups loaded: %.2f MiB, %.2f MiB before the heap is trimmed\n",

@@ -30,23 +30,24 @@ QSet<QString> runningIDs(const RunningApplications &running)
 
 /// A request whose outcomes are being collected.
 struct GroupReports::Report {
-    enum class State { Open, AskedToQuit, Settled };
     struct Entry {
         QString id; ///< resolved
         IntentOutcome outcome;
-        State state = State::Open;
+        bool known = false;
 
-        void settle(Kind kind, const QString &reason = {})
+        /// The first outcome counts.
+        void note(Kind kind, const QString &reason = {})
         {
-            if (std::exchange(state, State::Settled) == State::Settled)
+            if (std::exchange(known, true))
                 return;
             outcome.kind = kind;
-            outcome.reason = reason;
+            outcome.reason = kind == Kind::Failed ? reason : QString();
         }
     };
 
     std::vector<Entry> entries;
     Done done;
+    bool quits = false; ///< what is not known yet was asked to quit
     Scheduler::Handle patience;
 };
 
@@ -54,13 +55,13 @@ GroupReports::GroupReports(GroupActions &actions, Workspace &workspace, RunningA
                            Scheduler &scheduler, QObject *parent)
     : QObject(parent), m_actions(actions), m_workspace(workspace), m_running(running), m_scheduler(scheduler)
 {
-    connect(&running, &RunningApplications::didTerminate, this, &GroupReports::settleEnded);
+    connect(&running, &RunningApplications::didTerminate, this, &GroupReports::noteEnded);
 }
 
 GroupReports::~GroupReports()
 {
     for (const Shared &report : std::vector<Shared>(m_reports))
-        settleRest(report, Kind::Failed, QStringLiteral("Cobblet ended before it was known what happened."));
+        end(report, Kind::Failed, QStringLiteral("Cobblet ended before it was known what happened."));
 }
 
 GroupReports::Shared GroupReports::begin(const QList<AppItem> &apps, Done done)
@@ -80,44 +81,41 @@ GroupReports::Shared GroupReports::begin(const QList<AppItem> &apps, Done done)
     return report;
 }
 
-void GroupReports::launch(const QList<AppItem> &apps, Done done)
+void GroupReports::endLater(const Shared &report, std::chrono::milliseconds patience, Kind kind,
+                            const QString &reason)
 {
-    const Shared report = begin(apps, std::move(done));
-    const qsizetype count = qsizetype(report->entries.size());
-    if (count == 0)
-        return finishIfSettled(report);
-    const std::weak_ptr<Report> weak = report;
-    report->patience = m_scheduler.after((count - 1) * GroupActions::openInterval + launchPatience, [this, weak] {
-        if (const Shared known = weak.lock())
-            settleRest(known, Kind::Failed, QStringLiteral("It hasn't answered the request to open yet."));
-    });
-    m_actions.openAll(count, [this, weak](qsizetype index) {
-        if (const Shared known = weak.lock())
-            openOne(known, size_t(index));
+    report->patience = m_scheduler.after(patience, [this, weak = std::weak_ptr(report), kind, reason] {
+        if (const Shared late = weak.lock())
+            end(late, kind, reason);
     });
 }
 
-void GroupReports::openOne(const Shared &report, size_t index)
+void GroupReports::launch(const QList<AppItem> &apps, Done done)
 {
-    const auto launched = [this, weak = std::weak_ptr(report), index](const Status &status) {
+    const Shared report = begin(apps, std::move(done));
+    const auto count = qsizetype(report->entries.size());
+    endLater(report, count * GroupActions::openInterval - GroupActions::openInterval + launchPatience, Kind::Failed,
+             QStringLiteral("It hasn't answered the request to open yet."));
+    m_actions.openAll(count, [this, weak = std::weak_ptr(report)](qsizetype index) {
+        const auto note = [this, weak, index](Kind kind, const QString &reason = {}) {
+            if (const Shared known = weak.lock()) {
+                known->entries[size_t(index)].note(kind, reason);
+                finishIfKnown(known);
+            }
+        };
         const Shared known = weak.lock();
         if (!known)
             return;
-        known->entries[index].settle(status ? Kind::Launched : Kind::Failed, status.error());
-        finishIfSettled(known);
-    };
-    Report::Entry &entry = report->entries[index];
-    switch (m_actions.open(entry.outcome.bundleID, launched)) {
-    case GroupActions::Opening::NotInstalled:
-        entry.settle(Kind::NotInstalled);
-        break;
-    case GroupActions::Opening::BroughtForward:
-        entry.settle(Kind::BroughtForward);
-        break;
-    case GroupActions::Opening::Launching:
-        return;
-    }
-    finishIfSettled(report);
+        const auto opening =
+            m_actions.open(known->entries[size_t(index)].outcome.bundleID, [note](const Status &status) {
+                note(status ? Kind::Launched : Kind::Failed, status.error());
+            });
+        if (opening == GroupActions::Opening::NotInstalled)
+            note(Kind::NotInstalled);
+        else if (opening == GroupActions::Opening::BroughtForward)
+            note(Kind::BroughtForward);
+    });
+    finishIfKnown(report);
 }
 
 void GroupReports::quit(const QList<AppItem> &apps, Done done)
@@ -126,23 +124,13 @@ void GroupReports::quit(const QList<AppItem> &apps, Done done)
     const QSet<QString> running = runningIDs(m_running);
     const Availability known = m_running.availability();
     const bool sees = known.level == Availability::Level::Works;
-    bool asks = false;
-    for (Report::Entry &entry : report->entries) {
-        if (running.contains(entry.id)) {
-            entry.state = Report::State::AskedToQuit;
-            asks = true;
-        } else {
-            entry.settle(sees ? Kind::NotRunning : Kind::Failed, known.sentence);
-        }
-    }
-    if (asks) {
-        report->patience = m_scheduler.after(quitPatience, [this, weak = std::weak_ptr(report)] {
-            if (const Shared late = weak.lock())
-                settleRest(late, Kind::StillRunning);
-        });
-        m_actions.quitAll(apps);
-    }
-    finishIfSettled(report);
+    report->quits = true;
+    for (Report::Entry &entry : report->entries)
+        if (!running.contains(entry.id))
+            entry.note(sees ? Kind::NotRunning : Kind::Failed, known.sentence);
+    endLater(report, quitPatience, Kind::StillRunning);
+    m_actions.quitAll(apps);
+    finishIfKnown(report);
 }
 
 void GroupReports::hide(const QList<AppItem> &apps, Done done)
@@ -154,36 +142,36 @@ void GroupReports::hide(const QList<AppItem> &apps, Done done)
     m_actions.hideAll(apps);
     for (Report::Entry &entry : report->entries) {
         const Kind kind = running.contains(entry.id) ? Kind::Hidden : Kind::NotRunning;
-        entry.settle(sees ? kind : Kind::Failed, known.sentence);
+        entry.note(sees ? kind : Kind::Failed, known.sentence);
     }
-    finishIfSettled(report);
+    finishIfKnown(report);
 }
 
-void GroupReports::settleEnded()
+void GroupReports::noteEnded()
 {
     if (m_reports.empty())
         return;
     const QSet<QString> running = runningIDs(m_running);
     for (const Shared &report : std::vector<Shared>(m_reports)) {
         for (Report::Entry &entry : report->entries)
-            if (entry.state == Report::State::AskedToQuit && !running.contains(entry.id))
-                entry.settle(Kind::AskedToQuit);
-        finishIfSettled(report);
+            if (report->quits && !running.contains(entry.id))
+                entry.note(Kind::AskedToQuit);
+        finishIfKnown(report);
     }
 }
 
-void GroupReports::settleRest(const Shared &report, Kind kind, const QString &reason)
+void GroupReports::end(const Shared &report, Kind kind, const QString &reason)
 {
     for (Report::Entry &entry : report->entries)
-        entry.settle(kind, reason);
-    finishIfSettled(report);
+        entry.note(kind, reason);
+    finishIfKnown(report);
 }
 
-void GroupReports::finishIfSettled(const Shared &report)
+void GroupReports::finishIfKnown(const Shared &report)
 {
     QList<IntentOutcome> outcomes;
     for (const Report::Entry &entry : report->entries) {
-        if (entry.state != Report::State::Settled)
+        if (!entry.known)
             return;
         outcomes.append(entry.outcome);
     }

@@ -41,11 +41,13 @@ private:
     using Shared = std::shared_ptr<Report>;
 
     Shared begin(const QList<AppItem> &apps, Done done);
-    void openOne(const Shared &report, size_t index);
+    /// Ends the report as it is by then.
+    void endLater(const Shared &report, std::chrono::milliseconds patience, Kind kind, const QString &reason = {});
     /// Applications that were asked to quit and run no more.
-    void settleEnded();
-    void settleRest(const Shared &report, Kind kind, const QString &reason = {});
-    void finishIfSettled(const Shared &report);
+    void noteEnded();
+    /// Whatever is not known yet becomes this.
+    void end(const Shared &report, Kind kind, const QString &reason = {});
+    void finishIfKnown(const Shared &report);
 
     GroupActions &m_actions;
     Workspace &m_workspace;

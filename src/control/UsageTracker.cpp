@@ -19,8 +19,6 @@ namespace {
 Q_LOGGING_CATEGORY(log, "cobblet.usage")
 
 using namespace std::chrono_literals;
-constexpr auto countsDelay = 2s;
-constexpr auto cooccurrenceDelay = 5s;
 constexpr auto sessionWindow = 1800s;
 
 /// Far more than the launches of any person need; a larger file is not ours.
@@ -46,72 +44,71 @@ void increment(qint64 &count)
         ++count;
 }
 
-/// Absent when a value is no whole number; counts below 1 say nothing and are left out.
-std::optional<UsageTracker::Counts> decodeCounts(const QJsonObject &object)
+// A count, or a table of counts, as JSON. Reading is false where something else stands; counts below 1 say nothing
+// and become 0.
+
+bool read(const QJsonValue &value, qint64 &count)
 {
-    UsageTracker::Counts counts;
-    for (auto it = object.begin(); it != object.end(); ++it) {
-        const QJsonValue value = it.value();
-        // Two different fallbacks tell a number from anything else.
-        if (value.toInteger(0) != value.toInteger(1))
-            return std::nullopt;
-        if (const qint64 count = value.toInteger(); count > 0)
-            counts.insert(it.key(), count);
-    }
-    return counts;
+    count = std::max<qint64>(value.toInteger(0), 0);
+    return value.toInteger(0) == value.toInteger(1); // two different fallbacks tell a number from anything else
 }
 
-std::optional<QMap<QString, UsageTracker::Counts>> decodeCooccurrence(const QJsonObject &object)
+template<class Value>
+bool read(const QJsonValue &value, QMap<QString, Value> &table)
 {
-    QMap<QString, UsageTracker::Counts> table;
+    const QJsonObject object = value.toObject();
     for (auto it = object.begin(); it != object.end(); ++it) {
-        if (!it.value().isObject())
-            return std::nullopt;
-        auto counts = decodeCounts(it.value().toObject());
-        if (!counts)
-            return std::nullopt;
-        table.insert(it.key(), *std::move(counts));
+        Value entry{};
+        if (!read(it.value(), entry))
+            return false;
+        if (entry != Value())
+            table.insert(it.key(), entry);
     }
-    return table;
+    return value.isObject();
+}
+
+QJsonValue written(qint64 count)
+{
+    return count;
+}
+
+template<class Value>
+QJsonObject written(const QMap<QString, Value> &table)
+{
+    QJsonObject object;
+    for (auto it = table.begin(); it != table.end(); ++it)
+        object.insert(it.key(), written(it.value()));
+    return object;
 }
 
 /// The table in the file, or an empty one where there is none that can be read.
 template<class Table>
-Table load(const QString &path, std::optional<Table> (*decode)(const QJsonObject &))
+Table load(const QString &path)
 {
     if (!QFileInfo::exists(path))
         return {};
+    Table table;
     const auto bytes = readBounded(path, maximumFileBytes);
-    if (!bytes) {
+    if (!bytes)
         qCWarning(log).noquote() << bytes.error();
-        return {};
-    }
-    const QJsonDocument document = QJsonDocument::fromJson(bytes.value());
-    std::optional<Table> table = document.isObject() ? decode(document.object()) : std::nullopt;
-    if (!table)
+    else if (const auto document = QJsonDocument::fromJson(bytes.value());
+             document.isObject() && read(document.object(), table))
+        return table;
+    else
         qCWarning(log).noquote() << QStringLiteral("%1 holds no launch counts; counting starts anew.").arg(path);
-    return std::move(table).value_or(Table());
-}
-
-QJsonObject encoded(const UsageTracker::Counts &counts)
-{
-    QJsonObject object;
-    for (auto it = counts.begin(); it != counts.end(); ++it)
-        object.insert(it.key(), it.value());
-    return object;
+    return {};
 }
 
 } // namespace
 
-UsageTracker::UsageTracker(QString folder, RunningApplications &running, Workspace &workspace, Scheduler &scheduler,
-                           QObject *parent)
+UsageTracker::UsageTracker(const QString &folder, RunningApplications &running, Workspace &workspace,
+                           Scheduler &scheduler, QObject *parent)
     : QObject(parent), m_workspace(workspace), m_scheduler(scheduler),
       m_lockPath(folder + QStringLiteral("/usage.lock")), m_countsFile{folder + QStringLiteral("/usage-stats.json"),
-                                                                       countsDelay, &UsageTracker::encodeCounts},
-      m_cooccurrenceFile{folder + QStringLiteral("/usage-cooccurrence.json"), cooccurrenceDelay,
-                         &UsageTracker::encodeCooccurrence},
-      m_counts(load(m_countsFile.path, decodeCounts)),
-      m_cooccurrence(load(m_cooccurrenceFile.path, decodeCooccurrence))
+                                                                       2s, [this] { return written(m_counts); }},
+      m_cooccurrenceFile{folder + QStringLiteral("/usage-cooccurrence.json"), 5s,
+                         [this] { return written(m_cooccurrence); }},
+      m_counts(load<Counts>(m_countsFile.path)), m_cooccurrence(load<QMap<QString, Counts>>(m_cooccurrenceFile.path))
 {
     connect(&running, &RunningApplications::didLaunch, this,
             [this](const RunningApplication &application) { recordLaunch(application.bundleIdentifier); });
@@ -170,19 +167,6 @@ void UsageTracker::flush()
             save(*file);
 }
 
-QJsonObject UsageTracker::encodeCounts() const
-{
-    return encoded(m_counts);
-}
-
-QJsonObject UsageTracker::encodeCooccurrence() const
-{
-    QJsonObject object;
-    for (auto it = m_cooccurrence.begin(); it != m_cooccurrence.end(); ++it)
-        object.insert(it.key(), encoded(it.value()));
-    return object;
-}
-
 void UsageTracker::scheduleSave(SavedFile &file)
 {
     file.pending = m_scheduler.after(file.delay, [this, &file] { save(file); });
@@ -193,9 +177,8 @@ void UsageTracker::save(SavedFile &file)
     const Scheduler::Handle finished = std::exchange(file.pending, nullptr);
     const FileLock lock(m_lockPath);
     const Status written =
-        lock.mayWrite()
-            ? writeAtomically(file.path, QJsonDocument((this->*file.encode)()).toJson(QJsonDocument::Compact))
-            : lock.mayWrite();
+        lock.mayWrite() ? writeAtomically(file.path, QJsonDocument(file.content()).toJson(QJsonDocument::Compact))
+                        : lock.mayWrite();
     if (written) {
         file.failureLogged = false;
     } else if (!file.failureLogged) {

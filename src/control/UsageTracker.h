@@ -20,7 +20,7 @@ class UsageTracker : public QObject {
 public:
     using Counts = QMap<QString, qint64>;
 
-    UsageTracker(QString folder, RunningApplications &running, Workspace &workspace, Scheduler &scheduler,
+    UsageTracker(const QString &folder, RunningApplications &running, Workspace &workspace, Scheduler &scheduler,
                  QObject *parent = nullptr);
     /// Writes what is still pending.
     ~UsageTracker() override;
@@ -45,14 +45,12 @@ private:
     /// One of the two files, and its save that is still to come.
     struct SavedFile {
         QString path;
-        std::chrono::milliseconds delay;
-        QJsonObject (UsageTracker::*encode)() const;
+        std::chrono::milliseconds delay; ///< from the last launch to the save
+        std::function<QJsonObject()> content;
         Scheduler::Handle pending = nullptr;
         bool failureLogged = false;
     };
 
-    QJsonObject encodeCounts() const;
-    QJsonObject encodeCooccurrence() const;
     void scheduleSave(SavedFile &file);
     void save(SavedFile &file);
 

@@ -2,7 +2,6 @@
 
 #include "model/FirstRunGroups.h"
 #include "model/GroupCoding.h"
-#include "model/ShortcutCoding.h"
 #include "platform/FileLock.h"
 #include "platform/UserDefaults.h"
 
@@ -18,15 +17,8 @@ namespace {
 
 Q_LOGGING_CATEGORY(log, "cobblet.model")
 
-QString groupsKey()
-{
-    return QStringLiteral("cobblet_groups");
-}
-
-QString shortcutsKey()
-{
-    return QStringLiteral("cobblet_shortcuts");
-}
+const QString groupsKey = QStringLiteral("cobblet_groups");
+const QString shortcutsKey = QStringLiteral("cobblet_shortcuts");
 
 /// Gives a fresh id to a group that has the reserved one or that of a group before it; whether one had.
 bool giveUsableIds(QList<AppGroup> &groups)
@@ -54,37 +46,21 @@ void removeUnknown(QMap<int, QUuid> &shortcuts, const QList<AppGroup> &groups)
 
 } // namespace
 
-ConfigManager::Locked::Locked(ConfigManager &store) : m_store(store)
-{
-    if (m_store.m_lockDepth++ > 0)
-        return;
-    m_store.m_lock = std::make_unique<FileLock>(m_store.m_file.path() + QStringLiteral(".lock"));
-    m_store.m_defaults.synchronize();
-}
-
-ConfigManager::Locked::~Locked()
-{
-    if (--m_store.m_lockDepth > 0)
-        return;
-    m_store.m_lock.reset();
-    m_store.followShortcuts(); // which waits while a change is under way
-}
-
 ConfigManager::ConfigManager(Options options, UserDefaults &standardDefaults, Hooks hooks, QObject *parent)
     : QObject(parent), m_options(std::move(options)), m_hooks(std::move(hooks)), m_defaults(standardDefaults),
       m_file(m_options.folder)
 {
     {
-        const Locked locked(*this);
+        const auto locked = lock();
         const auto stored = storedNews();
         m_groups = stored ? *stored : firstRunGroups();
         giveUsableIds(m_groups);
-        saveGroups(); // no digits are loaded that could be pruned
+        saveGroups(locked->mayWrite()); // no digits are loaded that could be pruned
         runHooks();
         m_groupShortcuts = storedShortcuts();
         removeUnknown(m_groupShortcuts, m_groups);
         saveShortcuts();
-        if (!m_options.isAgent && m_hooks.refreshShortcutParameters)
+        if (m_hooks.refreshShortcutParameters)
             m_hooks.refreshShortcutParameters();
     }
     connect(&m_defaults, &UserDefaults::didChange, this, &ConfigManager::followShortcuts);
@@ -98,9 +74,23 @@ ConfigManager::ConfigManager(Options options, UserDefaults &standardDefaults, Ho
 
 ConfigManager::~ConfigManager() = default;
 
+std::shared_ptr<FileLock> ConfigManager::lock()
+{
+    auto held = m_lock.lock();
+    if (!held) {
+        held = {new FileLock(m_file.path() + QStringLiteral(".lock")), [this](const FileLock *released) {
+                    delete released;
+                    followShortcuts(); // which waits while a change is under way
+                }};
+        m_lock = held;
+        m_defaults.synchronize();
+    }
+    return held;
+}
+
 bool ConfigManager::changeGroups(const GroupChange &change)
 {
-    const Locked locked(*this);
+    const auto locked = lock();
     const auto stored = storedNews();
     const QList<AppGroup> before = stored.value_or(m_groups);
     QList<AppGroup> groups = before;
@@ -115,7 +105,7 @@ bool ConfigManager::changeGroups(const GroupChange &change)
         m_unsaved.append(change);
     const bool published = publish(groups);
     if (changed) {
-        saveGroups();
+        saveGroups(locked->mayWrite());
         pruneShortcuts();
     }
     if (changed || published)
@@ -125,7 +115,7 @@ bool ConfigManager::changeGroups(const GroupChange &change)
 
 void ConfigManager::changeShortcuts(const ShortcutChange &change)
 {
-    const Locked locked(*this);
+    const auto locked = lock();
     const QMap<int, QUuid> before = storedShortcuts();
     QMap<int, QUuid> shortcuts = before;
     change(shortcuts);
@@ -143,7 +133,7 @@ std::optional<QList<AppGroup>> ConfigManager::storedNews()
     if (look.kind == GroupsFile::Look::Same || !m_unsaved.isEmpty())
         return std::nullopt;
     m_defaults.synchronize();
-    const auto bytes = m_defaults.data(groupsKey());
+    const auto bytes = m_defaults.data(groupsKey);
     if (!bytes)
         return std::nullopt;
     auto copy = decodeGroups(*bytes);
@@ -156,7 +146,7 @@ std::optional<QList<AppGroup>> ConfigManager::storedNews()
 
 QMap<int, QUuid> ConfigManager::storedShortcuts() const
 {
-    const auto bytes = m_defaults.data(shortcutsKey());
+    const auto bytes = m_defaults.data(shortcutsKey);
     if (!bytes)
         return {};
     auto shortcuts = decodeShortcuts(*bytes);
@@ -180,22 +170,22 @@ void ConfigManager::publish(const QMap<int, QUuid> &shortcuts)
     emit groupShortcutsChanged();
 }
 
-void ConfigManager::saveGroups()
+void ConfigManager::saveGroups(const Status &mayWrite)
 {
     const QByteArray json = encodeGroups(m_groups);
-    const Status status = m_lock->mayWrite() ? m_file.write(json) : m_lock->mayWrite();
+    const Status status = mayWrite ? m_file.write(json) : mayWrite;
     if (status)
         m_unsaved.clear();
     else if (!m_fileFails)
         qCWarning(log, "The groups are kept in memory and in the preferences only. %ls",
                   qUtf16Printable(status.error()));
     m_fileFails = !status;
-    store(groupsKey(), json);
+    store(groupsKey, json);
 }
 
 void ConfigManager::saveShortcuts()
 {
-    store(shortcutsKey(), encodeShortcuts(m_groupShortcuts));
+    store(shortcutsKey, encodeShortcuts(m_groupShortcuts));
 }
 
 void ConfigManager::pruneShortcuts()
@@ -217,7 +207,7 @@ void ConfigManager::runHooks()
 {
     if (m_hooks.dropGroupIcons)
         m_hooks.dropGroupIcons();
-    if (!m_options.isAgent && m_hooks.refreshShortcutParameters)
+    if (m_hooks.refreshShortcutParameters)
         m_hooks.refreshShortcutParameters();
 }
 
@@ -238,7 +228,7 @@ void ConfigManager::followGroups()
 
 void ConfigManager::followShortcuts()
 {
-    if (m_lockDepth == 0)
+    if (m_lock.expired())
         publish(storedShortcuts());
 }
 

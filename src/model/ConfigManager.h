@@ -22,15 +22,14 @@ class ConfigManager : public QObject {
     Q_OBJECT
 public:
     struct Options {
-        QString folder;       ///< where "groups.json" lives
-        bool isAgent = false; ///< an agent does not refresh the App Shortcuts parameters
-        bool follows = true;  ///< other processes' changes arrive by themselves, not only with a change made here
+        QString folder;      ///< where "groups.json" lives
+        bool follows = true; ///< other processes' changes arrive by themselves, not only with a change made here
     };
 
-    /// What the save sequence causes above this room, in its order. Set before the first load.
+    /// What the save sequence causes above this room, in its order; what is not set is not done.
     struct Hooks {
         std::function<void()> dropGroupIcons;            ///< the group-icon cache is out of date
-        std::function<void()> refreshShortcutParameters; ///< group names as the assistants know them
+        std::function<void()> refreshShortcutParameters; ///< group names as the assistants know them; not in agents
     };
 
     /// Loads both properties, as the fallbacks prescribe, and writes them back.
@@ -78,18 +77,9 @@ signals:
 private:
     using GroupChange = std::function<void(QList<AppGroup> &)>;
     using ShortcutChange = std::function<void(QMap<int, QUuid> &)>;
-    /// Holds the lock across processes; may be nested, as observers may make changes of their own.
-    class Locked {
-    public:
-        explicit Locked(ConfigManager &store);
-        ~Locked();
-        Locked(const Locked &) = delete;
-        Locked &operator=(const Locked &) = delete;
 
-    private:
-        ConfigManager &m_store;
-    };
-
+    /// The lock across processes, held while anybody keeps it: observers may make changes of their own.
+    std::shared_ptr<FileLock> lock();
     /// Makes the change on top of the newest stored list and saves it; whether it changed anything.
     bool changeGroups(const GroupChange &change);
     /// The same for one group, if it is there.
@@ -101,7 +91,7 @@ private:
     QMap<int, QUuid> storedShortcuts() const;
     bool publish(const QList<AppGroup> &groups);
     void publish(const QMap<int, QUuid> &shortcuts);
-    void saveGroups();
+    void saveGroups(const Status &mayWrite);
     void saveShortcuts();
     void pruneShortcuts();
     void store(const QString &key, const QByteArray &bytes);
@@ -116,8 +106,7 @@ private:
     UserDefaults &m_defaults;
     GroupsFile m_file;
     std::unique_ptr<QFileSystemWatcher> m_watcher; ///< null when nothing is followed
-    std::unique_ptr<FileLock> m_lock;
-    int m_lockDepth = 0;
+    std::weak_ptr<FileLock> m_lock;
 
     QList<AppGroup> m_groups;
     QMap<int, QUuid> m_groupShortcuts;

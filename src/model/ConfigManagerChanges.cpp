@@ -60,7 +60,7 @@ void ConfigManager::addGroup(const AppGroup &group)
     AppGroup added = group;
     if (added.id == AppGroup::mostUsedID)
         added.id = QUuid::createUuid();
-    const Locked locked(*this);
+    const auto locked = lock();
     const bool changed = changeGroups([added](QList<AppGroup> &groups) {
         if (groupAt(groups, added.id) < 0)
             groups.append(added);

@@ -3,13 +3,8 @@
 #include "model/GroupCoding.h"
 #include "platform/AtomicFile.h"
 
-#include <QDateTime>
-#include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QLoggingCategory>
-
-#include <cstring>
 
 namespace cobblet {
 
@@ -17,33 +12,9 @@ namespace {
 
 Q_LOGGING_CATEGORY(log, "cobblet.model")
 
-constexpr int keptCorruptFiles = 3;
-
-bool isSomethingThere(const QString &path)
-{
-    const QFileInfo info(path);
-    return info.exists() || info.isSymLink();
-}
-
-/// Compared piece by piece: a large list need not be in memory twice for it.
-bool holdsExactly(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-        return false;
-    char piece[16 * 1024];
-    for (qsizetype at = 0; at < bytes.size();) {
-        const qint64 size = file.read(piece, qMin<qint64>(sizeof piece, bytes.size() - at));
-        if (size <= 0 || std::memcmp(piece, bytes.constData() + at, size_t(size)) != 0)
-            return false;
-        at += size;
-    }
-    return true;
-}
-
 } // namespace
 
-GroupsFile::GroupsFile(const QString &folder) : m_path(QDir(folder).filePath(QStringLiteral("groups.json"))) {}
+GroupsFile::GroupsFile(const QString &folder) : m_path(folder + QStringLiteral("/groups.json")) {}
 
 GroupsFile::Look GroupsFile::look()
 {
@@ -51,7 +22,7 @@ GroupsFile::Look GroupsFile::look()
         return {};
     // Taken before reading: a file that is replaced in between is read again at the next look.
     m_stamp.emplace(m_path);
-    m_isBad = isSomethingThere(m_path);
+    m_isBad = QFileInfo::exists(m_path) || QFileInfo(m_path).isSymLink();
     if (!m_isBad)
         return {Look::Missing, {}};
     const auto bytes = readBounded(m_path, maximumJsonBytes);
@@ -67,37 +38,21 @@ GroupsFile::Look GroupsFile::look()
 Status GroupsFile::write(const QByteArray &json)
 {
     if (m_isBad) {
-        if (Status status = setAside(); !status)
-            return status; // better a list that is only in the defaults than a lost file
+        const auto aside = setAside(m_path);
+        if (!aside)
+            return Error{aside.error()}; // better a list that is only in the defaults than a lost file
+        qCWarning(log, "%ls is kept as %ls.", qUtf16Printable(m_path), qUtf16Printable(aside.value()));
         m_isBad = false;
-    } else if (FileStamp now(m_path); now.size() == json.size() && holdsExactly(m_path, json)) {
+    }
+    FileStamp now(m_path); // before reading, as in look()
+    const auto stored = now.size() == json.size() ? readBounded(m_path, json.size()) : Error{};
+    if (stored && stored.value() == json) {
         m_stamp = std::move(now);
         return {};
     }
-    Status status = writeAtomically(m_path, json);
+    const Status status = writeAtomically(m_path, json);
     m_stamp.emplace(m_path);
     return status;
-}
-
-Status GroupsFile::setAside()
-{
-    QDir folder = QFileInfo(m_path).dir();
-    QDateTime date = QDateTime::currentDateTimeUtc();
-    QString aside;
-    do {
-        aside = m_path + QStringLiteral(".corrupt-") + date.toString(Qt::ISODateWithMs);
-        date = date.addMSecs(1);
-    } while (isSomethingThere(aside));
-    if (!folder.rename(m_path, aside))
-        return Error{QStringLiteral("Can't set %1 aside, so it is not written.").arg(m_path)};
-    qCWarning(log, "%ls is kept as %ls.", qUtf16Printable(m_path), qUtf16Printable(aside));
-
-    // The names sort by date.
-    QStringList kept = folder.entryList({QFileInfo(m_path).fileName() + QStringLiteral(".corrupt-*")},
-                                        QDir::Files | QDir::System | QDir::Hidden, QDir::Name);
-    while (kept.size() > keptCorruptFiles)
-        folder.remove(kept.takeFirst());
-    return {};
 }
 
 } // namespace cobblet

@@ -33,8 +33,6 @@ public:
     const QString &path() const { return m_path; }
 
 private:
-    Status setAside();
-
     QString m_path;
     std::optional<FileStamp> m_stamp; ///< the file that was looked at or written last
     bool m_isBad = false;             ///< it does not decode

@@ -101,20 +101,8 @@ CBTheme darkGlassy()
 
 const CBTheme &CBTheme::palette(ColorScheme scheme, bool glassy)
 {
-    if (scheme == ColorScheme::Dark) {
-        if (glassy) {
-            static const CBTheme theme = darkGlassy();
-            return theme;
-        }
-        static const CBTheme theme = darkSolid();
-        return theme;
-    }
-    if (glassy) {
-        static const CBTheme theme = lightGlassy();
-        return theme;
-    }
-    static const CBTheme theme = lightSolid();
-    return theme;
+    static const CBTheme palettes[][2] = {{lightSolid(), lightGlassy()}, {darkSolid(), darkGlassy()}};
+    return palettes[scheme == ColorScheme::Dark][glassy];
 }
 
 ThemeManager::ThemeManager(UserDefaults &sharedDefaults, Appearance &appearance, QObject *parent)

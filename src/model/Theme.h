@@ -36,7 +36,7 @@ struct CBTheme {
 
     bool operator==(const CBTheme &) const = default;
 
-    /// The four palettes; each is built once.
+    /// The four palettes, made on first use.
     static const CBTheme &palette(ColorScheme scheme, bool glassy);
 };
 

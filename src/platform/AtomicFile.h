@@ -21,6 +21,10 @@ enum class Flush {
 /// The same, but a link at `path` is itself replaced, and what it leads to stays as it is.
 Status replaceAtomically(const QString &path, const QByteArray &bytes, Flush flush = Flush::Yes);
 
+/// Renames what stands at `path`, whatever it is, to "PATH.corrupt-DATE", and removes all but the newest three files
+/// of those names. The new path.
+Result<QString> setAside(const QString &path);
+
 /// The content of a regular file of at most `maximum` bytes; an error names the file and the cause.
 Result<QByteArray> readBounded(const QString &path, qint64 maximum);
 

@@ -2,9 +2,9 @@
 
 #include <QString>
 
+#include <filesystem>
+#include <memory>
 #include <optional>
-
-struct stat;
 
 namespace cobblet {
 
@@ -15,13 +15,9 @@ class FileStamp {
 public:
     /// The file as it is now; also "there is none" is a state.
     explicit FileStamp(const QString &path);
-    ~FileStamp();
-    FileStamp(FileStamp &&other) noexcept;
-    FileStamp &operator=(FileStamp &&other) noexcept;
 
     /// Whether the path still leads to the same file with the same content.
-    bool isCurrent() const;
-    bool exists() const { return m_state.has_value(); }
+    bool isCurrent() const { return look() == m_state; }
     /// In bytes; 0 when there is no file.
     qint64 size() const { return m_state ? m_state->size : 0; }
 
@@ -30,15 +26,15 @@ private:
         quint64 device = 0;
         quint64 inode = 0;
         qint64 size = 0;
-        qint64 modified[2] = {}; ///< seconds, nanoseconds
-        qint64 changed[2] = {};
+        std::filesystem::file_time_type modified;
 
         bool operator==(const State &) const = default;
     };
-    static State state(const struct stat &status);
+    /// By the open file, or by the path when there is none.
+    std::optional<State> look(int descriptor = -1) const;
 
     QString m_path;
-    int m_descriptor = -1;
+    std::shared_ptr<const int> m_descriptor; ///< null when it can't be opened
     std::optional<State> m_state;
 };
 

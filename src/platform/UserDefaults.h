@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Availability.h"
 #include "platform/Result.h"
 
 #include <QByteArray>
@@ -33,6 +34,8 @@ public:
     virtual Status remove(const QString &key) = 0;
     /// The value that readers of this process get while the key is not stored. Never written.
     virtual void registerDefault(const QString &key, const QVariant &value) = 0;
+    /// Whether changes are kept, and where, or why not.
+    virtual Availability availability() const = 0;
     /// Takes in at once what other processes have stored, instead of when word of it arrives. Called before a
     /// value is changed on top of the stored one.
     virtual void synchronize() {}

@@ -21,15 +21,14 @@ TEST(RunningAppsMonitor, FollowsLaunchesAndTerminations)
     QObject::connect(&monitor, &RunningAppsMonitor::runningBundleIDsChanged, &monitor, [&changes] { ++changes; });
     EXPECT_EQ(monitor.runningBundleIDs(), set("early"));
 
-    struct Row {
+    const struct {
         const char *what;
         bool launches;
         const char *id;
         qint64 pid;
         const char *expected;
         int changes;
-    };
-    const Row rows[] = {
+    } rows[] = {
         {"a launch", true, "a", 3, "early a", 1},
         {"a second instance", true, "a", 4, "early a", 1},
         {"a process without an identifier", true, "", 5, "early a", 1},
@@ -38,7 +37,7 @@ TEST(RunningAppsMonitor, FollowsLaunchesAndTerminations)
         {"one of two instances ends", false, "a", 3, "early", 2},
         {"the other one ends", false, "a", 4, "early", 2},
     };
-    for (const Row &row : rows) {
+    for (const auto &row : rows) {
         const RunningApplication application{QLatin1String(row.id), row.pid};
         row.launches ? running.launch(application) : running.quit(application);
         EXPECT_EQ(monitor.runningBundleIDs(), set(row.expected)) << row.what;

@@ -1,7 +1,6 @@
 // Whatever bytes come in, decoding groups and digits ends with a value or an error that says why, and what was
 // decoded survives being written and read again.
 #include "model/GroupCoding.h"
-#include "model/ShortcutCoding.h"
 
 #include <cstdlib>
 

@@ -59,6 +59,12 @@ TEST_F(ConfigManagerTest, EachChangeDoesWhatItSays)
          [](auto &m, auto id) { m.moveApp(s("a"), id(0), id(1)); }},
         {"move to the same group", "A:a,b", "A:a,b", [](auto &m, auto id) { m.moveApp(s("a"), id(0), id(0)); }},
         {"move to a missing group", "A:a", "A:a", [&](auto &m, auto id) { m.moveApp(s("a"), id(0), unknown); }},
+        {"update", "A:|B:", "A:|X:",
+         [](auto &m, auto id) {
+             AppGroup changed = *m.group(id(1));
+             changed.name = s("X");
+             m.updateGroup(changed);
+         }},
         {"update a missing group", "A:a", "A:a", [](auto &m, auto) { m.updateGroup(groups("B:")[0]); }},
         {"replace all", "A:a", "X:|Y:", [](auto &m, auto) { m.replaceGroups(groups("X:|Y:")); }},
     };
@@ -74,19 +80,10 @@ TEST_F(ConfigManagerTest, EachChangeDoesWhatItSays)
         EXPECT_EQ(text(decodeGroups(onDisk()).value()), c.after);
         EXPECT_EQ(inDefaults(), c.after);
     }
-}
-
-TEST_F(ConfigManagerTest, UpdatesAndPinsByIdentity)
-{
-    ConfigManager &manager = holding("A:|B:");
-    manager.setPinned(id(1), true);
-    EXPECT_TRUE(manager.group(id(1))->isPinned);
-    AppGroup changed = manager.groups().at(0);
-    changed.popupColumns = 3;
-    manager.updateGroup(changed);
-    EXPECT_EQ(*manager.group(changed.id), changed);
-    EXPECT_EQ(decodeGroups(onDisk()).value(), manager.groups());
-    EXPECT_EQ(manager.group(QUuid::createUuid()), nullptr);
+    store->setPinned(id(0), true);
+    store->setStandalone(id(1), true);
+    EXPECT_TRUE(store->groups().at(0).isPinned && !store->groups().at(1).isPinned);
+    EXPECT_TRUE(!store->groups().at(0).isStandalone && store->groups().at(1).isStandalone);
 }
 
 TEST_F(ConfigManagerTest, NewGroupsTakeTheSmallestFreeDigit)
@@ -127,31 +124,25 @@ TEST_F(ConfigManagerTest, NoStoredGroupKeepsTheReservedIdOrThatOfAnother)
     EXPECT_TRUE(manager.shortcutDigit(manager.groups().last().id));
 }
 
-TEST_F(ConfigManagerTest, SavesInOrderAndAgentsLeaveTheAssistantsAlone)
+TEST_F(ConfigManagerTest, SavesInOrder)
 {
-    for (const bool isAgent : {false, true}) {
-        SCOPED_TRACE(isAgent);
-        const auto list = groups("A:|B:");
-        put(encodeGroups(list));
-        defaults.stored = {{shortcutsKey(), QByteArray("{\"1\":\"" + uuidText(list[1].id).toLatin1() + "\"}")}};
-        QStringList log;
-        ConfigManager::Hooks hooks;
-        hooks.dropGroupIcons = [&] { log << s("drop"); };
-        hooks.refreshShortcutParameters = [&] { log << s("refresh"); };
-        ConfigManager manager({folder, isAgent}, defaults, hooks);
-        EXPECT_EQ(log, isAgent ? QStringList{s("drop")} : (QStringList{s("drop"), s("refresh"), s("refresh")}));
+    const auto list = groups("A:|B:");
+    put(encodeGroups(list));
+    defaults.stored = {{shortcutsKey(), encodeShortcuts({{1, list[1].id}})}};
+    QStringList log;
+    ConfigManager::Hooks hooks;
+    hooks.dropGroupIcons = [&] { log << s("drop"); };
+    hooks.refreshShortcutParameters = [&] { log << s("refresh"); };
+    ConfigManager manager(options(), defaults, hooks);
+    EXPECT_EQ(log, (QStringList{s("drop"), s("refresh"), s("refresh")}));
 
-        log.clear();
-        QObject context;
-        QObject::connect(&manager, &ConfigManager::groupsChanged, &context, [&] { log << s("groups"); });
-        QObject::connect(&manager, &ConfigManager::groupShortcutsChanged, &context, [&] { log << s("digits"); });
-        QObject::connect(&defaults, &UserDefaults::didChange, &context, [&] { log << s("stored"); });
-        manager.deleteGroup(list[1].id);
-        QStringList expected{s("groups"), s("stored"), s("digits"), s("stored"), s("drop")};
-        if (!isAgent)
-            expected << s("refresh");
-        EXPECT_EQ(log, expected);
-    }
+    log.clear();
+    QObject context;
+    QObject::connect(&manager, &ConfigManager::groupsChanged, &context, [&] { log << s("groups"); });
+    QObject::connect(&manager, &ConfigManager::groupShortcutsChanged, &context, [&] { log << s("digits"); });
+    QObject::connect(&defaults, &UserDefaults::didChange, &context, [&] { log << s("stored"); });
+    manager.deleteGroup(list[1].id);
+    EXPECT_EQ(log, (QStringList{s("groups"), s("stored"), s("digits"), s("stored"), s("drop"), s("refresh")}));
 }
 
 TEST_F(ConfigManagerTest, ObserversMayMakeChangesOfTheirOwn)

@@ -67,7 +67,7 @@ TEST_F(ProcessesTest, AKilledProcessLeavesTheOldOrTheNewStateInBothCopies)
 TEST_F(ProcessesTest, EveryEditOfFourProcessesIsThere)
 {
     const auto defaults = test::makeTestDefaults(home.filePath(QStringLiteral("defaults")));
-    ConfigManager manager({folder, false}, *defaults);
+    ConfigManager manager({folder}, *defaults);
     const qsizetype before = manager.groups().size();
     const qsizetype appsBefore = manager.groups().constFirst().apps.size();
 
@@ -83,7 +83,7 @@ TEST_F(ProcessesTest, EveryEditOfFourProcessesIsThere)
         EXPECT_EQ(writer->exitCode(), 0);
     }
 
-    const ConfigManager after({folder, false}, *defaults);
+    const ConfigManager after({folder}, *defaults);
     QSet<QString> groups, apps;
     for (const AppGroup &group : after.groups().sliced(before))
         groups.insert(group.name);

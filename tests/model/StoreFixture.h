@@ -46,7 +46,7 @@ protected:
     static QString groupsKey() { return QStringLiteral("cobblet_groups"); }
     static QString shortcutsKey() { return QStringLiteral("cobblet_shortcuts"); }
 
-    ConfigManager::Options options() const { return {folder, false}; }
+    ConfigManager::Options options() const { return {folder}; }
     QString file() const { return folder + QStringLiteral("/groups.json"); }
 
     QByteArray onDisk() const

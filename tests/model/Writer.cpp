@@ -44,7 +44,7 @@ int main(int argc, char **argv)
     const QStringList arguments = application.arguments();
     const QString folder = arguments.value(2);
     const auto defaults = test::makeTestDefaults(folder + QStringLiteral("/defaults"));
-    ConfigManager manager({folder + QStringLiteral("/Cobblet"), true}, *defaults);
+    ConfigManager manager({folder + QStringLiteral("/Cobblet")}, *defaults);
     if (arguments.value(1) == QLatin1String("loop"))
         loop(manager);
     edits(manager, arguments.value(3));

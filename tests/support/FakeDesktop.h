@@ -33,6 +33,7 @@ public:
     Status set(const QString &key, const QVariant &value) override;
     Status remove(const QString &key) override;
     void registerDefault(const QString &key, const QVariant &value) override { registered[key] = value; }
+    Availability availability() const override { return Availability::works(); }
 
     QMap<QString, QVariant> stored;
     QMap<QString, QVariant> registered;

@@ -3,13 +3,12 @@
 #include "platform/AtomicFile.h"
 #include "platform/FileLock.h"
 
-#include <QDateTime>
+#include <QCborArray>
+#include <QCborStreamReader>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QLoggingCategory>
 
-#include <cstdio>
 #include <utility>
 
 namespace cobblet {
@@ -19,155 +18,153 @@ Q_LOGGING_CATEGORY(lcDefaults, "cobblet.defaults")
 namespace {
 
 constexpr qint64 maximumFileBytes = 64 * 1024 * 1024;
+constexpr quint64 maximumValues = 10'000;
 constexpr qsizetype largeValueBytes = 16 * 1024;
-constexpr int keptAside = 3;
+
+bool isPlain(const QCborValue &value)
+{
+    return value.isBool() || value.isInteger() || value.isDouble() || value.isString() || value.isByteArray();
+}
+
+/// The values of a file, all of them plain. Nothing nested is ever read, so a file takes little more memory than
+/// its size.
+Result<QCborMap> readValues(const QString &path)
+{
+    const auto bytes = readBounded(path, maximumFileBytes);
+    if (!bytes)
+        return Error{bytes.error()};
+    QCborStreamReader reader(bytes.value());
+    const auto next = [&reader] {
+        return reader.isContainer() || reader.isTag() ? QCborValue() : QCborValue::fromCbor(reader);
+    };
+    QCborMap values;
+    bool good =
+        reader.isMap() && reader.isLengthKnown() && reader.length() <= maximumValues && reader.enterContainer();
+    while (good && reader.hasNext()) {
+        const QCborValue key = next();
+        const QCborValue value = next();
+        good = key.isString() && isPlain(value) && reader.lastError() == QCborError::NoError;
+        if (good) // after an error they are not even whole values
+            values.insert(key.toString(), value);
+    }
+    good = good && reader.lastError() == QCborError::NoError && reader.leaveContainer();
+    if (!good || reader.currentOffset() != bytes.value().size())
+        return Error{QStringLiteral("It is no map of plain values.")};
+    return values;
+}
 
 } // namespace
 
-FileUserDefaults::FileUserDefaults(const QString &folder, const QString &domain, Following following, QObject *parent)
-    : m_following(following), m_path(folder + QLatin1Char('/') + domain + QStringLiteral(".plist")),
-      m_lockPath(m_path + QStringLiteral(".lock")), m_stamp(m_path)
+FileUserDefaults::FileUserDefaults(const QString &folder, const QString &domain, Following following)
+    : m_following(following), m_folder(folder), m_path(folder + QLatin1Char('/') + domain + QStringLiteral(".cbor")),
+      m_stamp(m_path)
 {
-    setParent(parent);
     QDir().mkpath(folder);
     watch(); // before the first look, so that no change falls between the two
     m_stamp = FileStamp(m_path);
     adopt(read(false));
 }
 
-/// The file's content; an empty domain when there is none. A file that cannot be used is set aside, which needs
-/// the lock: another process may be putting a good one in its place.
-PlistDomain FileUserDefaults::read(bool locked)
+/// The file's values; none when there is no file. A file that cannot be used is set aside, which needs the lock:
+/// another process may be putting a good one in its place.
+QCborMap FileUserDefaults::read(bool locked)
 {
     if (!QFileInfo::exists(m_path))
         return {};
-    const auto bytes = readBounded(m_path, maximumFileBytes);
-    const Result<PlistDomain> domain = bytes ? PlistDomain::decode(bytes.value()) : Error{bytes.error()};
-    if (domain)
-        return domain.value();
+    const auto values = readValues(m_path);
+    if (values)
+        return values.value();
     if (!locked) {
-        const FileLock lock(m_lockPath);
-        return lock.mayWrite() ? read(true) : PlistDomain();
+        const FileLock lock(m_path + QStringLiteral(".lock"));
+        return lock.mayWrite() ? read(true) : QCborMap();
     }
-    setAside(domain.error());
+    const auto aside = setAside(m_path);
+    qCWarning(lcDefaults).noquote() << QStringLiteral("The preferences in %1 can't be used: %2 %3")
+                                           .arg(m_path, values.error(),
+                                                aside ? QStringLiteral("They were kept as %1.").arg(aside.value())
+                                                      : aside.error());
     return {};
 }
 
-void FileUserDefaults::setAside(const QString &reason)
+/// Remembers the values; whether they differ from those that were known.
+bool FileUserDefaults::adopt(QCborMap values)
 {
-    const QString stem = m_path + QStringLiteral(".corrupt-");
-    const QString aside = stem + QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);
-    if (::rename(QFile::encodeName(m_path).constData(), QFile::encodeName(aside).constData()) != 0) {
-        warnOnce(QStringLiteral("The preferences in %1 can't be used and stay as they are: %2").arg(m_path, reason));
-        return;
-    }
-    qCWarning(lcDefaults).noquote()
-        << QStringLiteral("The preferences in %1 can't be used and were kept as %2: %3").arg(m_path, aside, reason);
-    const QFileInfo info(stem);
-    const QStringList kept =
-        info.dir().entryList({info.fileName() + QLatin1Char('*')}, QDir::AllEntries | QDir::Hidden, QDir::Name);
-    for (qsizetype i = 0; i + keptAside < kept.size(); ++i)
-        QFile::remove(info.dir().filePath(kept[i]));
-}
-
-/// Remembers what the domain holds; whether that differs from what was known.
-bool FileUserDefaults::adopt(const PlistDomain &domain)
-{
-    Values values;
-    for (auto it = domain.values().cbegin(); it != domain.values().cend(); ++it) {
-        const QByteArray bytes = it->typeId() == QMetaType::QByteArray ? it->toByteArray() : QByteArray();
-        values[it.key()] =
-            bytes.size() > largeValueBytes ? Known{QVariant(), bytes.size(), qHash(bytes)} : Known{*it};
-    }
-    const bool differs = values != m_values;
-    m_values = std::move(values);
-    return differs;
+    for (auto value : values)
+        if (const QByteArray bytes = value.second.toByteArray(); bytes.size() > largeValueBytes)
+            value.second = QCborArray{qint64(qHash(bytes))};
+    return std::exchange(m_values, values) != values;
 }
 
 std::optional<QVariant> FileUserDefaults::object(const QString &key) const
 {
-    if (const auto unsaved = m_unsaved.constFind(key); unsaved != m_unsaved.cend()) {
-        if (*unsaved)
-            return *unsaved;
-    } else if (const auto known = m_values.constFind(key); known != m_values.cend()) {
-        if (known->largeSize < 0)
-            return known->value;
-        const auto bytes = readBounded(m_path, maximumFileBytes);
-        const Result<PlistDomain> domain = bytes ? PlistDomain::decode(bytes.value()) : Error{bytes.error()};
-        if (domain && domain.value().values().contains(key))
-            return domain.value().values().value(key);
+    QCborValue value = stored(key);
+    if (value.isArray()) {
+        const auto values = readValues(m_path);
+        value = values ? values.value().value(key) : QCborValue();
     }
-    if (const auto registered = m_registered.constFind(key); registered != m_registered.cend())
-        return *registered;
-    return std::nullopt;
-}
-
-bool FileUserDefaults::contains(const QString &key) const
-{
-    const auto unsaved = m_unsaved.constFind(key);
-    return unsaved != m_unsaved.cend() ? unsaved->has_value() : m_values.contains(key);
+    if (value.isUndefined())
+        value = m_registered.value(key);
+    return value.isUndefined() ? std::nullopt : std::optional(value.toVariant());
 }
 
 Status FileUserDefaults::set(const QString &key, const QVariant &value)
 {
-    const auto normalized = PlistDomain::normalized(value);
-    if (!normalized || key.isEmpty())
+    const QCborValue plain = QCborValue::fromVariant(value);
+    if (!isPlain(plain) || key.isEmpty())
         return Error{QStringLiteral("The preference “%1” can't hold a value of the type %2.")
                          .arg(key, QString::fromLatin1(value.typeName()))};
-    return change(key, normalized);
-}
-
-Status FileUserDefaults::remove(const QString &key)
-{
-    return change(key, std::nullopt);
-}
-
-bool FileUserDefaults::applyUnsaved(PlistDomain &domain) const
-{
-    bool changed = false;
-    for (auto it = m_unsaved.cbegin(); it != m_unsaved.cend(); ++it)
-        changed |= *it ? domain.set(it.key(), **it) : domain.remove(it.key());
-    return changed;
+    return change(key, plain);
 }
 
 /// Every change goes through the list of unsaved ones, which a successful write empties: what an unwritable
 /// home kept from disk gets there as soon as it can.
-Status FileUserDefaults::change(const QString &key, const std::optional<QVariant> &value)
+Status FileUserDefaults::change(const QString &key, const QCborValue &value)
 {
     m_unsaved[key] = value;
-    Status written;
     bool differs = true; // in memory, when it can't be written
     {
-        const FileLock lock(m_lockPath);
-        written = lock.mayWrite();
-        PlistDomain domain = written ? read(true) : PlistDomain();
-        if (written && applyUnsaved(domain)) {
-            const QByteArray bytes = domain.encode();
-            written = bytes.size() <= maximumFileBytes
-                          ? writeAtomically(m_path, bytes)
-                          : Error{QStringLiteral("Can't write %1: it would be larger than %2 bytes.")
-                                      .arg(m_path)
-                                      .arg(maximumFileBytes)};
+        const FileLock lock(m_path + QStringLiteral(".lock"));
+        m_lastWrite = lock.mayWrite();
+        const QCborMap before = m_lastWrite ? read(true) : QCborMap();
+        QCborMap values = before;
+        for (auto it = m_unsaved.cbegin(); it != m_unsaved.cend(); ++it)
+            it->isUndefined() ? values.remove(it.key()) : void(values.insert(it.key(), *it));
+        if (m_lastWrite && values != before) {
+            const QByteArray bytes = values.toCborValue().toCbor();
+            m_lastWrite = bytes.size() <= maximumFileBytes && quint64(values.size()) <= maximumValues
+                              ? writeAtomically(m_path, bytes)
+                              : Error{QStringLiteral("Can't write %1: it would become too large.").arg(m_path)};
         }
-        if (written) {
+        if (m_lastWrite) {
             m_unsaved.clear();
             m_stamp = FileStamp(m_path);
-            differs = adopt(domain);
+            differs = adopt(values);
         }
     }
-    if (written)
+    if (m_lastWrite)
         watch();
-    else
-        warnOnce(written.error());
+    else if (!std::exchange(m_warned, true))
+        qCWarning(lcDefaults).noquote() << m_lastWrite.error();
     if (differs)
         emit didChange();
-    return written;
+    return m_lastWrite;
 }
 
 void FileUserDefaults::registerDefault(const QString &key, const QVariant &value)
 {
-    if (const auto normalized = PlistDomain::normalized(value))
-        m_registered[key] = *normalized;
+    m_registered[key] = QCborValue::fromVariant(value);
+}
+
+Availability FileUserDefaults::availability() const
+{
+    if (!m_unsaved.isEmpty())
+        return Availability::partly(
+            QStringLiteral("Changes of the preferences are lost when the program ends. %1").arg(m_lastWrite.error()));
+    if (!QFileInfo(m_folder).isDir() || !QFileInfo(m_folder).isWritable())
+        return Availability::partly(
+            QStringLiteral("Preferences can't be changed for good: make %1 a folder that you may write to.")
+                .arg(m_folder));
+    return Availability::works(QStringLiteral("The preferences are kept in %1.").arg(m_path));
 }
 
 void FileUserDefaults::follow()
@@ -188,15 +185,8 @@ void FileUserDefaults::watch()
         m_watcher = std::make_unique<QFileSystemWatcher>();
         connect(m_watcher.get(), &QFileSystemWatcher::directoryChanged, this, &FileUserDefaults::follow);
     }
-    const QString folder = QFileInfo(m_path).absolutePath();
-    if (!m_watcher->directories().contains(folder) && QFileInfo::exists(folder))
-        m_watcher->addPath(folder);
-}
-
-void FileUserDefaults::warnOnce(const QString &message)
-{
-    if (!std::exchange(m_warned, true))
-        qCWarning(lcDefaults).noquote() << message;
+    if (m_watcher->directories().isEmpty() && QFileInfo::exists(m_folder))
+        m_watcher->addPath(m_folder);
 }
 
 } // namespace cobblet

@@ -1,5 +1,6 @@
 #include "platform/AtomicFile.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -78,6 +79,25 @@ Status replaceAtomically(const QString &path, const QByteArray &bytes, Flush flu
         return error;
     }
     return {};
+}
+
+Result<QString> setAside(const QString &path)
+{
+    const QString stem = path + QStringLiteral(".corrupt-");
+    const auto isTaken = [](const QString &name) { return QFileInfo::exists(name) || QFileInfo(name).isSymLink(); };
+    QDateTime date = QDateTime::currentDateTimeUtc();
+    while (isTaken(stem + date.toString(Qt::ISODateWithMs)))
+        date = date.addMSecs(1);
+    const QString aside = stem + date.toString(Qt::ISODateWithMs);
+    if (::rename(QFile::encodeName(path).constData(), QFile::encodeName(aside).constData()) != 0)
+        return systemError(QStringLiteral("Can't set aside"), path);
+
+    QDir folder = QFileInfo(path).dir();
+    const QString pattern = QFileInfo(stem).fileName() + QLatin1Char('*');
+    QStringList kept = folder.entryList({pattern}, QDir::Files | QDir::System | QDir::Hidden, QDir::Name); // by date
+    while (kept.size() > 3)
+        folder.remove(kept.takeFirst());
+    return aside;
 }
 
 Result<QByteArray> readBounded(const QString &path, qint64 maximum)
