@@ -52,10 +52,11 @@ const char *readRecord(const json &object, Record &record)
 template<class Record>
 ordered_json writtenRecord(const Record &record)
 {
-    ordered_json object = ordered_json::object();
+    ordered_json::object_t object;
+    object.reserve(fields<Record>().size()); // growing, it would copy the values instead of moving them
     for (const Field<Record> &field : fields<Record>())
         if (ordered_json value = field.write(record); !value.is_null())
-            object[field.key] = std::move(value);
+            object.emplace_back(field.key, std::move(value));
     return object;
 }
 
