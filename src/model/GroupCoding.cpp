@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <concepts>
 #include <limits>
 #include <span>
 #include <string_view>
@@ -147,14 +148,9 @@ bool read(const json &value, QList<AppItem> &apps)
                         [&apps](const json &app) { return readRecord(app, apps.emplaceBack()); });
 }
 
-ordered_json written(bool flag)
+ordered_json written(std::integral auto value)
 {
-    return flag;
-}
-
-ordered_json written(int integer)
-{
-    return integer;
+    return value;
 }
 
 ordered_json written(const QString &text)

@@ -6,12 +6,6 @@
 namespace cobblet {
 namespace {
 
-QSet<QString> set(const char *ids)
-{
-    const QStringList list = QString::fromLatin1(ids).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    return {list.begin(), list.end()};
-}
-
 TEST(RunningAppsMonitor, FollowsLaunchesAndTerminations)
 {
     test::FakeRunningApplications running;
@@ -19,30 +13,19 @@ TEST(RunningAppsMonitor, FollowsLaunchesAndTerminations)
     RunningAppsMonitor monitor(running);
     int changes = 0;
     QObject::connect(&monitor, &RunningAppsMonitor::runningBundleIDsChanged, &monitor, [&changes] { ++changes; });
-    EXPECT_EQ(monitor.runningBundleIDs(), set("early"));
+    const QString early = QStringLiteral("early"), a = QStringLiteral("a");
 
-    const struct {
-        const char *what;
-        bool launches;
-        const char *id;
-        qint64 pid;
-        const char *expected;
-        int changes;
-    } rows[] = {
-        {"a launch", true, "a", 3, "early a", 1},
-        {"a second instance", true, "a", 4, "early a", 1},
-        {"a process without an identifier", true, "", 5, "early a", 1},
-        {"it ends", false, "", 5, "early a", 1},
-        {"one that was never here ends", false, "b", 6, "early a", 1},
-        {"one of two instances ends", false, "a", 3, "early", 2},
-        {"the other one ends", false, "a", 4, "early", 2},
-    };
-    for (const auto &row : rows) {
-        const RunningApplication application{QLatin1String(row.id), row.pid};
-        row.launches ? running.launch(application) : running.quit(application);
-        EXPECT_EQ(monitor.runningBundleIDs(), set(row.expected)) << row.what;
-        EXPECT_EQ(changes, row.changes) << row.what;
-    }
+    running.launch({a, 3});
+    running.launch({a, 4});
+    running.launch({QString(), 5});
+    EXPECT_EQ(monitor.runningBundleIDs(), (QSet<QString>{early, a}));
+    running.quit({QString(), 5});
+    running.quit({QStringLiteral("never here"), 6});
+    EXPECT_EQ(changes, 1);
+    running.quit({a, 3});
+    EXPECT_EQ(monitor.runningBundleIDs(), QSet<QString>{early}) << "one of two instances ends";
+    running.quit({a, 4});
+    EXPECT_EQ(changes, 2);
 }
 
 } // namespace

@@ -87,7 +87,7 @@ protected:
     FakeDefaults defaults;
     FakeDockTile dockTile;
     NotificationCenter notifications;
-    ConfigManager config{{folder.path(), false}, defaults};
+    ConfigManager config{{folder.path()}, defaults};
     UsageTracker usage{folder.path(), running, workspace, scheduler};
     GroupActions actions{workspace, running, windows, usage, defaults, scheduler};
     GroupReports reports{actions, workspace, running, scheduler};

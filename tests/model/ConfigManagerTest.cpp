@@ -1,15 +1,78 @@
-#include "StoreFixture.h"
+#include "model/ConfigManager.h"
+#include "model/GroupCoding.h"
+#include "platform/FileLock.h"
+#include "support/FakeDesktop.h"
+#include "support/TemporaryHome.h"
 
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
 #include <QSignalSpy>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
 
 namespace cobblet {
 namespace {
 
-using test::groups;
-using test::text;
+/// "Name:app,app|Name:" as groups, and back.
+QList<AppGroup> groups(const char *text)
+{
+    QList<AppGroup> list;
+    for (const QString &part : QString::fromUtf8(text).split(QLatin1Char('|'), Qt::SkipEmptyParts)) {
+        AppGroup group;
+        group.name = part.section(QLatin1Char(':'), 0, 0);
+        for (const QString &app : part.section(QLatin1Char(':'), 1).split(QLatin1Char(','), Qt::SkipEmptyParts))
+            group.apps.append({app.toUpper(), app});
+        list.append(group);
+    }
+    return list;
+}
 
-class ConfigManagerTest : public test::StoreTest {
+std::string text(const QList<AppGroup> &groups)
+{
+    QStringList parts;
+    for (const AppGroup &group : groups) {
+        QStringList apps;
+        for (const AppItem &app : group.apps)
+            apps.append(app.bundleID);
+        parts.append(group.name + QLatin1Char(':') + apps.join(QLatin1Char(',')));
+    }
+    return parts.join(QLatin1Char('|')).toStdString();
+}
+
+/// A folder and the preferences that several stores of a test share.
+class ConfigManagerTest : public testing::Test {
 protected:
+    static QString groupsKey() { return QStringLiteral("cobblet_groups"); }
+    static QString shortcutsKey() { return QStringLiteral("cobblet_shortcuts"); }
+
+    ConfigManager::Options options() const { return {folder}; }
+    QString file() const { return folder + QStringLiteral("/groups.json"); }
+
+    QByteArray onDisk() const
+    {
+        QFile f(file());
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+    }
+    void put(const QByteArray &content) const
+    {
+        QDir().mkpath(folder);
+        QFile f(file());
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly) && f.write(content) == content.size());
+    }
+    std::string inDefaults() const
+    {
+        return text(decodeGroups(defaults.stored.value(groupsKey()).toByteArray()).value());
+    }
+    QStringList setAside() const
+    {
+        return QDir(folder).entryList({QStringLiteral("groups.json.corrupt-*")},
+                                      QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+    }
+
     /// A store that holds these groups.
     ConfigManager &holding(const char *list, const QMap<int, QUuid> &shortcuts = {})
     {
@@ -21,6 +84,18 @@ protected:
     }
     QUuid id(int index) const { return store->groups().at(index).id; }
 
+    /// Runs the event loop until the condition holds; how long that took in ms, or -1 after two seconds.
+    template<class Condition>
+    static qint64 waitFor(Condition condition)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        return QTest::qWaitFor(condition, 2000) ? timer.elapsed() : -1;
+    }
+
+    test::TemporaryHome home;
+    QString folder = home.path(QStringLiteral("support/Cobblet"));
+    test::FakeDefaults defaults;
     std::unique_ptr<ConfigManager> store;
 };
 
@@ -160,22 +235,6 @@ TEST_F(ConfigManagerTest, ObserversMayMakeChangesOfTheirOwn)
     EXPECT_EQ(inDefaults(), text(manager.groups()));
 }
 
-TEST_F(ConfigManagerTest, ChangesOfTwoStoresAreBothKept)
-{
-    ConfigManager &first = holding("A:a|B:");
-    ConfigManager second(options(), defaults);
-    // No event is processed in between, so neither has followed the other yet.
-    first.addApps({{s("B"), s("b")}}, id(0));
-    second.addApps({{s("C"), s("c")}}, id(0));
-    first.addGroup(groups("First:")[0]);
-    second.addGroup(groups("Second:")[0]);
-    first.renameGroup(id(1), s("X"));
-    EXPECT_EQ(text(first.groups()), "A:a,b,c|X:|First:|Second:");
-    EXPECT_EQ(first.groupShortcuts().size(), 2);
-    EXPECT_GE(waitFor([&] { return second.groups() == first.groups(); }), 0);
-    EXPECT_EQ(second.groupShortcuts(), first.groupShortcuts());
-}
-
 TEST_F(ConfigManagerTest, FollowsAnotherProcessWithinTheTimeAndPublishesOnlyDifferences)
 {
     ConfigManager &first = holding("A:|B:");
@@ -213,6 +272,159 @@ TEST_F(ConfigManagerTest, FollowsAnotherProcessWithinTheTimeAndPublishesOnlyDiff
     put(encodeGroups(groups("By hand:")));
     EXPECT_GE(waitFor([&] { return text(second.groups()) == "By hand:"; }), 0);
     EXPECT_TRUE(setAside().isEmpty()) << "nothing was overwritten";
+}
+
+constexpr const char *firstRun = "Work:com.apple.mail,com.apple.iCal,com.apple.Notes,com.apple.reminders|"
+                                 "Creative:com.apple.Photos,com.apple.Preview|"
+                                 "Utilities:com.apple.Terminal,com.apple.ActivityMonitor,com.apple.DiskUtility";
+
+TEST_F(ConfigManagerTest, LoadsFileThenDefaultsThenFirstRunAndWritesBothCopies)
+{
+    const QByteArray bad =
+        R"([{"id":"0F8FAD5B-D9CB-469F-A165-70867728950E","name":"N","emoji":"E","apps":[],"isPinned":"yes"}])";
+    const QByteArray inFile = encodeGroups(groups("File:a")), inCopy = encodeGroups(groups("Copy:b"));
+    struct {
+        const char *name;
+        std::optional<QByteArray> file, copy;
+        const char *loaded;
+        int setAside;
+    } const cases[] = {
+        {"nothing", {}, {}, firstRun, 0},
+        {"file only", inFile, {}, "File:a", 0},
+        {"both", inFile, inCopy, "File:a", 0},
+        {"copy only", {}, inCopy, "Copy:b", 0},
+        {"bad group in the file", bad, inCopy, "Copy:b", 1},
+        {"both bad", bad, bad, firstRun, 1},
+        {"empty file", QByteArray(), {}, firstRun, 1},
+        {"half a file", inFile.chopped(5), {}, firstRun, 1},
+        {"no groups", QByteArray("[]"), inCopy, "", 0},
+        {"bad copy", inFile, QByteArray("x"), "File:a", 0},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        QDir(folder).removeRecursively();
+        defaults.stored.clear();
+        if (c.file)
+            put(*c.file);
+        if (c.copy)
+            defaults.stored[groupsKey()] = *c.copy;
+        const ConfigManager manager(options(), defaults);
+        EXPECT_EQ(text(manager.groups()), c.loaded);
+        EXPECT_EQ(decodeGroups(onDisk()).value(), manager.groups());
+        EXPECT_EQ(defaults.stored.value(groupsKey()).toByteArray(), onDisk());
+        ASSERT_EQ(setAside().size(), c.setAside);
+        if (c.setAside) {
+            QFile kept(folder + QLatin1Char('/') + setAside().first());
+            EXPECT_TRUE(kept.open(QIODevice::ReadOnly));
+            EXPECT_EQ(kept.readAll(), *c.file);
+        }
+    }
+}
+
+TEST_F(ConfigManagerTest, DropsDigitsOfUnknownGroupsAndAnUndecodableMap)
+{
+    const auto list = groups("A:|B:");
+    put(encodeGroups(list));
+    const QByteArray a = uuidText(list[0].id).toLatin1();
+    struct {
+        QVariant stored;
+        QMap<int, QUuid> loaded;
+    } const cases[] = {
+        {QByteArray("{\"4\":\"" + a + "\",\"5\":\"0F8FAD5B-D9CB-469F-A165-70867728950E\"}"), {{4, list[0].id}}},
+        {QByteArray("{\"4\":\"" + a + "\",\"five\":\"" + a + "\"}"), {}},
+        {QByteArray("{\"4\":\"" + a), {}},
+        {QStringLiteral("{}"), {}},
+        {qint64(5), {}},
+    };
+    for (const auto &c : cases) {
+        defaults.stored[shortcutsKey()] = c.stored;
+        EXPECT_EQ(ConfigManager(options(), defaults).groupShortcuts(), c.loaded);
+        EXPECT_EQ(decodeShortcuts(defaults.stored.value(shortcutsKey()).toByteArray()).value(), c.loaded);
+    }
+}
+
+TEST_F(ConfigManagerTest, SetsAsideWhateverStandsInTheFilesPlace)
+{
+    const std::pair<const char *, std::function<void()>> cases[] = {
+        {"folder", [&] { QDir().mkpath(file() + QStringLiteral("/inside")); }},
+        {"pipe", [&] { ::mkfifo(QFile::encodeName(file()).constData(), 0600); }},
+        {"dangling link", [&] { QFile::link(QStringLiteral("nowhere"), file()); }},
+        {"huge file",
+         [&] {
+             put("[");
+             QFile::resize(file(), maximumJsonBytes + 1);
+         }},
+    };
+    for (const auto &[name, make] : cases) {
+        SCOPED_TRACE(name);
+        QDir(folder).removeRecursively();
+        QDir().mkpath(folder);
+        defaults.stored = {{groupsKey(), encodeGroups(groups("Copy:"))}};
+        make();
+        ConfigManager manager(options(), defaults);
+        EXPECT_EQ(text(manager.groups()), "Copy:");
+        EXPECT_EQ(decodeGroups(onDisk()).value(), manager.groups());
+        EXPECT_EQ(setAside().size(), 1);
+        put("and while running too");
+        manager.renameGroup(manager.groups()[0].id, QStringLiteral("X"));
+        EXPECT_EQ(text(decodeGroups(onDisk()).value()), "X:");
+        EXPECT_EQ(setAside().size(), 2);
+    }
+}
+
+TEST_F(ConfigManagerTest, ADeletedFileOrFolderIsWrittenAgain)
+{
+    put(encodeGroups(groups("A:|B:")));
+    ConfigManager manager(options(), defaults);
+    QDir(folder).removeRecursively();
+    manager.renameGroup(manager.groups()[0].id, QStringLiteral("X"));
+    EXPECT_EQ(text(decodeGroups(onDisk()).value()), "X:|B:");
+    // And the new folder is followed.
+    QTest::qWait(20);
+    put(encodeGroups(groups("Other:")));
+    EXPECT_GE(waitFor([&] { return text(manager.groups()) == "Other:"; }), 0);
+}
+
+TEST_F(ConfigManagerTest, RunsFromMemoryWhereNothingCanBeWritten)
+{
+    // A file where the folder's parent should be stops even a superuser.
+    QFile blocker(home.path(QStringLiteral("support")));
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    ConfigManager manager(options(), defaults);
+    manager.renameGroup(manager.groups()[0].id, QStringLiteral("Mine"));
+    manager.addGroup(groups("New:")[0]);
+    EXPECT_EQ(manager.groups()[0].name, QStringLiteral("Mine"));
+    EXPECT_EQ(manager.groups().size(), 4);
+    EXPECT_EQ(inDefaults(), text(manager.groups()));
+
+    // Once the file can be reached, what another process wrote there and what was kept in memory are both in it.
+    const QUuid first = manager.groups()[0].id;
+    blocker.remove();
+    auto theirs = groups("Theirs:");
+    theirs.append(manager.groups()[0]);
+    theirs[1].name = QStringLiteral("Old");
+    put(encodeGroups(theirs));
+    manager.addApps({{QStringLiteral("X"), QStringLiteral("x")}}, first);
+    EXPECT_EQ(text(manager.groups()).substr(0, 8), "Theirs:|");
+    EXPECT_EQ(manager.group(first)->name, QStringLiteral("Mine"));
+    EXPECT_EQ(manager.groups().last().name, QStringLiteral("New"));
+    EXPECT_EQ(decodeGroups(onDisk()).value(), manager.groups());
+}
+
+TEST_F(ConfigManagerTest, AProcessThatNeverLetsTheLockGoKeepsNobodyWaitingForEver)
+{
+    put(encodeGroups(groups("A:")));
+    ConfigManager manager(options(), defaults);
+    const QUuid id = manager.groups()[0].id;
+    {
+        const FileLock stopped(file() + QStringLiteral(".lock"));
+        ASSERT_TRUE(stopped.isHeld());
+        manager.renameGroup(id, QStringLiteral("Mine"));
+        EXPECT_EQ(manager.group(id)->name, QStringLiteral("Mine"));
+        EXPECT_EQ(text(decodeGroups(onDisk()).value()), "A:") << "what the holder is about to write is not touched";
+    }
+    manager.addApps({{QStringLiteral("X"), QStringLiteral("x")}}, id);
+    EXPECT_EQ(text(decodeGroups(onDisk()).value()), "Mine:x");
 }
 
 } // namespace

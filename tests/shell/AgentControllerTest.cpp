@@ -60,7 +60,7 @@ protected:
     test::FakeWindowAccess windowAccess;
     test::FakeDistributedNotifications distributed;
     NotificationCenter notifications;
-    ConfigManager config{{folder.path(), true, false}, defaults};
+    ConfigManager config{{folder.path(), false}, defaults};
     UsageTracker usage{folder.path(), running, workspace, scheduler};
     GroupActions actions{workspace, running, windowAccess, usage, defaults, scheduler};
     GroupReports reports{actions, workspace, running, scheduler};

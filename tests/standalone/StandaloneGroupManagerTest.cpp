@@ -67,7 +67,7 @@ protected:
 
     Bundle program;
     test::FakeDefaults defaults;
-    ConfigManager config{{folder.path() + u"/support"_s, false, false}, defaults};
+    ConfigManager config{{folder.path() + u"/support"_s, false}, defaults};
     test::FakeRunningApplications running;
     test::FakeDistributedNotifications distributed;
     test::FakeDialogs dialogs;
@@ -257,10 +257,10 @@ TEST_F(StandaloneGroupManagerTest, AStartRemovesWhatIsStrandedAndNothingElse)
     registry.forgotten.clear();
     // What another process wrote while this program did not run.
     {
-        ConfigManager elsewhere{{folder.path() + u"/support"_s, false, false}, defaults};
+        ConfigManager elsewhere{{folder.path() + u"/support"_s, false}, defaults};
         elsewhere.deleteGroup(other.id);
     }
-    ConfigManager fresh{{folder.path() + u"/support"_s, false, false}, defaults};
+    ConfigManager fresh{{folder.path() + u"/support"_s, false}, defaults};
     config.replaceGroups(fresh.groups());
     restart();
     waitUntilIdle();
