@@ -31,7 +31,8 @@ TEST(GroupEncoding, WritesKeysInFieldOrderAndReadsThemAgain)
     const std::string full =
         "{\"id\":\"0F8FAD5B-D9CB-469F-A165-70867728950E\",\"name\":\"Work \\\"&\\\" play\\\\\","
         "\"emoji\":\"💼\",\"apps\":[{\"name\":\"Über\\t\\u0001\",\"bundleID\":\"a.b\"},"
-        "{\"name\":\"\",\"bundleID\":\"c\"}],\"isPinned\":true,\"isStandalone\":true,\"iconName\":\"star\","
+        "{\"name\":\"\",\"bundleID\":\"\ufeff\\u0000\\b\\f\\n\\r\x7f/ "
+        "]}\"}],\"isPinned\":true,\"isStandalone\":true,\"iconName\":\"star\","
         "\"iconStyle\":\"grid\",\"iconColor\":\"#AABBCC\",\"iconFill\":\"glass\",\"popupColumns\":4,"
         "\"popupMaxRows\":-2,\"popupShowsTitles\":false,\"popupAnchor\":\"dockIcon\"}";
     const auto group = decodeGroup(QByteArray::fromStdString(full));
@@ -42,23 +43,8 @@ TEST(GroupEncoding, WritesKeysInFieldOrderAndReadsThemAgain)
     EXPECT_EQ(group.value().popupAnchor, PopupAnchor::DockIcon);
     EXPECT_EQ(encodeGroup(group.value()).toStdString(), full);
     EXPECT_EQ(encodeGroups({group.value(), group.value()}).toStdString(), "[" + full + "," + full + "]");
-}
 
-TEST(GroupEncoding, RoundTripsAnyText)
-{
-    for (const QString &text :
-         {QString(QChar(0)) + QStringLiteral("after NUL"), QStringLiteral(u"\ufeffmark"),
-          QStringLiteral(u"\u007f\u0080\u07ff\u0800\ud7ff\ue000\uffff"), QStringLiteral(u"\U00010000\U0010ffff"),
-          QStringLiteral("/ \b\f\n\r\t\x1b \" \\ ]}")}) {
-        AppGroup group;
-        group.name = text;
-        group.apps = {{text, text}};
-        group.iconColor = text;
-        const auto read = decodeGroup(encodeGroup(group));
-        ASSERT_TRUE(read) << read.error().toStdString();
-        EXPECT_EQ(read.value(), group);
-    }
-    AppGroup halved;
+    AppGroup halved = group.value();
     halved.name = QString(QChar(0xd800)) + QLatin1Char('x');
     EXPECT_TRUE(decodeGroup(encodeGroup(halved))) << "half of a surrogate pair has no UTF-8";
 }
