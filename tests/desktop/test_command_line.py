@@ -9,7 +9,7 @@ import subprocess
 import tempfile
 import unittest
 
-from cobblet import EXECUTABLE, HERE, OTHERS, TOOLS, Home, group
+from cobblet import EXECUTABLE, OTHERS, TOOLS, Home, group
 from desktop import Desktop
 from test_requests import RequestsCase
 
@@ -64,19 +64,6 @@ class CommandLine(RequestsCase):
         for arguments in (["hide", "-dash"], ["show", b"a\xff"], ["cobblet://erase/Tools"]):
             status, output, errors = self.ask(*arguments)
             self.assertEqual((status, output, bool(errors)), (64, "", True), arguments)
-
-    def test_completions_read_the_real_list(self):
-        self.home.write([TOOLS, OTHERS, *ODD])
-        environment = {**self.desktop.environment, **self.home.environment(),
-                       "PATH": f"{pathlib.Path(EXECUTABLE).parent}:/usr/bin:/bin"}
-        script = HERE.parents[1] / "resources/completions/cobblet.bash"
-        status, output, errors = run(
-            environment, "bash", "-c",
-            f'. "{script}"; __candidates=(); __cobblet_groups dashes; printf "%s\\0" "${{__candidates[@]}}"')
-        self.assertEqual((status, errors), (0, ""))
-        self.assertEqual(output.split("\0")[:-1], [
-            "Tools", "Others", *(record["id"] if record["name"] in ("two\nlines", "Twin", "\x1b[31mRed") else record["name"]
-                                 for record in ODD)])
 
 
 class Installed(unittest.TestCase):

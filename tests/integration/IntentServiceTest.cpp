@@ -160,12 +160,11 @@ TEST_F(IntentServiceTest, SearchOrdersByHowWellANameAnswers)
 
 TEST_F(IntentServiceTest, ManyGroupsAndLongTextsAreAnsweredShortly)
 {
-    std::vector<QString> names(500, QString(1000, QLatin1Char('w')));
-    setGroups(names);
+    setGroups(std::vector<QString>(500, QString(1000, QLatin1Char('w'))));
     EXPECT_EQ(service.search(text("w")).size(), 200);
-    EXPECT_TRUE(service.search(QString(1'000'000, QLatin1Char('w'))).isEmpty());
-    EXPECT_EQ(said(answer([&](auto done) { service.say(QString(1'000'000, QLatin1Char(' ')), done); })).substr(0, 9),
-              "invalid: ");
+    const QString tooLong(1'000'000, QLatin1Char('w'));
+    EXPECT_TRUE(service.search(tooLong).isEmpty());
+    EXPECT_EQ(said(answer([&](auto done) { service.say(tooLong, done); })).substr(0, 9), "invalid: ");
 }
 
 TEST_F(IntentServiceTest, AddressesNameAVerbAndAGroup)

@@ -16,7 +16,6 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -35,34 +34,6 @@ protected:
     test::TemporaryHome m_home;
 };
 
-/// Another process that has claimed the identifier or tried to.
-class Claimer {
-public:
-    explicit Claimer(const QStringList &environment = {})
-    {
-        m_process.setEnvironment(QProcess::systemEnvironment() + environment);
-        m_process.start(QStringLiteral(PLATFORM_HELPER), {QStringLiteral("claim"), identifier});
-    }
-    ~Claimer()
-    {
-        m_process.kill();
-        m_process.waitForFinished();
-    }
-
-    QString line()
-    {
-        // The event loop turns meanwhile: the other process may be waiting for an answer from this one.
-        QElapsedTimer clock;
-        for (clock.start(); !m_process.canReadLine() && clock.elapsed() < 10'000;)
-            QTest::qWait(2);
-        return QString::fromLocal8Bit(m_process.readLine()).trimmed();
-    }
-    qint64 pid() const { return m_process.processId(); }
-
-private:
-    QProcess m_process;
-};
-
 TEST_F(BusTest, ALaterStartReachesTheFirstOneWithItsToken)
 {
     SessionBus bus;
@@ -71,40 +42,32 @@ TEST_F(BusTest, ALaterStartReachesTheFirstOneWithItsToken)
     ASSERT_EQ(first.claim(), Instance::Role::First);
     EXPECT_EQ(reopened.size(), 0);
 
-    EXPECT_EQ(Claimer({QStringLiteral("DESKTOP_STARTUP_ID=launch-1_TIME77")}).line(), QStringLiteral("handed over"));
-    EXPECT_EQ(Claimer({QStringLiteral("XDG_ACTIVATION_TOKEN=token")}).line(), QStringLiteral("handed over"));
-    EXPECT_EQ(Claimer().line(), QStringLiteral("handed over"));
+    for (const QStringList &environment : {QStringList(QStringLiteral("DESKTOP_STARTUP_ID=launch-1_TIME77")),
+                                           QStringList(QStringLiteral("XDG_ACTIVATION_TOKEN=token")), QStringList()})
+        EXPECT_EQ(test::Claimer(identifier, environment).line(), QStringLiteral("handed over"));
     ASSERT_EQ(reopened.size(), 3);
     EXPECT_EQ(reopened[0][0].toString(), QStringLiteral("launch-1_TIME77"));
     EXPECT_EQ(reopened[1][0].toString(), QStringLiteral("token"));
     EXPECT_EQ(reopened[2][0].toString(), QString());
 }
 
-TEST_F(BusTest, TheNameIsFreeAgainWhenTheFirstOneEnds)
+TEST_F(BusTest, AFirstInstanceThatHangsIsNotWaitedForLongAndWhenItEndsTheNameIsFree)
 {
-    {
-        Claimer other;
-        ASSERT_EQ(other.line(), QStringLiteral("first"));
+    test::Claimer first(identifier);
+    ASSERT_EQ(first.line(), QStringLiteral("first"));
+    const auto claim = [] {
         SessionBus bus;
-        EXPECT_EQ(DBusInstance(bus, identifier).claim(), Instance::Role::HandedOver);
-        EXPECT_EQ(other.line(), QStringLiteral("reopen"));
-    }
-    SessionBus bus;
-    EXPECT_EQ(DBusInstance(bus, identifier).claim(), Instance::Role::First);
-}
-
-TEST_F(BusTest, AFirstInstanceThatHangsIsNotWaitedForLong)
-{
-    Claimer hung;
-    ASSERT_EQ(hung.line(), QStringLiteral("first"));
-    ::kill(pid_t(hung.pid()), SIGSTOP);
+        return DBusInstance(bus, identifier, {}, std::chrono::milliseconds(200)).claim();
+    };
+    ::kill(pid_t(first.pid()), SIGSTOP);
     QElapsedTimer clock;
     clock.start();
-    SessionBus bus;
-    EXPECT_EQ(DBusInstance(bus, identifier, {}, std::chrono::milliseconds(200)).claim(), Instance::Role::HandedOver);
+    EXPECT_EQ(claim(), Instance::Role::HandedOver);
     EXPECT_LT(clock.elapsed(), 2'000);
-    ::kill(pid_t(hung.pid()), SIGCONT);
-    EXPECT_EQ(hung.line(), QStringLiteral("reopen")) << "it gets the request when it goes on";
+    ::kill(pid_t(first.pid()), SIGCONT);
+    EXPECT_EQ(first.line(), QStringLiteral("reopen")) << "it gets the request when it goes on";
+    first.end();
+    EXPECT_EQ(claim(), Instance::Role::First);
 }
 
 TEST_F(BusTest, AnApplicationWithoutRequestsTakesActionsAndNoAddresses)

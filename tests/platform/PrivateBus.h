@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QProcess>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -34,5 +35,34 @@ class PrivateBusTest : public testing::Test {
 private:
     PrivateBus m_bus;
 };
+
+#ifdef PLATFORM_HELPER
+/// Another process that has claimed an identifier or tried to.
+class Claimer {
+public:
+    explicit Claimer(const QString &identifier, const QStringList &environment = {})
+    {
+        m_process.setEnvironment(QProcess::systemEnvironment() + environment);
+        m_process.start(QStringLiteral(PLATFORM_HELPER), {QStringLiteral("claim"), identifier});
+    }
+    ~Claimer() { end(); }
+    void end()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+
+    /// The next that it says. The event loop turns meanwhile: it may be waiting for an answer from this process.
+    QString line()
+    {
+        (void)QTest::qWaitFor([this] { return m_process.canReadLine(); }, 10'000);
+        return QString::fromLocal8Bit(m_process.readLine()).trimmed();
+    }
+    qint64 pid() const { return m_process.processId(); }
+
+private:
+    QProcess m_process;
+};
+#endif
 
 } // namespace cobblet::test

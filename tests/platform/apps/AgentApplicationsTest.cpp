@@ -6,32 +6,11 @@
 #include "../PrivateBus.h"
 
 #include <QSignalSpy>
-#include <QTest>
 
 namespace cobblet {
 namespace {
 
 const QString agent = QStringLiteral("com.cobblet.agent.8F3A0C52-1B2D-4E6F-9A7B-0C1D2E3F4A5B");
-
-/// A process that owns the name of an identifier on the bus.
-class Owner {
-public:
-    explicit Owner(const QString &identifier)
-    {
-        m_process.start(QStringLiteral(PLATFORM_HELPER), {QStringLiteral("claim"), identifier});
-    }
-    ~Owner() { end(); }
-    void end()
-    {
-        m_process.kill();
-        m_process.waitForFinished();
-    }
-    qint64 pid() const { return m_process.processId(); }
-    QProcess &process() { return m_process; }
-
-private:
-    QProcess m_process;
-};
 
 class AgentApplicationsTest : public test::PrivateBusTest {
 protected:
@@ -40,8 +19,8 @@ protected:
 
 TEST_F(AgentApplicationsTest, AgentsAreKnownByTheirNamesOnTheBus)
 {
-    Owner before(agent);
-    ASSERT_TRUE(before.process().waitForReadyRead(10'000));
+    test::Claimer before(agent);
+    ASSERT_EQ(before.line(), QStringLiteral("first"));
     SessionBus bus;
     AgentApplications applications(others, bus, QStringLiteral("com.cobblet.agent."));
     QSignalSpy launched(&applications, &RunningApplications::didLaunch);
@@ -66,8 +45,8 @@ TEST_F(AgentApplicationsTest, AgentsAreKnownByTheirNamesOnTheBus)
     EXPECT_EQ(ended.takeFirst().first().value<RunningApplication>(), running);
     EXPECT_EQ(applications.runningApplications(), QList<RunningApplication>{other});
 
-    Owner stranger(QStringLiteral("com.cobblet.agents"));
-    Owner again(agent);
+    test::Claimer stranger(QStringLiteral("com.cobblet.agents"));
+    test::Claimer again(agent);
     ASSERT_TRUE(QTest::qWaitFor([&] { return launched.size() == 2; }, 10'000));
     EXPECT_EQ(launched.last().first().value<RunningApplication>(), (RunningApplication{agent, again.pid()}));
     EXPECT_EQ(applications.runningApplications().size(), 2);
