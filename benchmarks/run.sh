@@ -34,7 +34,7 @@ if [ "${1:-}" != --inside ]; then
     mkdir -p "$(dirname "$results")"
     : >"$results"
     status=0
-    "$here/session.sh" "$here/run.sh" --inside || status=$?
+    /usr/bin/python3 "$here/../tests/desktop/desktop.py" session "$here/run.sh" --inside || status=$?
     /usr/bin/python3 "$here/report.py" "$results"
     exit "$status"
 fi

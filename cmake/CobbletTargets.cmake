@@ -32,16 +32,23 @@ function(cobblet_room name)
     set_target_properties(${name} PROPERTIES AUTOMOC ON)
 endfunction()
 
-# cobblet_test(NAME SOURCES ... LINKS ...): a GoogleTest executable that runs without a display.
+# cobblet_test(NAME [ON_X] SOURCES ... LINKS ...): a GoogleTest executable that runs without a display, or with ON_X on an
+# X server of its own.
 function(cobblet_test name)
-    cmake_parse_arguments(TEST "" "TIMEOUT" "SOURCES;LINKS" ${ARGN})
+    cmake_parse_arguments(TEST "ON_X" "TIMEOUT" "SOURCES;LINKS" ${ARGN})
     add_executable(${name} ${TEST_SOURCES})
     target_link_libraries(${name} PRIVATE ${TEST_LINKS} cobblet_test_support GTest::gtest GTest::gmock cobblet_options)
     target_precompile_headers(${name} REUSE_FROM cobblet_precompiled)
     if(NOT TEST_TIMEOUT)
         set(TEST_TIMEOUT 120)
     endif()
-    add_test(NAME ${name} COMMAND ${name})
+    if(TEST_ON_X)
+        # Debian's own interpreter: python3-xlib is not in any other one's path.
+        set(TEST_ON_X /usr/bin/python3 ${PROJECT_SOURCE_DIR}/tests/desktop/desktop.py server)
+    else()
+        set(TEST_ON_X)
+    endif()
+    add_test(NAME ${name} COMMAND ${TEST_ON_X} $<TARGET_FILE:${name}>)
     set_tests_properties(${name} PROPERTIES TIMEOUT ${TEST_TIMEOUT} ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
 endfunction()
 

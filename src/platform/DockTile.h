@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Availability.h"
+
 #include <QImage>
 #include <QList>
 #include <QString>
@@ -24,6 +26,7 @@ class DockTile {
 public:
     virtual ~DockTile() = default;
 
+    virtual Availability availability() const = 0;
     /// The application's icon.
     virtual void setIcon(const QImage &icon) = 0;
     /// Makes this process the active application as far as the desktop lets it.

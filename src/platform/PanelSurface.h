@@ -1,11 +1,32 @@
 #pragma once
 
+#include "platform/Availability.h"
+
 #include <QObject>
+#include <QPointF>
 #include <QRectF>
+#include <QSizeF>
+#include <QString>
 
 #include <functional>
+#include <optional>
 
 namespace cobblet {
+
+/// The edge of a screen that its dock stands on.
+enum class DockEdge { Bottom, Left, Right };
+
+/// Where a panel goes: the place as the rules name it, for desktops that place windows themselves, and the frame that
+/// the rules give for it.
+struct PanelPlace {
+    QString screen; ///< the screen's name
+    DockEdge edge = DockEdge::Bottom;
+    std::optional<QPointF> anchor; ///< the click that the panel stands beside; absent: the middle of the edge
+    QSizeF size;
+    QRectF frame; ///< y-up points
+
+    bool operator==(const PanelPlace &) const = default;
+};
 
 /// Timing curve of an animation.
 enum class Easing { In, Out };
@@ -24,12 +45,14 @@ enum class KeyWindow {
 class PanelSurface : public QObject {
     Q_OBJECT
 public:
+    virtual Availability availability() const = 0;
+
     virtual bool isVisible() const = 0;
 
-    /// y-up points. Takes effect at once, without animation.
-    virtual void setFrame(const QRectF &frame) = 0;
-    /// Animates the frame; a newer setFrame() or animateFrame() replaces a running one.
-    virtual void animateFrame(const QRectF &frame, double seconds, Easing easing) = 0;
+    /// Takes effect at once, without animation.
+    virtual void setPlace(const PanelPlace &place) = 0;
+    /// Animates the change; a newer setPlace() or animatePlace() replaces a running one.
+    virtual void animatePlace(const PanelPlace &place, double seconds, Easing easing) = 0;
 
     /// 0 is transparent, 1 opaque. Stops a running fade.
     virtual void setAlpha(double alpha) = 0;

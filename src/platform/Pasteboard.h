@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Availability.h"
+
 #include <QString>
 
 namespace cobblet {
@@ -9,6 +11,7 @@ class Pasteboard {
 public:
     virtual ~Pasteboard() = default;
 
+    virtual Availability availability() const = 0;
     /// Replaces what is on it.
     virtual void setText(const QString &text) = 0;
 };

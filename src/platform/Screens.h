@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Availability.h"
+
 #include <QList>
 #include <QObject>
 #include <QPointF>
@@ -26,6 +28,8 @@ struct Screen {
 class Screens : public QObject {
     Q_OBJECT
 public:
+    virtual Availability availability() const = 0;
+
     /// All screens, the main screen first. Empty when there is none.
     virtual QList<Screen> screens() const = 0;
     /// Where the pointer is; absent when the desktop does not tell.

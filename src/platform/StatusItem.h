@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Availability.h"
 #include "platform/Menus.h"
 
 #include <QColor>
@@ -22,7 +23,10 @@ public:
 
     virtual ~StatusItem() = default;
 
-    /// The desktop tints the picture for the bar it stands in. The description is what assistive tools read.
+    /// Whether the item can be seen.
+    virtual Availability availability() const = 0;
+
+    /// The picture is drawn so that it is read on the bar it stands in. The description is what assistive tools read.
     virtual void setImage(Template image, const QString &accessibilityDescription) = 0;
     /// A click on the item opens this menu.
     virtual void setMenu(const QList<MenuItem> &items) = 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Availability.h"
 #include "platform/RunningApplications.h"
 
 namespace cobblet {
@@ -9,6 +10,7 @@ class WindowAccess {
 public:
     virtual ~WindowAccess() = default;
 
+    virtual Availability availability() const = 0;
     /// Whether this process may touch other applications' windows; with `prompt` the system asks the user
     /// where it has such a question.
     virtual bool isTrusted(bool prompt) = 0;

@@ -104,7 +104,7 @@ void FloatingPanelController::open(bool maybeClicked)
     if (!choosePlacement(maybeClicked))
         return;
     m_pendingResize.reset();
-    surface.setFrame(placedFrame());
+    surface.setPlace(place());
     surface.setAlpha(0);
     surface.makeKeyAndOrderFront();
     surface.fade(1, animationTime, Easing::Out);
@@ -137,10 +137,9 @@ bool FloatingPanelController::choosePlacement(bool maybeClicked)
     return true;
 }
 
-QRectF FloatingPanelController::placedFrame() const
+PanelPlace FloatingPanelController::place() const
 {
-    const QSizeF size = placement::fittedSize(*m_placementScreen, m_desiredSize);
-    return {placement::panelOrigin(*m_placementScreen, size, m_placementAnchor), size};
+    return placement::place(*m_placementScreen, m_desiredSize, m_placementAnchor);
 }
 
 void FloatingPanelController::hide()
@@ -184,7 +183,7 @@ void FloatingPanelController::followScreens()
 
 void FloatingPanelController::resize()
 {
-    m_panel->animateFrame(placedFrame(), animationTime, Easing::Out);
+    m_panel->animatePlace(place(), animationTime, Easing::Out);
 }
 
 void FloatingPanelController::resignedKey()

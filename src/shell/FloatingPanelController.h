@@ -57,8 +57,8 @@ private:
     /// Chooses the screen and, where the dock may have been clicked, the click point for the next placement; false
     /// when there is no screen.
     bool choosePlacement(bool maybeClicked);
-    /// The desired size as it fits, at the chosen place.
-    QRectF placedFrame() const;
+    /// Of the desired size, on the chosen screen.
+    PanelPlace place() const;
     void followScreens();
     void resize();
     void resignedKey();

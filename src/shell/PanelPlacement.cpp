@@ -37,14 +37,14 @@ bool contains(const QRectF &frame, const QPointF &point)
     return point.x() >= minX(frame) && point.x() < maxX(frame) && point.y() >= minY(frame) && point.y() < maxY(frame);
 }
 
-DockSide dockSide(const Screen &screen)
+DockEdge dockEdge(const Screen &screen)
 {
     const double bottom = minY(screen.visibleFrame) - minY(screen.frame);
     const double left = minX(screen.visibleFrame) - minX(screen.frame);
     const double right = maxX(screen.frame) - maxX(screen.visibleFrame);
     if (bottom >= left && bottom >= right)
-        return DockSide::Bottom;
-    return right < left ? DockSide::Left : DockSide::Right;
+        return DockEdge::Bottom;
+    return right < left ? DockEdge::Left : DockEdge::Right;
 }
 
 std::optional<QPointF> dockClickPoint(const Screen &screen, const QPointF &pointer)
@@ -52,40 +52,29 @@ std::optional<QPointF> dockClickPoint(const Screen &screen, const QPointF &point
     if (!contains(screen.frame, pointer))
         return std::nullopt;
     const QRectF &visible = screen.visibleFrame;
-    bool inStrip = false;
-    switch (dockSide(screen)) {
-    case DockSide::Bottom:
-        inStrip = pointer.y() < minY(visible);
-        break;
-    case DockSide::Left:
-        inStrip = pointer.x() < minX(visible);
-        break;
-    case DockSide::Right:
-        inStrip = pointer.x() > maxX(visible);
-        break;
-    }
+    const DockEdge edge = dockEdge(screen);
+    const bool inStrip = edge == DockEdge::Bottom ? pointer.y() < minY(visible)
+                         : edge == DockEdge::Left ? pointer.x() < minX(visible)
+                                                  : pointer.x() > maxX(visible);
     return inStrip ? std::optional(pointer) : std::nullopt;
 }
 
-QSizeF fittedSize(const Screen &screen, const QSizeF &desired)
-{
-    // A frame smaller than both gaps still gets a window that can exist.
-    const QSizeF room(screen.visibleFrame.width() - 2 * gap, screen.visibleFrame.height() - 2 * gap);
-    return desired.boundedTo(room).expandedTo({1, 1});
-}
-
-QPointF panelOrigin(const Screen &screen, const QSizeF &size, std::optional<QPointF> clickPoint)
+PanelPlace place(const Screen &screen, const QSizeF &desired, std::optional<QPointF> anchor)
 {
     const QRectF &visible = screen.visibleFrame;
-    const QPointF anchor = clickPoint.value_or(screen.frame.center());
-    const DockSide side = dockSide(screen);
-    if (side == DockSide::Bottom) {
-        return {clamped(anchor.x() - size.width() / 2, minX(visible), maxX(visible) - size.width()),
-                clamped(minY(visible) + gap, minY(visible), maxY(visible) - size.height() - gap)};
-    }
-    // Beside a dock on the left or right the top edge keeps no gap and x is not clamped.
-    const double x = side == DockSide::Left ? minX(visible) + gap : maxX(visible) - size.width() - gap;
-    return {x, clamped(anchor.y() - size.height() / 2, minY(visible), maxY(visible) - size.height())};
+    // A frame smaller than both gaps still gets a window that can exist.
+    const QSizeF room(visible.width() - 2 * gap, visible.height() - 2 * gap);
+    const QSizeF size = desired.boundedTo(room).expandedTo({1, 1});
+    const DockEdge edge = dockEdge(screen);
+    const QPointF middle = anchor.value_or(screen.frame.center());
+    QPointF origin;
+    if (edge == DockEdge::Bottom)
+        origin = {clamped(middle.x() - size.width() / 2, minX(visible), maxX(visible) - size.width()),
+                  clamped(minY(visible) + gap, minY(visible), maxY(visible) - size.height() - gap)};
+    else // beside a dock on the left or right the top edge keeps no gap and x is not clamped
+        origin = {edge == DockEdge::Left ? minX(visible) + gap : maxX(visible) - size.width() - gap,
+                  clamped(middle.y() - size.height() / 2, minY(visible), maxY(visible) - size.height())};
+    return {screen.name, edge, anchor, size, QRectF(origin, size)};
 }
 
 } // namespace cobblet::placement

@@ -1,4 +1,9 @@
-"""A virtual desktop of real parts, started and ended by the process that uses it, and acted on as a person would."""
+"""A virtual desktop of real parts, started and ended by the process that uses it, and acted on as a person would.
+
+usage: desktop.py server|session COMMAND [ARGUMENTS]
+runs a command on an X server of its own, or in a whole session (a bus, a window manager, a dock) with an empty home, and
+ends that with the command.
+"""
 
 import collections
 import contextlib
@@ -10,10 +15,11 @@ import select
 import shutil
 import signal
 import subprocess
+import sys
 import tempfile
 import time
-import zlib
 
+from PIL import Image, ImageChops
 from Xlib import X, XK, Xatom, error
 from Xlib.display import Display
 from Xlib.ext import xtest
@@ -88,45 +94,24 @@ class Window:
 
 
 class Picture:
-    """What was on a part of the screen, four bytes a pixel (blue, green, red, unused)."""
+    """What was on a part of the screen."""
 
     def __init__(self, rect, data):
         self.rect = rect
         self.data = data
+        self.image = Image.frombytes("RGB", rect[2:], data, "raw", "BGRX")
 
     def pixel(self, x, y):
-        """The colour at a point of the screen, as 0xRRGGBB."""
-        at = ((y - self.rect.y) * self.rect.width + x - self.rect.x) * 4
-        return self.data[at] | self.data[at + 1] << 8 | self.data[at + 2] << 16
+        """The colour at a point of the screen."""
+        return self.image.getpixel((x - self.rect.x, y - self.rect.y))
 
     def colours(self):
-        return len({self.data[at:at + 3] for at in range(0, len(self.data), 4)})
+        return len(self.image.getcolors(1 << 24))
 
     def changed(self, other):
         """The smallest rectangle of the screen that holds every pixel in which two pictures differ, or none."""
-        if self.data == other.data:
-            return None
-        points = [divmod(index, self.rect.width) for index in range(self.rect.width * self.rect.height)
-                  if self.data[index * 4:index * 4 + 3] != other.data[index * 4:index * 4 + 3]]
-        rows, columns = [row for row, _ in points], [column for _, column in points]
-        return Rect(self.rect.x + min(columns), self.rect.y + min(rows),
-                    max(columns) - min(columns) + 1, max(rows) - min(rows) + 1)
-
-    def save(self, path):
-        """Writes a PNG file."""
-        width, height = self.rect.width, self.rect.height
-        pixels = bytearray(width * height * 3)
-        for channel in range(3):
-            pixels[channel::3] = self.data[2 - channel::4]
-        rows = b"".join(b"\0" + pixels[row * width * 3:(row + 1) * width * 3] for row in range(height))
-
-        def chunk(kind, body):
-            check = zlib.crc32(kind + body)
-            return len(body).to_bytes(4, "big") + kind + body + check.to_bytes(4, "big")
-
-        header = width.to_bytes(4, "big") + height.to_bytes(4, "big") + bytes((8, 2, 0, 0, 0))
-        pathlib.Path(path).write_bytes(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) +
-                                       chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b""))
+        box = ImageChops.difference(self.image, other.image).getbbox()
+        return Rect(self.rect.x + box[0], self.rect.y + box[1], box[2] - box[0], box[3] - box[1]) if box else None
 
 
 def die_with_parent():
@@ -274,16 +259,11 @@ class Desktop:
         return not self._parts["window_manager"] or (area and tuple(area[2:4]) != self.size)
 
     def _paint_background(self):
-        width, height = self.size
-        picture = self.root.create_pixmap(width, height, self.display.screen().root_depth)
-        pen = picture.create_gc()
-        top, foot = (0x6f, 0x8f, 0xb4), (0x2c, 0x3e, 0x5c)
-        for row in range(height):
-            red, green, blue = (start + (end - start) * row // height for start, end in zip(top, foot))
-            pen.change(foreground=red << 16 | green << 8 | blue)
-            picture.fill_rectangle(pen, 0, row, width, 1)
+        """A plain picture, told to those that draw it behind themselves."""
+        picture = self.root.create_pixmap(*self.size, self.display.screen().root_depth)
+        picture.fill_rectangle(picture.create_gc(foreground=0x6f8fb4), 0, 0, *self.size)
         self.root.change_attributes(background_pixmap=picture)
-        self.root.clear_area(0, 0, width, height)
+        self.root.clear_area(0, 0, *self.size)
         for name in ("_XROOTPMAP_ID", "ESETROOT_PMAP_ID"):
             self.root.change_property(self.atom(name), Xatom.PIXMAP, 32, [picture.id])
         self.display.sync()
@@ -442,3 +422,25 @@ class Desktop:
     def picture(self, rect=None):
         rect = rect or Rect(0, 0, *self.size)
         return Picture(rect, self.root.get_image(*rect, X.ZPixmap, 0xFFFFFFFF).data)
+
+
+def main():
+    kind, *command = sys.argv[1:]
+    # So that a request to end also ends the desktop.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
+    is_session = kind == "session"
+    with Desktop(size=(1440, 900)) if is_session else Desktop(dock=None, bus=False, window_manager=False) as desktop:
+        environment = {**os.environ, "DISPLAY": desktop.environment["DISPLAY"]}
+        if is_session:
+            home = desktop.folder / "home"
+            for folder in (".config", ".local/share", ".cache"):
+                (home / folder).mkdir(parents=True)
+            # Only what the desktop of a fresh user would have.
+            environment = {name: value for name, value in desktop.environment.items()
+                           if name == "XDG_RUNTIME_DIR" or not re.match("XDG_|QSG_|QML_|GTK_|GDK_", name)}
+            environment["HOME"] = str(home)
+        return subprocess.run(command, env=environment, preexec_fn=die_with_parent, check=False).returncode
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,7 +1,5 @@
-#include "platform/freedesktop/X11Connection.h"
-#include "platform/freedesktop/X11Desktop.h"
+#include "platform/freedesktop/DesktopScreens.h"
 #include "platform/freedesktop/X11PanelSurface.h"
-#include "platform/freedesktop/X11Screens.h"
 
 #include "platform/XSession.h"
 
@@ -23,6 +21,11 @@ using namespace cobblet;
 namespace {
 
 test::XSession *session = nullptr;
+
+PanelPlace at(const QRectF &frame)
+{
+    return {.screen = {}, .anchor = {}, .size = frame.size(), .frame = frame};
+}
 
 class PanelSurfaceTest : public testing::Test {
 protected:
@@ -46,30 +49,30 @@ protected:
     {
         m_x11 = X11Connection::open();
         ASSERT_TRUE(m_x11);
-        m_desktop = std::make_unique<X11Desktop>(*m_x11);
-        m_screens = std::make_unique<X11Screens>(m_x11.get());
+        m_windows = std::make_unique<X11Windows>(*m_x11);
+        m_screens = std::make_unique<DesktopScreens>(m_windows.get());
         m_window = std::make_unique<QRasterWindow>();
-        m_panel = std::make_unique<X11PanelSurface>(*m_window, 14, *m_screens, *m_desktop);
-        m_panel->setFrame(QRectF(300, 100, 600, 340));
+        m_panel = std::make_unique<X11PanelSurface>(*m_window, 14, *m_screens, *m_windows);
+        m_panel->setPlace(at(QRectF(300, 100, 600, 340)));
     }
     xcb_window_t id() const { return xcb_window_t(m_window->winId()); }
-    static bool settles(const std::function<bool()> &condition) { return QTest::qWaitFor(condition, 5'000); }
+    static bool eventually(const std::function<bool()> &condition) { return QTest::qWaitFor(condition, 5'000); }
     bool isActive(xcb_window_t window) const
     {
-        return settles([window] { return session->activeWindow() == window; });
+        return eventually([window] { return session->activeWindow() == window; });
     }
     void show()
     {
         m_panel->makeKeyAndOrderFront();
         ASSERT_TRUE(isActive(id()));
-        ASSERT_TRUE(settles([this] { return QGuiApplication::focusWindow() == m_window.get(); }));
+        ASSERT_TRUE(eventually([this] { return QGuiApplication::focusWindow() == m_window.get(); }));
     }
     /// A window of another program, with the focus; it goes with the test.
     xcb_window_t otherProgram()
     {
         const xcb_window_t other = m_others.emplace_back(session->makeWindow());
         EXPECT_TRUE(isActive(other));
-        EXPECT_TRUE(settles([&] { return m_desktop->activeWindow() == other; }));
+        EXPECT_TRUE(eventually([&] { return m_windows->activeWindow() == other; }));
         return other;
     }
     static void close(xcb_window_t window)
@@ -80,8 +83,8 @@ protected:
 
     std::vector<xcb_window_t> m_others;
     std::unique_ptr<X11Connection> m_x11;
-    std::unique_ptr<X11Desktop> m_desktop;
-    std::unique_ptr<X11Screens> m_screens;
+    std::unique_ptr<X11Windows> m_windows;
+    std::unique_ptr<DesktopScreens> m_screens;
     std::unique_ptr<QRasterWindow> m_window;
     std::unique_ptr<X11PanelSurface> m_panel;
 };
@@ -96,14 +99,14 @@ TEST_F(PanelSurfaceTest, FloatsWithoutDecorationWhereItWasPut)
                 std::array{"_NET_WM_STATE_ABOVE", "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER"},
                 [&](const char *state) { return session->hasAtom(id(), "_NET_WM_STATE", state); });
         };
-        EXPECT_TRUE(settles([&] { return session->geometry(id()) == QRect(300, 800 - 100 - 340, 600, 340); }));
-        EXPECT_TRUE(settles(floats));
+        EXPECT_TRUE(eventually([&] { return session->geometry(id()) == QRect(300, 800 - 100 - 340, 600, 340); }));
+        EXPECT_TRUE(eventually(floats));
         QTest::qWait(50);
         EXPECT_TRUE(floats()) << "what was said before the last withdrawal was dealt with is said again";
         EXPECT_EQ(session->property(id(), "_NET_WM_WINDOW_TYPE"),
                   std::vector<uint32_t>{session->atom("_NET_WM_WINDOW_TYPE_UTILITY")});
-        EXPECT_TRUE(
-            settles([&] { return session->property(id(), "_NET_WM_DESKTOP") == std::vector<uint32_t>{0xFFFFFFFF}; }));
+        EXPECT_TRUE(eventually(
+            [&] { return session->property(id(), "_NET_WM_DESKTOP") == std::vector<uint32_t>{0xFFFFFFFF}; }));
         EXPECT_EQ(session->property(id(), "_NET_FRAME_EXTENTS"), std::vector<uint32_t>(4, 0u));
         m_panel->orderOut();
         EXPECT_FALSE(m_panel->isVisible());
@@ -113,11 +116,11 @@ TEST_F(PanelSurfaceTest, FloatsWithoutDecorationWhereItWasPut)
 TEST_F(PanelSurfaceTest, MovesAndResizesWhileShown)
 {
     show();
-    m_panel->animateFrame(QRectF(200, 50, 500, 420), 0.05, Easing::Out);
-    EXPECT_TRUE(settles([this] { return session->geometry(id()) == QRect(200, 330, 500, 420); }));
-    m_panel->animateFrame(QRectF(0, 0, 700, 500), 10, Easing::Out);
-    m_panel->setFrame(QRectF(-40, -20, 400, 300)); // partly off the screen is fine, and the animation is over
-    EXPECT_TRUE(settles([this] { return session->geometry(id()) == QRect(-40, 520, 400, 300); }));
+    m_panel->animatePlace(at(QRectF(200, 50, 500, 420)), 0.05, Easing::Out);
+    EXPECT_TRUE(eventually([this] { return session->geometry(id()) == QRect(200, 330, 500, 420); }));
+    m_panel->animatePlace(at(QRectF(0, 0, 700, 500)), 10, Easing::Out);
+    m_panel->setPlace(at(QRectF(-40, -20, 400, 300))); // partly off the screen is fine, and the animation is over
+    EXPECT_TRUE(eventually([this] { return session->geometry(id()) == QRect(-40, 520, 400, 300); }));
     QTest::qWait(60);
     EXPECT_EQ(session->geometry(id()), QRect(-40, 520, 400, 300));
 }
@@ -146,7 +149,7 @@ TEST_F(PanelSurfaceTest, LeavesAWindowThatWasIconifiedMeanwhileAlone)
     const xcb_window_t before = otherProgram();
     show();
     m_x11->sendToRoot(before, m_x11->atom("WM_CHANGE_STATE"), {3});
-    ASSERT_TRUE(settles([&] { return session->hasAtom(before, "_NET_WM_STATE", "_NET_WM_STATE_HIDDEN"); }));
+    ASSERT_TRUE(eventually([&] { return session->hasAtom(before, "_NET_WM_STATE", "_NET_WM_STATE_HIDDEN"); }));
     m_panel->orderOut();
     QTest::qWait(150);
     EXPECT_TRUE(session->hasAtom(before, "_NET_WM_STATE", "_NET_WM_STATE_HIDDEN"));
@@ -209,8 +212,8 @@ TEST_F(PanelSurfaceTest, CutsItsCornersOnlyWhileNothingIsBlended)
 
     QSignalSpy blending(m_panel.get(), &PanelSurface::blendingChanged);
     ASSERT_TRUE(session->startCompositor());
-    ASSERT_TRUE(settles([this] { return m_panel->blendsWithDesktop(); }));
-    EXPECT_TRUE(settles([this] { return session->shapeRectangles(id()) == 1; }));
+    ASSERT_TRUE(eventually([this] { return m_panel->blendsWithDesktop(); }));
+    EXPECT_TRUE(eventually([this] { return session->shapeRectangles(id()) == 1; }));
     EXPECT_FALSE(session->property(id(), "_KDE_NET_WM_BLUR_BEHIND_REGION").empty());
 
     // A newer alpha drops the older fade and its completion.
@@ -221,8 +224,8 @@ TEST_F(PanelSurfaceTest, CutsItsCornersOnlyWhileNothingIsBlended)
     EXPECT_FALSE(done);
 
     session->stopCompositor();
-    ASSERT_TRUE(settles([this] { return !m_panel->blendsWithDesktop(); }));
-    EXPECT_TRUE(settles([this] { return session->shapeRectangles(id()) > 10; }));
+    ASSERT_TRUE(eventually([this] { return !m_panel->blendsWithDesktop(); }));
+    EXPECT_TRUE(eventually([this] { return session->shapeRectangles(id()) > 10; }));
     EXPECT_TRUE(session->property(id(), "_KDE_NET_WM_BLUR_BEHIND_REGION").empty());
     EXPECT_EQ(blending.size(), 2);
 }
@@ -230,17 +233,17 @@ TEST_F(PanelSurfaceTest, CutsItsCornersOnlyWhileNothingIsBlended)
 TEST_F(PanelSurfaceTest, WorksWithoutAWindowManager)
 {
     session->stopWindowManager();
-    ASSERT_TRUE(settles([this] { return !m_desktop->hasWindowManager(); }));
+    ASSERT_TRUE(eventually([this] { return !m_windows->hasManager(); }));
     const xcb_window_t before = m_others.emplace_back(session->makeWindow());
     xcb_set_input_focus(session->xcb(), XCB_INPUT_FOCUS_POINTER_ROOT, before, XCB_CURRENT_TIME);
     ASSERT_EQ(session->focus(), before);
-    m_panel->setFrame(QRectF(310, 110, 610, 350));
+    m_panel->setPlace(at(QRectF(310, 110, 610, 350)));
     m_panel->makeKeyAndOrderFront();
     EXPECT_TRUE(
-        settles([this] { return session->focus() == id() && QGuiApplication::focusWindow() == m_window.get(); }));
+        eventually([this] { return session->focus() == id() && QGuiApplication::focusWindow() == m_window.get(); }));
     EXPECT_EQ(session->geometry(id()), QRect(310, 340, 610, 350));
     m_panel->orderOut();
-    EXPECT_TRUE(settles([&] { return session->focus() == before; }));
+    EXPECT_TRUE(eventually([&] { return session->focus() == before; }));
 }
 
 TEST_F(PanelSurfaceTest, ScreensFollowDocksAsTheyComeAndGo)
@@ -258,17 +261,18 @@ TEST_F(PanelSurfaceTest, ScreensFollowDocksAsTheyComeAndGo)
     QSignalSpy changed(m_screens.get(), &Screens::changed);
     const xcb_window_t dock = session->makeWindow();
     reserve(dock, {0, 0, 0, 60, 0, 0, 0, 0, 0, 0, 0, 1279});
-    EXPECT_TRUE(settles([&] { return visible() == QRectF(0, 60, 1280, 740); }));
+    EXPECT_TRUE(eventually([&] { return visible() == QRectF(0, 60, 1280, 740); }));
     reserve(dock, {0, 80, 0, 0, 0, 0, 0, 799, 0, 0, 0, 0});
-    EXPECT_TRUE(settles([&] { return visible() == QRectF(0, 0, 1200, 800); }));
-    EXPECT_EQ(X11Screens(m_x11.get()).screens().constFirst().visibleFrame, visible()) << "found at start as well";
+    EXPECT_TRUE(eventually([&] { return visible() == QRectF(0, 0, 1200, 800); }));
+    EXPECT_EQ(DesktopScreens(m_windows.get()).screens().constFirst().visibleFrame, visible())
+        << "found at start as well";
     close(dock);
-    EXPECT_TRUE(settles([&] { return visible() == whole; }));
+    EXPECT_TRUE(eventually([&] { return visible() == whole; }));
     EXPECT_EQ(changed.size(), 3);
 
     xcb_warp_pointer(session->xcb(), XCB_NONE, session->root(), 0, 0, 0, 0, 100, 700);
     xcb_flush(session->xcb());
-    EXPECT_TRUE(settles([&] { return m_screens->pointer() == QPointF(100, 100); }));
+    EXPECT_TRUE(eventually([&] { return m_screens->pointer() == QPointF(100, 100); }));
 }
 
 } // namespace
@@ -278,7 +282,7 @@ int main(int argc, char **argv)
     testing::InitGoogleTest(&argc, argv);
     test::XSession server;
     if (!server.isReady()) {
-        std::fputs("Xvfb does not start\n", stderr);
+        std::fputs("there is no X server\n", stderr);
         return 1;
     }
     session = &server;

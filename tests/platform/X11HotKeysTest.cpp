@@ -30,7 +30,6 @@ QList<HotKey> nine()
     return keys;
 }
 
-/// A server of its own for each test, since they change its keyboard.
 class X11HotKeysTest : public testing::Test {
 protected:
     void SetUp() override
@@ -38,7 +37,7 @@ protected:
         ASSERT_TRUE(m_session.isReady());
         m_x11 = X11Connection::open();
         ASSERT_TRUE(m_x11);
-        m_desktop = std::make_unique<X11Desktop>(*m_x11);
+        m_windows = std::make_unique<X11Windows>(*m_x11);
         ASSERT_TRUE(run(QStringLiteral("setxkbmap"), {QStringLiteral("us")}));
     }
 
@@ -55,7 +54,7 @@ protected:
     /// The ids whose combination was refused.
     QList<quint32> registerNine()
     {
-        m_hotKeys = std::make_unique<X11HotKeys>(*m_desktop);
+        m_hotKeys = std::make_unique<X11HotKeys>(*m_windows);
         QObject::connect(m_hotKeys.get(), &HotKeys::pressed, m_hotKeys.get(),
                          [this](const HotKeyID &id) { m_pressed.append(id.id); });
         QList<quint32> refused;
@@ -136,7 +135,7 @@ protected:
 
     test::XSession m_session;
     std::unique_ptr<X11Connection> m_x11;
-    std::unique_ptr<X11Desktop> m_desktop;
+    std::unique_ptr<X11Windows> m_windows;
     std::unique_ptr<X11HotKeys> m_hotKeys;
     std::vector<HotKeys::Handle> m_handles;
     QList<quint32> m_pressed;
@@ -169,7 +168,7 @@ TEST_F(X11HotKeysTest, TheDigitRowWorksOnEveryLayoutAndWithEveryLock)
                 tap(lock);
         }
     }
-    EXPECT_NE(m_desktop->userTime(), 0u) << "the panel may take the focus by what the user did";
+    EXPECT_NE(m_windows->userTime(), 0u) << "the panel may take the focus by what the user did";
     tapWith({alt}, {digit1});
     tapWith({shift}, {digit1});
     tapWith({control, alt, shift}, {digit1});
@@ -236,7 +235,7 @@ TEST_F(X11HotKeysTest, FollowsKeysAndModifiersThatMove)
                               {QStringLiteral("-w0"), QStringLiteral("-"), qEnvironmentVariable("DISPLAY")},
                               changed.insert(changed.indexOf("};", at), addition));
     };
-    const auto settles = [this](uint8_t code, const std::vector<uint8_t> &modifiers, quint32 id) {
+    const auto reaches = [this](uint8_t code, const std::vector<uint8_t> &modifiers, quint32 id) {
         return QTest::qWaitFor(
             [&] {
                 tapWith(modifiers, {code});
@@ -247,7 +246,7 @@ TEST_F(X11HotKeysTest, FollowsKeysAndModifiersThatMove)
     ASSERT_TRUE(registerNine().isEmpty());
 
     ASSERT_TRUE(change("xkb_keycodes", "\n<AE01> = 11; <AE02> = 10;\n")) << "two keys change places";
-    EXPECT_TRUE(settles(11, {alt, shift}, 1));
+    EXPECT_TRUE(reaches(11, {alt, shift}, 1));
     tapDigits();
     EXPECT_EQ(pressed(9), (QList<quint32>{2, 1, 3, 4, 5, 6, 7, 8, 9}));
 
@@ -263,7 +262,7 @@ TEST_F(X11HotKeysTest, FollowsKeysAndModifiersThatMove)
         m_session.xcb(), xcb_set_modifier_mapping(m_session.xcb(), uint8_t(each), codes), nullptr));
     ASSERT_TRUE(set && set->status == XCB_MAPPING_STATUS_SUCCESS);
     tap(numLock);
-    EXPECT_TRUE(settles(10, {alt, shift}, 1));
+    EXPECT_TRUE(reaches(10, {alt, shift}, 1));
     tapDigits();
     EXPECT_EQ(pressed(9), all);
     tap(numLock);

@@ -35,20 +35,7 @@ bool eventually(const std::function<bool()> &condition)
 
 } // namespace
 
-XSession::XSession()
-{
-    m_server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_server.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
-    m_server.start(QStringLiteral("Xvfb"),
-                   {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-nolisten"),
-                    QStringLiteral("tcp"), QStringLiteral("-screen"), QStringLiteral("0"),
-                    QStringLiteral("1280x800x24")});
-    if (!m_server.waitForReadyRead(20'000))
-        return;
-    qputenv("DISPLAY", ":" + m_server.readLine().trimmed());
-    m_connection = xcb_connect(nullptr, nullptr);
-    m_ready = xcb_connection_has_error(m_connection) == 0;
-}
+XSession::XSession() : m_connection(xcb_connect(nullptr, nullptr)) {}
 
 XSession::~XSession()
 {
@@ -58,12 +45,7 @@ XSession::~XSession()
     }
     stop(m_compositor);
     stop(m_windowManager);
-    if (m_connection)
-        xcb_disconnect(m_connection);
-    m_server.terminate();
-    if (!m_server.waitForFinished(5'000))
-        m_server.kill();
-    m_server.waitForFinished(5'000);
+    xcb_disconnect(m_connection);
 }
 
 bool XSession::start(std::unique_ptr<QProcess> &process, const QString &program, const QStringList &arguments)

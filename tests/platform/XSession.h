@@ -11,8 +11,8 @@
 
 namespace cobblet::test {
 
-/// A private X server for the life of the object; the environment's DISPLAY names it. Window manager and
-/// compositor come and go as the test says.
+/// What a test does on the X display that it was started on (tests/desktop/desktop.py starts one for it): window
+/// manager and compositor come and go as it says, and windows can be looked at from outside.
 class XSession {
 public:
     XSession();
@@ -20,15 +20,15 @@ public:
     XSession(const XSession &) = delete;
     XSession &operator=(const XSession &) = delete;
 
-    /// Whether the server runs.
-    bool isReady() const { return m_ready; }
+    /// Whether there is a server.
+    bool isReady() const { return !xcb_connection_has_error(m_connection); }
 
     bool startWindowManager();
     void stopWindowManager() { stop(m_windowManager); }
     bool startCompositor();
     void stopCompositor() { stop(m_compositor); }
 
-    /// Starts a program on this server; it is ended with the server at the latest.
+    /// Starts a program on this server; it is ended with this object at the latest.
     QProcess &start(const QString &program, const QStringList &arguments = {});
 
     /// A connection for tests that look at windows from outside, as another program would.
@@ -50,12 +50,10 @@ private:
     static void stop(std::unique_ptr<QProcess> &process);
     bool selectionOwned(const char *selection);
 
-    QProcess m_server;
     std::unique_ptr<QProcess> m_windowManager;
     std::unique_ptr<QProcess> m_compositor;
     std::vector<std::unique_ptr<QProcess>> m_programs;
-    xcb_connection_t *m_connection = nullptr;
-    bool m_ready = false;
+    xcb_connection_t *m_connection;
 };
 
 } // namespace cobblet::test

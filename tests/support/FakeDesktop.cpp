@@ -138,11 +138,14 @@ void FakeWindowAccess::reopen(const RunningApplication &application)
     write(m_log, QStringLiteral("reopen ") + application.bundleIdentifier);
 }
 
-void FakePanelSurface::animateFrame(const QRectF &f, double seconds, Easing easing)
+void FakePanelSurface::animatePlace(const PanelPlace &place, double seconds, Easing easing)
 {
-    frame = f;
-    animations.append(
-        QStringLiteral("frame %1x%2 %3 %4").arg(f.width()).arg(f.height()).arg(seconds).arg(easingName(easing)));
+    frame = place.frame;
+    animations.append(QStringLiteral("frame %1x%2 %3 %4")
+                          .arg(frame.width())
+                          .arg(frame.height())
+                          .arg(seconds)
+                          .arg(easingName(easing)));
 }
 
 void FakePanelSurface::setAlpha(double a)

@@ -93,6 +93,7 @@ private:
 class FakeWindowAccess : public WindowAccess {
 public:
     explicit FakeWindowAccess(Log *log = nullptr) : m_log(log) {}
+    Availability availability() const override { return Availability::works(); }
     bool isTrusted(bool prompt) override;
     void unminimizeWindows(const RunningApplication &application) override;
     void reopen(const RunningApplication &application) override;
@@ -106,6 +107,7 @@ private:
 
 class FakeScreens : public Screens {
 public:
+    Availability availability() const override { return Availability::works(); }
     QList<Screen> screens() const override { return list; }
     std::optional<QPointF> pointer() const override { return pointerPosition; }
     QRectF toWindowSystem(const QRectF &yUp) const override { return yUp; }
@@ -122,9 +124,10 @@ public:
 /// Fades and frame animations are held until finishFade().
 class FakePanelSurface : public PanelSurface {
 public:
+    Availability availability() const override { return Availability::works(); }
     bool isVisible() const override { return visible; }
-    void setFrame(const QRectF &f) override { frame = f; }
-    void animateFrame(const QRectF &f, double seconds, Easing easing) override;
+    void setPlace(const PanelPlace &place) override { frame = place.frame; }
+    void animatePlace(const PanelPlace &place, double seconds, Easing easing) override;
     void setAlpha(double a) override;
     void fade(double a, double seconds, Easing easing, std::function<void()> done) override;
     void makeKeyAndOrderFront() override;
@@ -189,6 +192,7 @@ public:
 
 class FakePasteboard : public Pasteboard {
 public:
+    Availability availability() const override { return Availability::works(); }
     void setText(const QString &value) override { text = value; }
 
     QString text;
@@ -204,6 +208,7 @@ public:
 
 class FakeStatusItem : public StatusItem {
 public:
+    Availability availability() const override { return Availability::works(); }
     void setImage(Template value, const QString &accessibilityDescription) override
     {
         image = std::move(value);
@@ -220,6 +225,7 @@ public:
 
 class FakeDockTile : public DockTile {
 public:
+    Availability availability() const override { return Availability::works(); }
     void setIcon(const QImage &image) override { icon = image; }
     void activateApplication() override { ++activations; }
     void setMenu(std::function<QList<DockMenuItem>()> items, std::function<bool(const QString &)> chosen) override

@@ -1,15 +1,15 @@
 #include "platform/Platform.h"
 
+#include "platform/freedesktop/DesktopScreens.h"
 #include "platform/freedesktop/FileUserDefaults.h"
 #include "platform/freedesktop/FreedesktopBundleTools.h"
 #include "platform/freedesktop/FreedesktopPaths.h"
 #include "platform/freedesktop/TrayStatusItem.h"
+#include "platform/freedesktop/WindowDockTile.h"
 #include "platform/freedesktop/X11Connection.h"
-#include "platform/freedesktop/X11Desktop.h"
-#include "platform/freedesktop/X11DockTile.h"
 #include "platform/freedesktop/X11HotKeys.h"
 #include "platform/freedesktop/X11PanelSurface.h"
-#include "platform/freedesktop/X11Screens.h"
+#include "platform/freedesktop/X11Windows.h"
 #include "platform/freedesktop/apps/AgentApplications.h"
 #include "platform/freedesktop/apps/DesktopEntryRegistry.h"
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
@@ -53,14 +53,10 @@ public:
             m_instance = std::make_unique<DBusInstance>(
                 m_bus, m_options.identifier,
                 CallerHooks{.action = [this](const QString &action) { return m_dockTile.choose(action); },
-                            .token =
-                                [this](const QString &token) {
-                                    if (X11Desktop *known = desktop())
-                                        known->finishStartup(token);
-                                },
+                            .token = [this](const QString &token) { startupIsDone(token); },
                             .time =
                                 [this](quint32 time) {
-                                    if (X11Desktop *known = desktop())
+                                    if (X11Windows *known = windows())
                                         known->noteUserTime(time);
                                 }});
         }
@@ -103,7 +99,7 @@ public:
 
     Screens &screens() override
     {
-        return made(m_screens, [this] { return std::make_unique<X11Screens>(x11()); });
+        return made(m_screens, [this] { return std::make_unique<DesktopScreens>(windows()); });
     }
 
     Workspace &workspace() override { return theWorkspace(); }
@@ -140,7 +136,7 @@ public:
     HotKeys &hotKeys() override
     {
         return made(m_hotKeys, [this]() -> std::unique_ptr<HotKeys> {
-            if (X11Desktop *known = isWaylandSession() ? nullptr : desktop())
+            if (X11Windows *known = isWaylandSession() ? nullptr : windows())
                 return std::make_unique<X11HotKeys>(*known);
             return std::make_unique<PortalHotKeys>(m_bus);
         });
@@ -148,7 +144,7 @@ public:
 
     std::unique_ptr<PanelSurface> makePanelSurface(QWindow &window, double cornerRadius) override
     {
-        if (X11Desktop *known = desktop())
+        if (X11Windows *known = windows())
             return std::make_unique<X11PanelSurface>(window, cornerRadius, screens(), *known);
         return std::make_unique<QtPanelSurface>(window, screens());
     }
@@ -203,11 +199,21 @@ private:
         return m_x11.get();
     }
 
-    X11Desktop *desktop()
+    X11Windows *windows()
     {
-        if (!m_desktop && x11())
-            m_desktop = std::make_unique<X11Desktop>(*x11());
-        return m_desktop.get();
+        if (!m_windows && x11())
+            m_windows = std::make_unique<X11Windows>(*x11());
+        return m_windows.get();
+    }
+
+    /// A launch that was handed to this process is done: the focus may go by its time, and the busy pointer ends.
+    void startupIsDone(const QString &token)
+    {
+        if (X11Windows *known = windows()) {
+            if (const uint32_t time = StartupNotification::timeOf(token))
+                known->noteUserTime(time);
+            StartupNotification(x11()).remove(token);
+        }
     }
 
     QtMenus &theMenus()
@@ -230,26 +236,27 @@ private:
 
     X11RunningApplications &running()
     {
-        return made(m_running, [this] { return std::make_unique<X11RunningApplications>(x11(), theWorkspace()); });
+        return made(m_running,
+                    [this] { return std::make_unique<X11RunningApplications>(windows(), theWorkspace()); });
     }
 
     const PlatformOptions m_options;
     std::jthread m_fonts;
     QtScheduler m_scheduler;
-    X11DockTile m_dockTile;
+    WindowDockTile m_dockTile;
     DesktopEntryRegistry m_registry;
     QtPasteboard m_pasteboard;
     SessionBus m_bus;
     bool m_triedX11 = false;
     std::unique_ptr<X11Connection> m_x11;
-    std::unique_ptr<X11Desktop> m_desktop;
+    std::unique_ptr<X11Windows> m_windows;
     std::unique_ptr<DBusInstance> m_instance;
     std::unique_ptr<DBusIntents> m_intents;
     std::unique_ptr<FileUserDefaults> m_standard;
     std::unique_ptr<FileUserDefaults> m_shared;
     std::unique_ptr<DBusNotifications> m_notifications;
     std::unique_ptr<PortalAppearance> m_appearance;
-    std::unique_ptr<X11Screens> m_screens;
+    std::unique_ptr<DesktopScreens> m_screens;
     std::unique_ptr<FreedesktopWorkspace> m_workspace;
     std::unique_ptr<X11RunningApplications> m_running;
     std::unique_ptr<AgentApplications> m_agents;

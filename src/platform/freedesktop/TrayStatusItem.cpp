@@ -1,61 +1,84 @@
 #include "platform/freedesktop/TrayStatusItem.h"
 
-#include "platform/Appearance.h"
-#include "platform/freedesktop/TrayWatcher.h"
-#include "platform/freedesktop/XEmbedIcon.h"
+#include "platform/freedesktop/SessionBus.h"
+#include "platform/freedesktop/X11Connection.h"
 
-#include <QGuiApplication>
+#include <QDBusPendingCallWatcher>
+#include <QDBusServiceWatcher>
+#include <QDBusVariant>
+#include <QLoggingCategory>
 
 namespace cobblet {
 
+Q_LOGGING_CATEGORY(lcTray, "cobblet.tray")
+
+namespace {
+
+const QString watcher = QStringLiteral("org.kde.StatusNotifierWatcher");
+const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
+
+/// A watcher that hangs is treated as one with nothing to say.
+constexpr int patience = 2'000;
+
+const QString noTray =
+    QStringLiteral("The desktop has no tray: the item with Cobblet's menu appears when there is one. "
+                   "Starting Cobblet again shows the panel.");
+
+} // namespace
+
 TrayStatusItem::TrayStatusItem(X11Connection *x11, SessionBus &bus, QtMenus &menus, const Appearance &appearance,
                                const QString &iconName)
-    : m_x11(x11), m_bus(bus), m_appearance(appearance), m_toolkit(menus, appearance, iconName)
+    : QtStatusItem(menus, appearance, iconName), m_x11(x11), m_bus(bus)
 {
 }
 
-TrayStatusItem::~TrayStatusItem() = default;
-
-void TrayStatusItem::setImage(Template image, const QString &accessibilityDescription)
+Availability TrayStatusItem::availability() const
 {
-    m_toolkit.setImage(std::move(image), accessibilityDescription);
-}
-
-void TrayStatusItem::setMenu(const QList<MenuItem> &items)
-{
-    m_toolkit.setMenu(items);
+    return m_hasXEmbed || m_hasNotifier.value_or(false) ? Availability::works() : Availability::unavailable(noTray);
 }
 
 void TrayStatusItem::show()
 {
-    if (m_watcher)
-        return;
-    m_watcher = std::make_unique<TrayWatcher>(m_x11, m_bus);
-    connect(m_watcher.get(), &TrayWatcher::changed, this, &TrayStatusItem::follow);
+    if (m_x11)
+        m_x11->followOwner(m_x11->atom("_NET_SYSTEM_TRAY_S" + QByteArray::number(m_x11->screenNumber())), this,
+                           [this](xcb_window_t owner) {
+                               m_hasXEmbed = owner != XCB_WINDOW_NONE;
+                               decide();
+                           });
+    QDBusConnection &bus = m_bus.connection();
+    if (bus.isConnected()) {
+        auto *owners = new QDBusServiceWatcher(watcher, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+        connect(owners, &QDBusServiceWatcher::serviceOwnerChanged, this, &TrayStatusItem::lookForNotifier);
+        for (const QString &signal :
+             {QStringLiteral("StatusNotifierHostRegistered"), QStringLiteral("StatusNotifierHostUnregistered")})
+            bus.connect(QString(), watcherPath, watcher, signal, this, SLOT(lookForNotifier()));
+    }
+    lookForNotifier();
 }
 
-void TrayStatusItem::follow()
+void TrayStatusItem::lookForNotifier()
 {
-    m_icon.reset();
-    m_toolkit.hide();
-    // The toolkit looks for a status notifier when its first item is made and never again: not before there is one.
-    if (m_watcher->tray().kind == Tray::Kind::StatusNotifier)
-        m_toolkit.show();
-    else if (m_watcher->tray().kind == Tray::Kind::XEmbed)
-        embed();
-}
-
-void TrayStatusItem::embed()
-{
-    const qreal ratio = qGuiApp->devicePixelRatio();
-    m_icon = std::make_unique<XEmbedIcon>(*m_x11, m_watcher->tray().window, m_toolkit.image(),
-                                          m_toolkit.accessibilityDescription(), ratio);
-    m_icon->setDarkDesktop(m_appearance.isDark());
-    connect(&m_appearance, &Appearance::changed, m_icon.get(),
-            [this] { m_icon->setDarkDesktop(m_appearance.isDark()); });
-    connect(m_icon.get(), &XEmbedIcon::pressed, this, [this, ratio](const QRect &place) {
-        m_toolkit.openMenu(QRectF(QPointF(place.topLeft()) / ratio, QSizeF(place.size()) / ratio).toAlignedRect());
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        watcher, watcherPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+    call.setArguments({watcher, QStringLiteral("IsStatusNotifierHostRegistered")});
+    call.setAutoStartService(false);
+    auto *pending = new QDBusPendingCallWatcher(m_bus.connection().asyncCall(call, patience), this);
+    connect(pending, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher *finished) {
+        finished->deleteLater();
+        m_hasNotifier = finished->reply().arguments().value(0).value<QDBusVariant>().variant().toBool();
+        decide();
     });
+}
+
+void TrayStatusItem::decide()
+{
+    if (m_isMade || !m_hasNotifier)
+        return;
+    m_isMade = *m_hasNotifier || m_hasXEmbed;
+    if (m_isMade)
+        QtStatusItem::show();
+    else
+        qCInfo(lcTray).noquote() << noTray;
 }
 
 } // namespace cobblet

@@ -2,39 +2,37 @@
 
 #include "platform/portable/QtStatusItem.h"
 
-#include <memory>
+#include <optional>
 
 namespace cobblet {
 
 class SessionBus;
-class TrayWatcher;
 class X11Connection;
-class XEmbedIcon;
 
-/// The status item in whichever tray there is, once: the toolkit's where a status notifier runs, an embedded window
-/// where only the older kind does. It moves when the tray is replaced and comes back when it is started again.
-class TrayStatusItem : public QObject, public StatusItem {
+/// The toolkit's item, made when there is a tray for it. The toolkit decides once in the life of a process whether it
+/// uses a status notifier or an XEmbed tray: not before either is there, and with a status notifier where both are.
+/// From then on it follows trays of that kind as they go and come back.
+class TrayStatusItem : public QtStatusItem {
     Q_OBJECT
 public:
     /// All arguments outlive the item; without an X server, `x11` is null.
     TrayStatusItem(X11Connection *x11, SessionBus &bus, QtMenus &menus, const Appearance &appearance,
                    const QString &iconName);
-    ~TrayStatusItem() override;
 
-    void setImage(Template image, const QString &accessibilityDescription) override;
-    void setMenu(const QList<MenuItem> &items) override;
+    Availability availability() const override;
     void show() override;
 
+private slots:
+    void lookForNotifier();
+
 private:
-    void follow();
-    void embed();
+    void decide();
 
     X11Connection *m_x11;
     SessionBus &m_bus;
-    const Appearance &m_appearance;
-    QtStatusItem m_toolkit;
-    std::unique_ptr<TrayWatcher> m_watcher;
-    std::unique_ptr<XEmbedIcon> m_icon;
+    std::optional<bool> m_hasNotifier; ///< with somebody who shows its items; absent until that is known
+    bool m_hasXEmbed = false;
+    bool m_isMade = false;
 };
 
 } // namespace cobblet

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include <xcb/xcbext.h>
+#include <xcb/xfixes.h>
 
 namespace cobblet {
 
@@ -26,6 +27,14 @@ void send(xcb_connection_t *connection, xcb_window_t to, uint32_t mask, xcb_wind
     std::copy_n(data.begin(), std::min<size_t>(data.size(), 5), message.data.data32);
     xcb_send_event(connection, 0, to, mask, reinterpret_cast<const char *>(&message));
     xcb_flush(connection);
+}
+
+std::vector<uint32_t> valuesIn(const xcb_get_property_reply_t *reply)
+{
+    if (!reply || reply->format != 32)
+        return {};
+    const auto *values = static_cast<const uint32_t *>(xcb_get_property_value(reply));
+    return {values, values + xcb_get_property_value_length(reply) / 4};
 }
 
 } // namespace
@@ -100,25 +109,21 @@ void X11Connection::forget(xcb_window_t window)
     m_selected.remove(window);
 }
 
-xcb_get_property_cookie_t X11Connection::askCardinals(xcb_window_t window, xcb_atom_t name, uint32_t maximum)
+std::vector<uint32_t> X11Connection::cardinals(xcb_window_t window, xcb_atom_t name, uint32_t maximum)
 {
-    return xcb_get_property(m_connection, 0, window, name, XCB_GET_PROPERTY_TYPE_ANY, 0, maximum);
-}
-
-std::vector<uint32_t> X11Connection::cardinals(xcb_get_property_cookie_t asked)
-{
+    const auto asked = xcb_get_property(m_connection, 0, window, name, XCB_GET_PROPERTY_TYPE_ANY, 0, maximum);
     const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(m_connection, asked, nullptr));
     drainSoon();
-    return cardinalsIn(reply.get());
+    return valuesIn(reply.get());
 }
 
-std::vector<uint32_t> X11Connection::cardinalsIn(const void *reply)
+void X11Connection::ask(xcb_window_t window, xcb_atom_t name, QObject *context,
+                        std::function<void(const std::vector<uint32_t> &)> handler, uint32_t maximum)
 {
-    const auto *property = static_cast<const xcb_get_property_reply_t *>(reply);
-    if (!property || property->format != 32)
-        return {};
-    const auto *values = static_cast<const uint32_t *>(xcb_get_property_value(property));
-    return {values, values + xcb_get_property_value_length(property) / 4};
+    const auto asked = xcb_get_property(m_connection, 0, window, name, XCB_GET_PROPERTY_TYPE_ANY, 0, maximum);
+    whenReplied(asked.sequence, context, [handler = std::move(handler)](const void *reply) {
+        handler(valuesIn(static_cast<const xcb_get_property_reply_t *>(reply)));
+    });
 }
 
 void X11Connection::sendTo(xcb_window_t window, xcb_atom_t type, const std::vector<uint32_t> &data)
@@ -126,17 +131,55 @@ void X11Connection::sendTo(xcb_window_t window, xcb_atom_t type, const std::vect
     send(m_connection, window, XCB_EVENT_MASK_NO_EVENT, window, type, data);
 }
 
-void X11Connection::sendToRoot(xcb_window_t window, xcb_atom_t type, const std::vector<uint32_t> &data)
+void X11Connection::sendToRoot(xcb_window_t window, xcb_atom_t type, const std::vector<uint32_t> &data,
+                               xcb_connection_t *on)
 {
-    sendToRootOn(m_connection, window, type, data);
-    emit sentToRoot(window, type);
+    send(on ? on : m_connection, m_root, XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+         window, type, data);
 }
 
-void X11Connection::sendToRootOn(xcb_connection_t *connection, xcb_window_t window, xcb_atom_t type,
-                                 const std::vector<uint32_t> &data)
+void X11Connection::followOwner(xcb_atom_t selection, QObject *context, std::function<void(xcb_window_t)> handler)
 {
-    send(connection, m_root, XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT, window, type,
-         data);
+    if (const auto *extension = xcb_get_extension_data(m_connection, &xcb_xfixes_id); extension->present) {
+        const uint8_t changed = uint8_t(extension->first_event + XCB_XFIXES_SELECTION_NOTIFY);
+        xcb_discard_reply(m_connection, xcb_xfixes_query_version(m_connection, 5, 0).sequence);
+        xcb_xfixes_select_selection_input(m_connection, m_root, selection,
+                                          XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
+                                              XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
+                                              XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
+        connect(this, &X11Connection::eventArrived, context,
+                [selection, changed, handler](const xcb_generic_event_t *event) {
+                    const auto *notify = reinterpret_cast<const xcb_xfixes_selection_notify_event_t *>(event);
+                    if ((event->response_type & 0x7f) == changed && notify->selection == selection)
+                        handler(notify->owner);
+                });
+    }
+    whenReplied(xcb_get_selection_owner(m_connection, selection).sequence, context, [handler](const void *raw) {
+        const auto *reply = static_cast<const xcb_get_selection_owner_reply_t *>(raw);
+        handler(reply ? reply->owner : xcb_window_t(XCB_WINDOW_NONE));
+    });
+}
+
+xcb_timestamp_t X11Connection::serverTime()
+{
+    if (m_clock == XCB_WINDOW_NONE) {
+        const uint32_t events = XCB_EVENT_MASK_PROPERTY_CHANGE;
+        m_clock = xcb_generate_id(m_connection);
+        xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, m_clock, m_root, -1, -1, 1, 1, 0,
+                          XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &events);
+    }
+    // An empty change of a property makes the server say what time it is.
+    xcb_change_property(m_connection, XCB_PROP_MODE_APPEND, m_clock, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, 8, 0,
+                        nullptr);
+    flush();
+    drainSoon();
+    while (auto *event = xcb_wait_for_event(m_connection)) {
+        m_events.emplace_back(event);
+        const auto *notify = reinterpret_cast<const xcb_property_notify_event_t *>(event);
+        if ((event->response_type & 0x7f) == XCB_PROPERTY_NOTIFY && notify->window == m_clock)
+            return notify->time;
+    }
+    return XCB_CURRENT_TIME;
 }
 
 void X11Connection::whenReplied(unsigned sequence, QObject *context, std::function<void(const void *)> handler)
@@ -145,21 +188,47 @@ void X11Connection::whenReplied(unsigned sequence, QObject *context, std::functi
     flush();
 }
 
+void X11Connection::awaitReplies()
+{
+    while (!m_awaited.empty()) {
+        xcb_generic_error_t *error = nullptr;
+        const XcbReply<void> reply(xcb_wait_for_reply(m_connection, m_awaited.front().sequence, &error));
+        std::free(error);
+        handOver(reply.get());
+    }
+    drainSoon();
+}
+
+void X11Connection::handOver(const void *reply)
+{
+    const Awaited awaited = std::move(m_awaited.front());
+    m_awaited.pop_front();
+    if (awaited.context)
+        awaited.handler(reply);
+}
+
 void X11Connection::drainSoon()
 {
     if (!std::exchange(m_drainQueued, true))
         QMetaObject::invokeMethod(this, &X11Connection::drain, Qt::QueuedConnection);
 }
 
+XcbReply<xcb_generic_event_t> X11Connection::nextEvent()
+{
+    if (m_events.empty())
+        return XcbReply<xcb_generic_event_t>(xcb_poll_for_event(m_connection));
+    XcbReply<xcb_generic_event_t> event = std::move(m_events.front());
+    m_events.pop_front();
+    return event;
+}
+
 void X11Connection::drain()
 {
     m_drainQueued = false;
     do {
-        while (auto *raw = xcb_poll_for_event(m_connection)) {
-            const XcbReply<xcb_generic_event_t> owned(raw);
-            if (raw->response_type != 0)
-                emit eventArrived(raw);
-        }
+        while (const XcbReply<xcb_generic_event_t> event = nextEvent())
+            if (event->response_type != 0)
+                emit eventArrived(event.get());
     } while (deliverReplies()); // looking for a reply may have read further events
     if (m_notifier && xcb_connection_has_error(m_connection) != 0) {
         m_notifier.reset();
@@ -178,10 +247,7 @@ bool X11Connection::deliverReplies()
             break;
         const XcbReply<void> reply(raw);
         std::free(error);
-        const Awaited awaited = std::move(m_awaited.front());
-        m_awaited.pop_front();
-        if (awaited.context)
-            awaited.handler(raw);
+        handOver(reply.get());
         delivered = true;
     }
     return delivered;

@@ -49,26 +49,29 @@ public:
     void forget(xcb_window_t window);
 
     /// The 32-bit values of a property of any type; empty when the window or the property is absent.
-    std::vector<uint32_t> cardinals(xcb_window_t window, xcb_atom_t name, uint32_t maximum = 4096)
-    {
-        return cardinals(askCardinals(window, name, maximum));
-    }
-    /// The same in two steps: the request, and its reply as it is waited for, or as whenReplied() hands it over.
-    xcb_get_property_cookie_t askCardinals(xcb_window_t window, xcb_atom_t name, uint32_t maximum = 4096);
-    std::vector<uint32_t> cardinals(xcb_get_property_cookie_t asked);
-    static std::vector<uint32_t> cardinalsIn(const void *reply);
+    std::vector<uint32_t> cardinals(xcb_window_t window, xcb_atom_t name, uint32_t maximum = maximumCardinals);
+    /// The same without waiting: `handler` gets them in a later turn of the loop, unless `context` is gone by then.
+    void ask(xcb_window_t window, xcb_atom_t name, QObject *context,
+             std::function<void(const std::vector<uint32_t> &)> handler, uint32_t maximum = maximumCardinals);
 
     /// Sends a client message with up to five numbers to the window that it is about.
     void sendTo(xcb_window_t window, xcb_atom_t type, const std::vector<uint32_t> &data);
-    /// Sends one to the root window, as the window-manager standards ask of pagers.
-    void sendToRoot(xcb_window_t window, xcb_atom_t type, const std::vector<uint32_t> &data);
-    /// The same on another connection, in order with what that one maps and unmaps; not told by sentToRoot().
-    void sendToRootOn(xcb_connection_t *connection, xcb_window_t window, xcb_atom_t type,
-                      const std::vector<uint32_t> &data);
+    /// Sends one to the root window, as the window-manager standards ask of pagers; on another connection where it
+    /// has to stay in order with what that one maps and unmaps.
+    void sendToRoot(xcb_window_t window, xcb_atom_t type, const std::vector<uint32_t> &data,
+                    xcb_connection_t *on = nullptr);
 
     /// Sends the request with this sequence number and returns at once; `handler` gets the reply in a later turn
     /// of the loop, or null when the request failed. Dropped when `context` is gone by then.
     void whenReplied(unsigned sequence, QObject *context, std::function<void(const void *reply)> handler);
+    /// Waits for all the replies that are still to come, and hands them over.
+    void awaitReplies();
+
+    /// Tells who owns a selection (none: XCB_WINDOW_NONE): once the server has answered, and whenever that changes.
+    void followOwner(xcb_atom_t selection, QObject *context, std::function<void(xcb_window_t owner)> handler);
+
+    /// The server's clock now, as the times of events count it. Waits for one answer.
+    xcb_timestamp_t serverTime();
 
     /// To be called after reading a reply from xcb() directly: events that arrived with it wait in xcb's own
     /// queue, where the socket no longer announces them. They are handled in the next turn of the loop.
@@ -80,15 +83,17 @@ signals:
     /// Every event of this connection. Errors of requests that nobody waits for are dropped: foreign windows
     /// vanish at any time.
     void eventArrived(xcb_generic_event_t *event);
-    /// A client message went out through sendToRoot().
-    void sentToRoot(xcb_window_t window, xcb_atom_t type);
     /// The server closed the connection; nothing works any more.
     void broken();
 
 private:
+    static constexpr uint32_t maximumCardinals = 4096;
+
     X11Connection(xcb_connection_t *connection, int screenNumber);
     void drain();
+    XcbReply<xcb_generic_event_t> nextEvent();
     bool deliverReplies();
+    void handOver(const void *reply);
 
     struct Awaited {
         unsigned sequence;
@@ -102,7 +107,9 @@ private:
     xcb_window_t m_root = XCB_WINDOW_NONE;
     QHash<QByteArray, xcb_atom_t> m_atoms;
     QHash<xcb_window_t, uint32_t> m_selected;
-    std::deque<Awaited> m_awaited; // in the order of the requests
+    std::deque<Awaited> m_awaited;                      // in the order of the requests
+    std::deque<XcbReply<xcb_generic_event_t>> m_events; // read while waiting for the server's time
+    xcb_window_t m_clock = XCB_WINDOW_NONE;
     std::unique_ptr<QSocketNotifier> m_notifier;
     bool m_drainQueued = false;
 };

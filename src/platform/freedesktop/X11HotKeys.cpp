@@ -7,6 +7,7 @@
 #include <QLoggingCategory>
 
 #include <algorithm>
+#include <utility>
 
 namespace cobblet {
 
@@ -20,7 +21,7 @@ constexpr uint16_t mapChanges = XCB_XKB_MAP_PART_KEY_SYMS | XCB_XKB_MAP_PART_MOD
 
 } // namespace
 
-X11HotKeys::X11HotKeys(X11Desktop &desktop) : m_desktop(desktop), m_x11(desktop.x11())
+X11HotKeys::X11HotKeys(X11Windows &windows) : m_windows(windows), m_x11(windows.x11())
 {
     xcb_prefetch_extension_data(m_x11.xcb(), &xcb_xkb_id);
     xcb_prefetch_extension_data(m_x11.xcb(), &xcb_input_id);
@@ -61,6 +62,7 @@ std::vector<Result<HotKeys::Handle>> X11HotKeys::registerAll(const QList<HotKey>
         return results;
     }
     readKeyboard();
+    m_x11.awaitReplies();
 
     std::vector<Request> requests;
     for (const HotKey &key : keys)
@@ -83,54 +85,20 @@ std::vector<Result<HotKeys::Handle>> X11HotKeys::registerAll(const QList<HotKey>
     return results;
 }
 
+/// Reads the keyboard and grabs what has moved, without waiting and once for a burst of changes.
 void X11HotKeys::readKeyboard()
 {
-    xcb_connection_t *xcb = m_x11.xcb();
-    const auto asked = X11Keyboard::ask(m_x11, m_knowsNames);
-    const XcbReply<xcb_get_modifier_mapping_reply_t> modifiers(
-        xcb_get_modifier_mapping_reply(xcb, {asked.modifiers}, nullptr));
-    const XcbReply<xcb_get_keyboard_mapping_reply_t> symbols(
-        xcb_get_keyboard_mapping_reply(xcb, {asked.symbols}, nullptr));
-    m_keyboard.takeModifiers(modifiers.get());
-    m_keyboard.takeSymbols(X11Keyboard::firstCode(m_x11), symbols.get());
-    if (m_knowsNames) {
-        const XcbReply<xcb_xkb_get_names_reply_t> names(xcb_xkb_get_names_reply(xcb, {asked.names}, nullptr));
-        m_keyboard.takeNames(names.get());
-    }
-}
-
-/// The keyboard changed: asks for it anew, without waiting and once for a burst of changes.
-void X11HotKeys::refresh()
-{
-    if (m_refreshing) {
-        m_refreshAgain = true;
+    if (std::exchange(m_reading, true)) {
+        m_readAgain = true;
         return;
     }
-    m_refreshing = true;
-    m_refreshAgain = false;
-    m_newKeyboard = {};
-    const auto asked = X11Keyboard::ask(m_x11, m_knowsNames);
-    m_x11.whenReplied(asked.modifiers, this, [this](const void *reply) {
-        m_newKeyboard.takeModifiers(static_cast<const xcb_get_modifier_mapping_reply_t *>(reply));
-    });
-    const auto finish = [this] {
-        m_refreshing = false;
-        if (m_refreshAgain)
-            refresh();
+    X11Keyboard::read(m_x11, m_knowsNames, this, [this](const X11Keyboard &keyboard) {
+        m_reading = false;
+        if (std::exchange(m_readAgain, false))
+            readKeyboard();
         else
-            regrab(m_newKeyboard);
-    };
-    m_x11.whenReplied(asked.symbols, this, [this, finish](const void *reply) {
-        m_newKeyboard.takeSymbols(X11Keyboard::firstCode(m_x11),
-                                  static_cast<const xcb_get_keyboard_mapping_reply_t *>(reply));
-        if (!m_knowsNames)
-            finish();
+            regrab(keyboard);
     });
-    if (m_knowsNames)
-        m_x11.whenReplied(asked.names, this, [this, finish](const void *reply) {
-            m_newKeyboard.takeNames(reply);
-            finish();
-        });
 }
 
 /// Grabs what is new before it releases what is old, so that no press falls between. Layouts mostly change what
@@ -233,7 +201,7 @@ void X11HotKeys::handle(const xcb_generic_event_t *event)
         reinterpret_cast<const xcb_mapping_notify_event_t *>(event)->request != XCB_MAPPING_POINTER;
     if (isMapping || type == m_keyboardEvent) {
         if (!m_keys.empty())
-            refresh();
+            readKeyboard();
     } else if (type == XCB_GE_GENERIC) {
         const auto *generic = reinterpret_cast<const xcb_ge_generic_event_t *>(event);
         if (generic->extension == m_inputOpcode && generic->event_type == XCB_INPUT_KEY_PRESS)
@@ -248,7 +216,7 @@ void X11HotKeys::handlePress(const xcb_input_key_press_event_t &press)
     m_x11.flush();
     if (press.flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT)
         return;
-    m_desktop.noteUserTime(press.time);
+    m_windows.noteUserTime(press.time);
     for (const HotKey &key : m_keys) {
         const KeyPosition *position = keyPosition(key.keyCode);
         const uint16_t mask = m_keyboard.mask(key.modifiers);

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "platform/HotKeys.h"
-#include "platform/freedesktop/X11Desktop.h"
 #include "platform/freedesktop/X11Keyboard.h"
+#include "platform/freedesktop/X11Windows.h"
 
 #include <set>
 #include <utility>
@@ -17,8 +17,8 @@ namespace cobblet {
 class X11HotKeys : public HotKeys {
     Q_OBJECT
 public:
-    /// The desktop outlives this object.
-    explicit X11HotKeys(X11Desktop &desktop);
+    /// `windows` outlives this object.
+    explicit X11HotKeys(X11Windows &windows);
     ~X11HotKeys() override;
 
     /// Two round trips for all of them.
@@ -40,7 +40,6 @@ private:
 
     bool findExtensions();
     void readKeyboard();
-    void refresh();
     void regrab(const X11Keyboard &keyboard);
     std::vector<Grab> grabsFor(const HotKey &key, const X11Keyboard &keyboard) const;
     Request request(const std::vector<Grab> &grabs);
@@ -50,16 +49,15 @@ private:
     void handle(const xcb_generic_event_t *event);
     void handlePress(const xcb_input_key_press_event_t &press);
 
-    X11Desktop &m_desktop;
+    X11Windows &m_windows;
     X11Connection &m_x11;
     QString m_unavailable;
     uint8_t m_inputOpcode = 0;
     uint8_t m_keyboardEvent = 0; ///< of the extension that knows names; 0 without it
     bool m_knowsNames = false;
     X11Keyboard m_keyboard;
-    X11Keyboard m_newKeyboard; ///< while its replies arrive
-    bool m_refreshing = false;
-    bool m_refreshAgain = false;
+    bool m_reading = false;
+    bool m_readAgain = false;
     std::vector<HotKey> m_keys; ///< those that are registered
 };
 

@@ -6,7 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <utility>
+#include <memory>
 
 namespace cobblet {
 
@@ -22,55 +22,57 @@ constexpr xcb_keysym_t numLock = 0xff7f, scrollLock = 0xff14;
 
 } // namespace
 
-X11Keyboard::Questions X11Keyboard::ask(X11Connection &x11, bool knowsNames)
+void X11Keyboard::read(X11Connection &x11, bool knowsNames, QObject *context,
+                       std::function<void(const X11Keyboard &)> done)
 {
-    const xcb_setup_t *setup = xcb_get_setup(x11.xcb());
-    Questions asked;
-    asked.modifiers = xcb_get_modifier_mapping(x11.xcb()).sequence;
-    asked.symbols =
-        xcb_get_keyboard_mapping(x11.xcb(), setup->min_keycode, uint8_t(setup->max_keycode - setup->min_keycode + 1))
-            .sequence;
+    using Modifiers = xcb_get_modifier_mapping_reply_t;
+    xcb_connection_t *xcb = x11.xcb();
+    const xcb_setup_t *setup = xcb_get_setup(xcb);
+    const auto keyboard = std::make_shared<X11Keyboard>();
+    const auto modifiersAsked = xcb_get_modifier_mapping(xcb);
+    const auto symbolsAsked =
+        xcb_get_keyboard_mapping(xcb, setup->min_keycode, uint8_t(setup->max_keycode - setup->min_keycode + 1));
+    // Kept until the symbols are known, in which their codes are looked up.
+    const auto modifiers = std::make_shared<QByteArray>();
+    x11.whenReplied(modifiersAsked.sequence, context, [modifiers](const void *reply) {
+        if (reply)
+            *modifiers = {static_cast<const char *>(reply),
+                          qsizetype(sizeof(Modifiers)) +
+                              xcb_get_modifier_mapping_keycodes_length(static_cast<const Modifiers *>(reply))};
+    });
+    x11.whenReplied(symbolsAsked.sequence, context, [=](const void *reply) {
+        if (reply && !modifiers->isEmpty())
+            keyboard->takeSymbols(setup, reinterpret_cast<const Modifiers *>(modifiers->constData()),
+                                  static_cast<const xcb_get_keyboard_mapping_reply_t *>(reply));
+        if (!knowsNames)
+            done(*keyboard);
+    });
     if (knowsNames)
-        asked.names = xcb_xkb_get_names(x11.xcb(), XCB_XKB_ID_USE_CORE_KBD, XCB_XKB_NAME_DETAIL_KEY_NAMES).sequence;
-    return asked;
+        x11.whenReplied(xcb_xkb_get_names(xcb, XCB_XKB_ID_USE_CORE_KBD, XCB_XKB_NAME_DETAIL_KEY_NAMES).sequence,
+                        context, [keyboard, done](const void *reply) {
+                            keyboard->takeNames(reply);
+                            done(*keyboard);
+                        });
 }
 
-xcb_keycode_t X11Keyboard::firstCode(X11Connection &x11)
+void X11Keyboard::takeSymbols(const xcb_setup_t *setup, const xcb_get_modifier_mapping_reply_t *modifiers,
+                              const xcb_get_keyboard_mapping_reply_t *symbols)
 {
-    return xcb_get_setup(x11.xcb())->min_keycode;
-}
-
-void X11Keyboard::takeModifiers(const xcb_get_modifier_mapping_reply_t *reply)
-{
-    m_modifierKeys.clear();
-    if (!reply)
-        return;
-    const xcb_keycode_t *codes = xcb_get_modifier_mapping_keycodes(reply);
-    const int each = reply->keycodes_per_modifier;
-    for (int row = firstFreeModifier; row < 8; ++row)
-        m_modifierKeys.emplace_back(codes + row * each, codes + (row + 1) * each);
-}
-
-void X11Keyboard::takeSymbols(xcb_keycode_t first, const xcb_get_keyboard_mapping_reply_t *reply)
-{
-    const auto rows = std::exchange(m_modifierKeys, {});
-    if (!reply || reply->keysyms_per_keycode == 0)
-        return;
-    const xcb_keysym_t *symbols = xcb_get_keyboard_mapping_keysyms(reply);
-    const int count = xcb_get_keyboard_mapping_keysyms_length(reply);
-    const int each = reply->keysyms_per_keycode;
-    const auto types = [&](xcb_keycode_t code, std::initializer_list<xcb_keysym_t> wanted) {
-        const int at = (int(code) - first) * each;
-        return code >= first && at + each <= count &&
-               std::any_of(symbols + at, symbols + at + each, [&wanted](xcb_keysym_t symbol) {
-                   return std::find(wanted.begin(), wanted.end(), symbol) != wanted.end();
-               });
-    };
+    const xcb_keysym_t *typed = xcb_get_keyboard_mapping_keysyms(symbols);
+    const int count = xcb_get_keyboard_mapping_keysyms_length(symbols);
+    const int each = symbols->keysyms_per_keycode;
+    const xcb_keycode_t *codes = xcb_get_modifier_mapping_keycodes(modifiers);
+    const int perModifier = modifiers->keycodes_per_modifier;
+    // The bit of the first free modifier with a key that types one of these symbols; 0 without one.
     const auto carrying = [&](std::initializer_list<xcb_keysym_t> wanted) -> uint16_t {
-        for (size_t row = 0; row < rows.size(); ++row)
-            if (std::any_of(rows[row].begin(), rows[row].end(),
-                            [&](xcb_keycode_t code) { return types(code, wanted); }))
-                return uint16_t(1u << (firstFreeModifier + row));
+        for (int row = firstFreeModifier; row < 8; ++row)
+            for (int i = row * perModifier; i < (row + 1) * perModifier; ++i) {
+                const int at = (codes[i] - setup->min_keycode) * each;
+                if (codes[i] >= setup->min_keycode && at + each <= count &&
+                    std::find_first_of(typed + at, typed + at + each, wanted.begin(), wanted.end()) !=
+                        typed + at + each)
+                    return uint16_t(1u << row);
+            }
         return 0;
     };
     if (const uint16_t option = carrying({keysym::altLeft, keysym::altRight}))

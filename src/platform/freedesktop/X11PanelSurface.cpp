@@ -43,11 +43,11 @@ xcb_connection_t *toolkitConnection()
 
 } // namespace
 
-X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Screens &screens, X11Desktop &desktop)
-    : QtPanelSurface(window, screens, Focus::Derived), m_desktop(desktop), m_toolkit(toolkitConnection()),
+X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Screens &screens, X11Windows &windows)
+    : QtPanelSurface(window, screens, Focus::Derived), m_windows(windows), m_toolkit(toolkitConnection()),
       m_radius(cornerRadius)
 {
-    m_desktop.x11().intern({timeMark, windowState, "WM_STATE", hiddenState, blurRegion, "_NET_WM_WINDOW_TYPE",
+    m_windows.x11().intern({timeMark, windowState, "WM_STATE", hiddenState, blurRegion, "_NET_WM_WINDOW_TYPE",
                             "_NET_WM_WINDOW_TYPE_UTILITY", "_NET_WM_STATE_ABOVE", "_NET_WM_STATE_STICKY",
                             "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER", "_NET_WM_DESKTOP"});
     window.create();
@@ -55,12 +55,12 @@ X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Scr
 
     m_loss.setSingleShot(true);
     connect(&m_loss, &QTimer::timeout, this, &X11PanelSurface::lostKey);
-    connect(&m_desktop, &X11Desktop::activeWindowChanged, this, &X11PanelSurface::loseKeyIfElsewhere);
-    connect(&m_desktop, &X11Desktop::activationSent, this, [this](xcb_window_t activated) {
+    connect(&m_windows, &X11Windows::activeWindowChanged, this, &X11PanelSurface::loseKeyIfElsewhere);
+    connect(&m_windows, &X11Windows::activationSent, this, [this](xcb_window_t activated) {
         if (activated != m_id)
             m_previous = XCB_WINDOW_NONE; // the focus is given to someone else on purpose
     });
-    connect(&m_desktop, &X11Desktop::compositingChanged, this, [this] {
+    connect(&m_windows, &X11Windows::compositingChanged, this, [this] {
         updateEffects();
         applyAlpha();
         emit blendingChanged();
@@ -82,16 +82,32 @@ X11PanelSurface::~X11PanelSurface()
     qGuiApp->removeNativeEventFilter(this);
 }
 
+Availability X11PanelSurface::availability() const
+{
+    if (!m_windows.hasManager())
+        return Availability::partly(QStringLiteral("No window manager runs: the panel places and focuses itself, and "
+                                                   "nothing keeps it above other windows."));
+    if (!blendsWithDesktop())
+        return Availability::partly(QStringLiteral("No compositing manager runs: the panel's corners are cut, and it "
+                                                   "neither fades nor blurs. Start one, such as picom."));
+    // A compositing manager that blurs says so by a property of this name on the root window.
+    X11Connection &x11 = m_windows.x11();
+    return x11.cardinals(x11.root(), x11.atom(blurRegion), 1).empty()
+               ? Availability::works(
+                     QStringLiteral("This compositing manager does not blur what is behind the panel."))
+               : Availability::works();
+}
+
 void X11PanelSurface::set(const char *property, xcb_atom_t type, const std::vector<uint32_t> &values)
 {
-    xcb_change_property(m_toolkit, XCB_PROP_MODE_REPLACE, m_id, m_desktop.x11().atom(property), type, 32,
+    xcb_change_property(m_toolkit, XCB_PROP_MODE_REPLACE, m_id, m_windows.x11().atom(property), type, 32,
                         uint32_t(values.size()), values.data());
 }
 
 /// A window manager drops the state of a window that is withdrawn, so all is said again before each mapping.
 void X11PanelSurface::prepareToMap()
 {
-    X11Connection &x11 = m_desktop.x11();
+    X11Connection &x11 = m_windows.x11();
     m_repeatsState = !m_stateWasDropped;
     set("_NET_WM_WINDOW_TYPE", XCB_ATOM_ATOM, {x11.atom("_NET_WM_WINDOW_TYPE_UTILITY")});
     set(windowState, XCB_ATOM_ATOM,
@@ -104,19 +120,19 @@ void X11PanelSurface::prepareToMap()
 /// A state that was said before the window manager dealt with the last unmapping goes with it.
 void X11PanelSurface::repeatState()
 {
-    X11Connection &x11 = m_desktop.x11();
+    X11Connection &x11 = m_windows.x11();
     addStates(m_id, "_NET_WM_STATE_ABOVE", "_NET_WM_STATE_STICKY");
     addStates(m_id, "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER");
-    x11.sendToRootOn(m_toolkit, m_id, x11.atom("_NET_WM_DESKTOP"), {allDesktops, fromApplication});
+    x11.sendToRoot(m_id, x11.atom("_NET_WM_DESKTOP"), {allDesktops, fromApplication}, m_toolkit);
 }
 
 /// Of a window that is shown already.
 void X11PanelSurface::addStates(xcb_window_t window, const char *first, const char *second)
 {
     constexpr uint32_t add = 1;
-    X11Connection &x11 = m_desktop.x11();
-    x11.sendToRootOn(m_toolkit, window, x11.atom(windowState),
-                     {add, x11.atom(first), x11.atom(second), fromApplication});
+    X11Connection &x11 = m_windows.x11();
+    x11.sendToRoot(window, x11.atom(windowState), {add, x11.atom(first), x11.atom(second), fromApplication},
+                   m_toolkit);
 }
 
 /// The toolkit sends a change of opacity with whatever it sends next, which may be the end of the fade.
@@ -126,9 +142,9 @@ void X11PanelSurface::applyAlpha()
     xcb_flush(m_toolkit);
 }
 
-void X11PanelSurface::place(const QRect &geometry)
+void X11PanelSurface::setGeometry(const QRect &geometry)
 {
-    QtPanelSurface::place(geometry);
+    QtPanelSurface::setGeometry(geometry);
     updateShape(geometry.size());
 }
 
@@ -155,7 +171,7 @@ void X11PanelSurface::updateEffects()
             region.insert(region.end(), {uint32_t(row.x), uint32_t(row.y), row.width, row.height});
         set(blurRegion, XCB_ATOM_CARDINAL, region);
     } else {
-        xcb_delete_property(m_toolkit, m_id, m_desktop.x11().atom(blurRegion));
+        xcb_delete_property(m_toolkit, m_id, m_windows.x11().atom(blurRegion));
     }
     xcb_flush(m_toolkit);
 }
@@ -171,13 +187,13 @@ void X11PanelSurface::makeKeyAndOrderFront()
     if (isVisible()) {
         window().raise();
     } else {
-        m_previous = m_desktop.activeWindow();
-        if (!m_desktop.hasWindowManager()) {
+        m_previous = m_windows.activeWindow();
+        if (!m_windows.hasManager()) {
             // Nobody keeps the active window then, so the server has to be asked.
-            xcb_connection_t *xcb = m_desktop.x11().xcb();
+            xcb_connection_t *xcb = m_windows.x11().xcb();
             const XcbReply<xcb_get_input_focus_reply_t> focus(
                 xcb_get_input_focus_reply(xcb, xcb_get_input_focus(xcb), nullptr));
-            m_desktop.x11().drainSoon();
+            m_windows.x11().drainSoon();
             m_previous = focus ? focus->focus : xcb_window_t(XCB_WINDOW_NONE);
         }
         prepareToMap();
@@ -188,14 +204,14 @@ void X11PanelSurface::makeKeyAndOrderFront()
 
 void X11PanelSurface::takeFocus()
 {
-    if (!m_desktop.hasWindowManager()) {
+    if (!m_windows.hasManager()) {
         xcb_set_input_focus(m_toolkit, XCB_INPUT_FOCUS_POINTER_ROOT, m_id, XCB_CURRENT_TIME);
     } else {
         // A window manager refuses the focus to a request older than the user's last action elsewhere, and what
         // brought the panel up often has no time of its own. An empty change of a property makes the server say
         // what time it is.
         m_awaitsTime = true;
-        xcb_change_property(m_toolkit, XCB_PROP_MODE_APPEND, m_id, m_desktop.x11().atom(timeMark), XCB_ATOM_CARDINAL,
+        xcb_change_property(m_toolkit, XCB_PROP_MODE_APPEND, m_id, m_windows.x11().atom(timeMark), XCB_ATOM_CARDINAL,
                             32, 0, nullptr);
     }
     xcb_flush(m_toolkit);
@@ -203,8 +219,8 @@ void X11PanelSurface::takeFocus()
 
 bool X11PanelSurface::holdsFocus(xcb_window_t focus) const
 {
-    if (focus == XCB_INPUT_FOCUS_NONE || focus == XCB_INPUT_FOCUS_POINTER_ROOT || focus == m_desktop.x11().root() ||
-        m_desktop.isManagerWindow(focus))
+    if (focus == XCB_INPUT_FOCUS_NONE || focus == XCB_INPUT_FOCUS_POINTER_ROOT || focus == m_windows.x11().root() ||
+        m_windows.isManagerWindow(focus))
         return true; // nobody else has it
     return isFamily(ownWindow(focus));
 }
@@ -229,21 +245,18 @@ void X11PanelSurface::returnFocus()
     const xcb_window_t previous = std::exchange(m_previous, XCB_WINDOW_NONE);
     if (previous <= XCB_INPUT_FOCUS_POINTER_ROOT || previous == m_id)
         return;
-    X11Connection &x11 = m_desktop.x11();
-    const auto focusAsked = xcb_get_input_focus(x11.xcb());
-    const auto stateAsked = x11.askCardinals(previous, x11.atom(windowState), 64);
-    const auto attributesAsked = xcb_get_window_attributes(x11.xcb(), previous);
-    const XcbReply<xcb_get_input_focus_reply_t> focus(xcb_get_input_focus_reply(x11.xcb(), focusAsked, nullptr));
-    const std::vector<uint32_t> states = x11.cardinals(stateAsked);
+    X11Connection &x11 = m_windows.x11();
+    const XcbReply<xcb_get_input_focus_reply_t> focus(
+        xcb_get_input_focus_reply(x11.xcb(), xcb_get_input_focus(x11.xcb()), nullptr));
     const XcbReply<xcb_get_window_attributes_reply_t> attributes(
-        xcb_get_window_attributes_reply(x11.xcb(), attributesAsked, nullptr));
-    x11.drainSoon();
+        xcb_get_window_attributes_reply(x11.xcb(), xcb_get_window_attributes(x11.xcb(), previous), nullptr));
+    const std::vector<uint32_t> states = x11.cardinals(previous, x11.atom(windowState), 64);
     if (!focus || !attributes || !holdsFocus(focus->focus))
         return;
     if (std::find(states.begin(), states.end(), x11.atom(hiddenState)) != states.end())
         return;
-    if (m_desktop.hasWindowManager()) {
-        m_desktop.activateOn(m_toolkit, previous, m_desktop.userTime());
+    if (m_windows.hasManager()) {
+        m_windows.activate(previous, m_windows.userTime(), m_toolkit);
     } else if (attributes->map_state == XCB_MAP_STATE_VIEWABLE) {
         xcb_set_input_focus(m_toolkit, XCB_INPUT_FOCUS_POINTER_ROOT, previous, XCB_CURRENT_TIME);
         xcb_flush(m_toolkit);
@@ -258,7 +271,7 @@ bool X11PanelSurface::nativeEventFilter(const QByteArray &type, void *message, q
     switch (event->response_type & 0x7f) {
     case XCB_KEY_PRESS:
     case XCB_BUTTON_PRESS:
-        m_desktop.noteUserTime(static_cast<const xcb_key_press_event_t *>(message)->time);
+        m_windows.noteUserTime(static_cast<const xcb_key_press_event_t *>(message)->time);
         break;
     case XCB_FOCUS_IN:
     case XCB_FOCUS_OUT:
@@ -270,17 +283,17 @@ bool X11PanelSurface::nativeEventFilter(const QByteArray &type, void *message, q
             break;
         // The toolkit asks the server after each of the states' changes whether the window is minimised, maximised or
         // full-screen, and waits for the answers before it paints. A panel is none of these.
-        if (notify->atom == m_desktop.x11().atom(windowState)) {
+        if (notify->atom == m_windows.x11().atom(windowState)) {
             m_stateWasDropped = m_stateWasDropped || notify->state == XCB_PROPERTY_DELETE;
             return true;
         }
-        if (notify->atom == m_desktop.x11().atom("WM_STATE"))
+        if (notify->atom == m_windows.x11().atom("WM_STATE"))
             return true;
-        if (m_awaitsTime && notify->atom == m_desktop.x11().atom(timeMark)) {
+        if (m_awaitsTime && notify->atom == m_windows.x11().atom(timeMark)) {
             m_awaitsTime = false;
-            m_desktop.noteUserTime(notify->time);
+            m_windows.noteUserTime(notify->time);
             if (isVisible()) {
-                m_desktop.activateOn(m_toolkit, m_id, notify->time);
+                m_windows.activate(m_id, notify->time, m_toolkit);
                 if (m_repeatsState)
                     repeatState();
             }
@@ -324,15 +337,15 @@ void X11PanelSurface::popoverVisibleChanged(bool visible)
     const auto *popover = qobject_cast<QWindow *>(sender());
     if (visible || !popover || !popover->handle() || popover->winId() != m_holder || !isVisible())
         return;
-    if (m_desktop.hasWindowManager())
-        m_desktop.activateOn(m_toolkit, m_id, m_desktop.userTime());
+    if (m_windows.hasManager())
+        m_windows.activate(m_id, m_windows.userTime(), m_toolkit);
     else
         takeFocus();
 }
 
 void X11PanelSurface::loseKeyIfElsewhere()
 {
-    const xcb_window_t active = m_desktop.activeWindow();
+    const xcb_window_t active = m_windows.activeWindow();
     if (m_loss.isActive() && active != XCB_WINDOW_NONE && !isFamily(ownWindow(active)))
         m_loss.start(std::chrono::milliseconds(0));
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/freedesktop/X11Desktop.h"
+#include "platform/freedesktop/X11Windows.h"
 #include "platform/portable/QtPanelSurface.h"
 
 #include <QAbstractNativeEventFilter>
@@ -14,16 +14,17 @@ class X11PanelSurface : public QtPanelSurface, private QAbstractNativeEventFilte
     Q_OBJECT
 public:
     /// `cornerRadius` is in points. The application runs on the toolkit's X11 platform.
-    X11PanelSurface(QWindow &window, double cornerRadius, const Screens &screens, X11Desktop &desktop);
+    X11PanelSurface(QWindow &window, double cornerRadius, const Screens &screens, X11Windows &windows);
     ~X11PanelSurface() override;
 
+    Availability availability() const override;
     void makeKeyAndOrderFront() override;
     void orderOut() override;
-    bool blendsWithDesktop() const override { return m_desktop.isCompositing(); }
+    bool blendsWithDesktop() const override { return m_windows.isCompositing(); }
     void setWantsBlur(bool wanted) override;
 
 protected:
-    void place(const QRect &geometry) override;
+    void setGeometry(const QRect &geometry) override;
     void applyAlpha() override;
 
 private slots:
@@ -44,7 +45,7 @@ private:
     void set(const char *property, xcb_atom_t type, const std::vector<uint32_t> &values);
     void addStates(xcb_window_t window, const char *first, const char *second);
 
-    X11Desktop &m_desktop;
+    X11Windows &m_windows;
     xcb_connection_t *m_toolkit; ///< the toolkit's connection: what it carries stays in order with the mapping
     xcb_window_t m_id = XCB_WINDOW_NONE;
     double m_radius;

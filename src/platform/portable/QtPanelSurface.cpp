@@ -48,22 +48,31 @@ QtPanelSurface::QtPanelSurface(QWindow &window, const Screens &screens, Focus fo
         });
 }
 
+Availability QtPanelSurface::availability() const
+{
+    if (!QGuiApplication::platformName().startsWith(QLatin1String("wayland")))
+        return Availability::works();
+    return Availability::partly(
+        QStringLiteral("This desktop places the panel itself, not beside the dock. Start Cobblet "
+                       "with QT_QPA_PLATFORM=xcb to have it there."));
+}
+
 bool QtPanelSurface::isVisible() const
 {
     return m_window.isVisible();
 }
 
-void QtPanelSurface::setFrame(const QRectF &frame)
+void QtPanelSurface::setPlace(const PanelPlace &place)
 {
     m_frameAnimation.stop();
-    applyFrame(frame);
+    applyFrame(place.frame);
 }
 
-void QtPanelSurface::animateFrame(const QRectF &frame, double seconds, Easing easing)
+void QtPanelSurface::animatePlace(const PanelPlace &place, double seconds, Easing easing)
 {
     m_frameAnimation.stop();
     m_frameAnimation.setStartValue(m_frame);
-    m_frameAnimation.setEndValue(frame);
+    m_frameAnimation.setEndValue(place.frame);
     m_frameAnimation.setEasingCurve(curve(easing));
     m_frameAnimation.setDuration(qRound(seconds * 1000));
     m_frameAnimation.start();
@@ -73,10 +82,10 @@ void QtPanelSurface::applyFrame(const QRectF &frame)
 {
     m_frame = frame;
     const QRectF placed = m_screens.toWindowSystem(frame);
-    place(QRect(qRound(placed.x()), qRound(placed.y()), qRound(placed.width()), qRound(placed.height())));
+    setGeometry(QRect(qRound(placed.x()), qRound(placed.y()), qRound(placed.width()), qRound(placed.height())));
 }
 
-void QtPanelSurface::place(const QRect &geometry)
+void QtPanelSurface::setGeometry(const QRect &geometry)
 {
     if (geometry != m_window.geometry())
         m_window.setGeometry(geometry);

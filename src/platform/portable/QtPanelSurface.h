@@ -21,9 +21,10 @@ public:
     /// The window is not shown yet; both references outlive the surface.
     QtPanelSurface(QWindow &window, const Screens &screens, Focus focus = Focus::Toolkit);
 
+    Availability availability() const override;
     bool isVisible() const override;
-    void setFrame(const QRectF &frame) override;
-    void animateFrame(const QRectF &frame, double seconds, Easing easing) override;
+    void setPlace(const PanelPlace &place) override;
+    void animatePlace(const PanelPlace &place, double seconds, Easing easing) override;
     void setAlpha(double alpha) override;
     void fade(double alpha, double seconds, Easing easing, std::function<void()> done) override;
     void makeKeyAndOrderFront() override;
@@ -36,8 +37,8 @@ protected:
     QWindow &window() const { return m_window; }
     /// The panel, what is transient for it, and menus.
     bool isFamily(const QWindow *other) const;
-    /// Places the window (y-down points); where it lies already, nothing is asked of the window system.
-    virtual void place(const QRect &geometry);
+    /// Moves the window (y-down points); where it lies already, nothing is asked of the window system.
+    virtual void setGeometry(const QRect &geometry);
     /// Gives the window the current alpha, or full opacity where nothing is blended.
     virtual void applyAlpha();
 

@@ -10,6 +10,7 @@ namespace cobblet {
 /// The toolkit's clipboard.
 class QtPasteboard : public Pasteboard {
 public:
+    Availability availability() const override { return Availability::works(); }
     void setText(const QString &text) override { QGuiApplication::clipboard()->setText(text); }
 };
 

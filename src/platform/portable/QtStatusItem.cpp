@@ -13,17 +13,18 @@ namespace cobblet {
 
 namespace {
 
-/// Draws the template in each size that is asked for, and has a name for bars that do better than that.
-class TemplateIcon : public QIconEngine {
+/// Draws the template in each size that is asked for, light with a dark outline or dark with a light one, and has a
+/// name for bars that know better what is read on them.
+class OutlinedIcon : public QIconEngine {
 public:
-    TemplateIcon(StatusItem::Template image, QString name, const QColor &color)
-        : m_image(std::move(image)), m_name(std::move(name)), m_color(color)
+    OutlinedIcon(StatusItem::Template image, QString name, bool isLight)
+        : m_image(std::move(image)), m_name(std::move(name)), m_isLight(isLight)
     {
     }
 
-    QIconEngine *clone() const override { return new TemplateIcon(*this); }
+    QIconEngine *clone() const override { return new OutlinedIcon(*this); }
     QString iconName() override { return m_name; }
-    bool isNull() override { return m_image(m_color, 1, 1).isNull(); }
+    bool isNull() override { return m_image(Qt::black, 1, 1).isNull(); }
 
     /// The places of common bars, at one and two device pixels per point.
     QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override
@@ -32,18 +33,31 @@ public:
     }
     QPixmap pixmap(const QSize &size, QIcon::Mode, QIcon::State) override
     {
-        return QPixmap::fromImage(m_image(m_color, qMin(size.width(), size.height()), 1));
+        QPixmap canvas(size);
+        canvas.fill(Qt::transparent);
+        QPainter painter(&canvas);
+        draw(painter, canvas.rect(), 1);
+        return canvas;
     }
     void paint(QPainter *painter, const QRect &rect, QIcon::Mode, QIcon::State) override
     {
-        painter->drawImage(
-            rect, m_image(m_color, qMin(rect.width(), rect.height()), painter->device()->devicePixelRatio()));
+        draw(*painter, rect, painter->device()->devicePixelRatio());
     }
 
 private:
+    void draw(QPainter &painter, const QRect &rect, qreal ratio) const
+    {
+        const double side = qMin(rect.width(), rect.height()) - 2;
+        const QPointF corner = QRectF(rect).center() - QPointF(side / 2, side / 2);
+        const QImage outline = m_image(StatusItem::tint(!m_isLight), side, ratio);
+        for (const QPoint step : {QPoint(-1, -1), {0, -1}, {1, -1}, {-1, 0}, {1, 0}, {-1, 1}, {0, 1}, {1, 1}})
+            painter.drawImage(corner + step, outline);
+        painter.drawImage(corner, m_image(StatusItem::tint(m_isLight), side, ratio));
+    }
+
     StatusItem::Template m_image;
     QString m_name;
-    QColor m_color;
+    bool m_isLight;
 };
 
 } // namespace
@@ -51,12 +65,17 @@ private:
 QtStatusItem::QtStatusItem(QtMenus &menus, const Appearance &appearance, const QString &iconName)
     : m_menus(menus), m_appearance(appearance), m_iconName(iconName)
 {
-    connect(&appearance, &Appearance::changed, this, &QtStatusItem::follow);
+    connect(&appearance, &Appearance::changed, this, [this] {
+        if (!m_tray)
+            return;
+        m_tray->setIcon(icon());
+        m_menus.recolor(*m_menu, tint(m_appearance.isDark()));
+    });
 }
 
 QtStatusItem::~QtStatusItem()
 {
-    hide();
+    m_tray.reset(); // before the menu that it shows
 }
 
 void QtStatusItem::setImage(Template image, const QString &accessibilityDescription)
@@ -72,43 +91,29 @@ void QtStatusItem::setMenu(const QList<MenuItem> &items)
 
 QIcon QtStatusItem::icon() const
 {
-    return QIcon(new TemplateIcon(m_image, m_iconName, tint(m_appearance.isDark())));
+    return QIcon(new OutlinedIcon(m_image, m_iconName, m_appearance.isDark()));
 }
 
 void QtStatusItem::show()
 {
-    if (m_tray)
-        return;
     m_menu = std::make_unique<QMenu>();
     m_menus.fill(*m_menu, m_items, tint(m_appearance.isDark()));
     m_tray = std::make_unique<QSystemTrayIcon>(icon());
     m_tray->setToolTip(m_description);
     m_tray->setContextMenu(m_menu.get());
     connect(m_tray.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-        // Context comes from bars that leave showing the menu to the program.
-        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::Context)
-            openMenu({QCursor::pos(), QSize(1, 1)});
+        // A bar that does not say where the item is leaves the context menu to the program.
+        if (reason == QSystemTrayIcon::Trigger ||
+            (reason == QSystemTrayIcon::Context && m_tray->geometry().isEmpty()))
+            openMenu();
     });
     m_tray->show();
 }
 
-void QtStatusItem::hide()
+void QtStatusItem::openMenu()
 {
-    m_tray.reset();
-    m_menu.reset();
-}
-
-void QtStatusItem::openMenu(const QRect &anchor)
-{
-    m_menus.popUpBeside(m_items, anchor);
-}
-
-void QtStatusItem::follow()
-{
-    if (!m_tray)
-        return;
-    m_tray->setIcon(icon());
-    m_menus.recolor(*m_menu, tint(m_appearance.isDark()));
+    const QRect place = m_tray->geometry();
+    m_menus.popUpBeside(m_items, place.isEmpty() ? QRect(QCursor::pos(), QSize(1, 1)) : place);
 }
 
 } // namespace cobblet

@@ -14,7 +14,8 @@ namespace cobblet {
 class Appearance;
 class QtMenus;
 
-/// The toolkit's own item. Needs a QApplication.
+/// The toolkit's own item. Its picture has an outline, so that it is read on light and dark bars. Needs a
+/// QApplication.
 class QtStatusItem : public QObject, public StatusItem {
     Q_OBJECT
 public:
@@ -25,19 +26,12 @@ public:
 
     void setImage(Template image, const QString &accessibilityDescription) override;
     void setMenu(const QList<MenuItem> &items) override;
+    Availability availability() const override { return Availability::works(); }
     void show() override;
-
-    /// Takes the item out of the bar; show() puts it back.
-    void hide();
-    /// Opens the menu beside a rectangle of the screen (points).
-    void openMenu(const QRect &anchor);
-
-    const Template &image() const { return m_image; }
-    const QString &accessibilityDescription() const { return m_description; }
 
 private:
     QIcon icon() const;
-    void follow();
+    void openMenu();
 
     QtMenus &m_menus;
     const Appearance &m_appearance;

@@ -2,9 +2,9 @@
 
 #include "platform/XSession.h"
 
-#include "platform/freedesktop/StartupMessage.h"
-#include "platform/freedesktop/X11Connection.h"
+#include "platform/freedesktop/X11Windows.h"
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
+#include "platform/freedesktop/apps/StartupNotification.h"
 #include "platform/freedesktop/apps/X11RunningApplications.h"
 #include "platform/freedesktop/apps/X11WindowAccess.h"
 
@@ -26,7 +26,8 @@ protected:
         write(system(QStringLiteral("clock")), entry("Clock", "xclock -update 3600", "StartupWMClass=XClock"));
         write(system(QStringLiteral("term")),
               entry("Term", "xterm", "StartupWMClass=XTerm\nCategories=TerminalEmulator;"));
-        write(system(QStringLiteral("stubborn")), entry("Stubborn", "\"" COBBLET_STUBBORN_WINDOW "\""));
+        write(system(QStringLiteral("stubborn")),
+              entry("Stubborn", "/usr/bin/python3 \"" COBBLET_STUBBORN_WINDOW "\""));
         write(system(QStringLiteral("guest")), entry("Guest", "true", "StartupWMClass=guest"));
     }
 
@@ -35,11 +36,11 @@ protected:
         ASSERT_TRUE(!windowManager || server.startWindowManager());
         x11 = X11Connection::open();
         ASSERT_TRUE(x11);
-        ASSERT_EQ(X11ClientWindows(*x11).hasLists(), windowManager);
+        windows = std::make_unique<X11Windows>(*x11);
+        ASSERT_EQ(windows->hasManager(), windowManager);
         workspace = std::make_unique<FreedesktopWorkspace>(x11.get());
-        running = std::make_unique<X11RunningApplications>(x11.get(), *workspace);
+        running = std::make_unique<X11RunningApplications>(windows.get(), *workspace);
         access = std::make_unique<X11WindowAccess>(*running, *workspace);
-        windows = std::make_unique<X11ClientWindows>(*x11);
     }
 
     QProcess &startClock(const QStringList &more = {})
@@ -60,22 +61,27 @@ protected:
                 return application;
         return {};
     }
+    ClientWindow read(xcb_window_t window) const
+    {
+        ClientWindow seen;
+        ClientWindow::read(*x11, window, x11.get(), [&seen](const ClientWindow &read) { seen = read; });
+        x11->awaitReplies();
+        return seen;
+    }
     std::vector<xcb_window_t> windowsOf(qint64 pid) const
     {
-        std::vector<xcb_window_t> found;
-        for (const ClientWindow &window : windows->describe(windows->list({})))
-            if (window.pid == pid)
-                found.push_back(window.id);
+        std::vector<xcb_window_t> found = windows->windows();
+        std::erase_if(found, [&](xcb_window_t window) { return read(window).pid != pid; });
         return found;
     }
-    bool isIconified(xcb_window_t window) const { return windows->iconified({window}).size() == 1; }
+    bool isIconified(xcb_window_t window) const { return windows->iconified({window}).contains(window); }
 
     XSession server;
     std::unique_ptr<X11Connection> x11;
+    std::unique_ptr<X11Windows> windows;
     std::unique_ptr<FreedesktopWorkspace> workspace;
     std::unique_ptr<X11RunningApplications> running;
     std::unique_ptr<X11WindowAccess> access;
-    std::unique_ptr<X11ClientWindows> windows;
 };
 
 TEST_F(RunningApplicationsTest, FollowsWhatRunsAndLeavesAloneWhatTheUserIconified)
@@ -85,8 +91,8 @@ TEST_F(RunningApplicationsTest, FollowsWhatRunsAndLeavesAloneWhatTheUserIconifie
         // openbox loses a window that is mapped while it takes over the screen: this one is there before.
         const auto early = X11Connection::open();
         ASSERT_TRUE(early);
-        X11ClientWindows tree(*early);
-        ASSERT_TRUE(waitFor([&] { return tree.list({}).size() == 1; }, 15000));
+        const X11Windows tree(*early);
+        ASSERT_TRUE(waitFor([&] { return tree.windows().size() == 1; }, 15000));
     }
     ASSERT_NO_FATAL_FAILURE(connectToDesktop(true));
     ASSERT_TRUE(waitFor([&] { return count("clock") == 1; }, 10000));
@@ -122,7 +128,8 @@ TEST_F(RunningApplicationsTest, FollowsWhatRunsAndLeavesAloneWhatTheUserIconifie
 TEST_F(RunningApplicationsTest, KillingOneOfTwoApplicationsInAProcessLeavesTheOther)
 {
     ASSERT_NO_FATAL_FAILURE(connectToDesktop(true));
-    QProcess &shared = server.start(QStringLiteral(COBBLET_STUBBORN_WINDOW), {QStringLiteral("guest")});
+    QProcess &shared = server.start(QStringLiteral("/usr/bin/python3"),
+                                    {QStringLiteral(COBBLET_STUBBORN_WINDOW), QStringLiteral("guest")});
     ASSERT_TRUE(waitFor([&] { return count("guest") == 1 && count("stubborn") == 1; }, 10000));
     EXPECT_EQ(count("term"), 0) << "they are only titled like one";
     running->forceTerminate(first("guest"));
@@ -161,10 +168,10 @@ TEST_F(RunningApplicationsTest, WhatIsLaunchedBecomesOneApplicationWithItsWindow
         EXPECT_EQ(count("wrapper"), 1) << "it runs from the launch on";
         const RunningApplication application = first("wrapper");
         EXPECT_FALSE(running->lacksWindows(application)) << "it is only starting";
-        ASSERT_TRUE(waitFor([&] { return windows->list({}).size() == 1; }, 10000));
+        ASSERT_TRUE(waitFor([&] { return windows->windows().size() == 1; }, 10000));
         EXPECT_FALSE(waitFor([&] { return count("wrapper") != 1; }, 300));
         EXPECT_EQ(first("wrapper"), application);
-        const qint64 child = windows->describe(windows->list({})).front().pid;
+        const qint64 child = read(windows->windows().front()).pid;
         EXPECT_NE(child, application.processIdentifier);
         force ? running->forceTerminate(application) : running->terminate(application);
         EXPECT_TRUE(waitFor([&] { return count("wrapper") == 0; }));
@@ -211,15 +218,15 @@ TEST_F(RunningApplicationsTest, TheDesktopHearsAMessageAboutALaunchInPieces)
         EXPECT_EQ(begins, !heard.contains(message->window));
         heard[message->window] += QByteArray(reinterpret_cast<const char *>(message->data.data8), 20);
     });
-    for (const int size : {0, 19, 20, 45}) {
+    StartupNotification startup(here.get());
+    for (const int size : {0, 4, 5, 45}) { // of 20 bytes, as a piece is, at 5
         heard.clear();
-        const QByteArray text(size, 'x');
-        broadcastStartup(*here, text);
+        startup.remove(QString(size, u'x') + QStringLiteral("\n\""));
         ASSERT_TRUE(waitFor([&] { return heard.size() == 1 && heard.begin()->endsWith('\0'); }, 5000)) << size;
-        EXPECT_EQ(QByteArray(heard.begin()->constData()), text);
+        EXPECT_EQ(QByteArray(heard.begin()->constData()), "remove: ID=\"" + QByteArray(size, 'x') + "\\\"\"");
     }
-    EXPECT_FALSE(StartupNotification(here.get()).mint().endsWith(u"_TIME0")) << "the server's clock";
-    EXPECT_EQ(quotedForStartup(QStringLiteral("a\n\"b\\")), "\"a\\\"b\\\\\"");
+    EXPECT_GT(StartupNotification::timeOf(startup.mint()), 0u) << "the server's clock";
+    EXPECT_EQ(StartupNotification::timeOf(QStringLiteral("a_TIME1_TIMEx")), 0u);
 }
 
 } // namespace

@@ -2,17 +2,12 @@
 
 #include <QString>
 
-#include <optional>
-
 namespace cobblet {
 
 class X11Connection;
 
-/// The X server's clock now, as event timestamps count it; absent when the server has no such counter.
-std::optional<uint32_t> serverTime(X11Connection &x11);
-
-/// Mints startup-notification identifiers, which let a launched application take the focus, and announces
-/// launches to the desktop. Main thread.
+/// Mints startup-notification identifiers, which let a launched application take the focus, and tells the desktop of
+/// launches. Main thread.
 class StartupNotification {
 public:
     /// `x11` may be null: identifiers are then minted without a clock.
@@ -20,11 +15,17 @@ public:
 
     /// A new identifier that carries the time of the launch.
     QString mint();
-    /// Tells the desktop that a launch began (it may show a busy pointer) or will not be completed.
+    /// Tells the desktop that a launch began (it may show a busy pointer).
     void announce(const QString &startupId, const QString &name, const QString &entryPath);
+    /// Tells it that a launch is done, or will not be completed.
     void remove(const QString &startupId);
 
+    /// The time that an identifier carries; 0 for one without.
+    static uint32_t timeOf(const QString &startupId);
+
 private:
+    void broadcast(const QByteArray &message);
+
     X11Connection *m_x11;
     unsigned m_sequence = 0;
 };

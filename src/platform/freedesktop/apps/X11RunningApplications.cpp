@@ -1,6 +1,6 @@
 #include "platform/freedesktop/apps/X11RunningApplications.h"
 
-#include "platform/freedesktop/X11Connection.h"
+#include "platform/freedesktop/X11Windows.h"
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 
 #include <QLoggingCategory>
@@ -22,116 +22,53 @@ constexpr qint64 startingMilliseconds = 15000;
 
 } // namespace
 
-X11RunningApplications::X11RunningApplications(X11Connection *x11, FreedesktopWorkspace &workspace, QObject *parent)
-    : m_x11(x11), m_workspace(workspace)
+X11RunningApplications::X11RunningApplications(X11Windows *windows, FreedesktopWorkspace &workspace, QObject *parent)
+    : m_display(windows), m_workspace(workspace)
 {
     setParent(parent);
     connect(&workspace.launcher(), &ApplicationLauncher::launched, this, &X11RunningApplications::launchedHere);
-    if (!x11)
+    if (!m_display)
         return;
-    m_clients = std::make_unique<X11ClientWindows>(*x11);
-    m_visibility = std::make_unique<X11WindowVisibility>(*m_clients);
-    if (!m_clients->hasLists())
-        qCDebug(lcRunning)
-            << "Nobody keeps a list of windows: running applications are looked for in the window tree.";
-    connect(x11, &X11Connection::eventArrived, this, &X11RunningApplications::onEvent);
-    connect(x11, &X11Connection::broken, this, [this] {
-        m_visibility.reset();
-        m_clients.reset();
-        m_order.clear();
-        m_windows.clear();
-        regroup();
+    m_visibility = std::make_unique<X11WindowVisibility>(*m_display);
+    connect(m_display, &X11Windows::added, this, &X11RunningApplications::read);
+    connect(m_display, &X11Windows::removed, this, [this](xcb_window_t window) {
+        m_visibility->forget(window);
+        m_windows.remove(window);
+        regroupSoon();
     });
-    take(m_clients->list(m_visibility->hidden()));
+    connect(m_display, &X11Windows::propertyChanged, this, [this](xcb_window_t window, xcb_atom_t property) {
+        if (property == m_display->x11().atom("WM_STATE"))
+            m_visibility->stateChanged(window);
+        else if (ClientWindow::isReadFrom(m_display->x11(), property))
+            read(window);
+    });
+    for (const xcb_window_t window : m_display->windows())
+        read(window);
+    m_display->x11().awaitReplies();
+    regroup();
 }
 
 X11RunningApplications::~X11RunningApplications() = default;
 
 // Following the windows
 
-void X11RunningApplications::onEvent(xcb_generic_event_t *event)
+void X11RunningApplications::read(xcb_window_t id)
 {
-    switch (event->response_type & 0x7f) {
-    case XCB_PROPERTY_NOTIFY: {
-        const auto *change = reinterpret_cast<const xcb_property_notify_event_t *>(event);
-        if (change->window == m_x11->root()) {
-            if (!m_clients->isList(change->atom))
-                return;
-            m_managerChanged = m_managerChanged || change->atom == m_x11->atom("_NET_SUPPORTING_WM_CHECK");
-        } else if (!m_windows.contains(change->window)) {
+    ClientWindow::read(m_display->x11(), id, this, [this, id](const ClientWindow &seen) {
+        if (!m_display->contains(id))
             return;
-        } else if (change->atom == m_x11->atom("WM_STATE")) {
-            m_visibility->stateChanged(change->window);
-            return;
-        } else if (m_clients->isIdentity(change->atom)) {
-            m_changed.insert(change->window);
-        } else {
-            return;
-        }
-        refreshSoon();
-        break;
-    }
-    case XCB_MAP_NOTIFY:
-    case XCB_UNMAP_NOTIFY:
-    case XCB_DESTROY_NOTIFY:
-    case XCB_REPARENT_NOTIFY:
-        if (!m_clients->hasLists())
-            refreshSoon();
-        break;
-    default:
-        break;
-    }
-}
-
-void X11RunningApplications::refreshSoon()
-{
-    if (!std::exchange(m_refreshQueued, true))
-        QMetaObject::invokeMethod(this, &X11RunningApplications::refresh, Qt::QueuedConnection);
-}
-
-void X11RunningApplications::refresh()
-{
-    m_refreshQueued = false;
-    if (!m_clients)
-        return;
-    if (std::exchange(m_managerChanged, false) || !m_clients->hasLists())
-        m_clients->findWindowManager();
-    if (!m_clients->hasLists())
-        return take(m_clients->list(m_visibility->hidden()));
-    // Without waiting: the list changes with every window that opens, the panel's among them.
-    m_x11->whenReplied(m_clients->askForList(), this, [this](const void *reply) {
-        if (m_clients)
-            take(m_clients->listIn(reply));
+        const Window &window = m_windows[id] = {seen, resolve(seen)};
+        qCDebug(lcRunning).noquote() << "Window" << id << "of process" << seen.pid << "belongs to"
+                                     << window.resolution.id << "by" << window.resolution.reason();
+        regroupSoon();
     });
 }
 
-void X11RunningApplications::take(std::vector<xcb_window_t> windows)
+/// Once for all that the server has just told.
+void X11RunningApplications::regroupSoon()
 {
-    m_order = std::move(windows);
-    const QSet<xcb_window_t> present(m_order.begin(), m_order.end());
-    for (auto window = m_windows.begin(); window != m_windows.end();) {
-        if (present.contains(window.key())) {
-            ++window;
-            continue;
-        }
-        m_x11->forget(window.key());
-        m_visibility->forget(window.key());
-        window = m_windows.erase(window);
-    }
-    std::vector<xcb_window_t> unread;
-    for (const xcb_window_t window : m_order)
-        if (!m_windows.contains(window) || m_changed.contains(window))
-            unread.push_back(window);
-    m_changed.clear();
-    for (ClientWindow &seen : m_clients->describe(unread)) {
-        Window &window = m_windows[seen.id];
-        window.resolution = resolve(seen);
-        window.seen = std::move(seen);
-        qCDebug(lcRunning).noquote() << "Window" << window.seen.id << "of process" << window.seen.pid << "belongs to"
-                                     << window.resolution.id << "by" << window.resolution.reason();
-    }
-    std::erase_if(m_order, [this](xcb_window_t window) { return !m_windows.contains(window); });
-    regroup();
+    if (!std::exchange(m_regroupQueued, true))
+        QMetaObject::invokeMethod(this, &X11RunningApplications::regroup, Qt::QueuedConnection);
 }
 
 Resolution X11RunningApplications::resolve(const ClientWindow &window) const
@@ -153,10 +90,11 @@ RunningApplication X11RunningApplications::ownerOf(const Window &window) const
             if (isOrDescendsFrom(owner.processIdentifier, terminal.key()))
                 owner.bundleIdentifier = terminal.value();
     if (owner.bundleIdentifier.isEmpty() && owner.processIdentifier > 0)
-        for (const xcb_window_t other : m_order)
-            if (const Window &candidate = *m_windows.constFind(other);
-                candidate.seen.pid == owner.processIdentifier && !candidate.resolution.id.isEmpty()) {
-                owner.bundleIdentifier = candidate.resolution.id;
+        for (const xcb_window_t other : m_display->windows())
+            if (const auto candidate = m_windows.constFind(other); candidate != m_windows.cend() &&
+                                                                   candidate->seen.pid == owner.processIdentifier &&
+                                                                   !candidate->resolution.id.isEmpty()) {
+                owner.bundleIdentifier = candidate->resolution.id;
                 break;
             }
     for (const auto &application : m_applications)
@@ -170,15 +108,16 @@ RunningApplication X11RunningApplications::ownerOf(const Window &window) const
 /// Divides the windows among the applications and tells what began and what ended.
 void X11RunningApplications::regroup()
 {
+    m_regroupQueued = false;
     for (const auto &application : m_applications)
         application->windows.clear();
     QList<RunningApplication> launched;
-    for (const xcb_window_t id : m_order) {
-        const Window &window = *m_windows.constFind(id);
+    for (const xcb_window_t id : m_display ? m_display->windows() : std::vector<xcb_window_t>()) {
+        const auto window = m_windows.constFind(id);
         // Docks and the desktop itself are part of the environment, not applications that somebody runs.
-        if (window.processEnded || !window.seen.isOrdinary)
+        if (window == m_windows.cend() || window->processEnded || !window->seen.isOrdinary)
             continue;
-        const RunningApplication owner = ownerOf(window);
+        const RunningApplication owner = ownerOf(*window);
         Application *application = find(owner);
         if (!application) {
             application = &add(owner);
@@ -259,9 +198,14 @@ QList<RunningApplication> X11RunningApplications::runningApplications() const
 
 Availability X11RunningApplications::availability() const
 {
-    if (m_clients)
+    if (seesWindows())
         return Availability::works();
     return Availability::partly(QStringLiteral("Without an X11 display it can't be seen which applications run."));
+}
+
+bool X11RunningApplications::seesWindows() const
+{
+    return m_display && xcb_connection_has_error(m_display->x11().xcb()) == 0;
 }
 
 X11RunningApplications::Application *X11RunningApplications::find(const RunningApplication &application) const
@@ -347,9 +291,8 @@ void X11RunningApplications::activate(const RunningApplication &application)
 bool X11RunningApplications::closeWindows(const Application &application)
 {
     bool asked = false;
-    if (m_clients)
-        for (const xcb_window_t window : application.windows)
-            asked = m_clients->close(window) || asked;
+    for (const xcb_window_t window : application.windows)
+        asked = m_display->close(window) || asked;
     return asked;
 }
 

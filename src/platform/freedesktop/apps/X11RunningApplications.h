@@ -1,15 +1,14 @@
 #pragma once
 
 #include "platform/RunningApplications.h"
+#include "platform/freedesktop/apps/ClientWindow.h"
 #include "platform/freedesktop/apps/ProcessEnd.h"
 #include "platform/freedesktop/apps/Processes.h"
-#include "platform/freedesktop/apps/X11ClientWindows.h"
 #include "platform/freedesktop/apps/X11WindowVisibility.h"
 
 #include <QElapsedTimer>
 #include <QHash>
 #include <QScopedPointer>
-#include <QSet>
 
 #include <memory>
 #include <vector>
@@ -17,7 +16,7 @@
 namespace cobblet {
 
 class FreedesktopWorkspace;
-class X11Connection;
+class X11Windows;
 
 /// The running applications: the windows of an X display joined with their processes, and the processes that
 /// this one launched. One application is one identifier in one main process; it runs until that process ends,
@@ -26,8 +25,8 @@ class X11Connection;
 class X11RunningApplications : public RunningApplications {
     Q_OBJECT
 public:
-    /// `x11` may be null: only what was launched from here is known then. Both must outlive this object.
-    X11RunningApplications(X11Connection *x11, FreedesktopWorkspace &workspace, QObject *parent = nullptr);
+    /// `windows` may be null: only what was launched from here is known then. Both must outlive this object.
+    X11RunningApplications(X11Windows *windows, FreedesktopWorkspace &workspace, QObject *parent = nullptr);
     ~X11RunningApplications() override;
 
     QList<RunningApplication> runningApplications() const override;
@@ -42,6 +41,8 @@ public:
 
     /// Maps all iconified windows of the application.
     void unminimize(const RunningApplication &application);
+    /// Whether there is an X display whose windows are followed.
+    bool seesWindows() const;
     /// It runs, has no window, and is not just being started.
     bool lacksWindows(const RunningApplication &application) const;
 
@@ -60,10 +61,8 @@ private:
         bool hadWindows = false;
     };
 
-    void onEvent(xcb_generic_event_t *event);
-    void refreshSoon();
-    void refresh();
-    void take(std::vector<xcb_window_t> windows);
+    void read(xcb_window_t window);
+    void regroupSoon();
     void regroup();
     void launchedHere(const QString &id, qint64 pid, bool inTerminal);
     void processEnded(const RunningApplication &application);
@@ -77,17 +76,13 @@ private:
     bool sharesProcess(const Application &application) const;
     bool closeWindows(const Application &application);
 
-    X11Connection *m_x11;
+    X11Windows *m_display;
     FreedesktopWorkspace &m_workspace;
-    std::unique_ptr<X11ClientWindows> m_clients;       ///< null without an X server
-    std::unique_ptr<X11WindowVisibility> m_visibility; ///< of the same
-    std::vector<xcb_window_t> m_order;
-    QHash<xcb_window_t, Window> m_windows;
-    QSet<xcb_window_t> m_changed;       ///< windows whose properties have to be read again
-    QHash<qint64, QString> m_terminals; ///< terminals started here, by pid, to show an application
+    std::unique_ptr<X11WindowVisibility> m_visibility; ///< null without an X server
+    QHash<xcb_window_t, Window> m_windows;             ///< those that have been read
+    QHash<qint64, QString> m_terminals;                ///< terminals started here, by pid, to show an application
     std::vector<std::unique_ptr<Application>> m_applications;
-    bool m_refreshQueued = false;
-    bool m_managerChanged = false;
+    bool m_regroupQueued = false;
 };
 
 } // namespace cobblet

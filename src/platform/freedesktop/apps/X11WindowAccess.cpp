@@ -5,9 +5,12 @@
 
 namespace cobblet {
 
-bool X11WindowAccess::isTrusted(bool)
+Availability X11WindowAccess::availability() const
 {
-    return true;
+    if (m_running.seesWindows())
+        return Availability::works();
+    return Availability::unavailable(QStringLiteral("Without an X display the windows of other applications can't be "
+                                                    "shown or hidden: start Cobblet in an X session."));
 }
 
 void X11WindowAccess::unminimizeWindows(const RunningApplication &application)

@@ -5,8 +5,9 @@
 namespace cobblet {
 
 /// The icon of this process's windows. X11 activates windows and not processes.
-class X11DockTile : public DockTile {
+class WindowDockTile : public DockTile {
 public:
+    Availability availability() const override { return Availability::works(); }
     void setIcon(const QImage &icon) override;
     /// Brings an ordinary window of this process to the front, if one is open; the panel does that for itself.
     void activateApplication() override;

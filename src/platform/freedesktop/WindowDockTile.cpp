@@ -1,4 +1,4 @@
-#include "platform/freedesktop/X11DockTile.h"
+#include "platform/freedesktop/WindowDockTile.h"
 
 #include <QGuiApplication>
 #include <QIcon>
@@ -7,7 +7,7 @@
 
 namespace cobblet {
 
-void X11DockTile::setIcon(const QImage &icon)
+void WindowDockTile::setIcon(const QImage &icon)
 {
     // In the sizes that window managers show: in full, the icon would be a megabyte in every process.
     QIcon sizes;
@@ -18,7 +18,7 @@ void X11DockTile::setIcon(const QImage &icon)
     QGuiApplication::setWindowIcon(sizes);
 }
 
-void X11DockTile::activateApplication()
+void WindowDockTile::activateApplication()
 {
     for (QWindow *window : QGuiApplication::topLevelWindows())
         if (window->isVisible() && window->type() == Qt::Window &&
@@ -29,7 +29,7 @@ void X11DockTile::activateApplication()
         }
 }
 
-void X11DockTile::setMenu(std::function<QList<DockMenuItem>()>, std::function<bool(const QString &)> chosen)
+void WindowDockTile::setMenu(std::function<QList<DockMenuItem>()>, std::function<bool(const QString &)> chosen)
 {
     m_chosen = std::move(chosen);
 }

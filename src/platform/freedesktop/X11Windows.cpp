@@ -1,0 +1,327 @@
+#include "platform/freedesktop/X11Windows.h"
+
+#include <QGuiApplication>
+#include <QLoggingCategory>
+
+#include <algorithm>
+#include <utility>
+
+#include <xcb/xfixes.h>
+
+namespace cobblet {
+
+Q_LOGGING_CATEGORY(lcDesktop, "cobblet.desktop")
+
+namespace {
+
+constexpr const char *activeWindowName = "_NET_ACTIVE_WINDOW";
+constexpr const char *managerCheck = "_NET_SUPPORTING_WM_CHECK";
+constexpr const char *supportedName = "_NET_SUPPORTED";
+constexpr const char *clientList = "_NET_CLIENT_LIST";
+
+constexpr size_t maximumWindows = 4096;
+constexpr uint32_t iconicState = 3;
+constexpr uint32_t asThePager = 2; // the source of a request that is the user's own, past the guards of the focus
+
+xcb_window_t firstOf(const std::vector<uint32_t> &values)
+{
+    return values.empty() ? xcb_window_t(XCB_WINDOW_NONE) : values.front();
+}
+
+} // namespace
+
+X11Windows::X11Windows(X11Connection &x11, QObject *parent) : QObject(parent), m_x11(x11)
+{
+    xcb_prefetch_extension_data(m_x11.xcb(), &xcb_xfixes_id);
+    const QByteArray compositor = "_NET_WM_CM_S" + QByteArray::number(m_x11.screenNumber());
+    m_x11.intern({activeWindowName, managerCheck, supportedName, clientList, compositor.constData(),
+                  "_NET_CLIENT_LIST_STACKING", "_NET_CLOSE_WINDOW", "_NET_RESTACK_WINDOW", "WM_CHANGE_STATE",
+                  "WM_STATE", "WM_PROTOCOLS", "WM_DELETE_WINDOW"});
+    if (const auto *toolkit = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr)
+        m_ownBase = xcb_get_setup(toolkit->connection())->resource_id_base;
+    connect(&m_x11, &X11Connection::eventArrived, this, &X11Windows::handle);
+    connect(&m_x11, &X11Connection::broken, this, [this] {
+        m_manager = XCB_WINDOW_NONE;
+        setWindows({});
+    });
+    m_x11.select(m_x11.root(), XCB_EVENT_MASK_PROPERTY_CHANGE);
+    m_x11.followOwner(m_x11.atom(compositor.constData()), this, [this](xcb_window_t owner) {
+        const bool compositing = owner != XCB_WINDOW_NONE;
+        if (std::exchange(m_compositing, compositing) != compositing)
+            emit compositingChanged();
+    });
+    followManager();
+    m_x11.awaitReplies();
+    if (!hasManager())
+        qCWarning(lcDesktop) << "No window manager runs: the panel places and focuses itself.";
+    if (!m_compositing)
+        qCInfo(lcDesktop)
+            << "No compositing manager runs: the panel's corners are cut, and it neither fades nor blurs.";
+}
+
+void X11Windows::handle(const xcb_generic_event_t *event)
+{
+    switch (event->response_type & 0x7f) {
+    case XCB_PROPERTY_NOTIFY: {
+        const auto *notify = reinterpret_cast<const xcb_property_notify_event_t *>(event);
+        const auto is = [&](const char *name) { return notify->atom == m_x11.atom(name); };
+        if (notify->window == m_x11.root()) {
+            if (is(activeWindowName))
+                followActive();
+            else if (is(managerCheck) || is(supportedName))
+                followManager();
+            else if (is(clientList))
+                followWindows();
+        } else if (notify->window == m_managerNamed && is(managerCheck)) {
+            followManager();
+        } else if (contains(notify->window)) {
+            emit propertyChanged(notify->window, notify->atom);
+        }
+        return;
+    }
+    case XCB_DESTROY_NOTIFY:
+        if (const auto gone = reinterpret_cast<const xcb_destroy_notify_event_t *>(event)->window;
+            gone == m_managerNamed) {
+            m_x11.forget(gone); // the next manager may get the same number for its window
+            m_managerNamed = XCB_WINDOW_NONE;
+            return setManager(XCB_WINDOW_NONE);
+        }
+        [[fallthrough]];
+    case XCB_MAP_NOTIFY:
+    case XCB_UNMAP_NOTIFY:
+    case XCB_REPARENT_NOTIFY:
+        if (!hasList() && !std::exchange(m_lookingAgain, true))
+            QMetaObject::invokeMethod(this, &X11Windows::followWindows, Qt::QueuedConnection);
+        return;
+    default:
+        return;
+    }
+}
+
+void X11Windows::followActive()
+{
+    m_x11.ask(
+        m_x11.root(), m_x11.atom(activeWindowName), this,
+        [this](const std::vector<uint32_t> &values) {
+            const xcb_window_t window = firstOf(values);
+            if (std::exchange(m_active, window) != window)
+                emit activeWindowChanged();
+        },
+        1);
+}
+
+void X11Windows::followManager()
+{
+    m_x11.ask(m_x11.root(), m_x11.atom(supportedName), this, [this](const std::vector<uint32_t> &atoms) {
+        m_supported = QSet<xcb_atom_t>(atoms.begin(), atoms.end());
+    });
+    m_x11.ask(
+        m_x11.root(), m_x11.atom(managerCheck), this,
+        [this](const std::vector<uint32_t> &values) {
+            m_managerNamed = firstOf(values);
+            if (m_managerNamed == XCB_WINDOW_NONE)
+                return setManager(XCB_WINDOW_NONE);
+            m_x11.select(m_managerNamed, XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE);
+            // A manager that died leaves the property behind; its window, which would name itself, is gone.
+            m_x11.ask(
+                m_managerNamed, m_x11.atom(managerCheck), this,
+                [this](const std::vector<uint32_t> &itself) {
+                    setManager(firstOf(itself) == m_managerNamed ? m_managerNamed : xcb_window_t(XCB_WINDOW_NONE));
+                },
+                1);
+        },
+        1);
+}
+
+void X11Windows::setManager(xcb_window_t window)
+{
+    const bool changed = std::exchange(m_manager, window) != window;
+    if (!hasManager())
+        m_active = XCB_WINDOW_NONE; // what the last manager said is no longer kept true
+    else if (m_active == XCB_WINDOW_NONE)
+        followActive();
+    followWindows();
+    if (changed)
+        emit managerChanged();
+}
+
+void X11Windows::followWindows()
+{
+    m_lookingAgain = false;
+    if (hasList()) {
+        m_x11.ask(m_x11.root(), m_x11.atom(clientList), this,
+                  [this](const std::vector<uint32_t> &windows) { setWindows(windows); });
+    } else {
+        m_x11.select(m_x11.root(), XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
+        setWindows(tree());
+    }
+}
+
+void X11Windows::setWindows(std::vector<xcb_window_t> windows)
+{
+    const uint32_t base = ~xcb_get_setup(m_x11.xcb())->resource_id_mask;
+    std::erase_if(windows,
+                  [&](xcb_window_t window) { return window == XCB_WINDOW_NONE || (window & base) == m_ownBase; });
+    const QSet<xcb_window_t> now(windows.begin(), windows.end());
+    const QSet<xcb_window_t> before(m_windows.begin(), m_windows.end());
+    m_windows = std::move(windows);
+    for (const xcb_window_t window : before - now) {
+        m_x11.forget(window);
+        m_unmapped.remove(window);
+        emit removed(window);
+    }
+    for (const xcb_window_t window : now - before) {
+        m_x11.select(window, XCB_EVENT_MASK_PROPERTY_CHANGE);
+        emit added(window);
+    }
+}
+
+bool X11Windows::contains(xcb_window_t window) const
+{
+    return std::find(m_windows.begin(), m_windows.end(), window) != m_windows.end();
+}
+
+std::vector<xcb_window_t> X11Windows::tree()
+{
+    xcb_connection_t *xcb = m_x11.xcb();
+    const XcbReply<xcb_get_window_attributes_reply_t> root(
+        xcb_get_window_attributes_reply(xcb, xcb_get_window_attributes(xcb, m_x11.root()), nullptr));
+    m_isManaged = root && (root->all_event_masks & XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT) != 0;
+    std::vector<xcb_window_t> found;
+    collect(m_x11.root(), 0, found);
+    m_x11.drainSoon();
+    return found;
+}
+
+/// Windows with WM_STATE, below the manager's frames; without any manager the mapped windows of the top level.
+void X11Windows::collect(xcb_window_t parent, int depth, std::vector<xcb_window_t> &found) const
+{
+    xcb_connection_t *xcb = m_x11.xcb();
+    const XcbReply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(xcb, xcb_query_tree(xcb, parent), nullptr));
+    if (!tree)
+        return;
+    const xcb_window_t *children = xcb_query_tree_children(tree.get());
+    const size_t count = std::min(size_t(xcb_query_tree_children_length(tree.get())), maximumWindows);
+    std::vector<xcb_get_window_attributes_cookie_t> asked;
+    for (size_t i = 0; i < count; ++i)
+        asked.push_back(xcb_get_window_attributes(xcb, children[i]));
+    for (size_t i = 0; i < count; ++i) {
+        const xcb_window_t window = children[i];
+        const XcbReply<xcb_get_window_attributes_reply_t> attributes(
+            xcb_get_window_attributes_reply(xcb, asked[i], nullptr));
+        if (!attributes || attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY || found.size() >= maximumWindows)
+            continue;
+        const bool mapped = attributes->map_state != XCB_MAP_STATE_UNMAPPED || m_unmapped.contains(window);
+        if (m_isManaged ? !m_x11.cardinals(window, m_x11.atom("WM_STATE"), 1).empty()
+                        : mapped && !attributes->override_redirect)
+            found.push_back(window);
+        else if (m_isManaged && depth < 2)
+            collect(window, depth + 1, found);
+    }
+}
+
+std::vector<xcb_window_t> X11Windows::inStackingOrder(std::vector<xcb_window_t> windows) const
+{
+    std::vector<uint32_t> order;
+    if (hasList())
+        order = m_x11.cardinals(m_x11.root(), m_x11.atom("_NET_CLIENT_LIST_STACKING"));
+    if (order.empty()) {
+        xcb_connection_t *xcb = m_x11.xcb();
+        const XcbReply<xcb_query_tree_reply_t> tree(
+            xcb_query_tree_reply(xcb, xcb_query_tree(xcb, m_x11.root()), nullptr));
+        m_x11.drainSoon();
+        if (tree)
+            order.assign(xcb_query_tree_children(tree.get()),
+                         xcb_query_tree_children(tree.get()) + xcb_query_tree_children_length(tree.get()));
+    }
+    const auto place = [&](xcb_window_t window) { return std::find(order.begin(), order.end(), window); };
+    std::stable_sort(windows.begin(), windows.end(), [&](auto a, auto b) { return place(a) < place(b); });
+    return windows;
+}
+
+QSet<xcb_window_t> X11Windows::iconified(const std::vector<xcb_window_t> &windows) const
+{
+    QSet<xcb_window_t> found;
+    QObject context;
+    for (const xcb_window_t window : windows) {
+        m_x11.ask(
+            window, m_x11.atom("WM_STATE"), &context,
+            [&found, window](const std::vector<uint32_t> &state) {
+                if (firstOf(state) == iconicState)
+                    found.insert(window);
+            },
+            1);
+        if (!hasList() && !m_isManaged)
+            m_x11.whenReplied(xcb_get_window_attributes(m_x11.xcb(), window).sequence, &context,
+                              [&found, window](const void *raw) {
+                                  const auto *reply = static_cast<const xcb_get_window_attributes_reply_t *>(raw);
+                                  if (reply && reply->map_state == XCB_MAP_STATE_UNMAPPED)
+                                      found.insert(window);
+                              });
+    }
+    m_x11.awaitReplies();
+    return found;
+}
+
+void X11Windows::iconify(xcb_window_t window)
+{
+    if (hasList() || m_isManaged)
+        return m_x11.sendToRoot(window, m_x11.atom("WM_CHANGE_STATE"), {iconicState});
+    m_unmapped.insert(window);
+    xcb_unmap_window(m_x11.xcb(), window);
+    m_x11.flush();
+}
+
+void X11Windows::restore(xcb_window_t window)
+{
+    m_unmapped.remove(window);
+    xcb_map_window(m_x11.xcb(), window);
+    m_x11.flush();
+}
+
+void X11Windows::raise(xcb_window_t window)
+{
+    if (supports("_NET_RESTACK_WINDOW"))
+        return m_x11.sendToRoot(window, m_x11.atom("_NET_RESTACK_WINDOW"),
+                                {asThePager, XCB_WINDOW_NONE, XCB_STACK_MODE_ABOVE});
+    const uint32_t above = XCB_STACK_MODE_ABOVE;
+    xcb_configure_window(m_x11.xcb(), window, XCB_CONFIG_WINDOW_STACK_MODE, &above);
+    m_x11.flush();
+}
+
+void X11Windows::activate(xcb_window_t window, xcb_timestamp_t time, xcb_connection_t *on)
+{
+    if (supports(activeWindowName)) {
+        m_x11.sendToRoot(window, m_x11.atom(activeWindowName), {asThePager, time, XCB_WINDOW_NONE}, on);
+    } else {
+        raise(window);
+        xcb_connection_t *xcb = on ? on : m_x11.xcb();
+        xcb_set_input_focus(xcb, XCB_INPUT_FOCUS_PARENT, window, time);
+        xcb_flush(xcb);
+    }
+    emit activationSent(window);
+}
+
+bool X11Windows::close(xcb_window_t window)
+{
+    const xcb_timestamp_t now = m_x11.serverTime();
+    if (supports("_NET_CLOSE_WINDOW")) {
+        m_x11.sendToRoot(window, m_x11.atom("_NET_CLOSE_WINDOW"), {now, asThePager});
+        return true;
+    }
+    const xcb_atom_t request = m_x11.atom("WM_DELETE_WINDOW");
+    const auto protocols = m_x11.cardinals(window, m_x11.atom("WM_PROTOCOLS"), 64);
+    if (std::find(protocols.begin(), protocols.end(), request) == protocols.end())
+        return false;
+    m_x11.sendTo(window, m_x11.atom("WM_PROTOCOLS"), {request, now});
+    return true;
+}
+
+void X11Windows::noteUserTime(xcb_timestamp_t time)
+{
+    // The server's clock wraps every 49 days, so "later" is a difference and not a comparison.
+    if (m_userTime == 0 || int32_t(time - m_userTime) > 0)
+        m_userTime = time;
+}
+
+} // namespace cobblet

@@ -1,0 +1,92 @@
+#pragma once
+
+#include "platform/freedesktop/X11Connection.h"
+
+#include <QObject>
+#include <QSet>
+
+#include <optional>
+#include <vector>
+
+namespace cobblet {
+
+/// The windows of an X display, and what its window manager and compositing manager say of themselves, followed as
+/// they change: nobody has to ask on the way to a painted panel. Main thread.
+class X11Windows : public QObject {
+    Q_OBJECT
+public:
+    /// Reads the display as it is. The connection outlives this object.
+    explicit X11Windows(X11Connection &x11, QObject *parent = nullptr);
+
+    X11Connection &x11() const { return m_x11; }
+
+    /// Whether a window manager runs that keeps the EWMH properties.
+    bool hasManager() const { return m_manager != XCB_WINDOW_NONE; }
+    /// Whether it grants this request of a pager.
+    bool supports(const char *request) const { return hasManager() && m_supported.contains(m_x11.atom(request)); }
+    /// Whether the window is the window manager's own, which takes the focus when no other window can.
+    bool isManagerWindow(xcb_window_t window) const { return hasManager() && window == m_manager; }
+    bool isCompositing() const { return m_compositing; }
+    /// None when no window is active or nobody tells.
+    xcb_window_t activeWindow() const { return m_active; }
+
+    /// The windows of applications in the order in which they were mapped, less those of this process: the window
+    /// manager's list, or what the window tree shows where there is none.
+    const std::vector<xcb_window_t> &windows() const { return m_windows; }
+    bool contains(xcb_window_t window) const;
+    /// These windows from the lowest to the topmost. Waits for one answer.
+    std::vector<xcb_window_t> inStackingOrder(std::vector<xcb_window_t> windows) const;
+    /// The ones of these that are iconified, or unmapped where nobody iconifies. Waits for one answer.
+    QSet<xcb_window_t> iconified(const std::vector<xcb_window_t> &windows) const;
+
+    // What a pager may ask for.
+    void iconify(xcb_window_t window);
+    void restore(xcb_window_t window);
+    void raise(xcb_window_t window);
+    /// Gives the window the focus on behalf of the user, who acted at `time`; on another connection where that has to
+    /// stay in order with what the other one maps and unmaps.
+    void activate(xcb_window_t window, xcb_timestamp_t time, xcb_connection_t *on = nullptr);
+    /// Asks a window to close; false when it does not take such a request.
+    bool close(xcb_window_t window);
+
+    /// The server's time when the user last did something to this program; 0 when that is unknown.
+    xcb_timestamp_t userTime() const { return m_userTime; }
+    void noteUserTime(xcb_timestamp_t time);
+
+signals:
+    void added(xcb_window_t window);
+    void removed(xcb_window_t window);
+    /// Of one of windows().
+    void propertyChanged(xcb_window_t window, xcb_atom_t property);
+    void managerChanged();
+    void activeWindowChanged();
+    void compositingChanged();
+    /// This process asked for the window to be activated.
+    void activationSent(xcb_window_t window);
+
+private:
+    void handle(const xcb_generic_event_t *event);
+    void followActive();
+    void followManager();
+    void followWindows();
+    void setManager(xcb_window_t window);
+    void setWindows(std::vector<xcb_window_t> windows);
+    std::vector<xcb_window_t> tree();
+    void collect(xcb_window_t parent, int depth, std::vector<xcb_window_t> &found) const;
+    bool hasList() const { return supports("_NET_CLIENT_LIST"); }
+
+    X11Connection &m_x11;
+    std::optional<uint32_t> m_ownBase;             ///< the identifiers of the toolkit's windows begin with it
+    xcb_window_t m_managerNamed = XCB_WINDOW_NONE; ///< by the root window; it outlives a manager that died
+    xcb_window_t m_manager = XCB_WINDOW_NONE;      ///< which says the same of itself
+    QSet<xcb_atom_t> m_supported;
+    bool m_isManaged = false; ///< by a manager of any kind; known where there is no list
+    xcb_window_t m_active = XCB_WINDOW_NONE;
+    bool m_compositing = false;
+    std::vector<xcb_window_t> m_windows;
+    QSet<xcb_window_t> m_unmapped; ///< by iconify(), where there is no manager that would remember them
+    bool m_lookingAgain = false;
+    xcb_timestamp_t m_userTime = 0;
+};
+
+} // namespace cobblet
