@@ -37,8 +37,10 @@ X11Windows::X11Windows(X11Connection &x11, QObject *parent) : QObject(parent), m
     m_x11.intern({activeWindowName, managerCheck, supportedName, clientList, compositor.constData(),
                   "_NET_CLIENT_LIST_STACKING", "_NET_CLOSE_WINDOW", "_NET_RESTACK_WINDOW", "WM_CHANGE_STATE",
                   "WM_STATE", "WM_PROTOCOLS", "WM_DELETE_WINDOW"});
-    if (const auto *toolkit = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr)
-        m_ownBase = xcb_get_setup(toolkit->connection())->resource_id_base;
+    // A process that carries out a single command has no toolkit, and no windows.
+    const auto *application = qobject_cast<QGuiApplication *>(QCoreApplication::instance());
+    if (const auto *x = application ? application->nativeInterface<QNativeInterface::QX11Application>() : nullptr)
+        m_ownBase = xcb_get_setup(x->connection())->resource_id_base;
     connect(&m_x11, &X11Connection::eventArrived, this, &X11Windows::handle);
     connect(&m_x11, &X11Connection::broken, this, [this] {
         m_manager = XCB_WINDOW_NONE;
@@ -75,6 +77,8 @@ void X11Windows::handle(const xcb_generic_event_t *event)
         } else if (notify->window == m_managerNamed && is(managerCheck)) {
             followManager();
         } else if (contains(notify->window)) {
+            if (is("WM_STATE"))
+                m_restoring.remove(notify->window);
             emit propertyChanged(notify->window, notify->atom);
         }
         return;
@@ -167,7 +171,8 @@ void X11Windows::setWindows(std::vector<xcb_window_t> windows)
     m_windows = std::move(windows);
     for (const xcb_window_t window : before - now) {
         m_x11.forget(window);
-        m_unmapped.remove(window);
+        m_hidden.remove(window);
+        m_restoring.remove(window);
         emit removed(window);
     }
     for (const xcb_window_t window : now - before) {
@@ -211,7 +216,7 @@ void X11Windows::collect(xcb_window_t parent, int depth, std::vector<xcb_window_
             xcb_get_window_attributes_reply(xcb, asked[i], nullptr));
         if (!attributes || attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY || found.size() >= maximumWindows)
             continue;
-        const bool mapped = attributes->map_state != XCB_MAP_STATE_UNMAPPED || m_unmapped.contains(window);
+        const bool mapped = attributes->map_state != XCB_MAP_STATE_UNMAPPED || m_hidden.contains(window);
         if (m_isManaged ? !m_x11.cardinals(window, m_x11.atom("WM_STATE"), 1).empty()
                         : mapped && !attributes->override_redirect)
             found.push_back(window);
@@ -263,20 +268,55 @@ QSet<xcb_window_t> X11Windows::iconified(const std::vector<xcb_window_t> &window
     return found;
 }
 
-void X11Windows::iconify(xcb_window_t window)
+void X11Windows::hide(const std::vector<xcb_window_t> &windows)
 {
-    if (hasList() || m_isManaged)
-        return m_x11.sendToRoot(window, m_x11.atom("WM_CHANGE_STATE"), {iconicState});
-    m_unmapped.insert(window);
-    xcb_unmap_window(m_x11.xcb(), window);
+    const QSet<xcb_window_t> already = iconified(windows) - m_restoring;
+    for (const xcb_window_t window : windows) {
+        if (already.contains(window))
+            continue;
+        m_hidden.insert(window);
+        m_restoring.remove(window);
+        if (hasList() || m_isManaged)
+            m_x11.sendToRoot(window, m_x11.atom("WM_CHANGE_STATE"), {iconicState});
+        else
+            xcb_unmap_window(m_x11.xcb(), window);
+    }
     m_x11.flush();
 }
 
-void X11Windows::restore(xcb_window_t window)
+void X11Windows::unhide(const std::vector<xcb_window_t> &windows)
 {
-    m_unmapped.remove(window);
-    xcb_map_window(m_x11.xcb(), window);
+    std::vector<xcb_window_t> hidden;
+    for (const xcb_window_t window : windows)
+        if (m_hidden.remove(window))
+            hidden.push_back(window);
+    unminimize(hidden);
+}
+
+void X11Windows::unminimize(const std::vector<xcb_window_t> &windows)
+{
+    for (const xcb_window_t window : iconified(windows)) {
+        m_hidden.remove(window);
+        m_restoring.insert(window);
+        xcb_map_window(m_x11.xcb(), window);
+    }
     m_x11.flush();
+}
+
+void X11Windows::bringToFront(const std::vector<xcb_window_t> &windows)
+{
+    if (windows.empty())
+        return;
+    const std::vector<xcb_window_t> all = inStackingOrder(windows);
+    const QSet<xcb_window_t> away = iconified(all) - m_restoring;
+    xcb_window_t topmost = all.back();
+    // From the lowest up, so that they keep their order among themselves.
+    for (const xcb_window_t window : all)
+        if (!away.contains(window)) {
+            raise(window);
+            topmost = window;
+        }
+    activate(topmost, m_x11.serverTime());
 }
 
 void X11Windows::raise(xcb_window_t window)

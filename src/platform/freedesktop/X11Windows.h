@@ -34,15 +34,18 @@ public:
     /// manager's list, or what the window tree shows where there is none.
     const std::vector<xcb_window_t> &windows() const { return m_windows; }
     bool contains(xcb_window_t window) const;
-    /// These windows from the lowest to the topmost. Waits for one answer.
-    std::vector<xcb_window_t> inStackingOrder(std::vector<xcb_window_t> windows) const;
     /// The ones of these that are iconified, or unmapped where nobody iconifies. Waits for one answer.
     QSet<xcb_window_t> iconified(const std::vector<xcb_window_t> &windows) const;
 
     // What a pager may ask for.
-    void iconify(xcb_window_t window);
-    void restore(xcb_window_t window);
-    void raise(xcb_window_t window);
+    /// Iconifies the ones that can be seen.
+    void hide(const std::vector<xcb_window_t> &windows);
+    /// Maps the ones that hide() iconified.
+    void unhide(const std::vector<xcb_window_t> &windows);
+    /// Maps the ones that are iconified, by whomever.
+    void unminimize(const std::vector<xcb_window_t> &windows);
+    /// Raises the ones that are not iconified above all others, in their order, and focuses the topmost.
+    void bringToFront(const std::vector<xcb_window_t> &windows);
     /// Gives the window the focus on behalf of the user, who acted at `time`; on another connection where that has to
     /// stay in order with what the other one maps and unmaps.
     void activate(xcb_window_t window, xcb_timestamp_t time, xcb_connection_t *on = nullptr);
@@ -74,6 +77,8 @@ private:
     std::vector<xcb_window_t> tree();
     void collect(xcb_window_t parent, int depth, std::vector<xcb_window_t> &found) const;
     bool hasList() const { return supports("_NET_CLIENT_LIST"); }
+    std::vector<xcb_window_t> inStackingOrder(std::vector<xcb_window_t> windows) const;
+    void raise(xcb_window_t window);
 
     X11Connection &m_x11;
     std::optional<uint32_t> m_ownBase;             ///< the identifiers of the toolkit's windows begin with it
@@ -84,7 +89,8 @@ private:
     xcb_window_t m_active = XCB_WINDOW_NONE;
     bool m_compositing = false;
     std::vector<xcb_window_t> m_windows;
-    QSet<xcb_window_t> m_unmapped; ///< by iconify(), where there is no manager that would remember them
+    QSet<xcb_window_t> m_hidden;    ///< by hide()
+    QSet<xcb_window_t> m_restoring; ///< on their way back: the window manager has not mapped them yet
     bool m_lookingAgain = false;
     xcb_timestamp_t m_userTime = 0;
 };

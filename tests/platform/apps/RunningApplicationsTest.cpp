@@ -111,7 +111,7 @@ TEST_F(RunningApplicationsTest, FollowsWhatRunsAndLeavesAloneWhatTheUserIconifie
     const std::vector<xcb_window_t> face = windowsOf(clock.processIdentifier);
     ASSERT_EQ(face.size(), 1u);
     // Iconified by the user: no business of unhide(), but of unminimize.
-    windows->iconify(face[0]);
+    x11->sendToRoot(face[0], x11->atom("WM_CHANGE_STATE"), {3});
     EXPECT_TRUE(waitFor([&] { return isIconified(face[0]); }));
     EXPECT_EQ(count("clock"), 1);
     running->unhide(clock);

@@ -110,25 +110,6 @@ const QByteArrayList &resolverEnvironment()
     return names;
 }
 
-QString Resolution::reason() const
-{
-    switch (by) {
-    case ResolvedBy::Nothing:
-        break;
-    case ResolvedBy::StatedId:
-        return QStringLiteral("stated id");
-    case ResolvedBy::WindowClass:
-        return QStringLiteral("window class");
-    case ResolvedBy::ControlGroup:
-        return QStringLiteral("control group");
-    case ResolvedBy::LaunchEnvironment:
-        return QStringLiteral("launch environment");
-    case ResolvedBy::Executable:
-        return QStringLiteral("executable");
-    }
-    return QStringLiteral("nothing");
-}
-
 QString fromStatedId(const WindowIdentity &window, const ApplicationIndex &index)
 {
     for (const QString &stated : {window.gtkApplicationId, window.kdeDesktopFile})
@@ -264,20 +245,20 @@ QString fromExecutable(const ProcessIdentity &process, const ApplicationIndex &i
 Resolution resolveWindow(const WindowIdentity &window, const ApplicationIndex &index)
 {
     if (const QString id = fromStatedId(window, index); !id.isEmpty())
-        return {id, ResolvedBy::StatedId};
+        return {id, QLatin1String("stated id")};
     if (const QString id = fromWindowClass(window, index); !id.isEmpty())
-        return {id, ResolvedBy::WindowClass};
+        return {id, QLatin1String("window class")};
     return {};
 }
 
 Resolution resolveProcess(const ProcessIdentity &process, const ApplicationIndex &index)
 {
     if (const QString id = fromControlGroup(process, index); !id.isEmpty())
-        return {id, ResolvedBy::ControlGroup};
+        return {id, QLatin1String("control group")};
     if (const QString id = fromLaunchEnvironment(process, index); !id.isEmpty())
-        return {id, ResolvedBy::LaunchEnvironment};
+        return {id, QLatin1String("launch environment")};
     if (const QString id = fromExecutable(process, index); !id.isEmpty())
-        return {id, ResolvedBy::Executable};
+        return {id, QLatin1String("executable")};
     return {};
 }
 

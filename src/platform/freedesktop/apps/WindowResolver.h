@@ -31,14 +31,9 @@ struct ProcessIdentity {
 /// The environment variables that the resolver looks at.
 const QByteArrayList &resolverEnvironment();
 
-/// Which step decided.
-enum class ResolvedBy { Nothing, StatedId, WindowClass, ControlGroup, LaunchEnvironment, Executable };
-
 struct Resolution {
-    QString id; ///< of an installed application; empty when no step decided
-    ResolvedBy by = ResolvedBy::Nothing;
-    /// A word for log lines: "window class".
-    QString reason() const;
+    QString id;                  ///< of an installed application; empty when no step decided
+    QLatin1String by{"nothing"}; ///< the step that decided, as log lines name it
 
     bool operator==(const Resolution &) const = default;
 };

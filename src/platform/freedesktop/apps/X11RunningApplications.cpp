@@ -29,17 +29,13 @@ X11RunningApplications::X11RunningApplications(X11Windows *windows, FreedesktopW
     connect(&workspace.launcher(), &ApplicationLauncher::launched, this, &X11RunningApplications::launchedHere);
     if (!m_display)
         return;
-    m_visibility = std::make_unique<X11WindowVisibility>(*m_display);
     connect(m_display, &X11Windows::added, this, &X11RunningApplications::read);
     connect(m_display, &X11Windows::removed, this, [this](xcb_window_t window) {
-        m_visibility->forget(window);
         m_windows.remove(window);
         regroupSoon();
     });
     connect(m_display, &X11Windows::propertyChanged, this, [this](xcb_window_t window, xcb_atom_t property) {
-        if (property == m_display->x11().atom("WM_STATE"))
-            m_visibility->stateChanged(window);
-        else if (ClientWindow::isReadFrom(m_display->x11(), property))
+        if (ClientWindow::isReadFrom(m_display->x11(), property))
             read(window);
     });
     for (const xcb_window_t window : m_display->windows())
@@ -59,7 +55,7 @@ void X11RunningApplications::read(xcb_window_t id)
             return;
         const Window &window = m_windows[id] = {seen, resolve(seen)};
         qCDebug(lcRunning).noquote() << "Window" << id << "of process" << seen.pid << "belongs to"
-                                     << window.resolution.id << "by" << window.resolution.reason();
+                                     << window.resolution.id << "by" << window.resolution.by;
         regroupSoon();
     });
 }
@@ -266,26 +262,26 @@ bool X11RunningApplications::lacksWindows(const RunningApplication &application)
 
 void X11RunningApplications::hide(const RunningApplication &application)
 {
-    if (m_visibility)
-        m_visibility->hide(windowsOf(application));
+    if (m_display)
+        m_display->hide(windowsOf(application));
 }
 
 void X11RunningApplications::unhide(const RunningApplication &application)
 {
-    if (m_visibility)
-        m_visibility->unhide(windowsOf(application));
+    if (m_display)
+        m_display->unhide(windowsOf(application));
 }
 
 void X11RunningApplications::unminimize(const RunningApplication &application)
 {
-    if (m_visibility)
-        m_visibility->restore(windowsOf(application));
+    if (m_display)
+        m_display->unminimize(windowsOf(application));
 }
 
 void X11RunningApplications::activate(const RunningApplication &application)
 {
-    if (m_visibility)
-        m_visibility->bringToFront(windowsOf(application));
+    if (m_display)
+        m_display->bringToFront(windowsOf(application));
 }
 
 bool X11RunningApplications::closeWindows(const Application &application)

@@ -4,7 +4,6 @@
 #include "platform/freedesktop/apps/ClientWindow.h"
 #include "platform/freedesktop/apps/ProcessEnd.h"
 #include "platform/freedesktop/apps/Processes.h"
-#include "platform/freedesktop/apps/X11WindowVisibility.h"
 
 #include <QElapsedTimer>
 #include <QHash>
@@ -76,11 +75,10 @@ private:
     bool sharesProcess(const Application &application) const;
     bool closeWindows(const Application &application);
 
-    X11Windows *m_display;
+    X11Windows *m_display; ///< null without an X server
     FreedesktopWorkspace &m_workspace;
-    std::unique_ptr<X11WindowVisibility> m_visibility; ///< null without an X server
-    QHash<xcb_window_t, Window> m_windows;             ///< those that have been read
-    QHash<qint64, QString> m_terminals;                ///< terminals started here, by pid, to show an application
+    QHash<xcb_window_t, Window> m_windows; ///< those that have been read
+    QHash<qint64, QString> m_terminals;    ///< terminals started here, by pid, to show an application
     std::vector<std::unique_ptr<Application>> m_applications;
     bool m_regroupQueued = false;
 };
