@@ -39,8 +39,9 @@ X11Windows::X11Windows(X11Connection &x11, QObject *parent) : QObject(parent), m
                   "WM_STATE", "WM_PROTOCOLS", "WM_DELETE_WINDOW"});
     // A process that carries out a single command has no toolkit, and no windows.
     const auto *application = qobject_cast<QGuiApplication *>(QCoreApplication::instance());
-    if (const auto *x = application ? application->nativeInterface<QNativeInterface::QX11Application>() : nullptr)
-        m_ownBase = xcb_get_setup(x->connection())->resource_id_base;
+    if (application && QGuiApplication::platformName() == QLatin1String("xcb"))
+        m_ownBase = xcb_get_setup(application->nativeInterface<QNativeInterface::QX11Application>()->connection())
+                        ->resource_id_base;
     connect(&m_x11, &X11Connection::eventArrived, this, &X11Windows::handle);
     connect(&m_x11, &X11Connection::broken, this, [this] {
         m_manager = XCB_WINDOW_NONE;
