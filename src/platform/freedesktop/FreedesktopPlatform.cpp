@@ -14,7 +14,6 @@
 #include "platform/freedesktop/apps/DesktopEntryRegistry.h"
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 #include "platform/freedesktop/apps/X11RunningApplications.h"
-#include "platform/freedesktop/apps/X11WindowAccess.h"
 #include "platform/freedesktop/bus/DBusInstance.h"
 #include "platform/freedesktop/bus/DBusIntents.h"
 #include "platform/freedesktop/bus/DBusNotifications.h"
@@ -112,10 +111,7 @@ public:
         });
     }
 
-    WindowAccess &windowAccess() override
-    {
-        return made(m_windowAccess, [this] { return std::make_unique<X11WindowAccess>(running(), theWorkspace()); });
-    }
+    WindowAccess &windowAccess() override { return running(); }
 
     LaunchRegistry &launchRegistry() override { return m_registry; }
     BundleTools bundleTools() const override { return freedesktop::bundleTools(m_options.bundlePath); }
@@ -260,7 +256,6 @@ private:
     std::unique_ptr<FreedesktopWorkspace> m_workspace;
     std::unique_ptr<X11RunningApplications> m_running;
     std::unique_ptr<AgentApplications> m_agents;
-    std::unique_ptr<X11WindowAccess> m_windowAccess;
     std::unique_ptr<HotKeys> m_hotKeys;
     std::unique_ptr<QtDialogs> m_dialogs;
     std::unique_ptr<QtMenus> m_menus;

@@ -3,7 +3,6 @@
 #include "platform/freedesktop/bus/SessionBus.h"
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 #include "platform/freedesktop/apps/X11RunningApplications.h"
-#include "platform/freedesktop/apps/X11WindowAccess.h"
 
 #include "platform/PrivateBus.h"
 
@@ -78,7 +77,7 @@ TEST_F(ActivationTest, AnApplicationOnTheBusIsAskedToShowItself)
     EXPECT_FALSE(QFile::exists(home.path(QStringLiteral("command-ran"))));
     // The process behind the name is the application's.
     EXPECT_TRUE(waitFor([&] { return running.runningApplications() == QList<RunningApplication>{{id, getpid()}}; }));
-    X11WindowAccess(running, workspace).reopen({id, getpid()});
+    running.reopen({id, getpid()});
     EXPECT_TRUE(waitFor([&] { return service.activations == 2; }));
 }
 

@@ -4,7 +4,6 @@
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 #include "platform/freedesktop/apps/Processes.h"
 #include "platform/freedesktop/apps/X11RunningApplications.h"
-#include "platform/freedesktop/apps/X11WindowAccess.h"
 
 #include <QSignalSpy>
 
@@ -155,7 +154,6 @@ TEST_F(LaunchTest, ALaunchedApplicationRunsUntilItsProcessEnds)
           entry("Wrapped", "sh -c \"" COBBLET_LAUNCH_PROBE " " + report().toLocal8Bit() + " 30 & exit 0\""));
     FreedesktopWorkspace workspace(nullptr);
     X11RunningApplications running(nullptr, workspace);
-    X11WindowAccess access(running, workspace);
     QSignalSpy launches(&running, &RunningApplications::didLaunch);
     QSignalSpy ends(&running, &RunningApplications::didTerminate);
     EXPECT_TRUE(running.runningApplications().isEmpty());
@@ -164,7 +162,7 @@ TEST_F(LaunchTest, ALaunchedApplicationRunsUntilItsProcessEnds)
     ASSERT_EQ(running.runningApplications().size(), 1);
     const RunningApplication application = running.runningApplications().first();
     EXPECT_EQ(application.processIdentifier, numberIn(lines(), "pid"));
-    access.reopen(application); // it is just starting: not a second time
+    running.reopen(application); // it is just starting: not a second time
     EXPECT_EQ(running.runningApplications().size(), 1);
     EXPECT_EQ(launches.count(), 1);
     running.terminate({QStringLiteral("probe"), application.processIdentifier + 1}); // another one: left alone

@@ -6,7 +6,6 @@
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 #include "platform/freedesktop/apps/StartupNotification.h"
 #include "platform/freedesktop/apps/X11RunningApplications.h"
-#include "platform/freedesktop/apps/X11WindowAccess.h"
 
 #include <QSignalSpy>
 
@@ -40,7 +39,6 @@ protected:
         ASSERT_EQ(windows->hasManager(), windowManager);
         workspace = std::make_unique<FreedesktopWorkspace>(x11.get());
         running = std::make_unique<X11RunningApplications>(windows.get(), *workspace);
-        access = std::make_unique<X11WindowAccess>(*running, *workspace);
     }
 
     QProcess &startClock(const QStringList &more = {})
@@ -81,7 +79,6 @@ protected:
     std::unique_ptr<X11Windows> windows;
     std::unique_ptr<FreedesktopWorkspace> workspace;
     std::unique_ptr<X11RunningApplications> running;
-    std::unique_ptr<X11WindowAccess> access;
 };
 
 TEST_F(RunningApplicationsTest, FollowsWhatRunsAndLeavesAloneWhatTheUserIconified)
@@ -116,7 +113,7 @@ TEST_F(RunningApplicationsTest, FollowsWhatRunsAndLeavesAloneWhatTheUserIconifie
     EXPECT_EQ(count("clock"), 1);
     running->unhide(clock);
     EXPECT_FALSE(waitFor([&] { return !isIconified(face[0]); }, 300));
-    access->unminimizeWindows(clock);
+    running->unminimizeWindows(clock);
     EXPECT_TRUE(waitFor([&] { return !isIconified(face[0]); }));
 
     running->forceTerminate({QStringLiteral("term"), second.processId()});

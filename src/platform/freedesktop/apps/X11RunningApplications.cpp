@@ -194,14 +194,10 @@ QList<RunningApplication> X11RunningApplications::runningApplications() const
 
 Availability X11RunningApplications::availability() const
 {
-    if (seesWindows())
+    if (m_display && xcb_connection_has_error(m_display->x11().xcb()) == 0)
         return Availability::works();
-    return Availability::partly(QStringLiteral("Without an X11 display it can't be seen which applications run."));
-}
-
-bool X11RunningApplications::seesWindows() const
-{
-    return m_display && xcb_connection_has_error(m_display->x11().xcb()) == 0;
+    return Availability::partly(QStringLiteral("Without an X11 display it can't be seen which applications run, and "
+                                               "their windows can't be hidden or shown."));
 }
 
 X11RunningApplications::Application *X11RunningApplications::find(const RunningApplication &application) const
@@ -272,10 +268,21 @@ void X11RunningApplications::unhide(const RunningApplication &application)
         m_display->unhide(windowsOf(application));
 }
 
-void X11RunningApplications::unminimize(const RunningApplication &application)
+void X11RunningApplications::unminimizeWindows(const RunningApplication &application)
 {
     if (m_display)
         m_display->unminimize(windowsOf(application));
+}
+
+void X11RunningApplications::reopen(const RunningApplication &application)
+{
+    const auto entry = m_workspace.installed().entry(application.bundleIdentifier);
+    if (!entry)
+        return;
+    if (entry.value().dBusActivatable && m_workspace.launcher().hasBus())
+        m_workspace.launcher().activate(application.bundleIdentifier);
+    else if (lacksWindows(application))
+        m_workspace.launcher().launch(entry.value(), {}, {});
 }
 
 void X11RunningApplications::activate(const RunningApplication &application)

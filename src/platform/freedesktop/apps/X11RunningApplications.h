@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/RunningApplications.h"
+#include "platform/WindowAccess.h"
 #include "platform/freedesktop/apps/ClientWindow.h"
 #include "platform/freedesktop/apps/ProcessEnd.h"
 #include "platform/freedesktop/apps/Processes.h"
@@ -20,8 +20,9 @@ class X11Windows;
 /// The running applications: the windows of an X display joined with their processes, and the processes that
 /// this one launched. One application is one identifier in one main process; it runs until that process ends,
 /// or, where the process belongs to another application too (a web application in a browser), until its last
-/// window is gone. Windows of this process are left out. Everything is told by events.
-class X11RunningApplications : public RunningApplications {
+/// window is gone. Windows of this process are left out. Everything is told by events. X asks nobody for leave to
+/// reach into the windows of others.
+class X11RunningApplications : public RunningApplications, public WindowAccess {
     Q_OBJECT
 public:
     /// `windows` may be null: only what was launched from here is known then. Both must outlive this object.
@@ -38,10 +39,10 @@ public:
     /// those of another application. An application that lives in another one's process is asked to close.
     void forceTerminate(const RunningApplication &application) override;
 
-    /// Maps all iconified windows of the application.
-    void unminimize(const RunningApplication &application);
-    /// Whether there is an X display whose windows are followed.
-    bool seesWindows() const;
+    bool isTrusted(bool) override { return true; }
+    void unminimizeWindows(const RunningApplication &application) override;
+    void reopen(const RunningApplication &application) override;
+
     /// It runs, has no window, and is not just being started.
     bool lacksWindows(const RunningApplication &application) const;
 
