@@ -2,27 +2,10 @@
 
 #include <algorithm>
 
+// In y-up rectangles top() is the lower edge and bottom() the upper one.
 namespace cobblet::placement {
 
 namespace {
-
-// In y-up rectangles the lower edge is top() and the upper edge is bottom(); these names say which is meant.
-double minX(const QRectF &r)
-{
-    return r.left();
-}
-double maxX(const QRectF &r)
-{
-    return r.right();
-}
-double minY(const QRectF &r)
-{
-    return r.top();
-}
-double maxY(const QRectF &r)
-{
-    return r.bottom();
-}
 
 /// First not above `high`, then not below `low`: where both cannot hold, `low` wins.
 double clamped(double value, double low, double high)
@@ -34,14 +17,15 @@ double clamped(double value, double low, double high)
 
 bool contains(const QRectF &frame, const QPointF &point)
 {
-    return point.x() >= minX(frame) && point.x() < maxX(frame) && point.y() >= minY(frame) && point.y() < maxY(frame);
+    return point.x() >= frame.left() && point.x() < frame.right() && point.y() >= frame.top() &&
+           point.y() < frame.bottom();
 }
 
 DockEdge dockEdge(const Screen &screen)
 {
-    const double bottom = minY(screen.visibleFrame) - minY(screen.frame);
-    const double left = minX(screen.visibleFrame) - minX(screen.frame);
-    const double right = maxX(screen.frame) - maxX(screen.visibleFrame);
+    const double bottom = screen.visibleFrame.top() - screen.frame.top();
+    const double left = screen.visibleFrame.left() - screen.frame.left();
+    const double right = screen.frame.right() - screen.visibleFrame.right();
     if (bottom >= left && bottom >= right)
         return DockEdge::Bottom;
     return right < left ? DockEdge::Left : DockEdge::Right;
@@ -53,9 +37,9 @@ std::optional<QPointF> dockClickPoint(const Screen &screen, const QPointF &point
         return std::nullopt;
     const QRectF &visible = screen.visibleFrame;
     const DockEdge edge = dockEdge(screen);
-    const bool inStrip = edge == DockEdge::Bottom ? pointer.y() < minY(visible)
-                         : edge == DockEdge::Left ? pointer.x() < minX(visible)
-                                                  : pointer.x() > maxX(visible);
+    const bool inStrip = edge == DockEdge::Bottom ? pointer.y() < visible.top()
+                         : edge == DockEdge::Left ? pointer.x() < visible.left()
+                                                  : pointer.x() > visible.right();
     return inStrip ? std::optional(pointer) : std::nullopt;
 }
 
@@ -69,11 +53,11 @@ PanelPlace place(const Screen &screen, const QSizeF &desired, std::optional<QPoi
     const QPointF middle = anchor.value_or(screen.frame.center());
     QPointF origin;
     if (edge == DockEdge::Bottom)
-        origin = {clamped(middle.x() - size.width() / 2, minX(visible), maxX(visible) - size.width()),
-                  clamped(minY(visible) + gap, minY(visible), maxY(visible) - size.height() - gap)};
+        origin = {clamped(middle.x() - size.width() / 2, visible.left(), visible.right() - size.width()),
+                  clamped(visible.top() + gap, visible.top(), visible.bottom() - size.height() - gap)};
     else // beside a dock on the left or right the top edge keeps no gap and x is not clamped
-        origin = {edge == DockEdge::Left ? minX(visible) + gap : maxX(visible) - size.width() - gap,
-                  clamped(middle.y() - size.height() / 2, minY(visible), maxY(visible) - size.height())};
+        origin = {edge == DockEdge::Left ? visible.left() + gap : visible.right() - size.width() - gap,
+                  clamped(middle.y() - size.height() / 2, visible.top(), visible.bottom() - size.height())};
     return {screen.name, edge, anchor, size, QRectF(origin, size)};
 }
 

@@ -89,9 +89,6 @@ class Window:
         hints = self.handle.get_wm_hints()
         return bool(hints and hints.input)
 
-    def states(self):
-        return {self.desktop.display.get_atom_name(atom) for atom in self.property("_NET_WM_STATE") or []}
-
 
 class Picture:
     """What was on a part of the screen."""

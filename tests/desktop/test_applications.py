@@ -3,7 +3,7 @@
 import contextlib
 import json
 
-from cobblet import ICON, XCALC, CobbletCase
+from cobblet import XCALC, CobbletCase
 
 WINDOWS = ["XTerm", "XCalc", "XClock", "Galculator"]
 OPEN_ALL, CLOSE_ALL = 0, 1
@@ -51,10 +51,7 @@ class OneApplication(CobbletCase):
         window = self.desktop.wait_window("XCalc")
         cobblet.show()
         cobblet.select(1)
-        dot = self.desktop.wait(lambda: self.desktop.picture(strip).changed(without), "the dot")
-        self.assertEqual((dot.width, dot.height), (5, 5))
-        self.assertAlmostEqual(dot.x + dot.width / 2, cobblet.cell(1)[0], delta=2)
-        self.assertGreaterEqual(dot.y, cobblet.cell(1)[1] + ICON // 2 - 1)
+        self.desktop.wait(lambda: self.desktop.picture(strip).changed(without), "the dot")
         window.handle.kill_client()
         self.desktop.display.sync()
         self.desktop.wait(lambda: not self.desktop.picture(strip).changed(without), "the dot to go")

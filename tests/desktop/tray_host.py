@@ -37,9 +37,6 @@ class Host:
         service = sender if named.startswith("/") else named
         self.items[service] = None
         Gio.bus_watch_name_on_connection(self.bus, service, Gio.BusNameWatcherFlags.NONE, None, self.gone)
-        for signal in ("NewIcon", "NewTitle", "NewStatus"):
-            self.bus.signal_subscribe(service, ITEM, signal, None, None, Gio.DBusSignalFlags.NONE,
-                                      lambda *_: self.read(service))
         self.read(service)
 
     def property(self, _connection, _sender, _path, _interface, name):

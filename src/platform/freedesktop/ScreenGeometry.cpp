@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <tuple>
 
 namespace cobblet::geometry {
 
@@ -14,60 +15,47 @@ int bounded(uint32_t number)
     return int(std::min<uint32_t>(number, farAway));
 }
 
-bool meets(const Strut::Edge &edge, int from, int to)
-{
-    return edge.depth > 0 && edge.from < to && edge.to >= from;
-}
-
 } // namespace
 
 std::optional<Strut> strutFrom(const std::vector<uint32_t> &numbers)
 {
     if (numbers.size() != 12 && numbers.size() != 4)
         return std::nullopt;
-    const auto edge = [&](size_t index) {
-        Strut::Edge result{bounded(numbers[index]), 0, farAway};
-        if (numbers.size() == 12) {
-            result.from = bounded(numbers[4 + index * 2]);
-            result.to = bounded(numbers[5 + index * 2]);
-        }
+    Strut strut;
+    bool reserves = false;
+    for (size_t i = 0; i < strut.size(); ++i) {
+        strut[i] = {bounded(numbers[i]), 0, farAway};
         // Some docks fill in the depth alone.
-        return result.from == 0 && result.to == 0 ? Strut::Edge{result.depth, 0, farAway} : result;
-    };
-    const Strut strut{edge(0), edge(1), edge(2), edge(3)};
-    if (strut.left.depth + strut.right.depth == 0 && strut.top.depth + strut.bottom.depth == 0)
-        return std::nullopt;
-    return strut;
+        if (numbers.size() == 12 && (numbers[4 + i * 2] != 0 || numbers[5 + i * 2] != 0))
+            strut[i] = {strut[i].depth, bounded(numbers[4 + i * 2]), bounded(numbers[5 + i * 2])};
+        reserves = reserves || strut[i].depth > 0;
+    }
+    return reserves ? std::optional(strut) : std::nullopt;
 }
 
 QRectF visibleFrame(const ToolkitScreen &screen, const QList<Strut> &struts, const QSize &desktop)
 {
     const int left = qRound(screen.frame.x());
     const int top = qRound(screen.frame.y());
-    const int right = left + qRound(screen.frame.width() * screen.scale);
-    const int bottom = top + qRound(screen.frame.height() * screen.scale);
-
-    int insetLeft = 0, insetRight = 0, insetTop = 0, insetBottom = 0;
-    // A reservation is counted from the edge of the whole desktop. One that reaches through this screen to its
-    // far side and beyond belongs to a dock on the next screen.
-    const auto inset = [](int &current, int wanted, int extent) {
-        if (wanted > current && wanted < extent)
-            current = wanted;
-    };
-    for (const Strut &strut : struts) {
-        if (meets(strut.left, top, bottom))
-            inset(insetLeft, strut.left.depth - left, right - left);
-        if (meets(strut.right, top, bottom))
-            inset(insetRight, strut.right.depth - (desktop.width() - right), right - left);
-        if (meets(strut.top, left, right))
-            inset(insetTop, strut.top.depth - top, bottom - top);
-        if (meets(strut.bottom, left, right))
-            inset(insetBottom, strut.bottom.depth - (desktop.height() - bottom), bottom - top);
-    }
-    if (insetLeft + insetRight >= right - left || insetTop + insetBottom >= bottom - top)
+    const int width = qRound(screen.frame.width() * screen.scale);
+    const int height = qRound(screen.frame.height() * screen.scale);
+    // What lies between each edge of the desktop and the screen.
+    const int outside[] = {left, desktop.width() - left - width, top, desktop.height() - top - height};
+    int insets[4] = {};
+    for (const Strut &strut : struts)
+        for (size_t i = 0; i < strut.size(); ++i) {
+            const bool isUpright = i < 2;
+            const auto [start, length, depth] =
+                isUpright ? std::tuple(top, height, width) : std::tuple(left, width, height);
+            const int inset = strut[i].depth - outside[i];
+            // One that reaches through this screen to its far side and beyond belongs to a dock on the next screen.
+            if (strut[i].depth > 0 && strut[i].from < start + length && strut[i].to >= start && inset < depth)
+                insets[i] = std::max(insets[i], inset);
+        }
+    if (insets[0] + insets[1] >= width || insets[2] + insets[3] >= height)
         return screen.frame;
-    return screen.frame.adjusted(insetLeft / screen.scale, insetTop / screen.scale, -insetRight / screen.scale,
-                                 -insetBottom / screen.scale);
+    return screen.frame.adjusted(insets[0] / screen.scale, insets[2] / screen.scale, -insets[1] / screen.scale,
+                                 -insets[3] / screen.scale);
 }
 
 QRectF toYUp(const QRectF &yDown, const QRectF &mainFrame)

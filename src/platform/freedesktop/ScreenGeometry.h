@@ -5,6 +5,7 @@
 #include <QRectF>
 #include <QSize>
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -12,18 +13,15 @@
 /// From docks' reservations in pixels to visible frames in points, and between y-down and y-up: pure functions.
 namespace cobblet::geometry {
 
-/// What a dock reserves along the edges of the whole desktop, in pixels. A range is inclusive and runs along
-/// the edge.
-struct Strut {
-    struct Edge {
-        int depth = 0;
-        int from = 0;
-        int to = 0;
-        bool operator==(const Edge &) const = default;
-    };
-    Edge left, right, top, bottom;
-    bool operator==(const Strut &) const = default;
+/// What a dock reserves along an edge of the whole desktop, in pixels. The range is inclusive and runs along the
+/// edge.
+struct Reservation {
+    int depth = 0;
+    int from = 0;
+    int to = 0;
 };
+/// Of one dock: at the left, right, top and bottom edge.
+using Strut = std::array<Reservation, 4>;
 
 /// Reads _NET_WM_STRUT_PARTIAL (12 numbers) or the older _NET_WM_STRUT (4); absent when it reserves nothing.
 std::optional<Strut> strutFrom(const std::vector<uint32_t> &numbers);

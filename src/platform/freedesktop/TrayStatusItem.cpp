@@ -1,6 +1,6 @@
 #include "platform/freedesktop/TrayStatusItem.h"
 
-#include "platform/freedesktop/SessionBus.h"
+#include "platform/freedesktop/bus/SessionBus.h"
 #include "platform/freedesktop/X11Connection.h"
 
 #include <QDBusPendingCallWatcher>

@@ -35,17 +35,11 @@ QWindow *ownWindow(xcb_window_t id)
     return nullptr;
 }
 
-xcb_connection_t *toolkitConnection()
-{
-    const auto *native = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return native ? native->connection() : nullptr;
-}
-
 } // namespace
 
 X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Screens &screens, X11Windows &windows)
-    : QtPanelSurface(window, screens, Focus::Derived), m_windows(windows), m_toolkit(toolkitConnection()),
-      m_radius(cornerRadius)
+    : QtPanelSurface(window, screens, Focus::Derived), m_windows(windows),
+      m_toolkit(qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection()), m_radius(cornerRadius)
 {
     m_windows.x11().intern({timeMark, windowState, "WM_STATE", hiddenState, blurRegion, "_NET_WM_WINDOW_TYPE",
                             "_NET_WM_WINDOW_TYPE_UTILITY", "_NET_WM_STATE_ABOVE", "_NET_WM_STATE_STICKY",
@@ -70,10 +64,7 @@ X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Scr
         if (now && now != &this->window() && isFamily(now))
             addStates(xcb_window_t(now->winId()), "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER");
     });
-    const auto reshape = [this] { updateShape(this->window().size()); };
-    connect(&window, &QWindow::widthChanged, this, reshape);
-    connect(&window, &QWindow::heightChanged, this, reshape);
-    connect(&window, &QWindow::screenChanged, this, reshape);
+    connect(&window, &QWindow::screenChanged, this, [this] { updateShape(this->window().size()); });
     qGuiApp->installNativeEventFilter(this);
 }
 

@@ -24,7 +24,6 @@ public:
 
     QIconEngine *clone() const override { return new OutlinedIcon(*this); }
     QString iconName() override { return m_name; }
-    bool isNull() override { return m_image(Qt::black, 1, 1).isNull(); }
 
     /// The places of common bars, at one and two device pixels per point.
     QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override
@@ -105,15 +104,10 @@ void QtStatusItem::show()
         // A bar that does not say where the item is leaves the context menu to the program.
         if (reason == QSystemTrayIcon::Trigger ||
             (reason == QSystemTrayIcon::Context && m_tray->geometry().isEmpty()))
-            openMenu();
+            m_menus.popUpBeside(m_items, m_tray->geometry().isEmpty() ? QRect(QCursor::pos(), QSize(1, 1))
+                                                                      : m_tray->geometry());
     });
     m_tray->show();
-}
-
-void QtStatusItem::openMenu()
-{
-    const QRect place = m_tray->geometry();
-    m_menus.popUpBeside(m_items, place.isEmpty() ? QRect(QCursor::pos(), QSize(1, 1)) : place);
 }
 
 } // namespace cobblet

@@ -31,7 +31,6 @@ public:
 
 private:
     QIcon icon() const;
-    void openMenu();
 
     QtMenus &m_menus;
     const Appearance &m_appearance;

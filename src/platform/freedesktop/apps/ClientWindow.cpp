@@ -5,9 +5,10 @@
 #include <QSysInfo>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <memory>
-#include <utility>
+#include <vector>
 
 #include <xcb/res.h>
 
@@ -17,6 +18,10 @@ namespace {
 
 constexpr uint32_t maximumProperty = 1024; // bytes
 
+constexpr const char *properties[] = {"WM_CLASS",    "_GTK_APPLICATION_ID", "_KDE_NET_WM_DESKTOP_FILE",
+                                      "_NET_WM_PID", "WM_CLIENT_MACHINE",   "_NET_WM_WINDOW_TYPE"};
+using Values = std::array<QByteArray, std::size(properties)>; // in the order of their names
+
 uint32_t number(const QByteArray &value)
 {
     uint32_t first = 0;
@@ -24,43 +29,6 @@ uint32_t number(const QByteArray &value)
         std::memcpy(&first, value.constData(), sizeof first);
     return first;
 }
-
-/// What has been read of a window so far.
-struct Reading {
-    ClientWindow window;
-    qint64 statedPid = 0;
-    bool isLocal = true;
-};
-
-using Taking = void (*)(X11Connection &, Reading &, const QByteArray &);
-
-constexpr std::pair<const char *, Taking> properties[] = {
-    {"WM_CLASS",
-     [](X11Connection &, Reading &r, const QByteArray &value) {
-         const QByteArrayList parts = value.split('\0');
-         r.window.identity.wmInstance = QString::fromLatin1(parts.value(0));
-         r.window.identity.wmClass = QString::fromLatin1(parts.value(1));
-     }},
-    {"_GTK_APPLICATION_ID",
-     [](X11Connection &, Reading &r, const QByteArray &value) {
-         r.window.identity.gtkApplicationId = QString::fromUtf8(value);
-     }},
-    {"_KDE_NET_WM_DESKTOP_FILE",
-     [](X11Connection &, Reading &r, const QByteArray &value) {
-         r.window.identity.kdeDesktopFile = QString::fromUtf8(value);
-     }},
-    {"_NET_WM_PID", [](X11Connection &, Reading &r, const QByteArray &value) { r.statedPid = number(value); }},
-    {"WM_CLIENT_MACHINE",
-     [](X11Connection &, Reading &r, const QByteArray &value) {
-         r.isLocal = value.isEmpty() || value == "localhost" || value == QSysInfo::machineHostName().toUtf8();
-     }},
-    {"_NET_WM_WINDOW_TYPE",
-     [](X11Connection &x11, Reading &r, const QByteArray &value) {
-         const xcb_atom_t type = number(value);
-         r.window.isOrdinary = type == XCB_ATOM_NONE || (type != x11.atom("_NET_WM_WINDOW_TYPE_DOCK") &&
-                                                         type != x11.atom("_NET_WM_WINDOW_TYPE_DESKTOP"));
-     }},
-};
 
 /// What the server knows of the connection, which is true even for a sandbox that numbers its processes afresh; 0
 /// where it does not tell.
@@ -81,32 +49,38 @@ qint64 pidIn(const void *raw)
 bool ClientWindow::isReadFrom(X11Connection &x11, xcb_atom_t property)
 {
     return std::any_of(std::begin(properties), std::end(properties),
-                       [&](const auto &each) { return x11.atom(each.first) == property; });
+                       [&](const char *name) { return x11.atom(name) == property; });
 }
 
 void ClientWindow::read(X11Connection &x11, xcb_window_t window, QObject *context,
                         std::function<void(const ClientWindow &)> done)
 {
     xcb_connection_t *xcb = x11.xcb();
-    x11.intern({"WM_CLASS", "_GTK_APPLICATION_ID", "_KDE_NET_WM_DESKTOP_FILE", "_NET_WM_PID", "WM_CLIENT_MACHINE",
-                "_NET_WM_WINDOW_TYPE", "_NET_WM_WINDOW_TYPE_DOCK", "_NET_WM_WINDOW_TYPE_DESKTOP"});
-    const auto reading = std::make_shared<Reading>();
-    for (const auto &[name, take] : properties)
-        x11.whenReplied(
-            xcb_get_property(xcb, 0, window, x11.atom(name), XCB_GET_PROPERTY_TYPE_ANY, 0, maximumProperty / 4)
-                .sequence,
-            context, [&x11, reading, take](const void *raw) {
-                const auto *reply = static_cast<const xcb_get_property_reply_t *>(raw);
-                if (reply && reply->type != XCB_ATOM_NONE)
-                    take(x11, *reading,
-                         {static_cast<const char *>(xcb_get_property_value(reply)),
-                          xcb_get_property_value_length(reply)});
-            });
-    const auto finish = [reading, done = std::move(done)](const void *raw) {
-        const qint64 serverPid = pidIn(raw);
-        if (reading->isLocal)
-            reading->window.pid = serverPid > 0 ? serverPid : reading->statedPid;
-        done(reading->window);
+    std::vector<const char *> names(std::begin(properties), std::end(properties));
+    names.insert(names.end(), {"_NET_WM_WINDOW_TYPE_DOCK", "_NET_WM_WINDOW_TYPE_DESKTOP"});
+    x11.intern(names);
+    const auto values = std::make_shared<Values>();
+    for (size_t i = 0; i < values->size(); ++i) {
+        const auto asked = xcb_get_property(xcb, 0, window, x11.atom(properties[i]), XCB_GET_PROPERTY_TYPE_ANY, 0,
+                                            maximumProperty / 4);
+        x11.whenReplied(asked.sequence, context, [values, i](const void *raw) {
+            if (const auto *reply = static_cast<const xcb_get_property_reply_t *>(raw))
+                (*values)[i] = {static_cast<const char *>(xcb_get_property_value(reply)),
+                                xcb_get_property_value_length(reply)};
+        });
+    }
+    const auto finish = [&x11, values, done = std::move(done)](const void *raw) {
+        const auto &[windowClass, gtkId, kdeFile, statedPid, machine, type] = *values;
+        const QByteArrayList parts = windowClass.split('\0');
+        ClientWindow seen;
+        seen.identity = {QString::fromUtf8(gtkId), QString::fromUtf8(kdeFile), QString::fromLatin1(parts.value(0)),
+                         QString::fromLatin1(parts.value(1))};
+        if (machine.isEmpty() || machine == "localhost" || machine == QSysInfo::machineHostName().toUtf8())
+            seen.pid = pidIn(raw) > 0 ? pidIn(raw) : qint64(number(statedPid));
+        const xcb_atom_t kind = number(type);
+        seen.isOrdinary = kind == XCB_ATOM_NONE || (kind != x11.atom("_NET_WM_WINDOW_TYPE_DOCK") &&
+                                                    kind != x11.atom("_NET_WM_WINDOW_TYPE_DESKTOP"));
+        done(seen);
     };
     const xcb_res_client_id_spec_t spec{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
     if (const auto *extension = xcb_get_extension_data(xcb, &xcb_res_id); extension->present)
