@@ -8,6 +8,8 @@
 #include <QDBusVariant>
 #include <QLoggingCategory>
 
+#include <utility>
+
 namespace cobblet {
 
 Q_LOGGING_CATEGORY(lcTray, "cobblet.tray")
@@ -34,12 +36,15 @@ TrayStatusItem::TrayStatusItem(X11Connection *x11, SessionBus &bus, QtMenus &men
 
 Availability TrayStatusItem::availability() const
 {
-    return m_hasXEmbed || m_hasNotifier.value_or(false) ? Availability::works() : Availability::unavailable(noTray);
+    return m_hasXEmbed.value_or(false) || m_hasNotifier.value_or(false) ? Availability::works()
+                                                                        : Availability::unavailable(noTray);
 }
 
 void TrayStatusItem::show()
 {
-    if (m_x11)
+    if (!m_x11)
+        m_hasXEmbed = false;
+    else
         m_x11->followOwner(m_x11->atom("_NET_SYSTEM_TRAY_S" + QByteArray::number(m_x11->screenNumber())), this,
                            [this](xcb_window_t owner) {
                                m_hasXEmbed = owner != XCB_WINDOW_NONE;
@@ -72,12 +77,12 @@ void TrayStatusItem::lookForNotifier()
 
 void TrayStatusItem::decide()
 {
-    if (m_isMade || !m_hasNotifier)
+    if (m_isMade || !m_hasNotifier || !m_hasXEmbed)
         return;
-    m_isMade = *m_hasNotifier || m_hasXEmbed;
+    m_isMade = *m_hasNotifier || *m_hasXEmbed;
     if (m_isMade)
         QtStatusItem::show();
-    else
+    else if (!std::exchange(m_saidNone, true))
         qCInfo(lcTray).noquote() << noTray;
 }
 

@@ -30,9 +30,11 @@ private:
 
     X11Connection *m_x11;
     SessionBus &m_bus;
-    std::optional<bool> m_hasNotifier; ///< with somebody who shows its items; absent until that is known
-    bool m_hasXEmbed = false;
+    // Absent until they are known.
+    std::optional<bool> m_hasNotifier; ///< with somebody who shows its items
+    std::optional<bool> m_hasXEmbed;
     bool m_isMade = false;
+    bool m_saidNone = false;
 };
 
 } // namespace cobblet
