@@ -1,9 +1,8 @@
 #include "platform/freedesktop/TrayStatusItem.h"
 
-#include "platform/freedesktop/bus/SessionBus.h"
 #include "platform/freedesktop/X11Connection.h"
+#include "platform/freedesktop/bus/SessionBus.h"
 
-#include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QLoggingCategory>
@@ -18,9 +17,6 @@ namespace {
 
 const QString watcher = QStringLiteral("org.kde.StatusNotifierWatcher");
 const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
-
-/// A watcher that hangs is treated as one with nothing to say.
-constexpr int patience = 2'000;
 
 const QString noTray =
     QStringLiteral("The desktop has no tray: the item with Cobblet's menu appears when there is one. "
@@ -67,10 +63,8 @@ void TrayStatusItem::lookForNotifier()
         watcher, watcherPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     call.setArguments({watcher, QStringLiteral("IsStatusNotifierHostRegistered")});
     call.setAutoStartService(false);
-    auto *pending = new QDBusPendingCallWatcher(m_bus.connection().asyncCall(call, patience), this);
-    connect(pending, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher *finished) {
-        finished->deleteLater();
-        m_hasNotifier = finished->reply().arguments().value(0).value<QDBusVariant>().variant().toBool();
+    callSessionBus(&m_bus, this, call, [this](const QDBusMessage &reply) {
+        m_hasNotifier = reply.arguments().value(0).value<QDBusVariant>().variant().toBool();
         decide();
     });
 }
