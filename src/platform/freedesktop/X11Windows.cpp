@@ -140,14 +140,12 @@ void X11Windows::followManager()
 
 void X11Windows::setManager(xcb_window_t window)
 {
-    const bool changed = std::exchange(m_manager, window) != window;
+    m_manager = window;
     if (!hasManager())
         m_active = XCB_WINDOW_NONE; // what the last manager said is no longer kept true
     else if (m_active == XCB_WINDOW_NONE)
         followActive();
     followWindows();
-    if (changed)
-        emit managerChanged();
 }
 
 void X11Windows::followWindows()

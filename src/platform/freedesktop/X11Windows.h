@@ -61,7 +61,6 @@ signals:
     void removed(xcb_window_t window);
     /// Of one of windows().
     void propertyChanged(xcb_window_t window, xcb_atom_t property);
-    void managerChanged();
     void activeWindowChanged();
     void compositingChanged();
     /// This process asked for the window to be activated.
