@@ -25,7 +25,7 @@ struct AppShortcut {
 /// The phrases that assistants, searches and the command line understand.
 class CobbletShortcuts {
 public:
-    /// Room for the words of a phrase around the longest name; a longer text is none.
+    /// Room for the words of a phrase around the longest name; a longer text is not looked at.
     static constexpr qsizetype maximumPhrase = 1100;
 
     static const std::array<AppShortcut, 3> &appShortcuts();

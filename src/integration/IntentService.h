@@ -29,7 +29,8 @@ public:
     static CommandReply reply(const QList<IntentOutcome> &outcomes);
     /// Carries out a command line. `done` is called exactly once, perhaps before this returns.
     void run(const CommandLine &line, std::function<void(const CommandReply &)> done);
-    /// Why a group that a command line wants to be shown can't be; absent when it can, or when none is.
+    /// Why a group that a command line wants to be shown can't be; absent when it can, or when it
+    /// wants none.
     std::optional<CommandReply> refusal(const CommandLine &line) const;
 
 private:

@@ -247,6 +247,8 @@ TEST_F(IntentsTest, WhatDoesNotFitIsRefusedWithTheReason)
     EXPECT_EQ(call("", "", "List", {}).errorMessage(), QString()) << "a call may leave the interface out";
     const QDBusMessage metas = call("/SearchProvider", provider, "GetResultMetas", {QStringList{s(""), s("show:x")}});
     EXPECT_EQ(metas.signature(), s("aa{sv}"));
+    for (const auto &[method, signature] : {std::pair("Actions", "a(sss)"), {"Config", "a{sv}"}, {"Teardown", ""}})
+        EXPECT_EQ(call("/Runner", runner, method, {}).signature(), s(signature)) << method;
 }
 
 /// A value of some type that the toolkit can send, a few levels deep.

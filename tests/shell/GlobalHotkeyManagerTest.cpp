@@ -69,6 +69,16 @@ TEST_F(GlobalHotkeyManagerTest, APressShowsThePanelAndThenSelectsOnALaterTurn)
     EXPECT_EQ(posted, (QStringList{show, select + QLatin1Char('3'), show, select + QLatin1Char('1')}));
 }
 
+TEST_F(GlobalHotkeyManagerTest, WhereThereAreNoneItSaysWhatToBindInstead)
+{
+    create();
+    EXPECT_EQ(manager->availability(), Availability::works());
+    hotKeys.available = Availability::unavailable(QStringLiteral("No."));
+    const QString sentence = manager->availability().sentence;
+    EXPECT_TRUE(sentence.startsWith(QStringLiteral("No. ")) &&
+                sentence.contains(QStringLiteral("cobblet show NAME")));
+}
+
 TEST_F(GlobalHotkeyManagerTest, EndingUnregistersAndForgetsPressesUnderWay)
 {
     create();
