@@ -180,19 +180,24 @@ ordered_json written(const QList<AppItem> &apps)
     return writtenList(apps);
 }
 
-template<auto Member, class Record>
-constexpr Field<Record> field(const char *key, Rule rule)
+template<class Record, class Value>
+Record recordOf(Value Record::*);
+
+template<auto Member>
+constexpr auto field(const char *key, Rule rule)
 {
-    return {key, rule, [](const json &value, Record &record) { return read(value, record.*Member); },
-            [](const Record &record) { return written(record.*Member); }};
+    using Record = decltype(recordOf(Member));
+    return Field<Record>{key, rule, [](const json &value, Record &record) { return read(value, record.*Member); },
+                         [](const Record &record) { return written(record.*Member); }};
 }
 
 template<>
 std::span<const Field<AppItem>> fields()
 {
+    using enum Rule;
     static constexpr Field<AppItem> table[] = {
-        field<&AppItem::name, AppItem>("name", Rule::Required),
-        field<&AppItem::bundleID, AppItem>("bundleID", Rule::Required),
+        field<&AppItem::name>("name", Required),
+        field<&AppItem::bundleID>("bundleID", Required),
     };
     return table;
 }
@@ -200,21 +205,22 @@ std::span<const Field<AppItem>> fields()
 template<>
 std::span<const Field<AppGroup>> fields()
 {
+    using enum Rule;
     static constexpr Field<AppGroup> table[] = {
-        field<&AppGroup::id, AppGroup>("id", Rule::Required),
-        field<&AppGroup::name, AppGroup>("name", Rule::Required),
-        field<&AppGroup::emoji, AppGroup>("emoji", Rule::Required),
-        field<&AppGroup::apps, AppGroup>("apps", Rule::Required),
-        field<&AppGroup::isPinned, AppGroup>("isPinned", Rule::Strict),
-        field<&AppGroup::isStandalone, AppGroup>("isStandalone", Rule::Strict),
-        field<&AppGroup::iconName, AppGroup>("iconName", Rule::Strict),
-        field<&AppGroup::iconStyle, AppGroup>("iconStyle", Rule::Lenient),
-        field<&AppGroup::iconColor, AppGroup>("iconColor", Rule::Strict),
-        field<&AppGroup::iconFill, AppGroup>("iconFill", Rule::Lenient),
-        field<&AppGroup::popupColumns, AppGroup>("popupColumns", Rule::Lenient),
-        field<&AppGroup::popupMaxRows, AppGroup>("popupMaxRows", Rule::Lenient),
-        field<&AppGroup::popupShowsTitles, AppGroup>("popupShowsTitles", Rule::Lenient),
-        field<&AppGroup::popupAnchor, AppGroup>("popupAnchor", Rule::Lenient),
+        field<&AppGroup::id>("id", Required),
+        field<&AppGroup::name>("name", Required),
+        field<&AppGroup::emoji>("emoji", Required),
+        field<&AppGroup::apps>("apps", Required),
+        field<&AppGroup::isPinned>("isPinned", Strict),
+        field<&AppGroup::isStandalone>("isStandalone", Strict),
+        field<&AppGroup::iconName>("iconName", Strict),
+        field<&AppGroup::iconStyle>("iconStyle", Lenient),
+        field<&AppGroup::iconColor>("iconColor", Strict),
+        field<&AppGroup::iconFill>("iconFill", Lenient),
+        field<&AppGroup::popupColumns>("popupColumns", Lenient),
+        field<&AppGroup::popupMaxRows>("popupMaxRows", Lenient),
+        field<&AppGroup::popupShowsTitles>("popupShowsTitles", Lenient),
+        field<&AppGroup::popupAnchor>("popupAnchor", Lenient),
     };
     return table;
 }
