@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Availability.h"
 #include "platform/Result.h"
 
 #include <QImage>
@@ -27,6 +28,9 @@ class Workspace : public QObject {
 public:
     using Completion = std::function<void(const Status &)>;
 
+    /// Whether applications are found, have their icons, and are started on their own.
+    virtual Availability availability() const = 0;
+
     /// This desktop's counterpart of a well-known identifier ("com.apple.mail"); any other identifier, and
     /// one without a counterpart here, comes back unchanged. Never stored.
     virtual QString resolved(const QString &bundleID) const = 0;
@@ -40,7 +44,8 @@ public:
 
     /// Asks for a launch with activation and returns at once. `done`, when given, runs later on the main
     /// thread with the outcome; a failure is also logged with the application's name and the cause.
-    virtual void open(const QString &bundleID, Completion done = {}) = 0;
+    /// `activationToken` is the desktop's, of the person's act that caused the launch; empty when there is none.
+    virtual void open(const QString &bundleID, Completion done = {}, const QString &activationToken = {}) = 0;
 
     /// Starts the program of a bundle with these arguments, without giving it the focus; returns at once, as open()
     /// does.

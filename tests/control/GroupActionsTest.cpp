@@ -20,9 +20,9 @@ using testing::ElementsAre;
 class SlowWorkspace : public test::FakeWorkspace {
 public:
     using FakeWorkspace::FakeWorkspace;
-    void open(const QString &bundleID, Completion done) override
+    void open(const QString &bundleID, Completion done, const QString &) override
     {
-        FakeWorkspace::open(bundleID, {});
+        FakeWorkspace::open(bundleID, {}, {});
         pending.insert(bundleID, done);
     }
     void finish(const char *id, const Status &status = {}) { pending.take(QLatin1String(id))(status); }

@@ -1,3 +1,4 @@
+#include "platform/freedesktop/apps/KeyFile.h"
 #include "platform/freedesktop/apps/WindowResolver.h"
 
 #include <cstddef>
@@ -12,10 +13,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const QByteArrayList parts = QByteArray(reinterpret_cast<const char *>(data), qsizetype(size)).split('\0');
     const auto text = [&](int i) { return QString::fromUtf8(parts.value(i)); };
     QList<IndexEntry> entries;
-    if (auto entry = parseDesktopEntry(parts.value(0)))
-        entries.append({text(1), *entry, !entry->noDisplay});
-    if (auto other = parseDesktopEntry("[Desktop Entry]\n" + parts.value(2)))
-        entries.append({text(3), *other, true});
+    for (const int i : {0, 2})
+        if (const auto file = KeyFile::parse("[Desktop Entry]\n" + parts.value(i)))
+            entries.append({text(i + 1), DesktopEntry(*file), i == 0});
     const ApplicationIndex index(entries);
 
     const WindowIdentity window{text(4), text(5), text(6), text(7)};

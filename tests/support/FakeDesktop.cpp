@@ -68,7 +68,7 @@ Result<InstalledApplication> FakeWorkspace::applicationAt(const QString &path) c
     return Error{QStringLiteral("%1 is not an application.").arg(path)};
 }
 
-void FakeWorkspace::open(const QString &bundleID, Completion done)
+void FakeWorkspace::open(const QString &bundleID, Completion done, const QString &)
 {
     opened.append(bundleID);
     write(m_log, QStringLiteral("open ") + bundleID);

@@ -46,7 +46,8 @@ public:
     QString resolved(const QString &bundleID) const override { return aliases.value(bundleID, bundleID); }
     std::optional<InstalledApplication> application(const QString &bundleID) const override;
     Result<InstalledApplication> applicationAt(const QString &path) const override;
-    void open(const QString &bundleID, Completion done) override;
+    Availability availability() const override { return {}; }
+    void open(const QString &bundleID, Completion done, const QString &activationToken) override;
     void openBundle(const QString &path, const QStringList &arguments, Completion done) override;
     void reveal(const QString &bundleID, Completion done) override;
     QImage icon(const QString &bundleID, int points, qreal ratio) const override;

@@ -59,8 +59,7 @@ TEST_F(IconTest, TheBestFileOfTheFirstThemeIsFound)
     write(icons(QStringLiteral("hicolor/48x48/apps/fallback.png")), "x");
     write(home.path(QStringLiteral("system/pixmaps/old.xpm")), "x");
     write(icons(QStringLiteral("evil/48/bad.png")), "x");
-    const IconFiles files(IconFiles::defaultBaseFolders(), IconFiles::defaultPictureFolders(),
-                          {QStringLiteral("Base")});
+    const IconFiles files({QStringLiteral("Base")});
     const struct {
         const char *name;
         int pixels;

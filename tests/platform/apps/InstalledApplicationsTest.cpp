@@ -2,10 +2,6 @@
 
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 
-#include <QSignalSpy>
-
-#include <cstdio>
-
 namespace {
 
 using namespace cobblet;
@@ -64,51 +60,6 @@ TEST_F(InstalledApplicationsTest, TheFirstFolderWinsAndItsWordIsFinal)
     EXPECT_EQ(index->byId(QStringLiteral("deleted")), nullptr);
 }
 
-TEST_F(InstalledApplicationsTest, EveryWayOfChangingIsNoticed)
-{
-    const QString id = QStringLiteral("one");
-    const QString store = home.path(QStringLiteral("store"));
-    write(store + QStringLiteral("/a/share/applications/one.desktop"), entry("Store A", "true"));
-    write(store + QStringLiteral("/b/share/applications/one.desktop"), entry("Store B", "true"));
-    write(home.path(QStringLiteral("elsewhere/one.desktop")), entry("Linked", "true"));
-    QDir().mkpath(home.path(QStringLiteral("system")));
-    const FreedesktopWorkspace workspace(nullptr);
-    QSignalSpy changed(&workspace, &Workspace::installedApplicationsChanged);
-    const auto becomes = [&](const char *name) {
-        return waitFor([&] { return nameOf(workspace, id) == QLatin1String(name); });
-    };
-    const auto swapLink = [](const QString &target, const QString &link) {
-        QFile::remove(link + QStringLiteral(".new"));
-        QFile::link(target, link + QStringLiteral(".new"));
-        ASSERT_EQ(std::rename(qPrintable(link + QStringLiteral(".new")), qPrintable(link)), 0);
-    };
-    ASSERT_EQ(nameOf(workspace, id), QStringLiteral("-"));
-
-    write(system(id), entry("Added where no folder was", "true"));
-    EXPECT_TRUE(becomes("Added where no folder was"));
-    write(system(id), entry("Rewritten", "true"));
-    EXPECT_TRUE(becomes("Rewritten"));
-    write(user(id), entry("Of the user", "true"));
-    EXPECT_TRUE(becomes("Of the user"));
-    write(user(id), entry("Of the user", "true", "Hidden=true"));
-    EXPECT_TRUE(becomes("-"));
-    QFile::remove(user(id));
-    EXPECT_TRUE(becomes("Rewritten"));
-    swapLink(home.path(QStringLiteral("elsewhere/one.desktop")), system(id));
-    EXPECT_TRUE(becomes("Linked"));
-    write(home.path(QStringLiteral("elsewhere/one.desktop")), entry("Changed behind the link", "true"));
-    EXPECT_TRUE(becomes("Changed behind the link"));
-    QFile::remove(system(id));
-    EXPECT_TRUE(becomes("-"));
-    // A whole folder that is a link into a store, as some package managers exchange them.
-    swapLink(store + QStringLiteral("/a"), home.path(QStringLiteral("profile")));
-    QFile::link(home.path(QStringLiteral("profile/share")), home.path(QStringLiteral("vendor")));
-    EXPECT_TRUE(becomes("Store A"));
-    swapLink(store + QStringLiteral("/b"), home.path(QStringLiteral("profile")));
-    EXPECT_TRUE(becomes("Store B"));
-    EXPECT_GT(changed.count(), 0);
-}
-
 TEST_F(InstalledApplicationsTest, AFileStandsForAnApplicationOrSaysWhyNot)
 {
     write(system(QStringLiteral("org.example.App")), entry("App", "true"));
@@ -146,23 +97,6 @@ TEST_F(InstalledApplicationsTest, AFileStandsForAnApplicationOrSaysWhyNot)
 
 TEST_F(InstalledApplicationsTest, CommandLinesSplitAsTheFormatSays)
 {
-    const struct {
-        const char *command;
-        QStringList arguments;
-    } rows[] = {
-        {"foo --bar %U", {QStringLiteral("foo"), QStringLiteral("--bar")}},
-        {"\"/opt/with space/foo\" \"a\\\"b\" 100%%",
-         {QStringLiteral("/opt/with space/foo"), QStringLiteral("a\"b"), QStringLiteral("100%")}},
-        {"foo \"unfinished", {}},
-        {"sh -c 'a \"b\" \\n'", {QStringLiteral("sh"), QStringLiteral("-c"), QStringLiteral("a \"b\" \\n")}},
-        {"wine C:\\\\x\\ y \"\\n\"", {QStringLiteral("wine"), QStringLiteral("C:\\x y"), QStringLiteral("\\n")}},
-        {"", {}},
-        {"env A=1 B=2 foo",
-         {QStringLiteral("env"), QStringLiteral("A=1"), QStringLiteral("B=2"), QStringLiteral("foo")}},
-    };
-    for (const auto &row : rows)
-        EXPECT_EQ(splitExec(QString::fromUtf8(row.command)), row.arguments) << row.command;
-
     const ExecFields fields{QStringLiteral("A name"),
                             QStringLiteral("an icon"),
                             QStringLiteral("/a.desktop"),
@@ -170,17 +104,23 @@ TEST_F(InstalledApplicationsTest, CommandLinesSplitAsTheFormatSays)
     const struct {
         const char *command;
         const char *arguments; ///< joined by bars
-    } expanded[] = {{"x %c %k", "x|A name|/a.desktop|/a b"},
-                    {"x %i", "x|--icon|an icon|/a b"},
-                    {"x %u", "x|file:///a%20b"},
-                    {"x %U -y", "x|file:///a%20b|https://c|-y"},
-                    {"x --f=%f", "x|--f=/a b"},
-                    {"x %F", "x|/a b"},
-                    {"x %d %m %% %", "x|%|%|/a b"},
-                    {"\"%c", ""}};
-    for (const auto &row : expanded)
-        EXPECT_EQ(expandExec(QString::fromUtf8(row.command), fields).join(u'|'), QString::fromUtf8(row.arguments))
-            << row.command;
+        const char *bare;      ///< the same without fields
+    } rows[] = {{"x %c %k \"\"", "x|A name|/a.desktop||/a b", "x|"},
+                {"x %i", "x|--icon|an icon|/a b", "x"},
+                {"x %u", "x|file:///a%20b", "x"},
+                {"x %U -y", "x|file:///a%20b|https://c|-y", "x|-y"},
+                {"x --f=%f", "x|--f=/a b", "x|--f="},
+                {"x %F", "x|/a b", "x"},
+                {"x %d %m %% %", "x|%|%|/a b", "x|%|%"},
+                {"\"/with space/x\" 'a \"b\" $HOME \\n'", "/with space/x|a \"b\" $HOME \\n|/a b",
+                 "/with space/x|a \"b\" $HOME \\n"},
+                {"\"%c", "", ""},
+                {"", "", ""}};
+    for (const auto &row : rows) {
+        const QString command = QString::fromUtf8(row.command);
+        EXPECT_EQ(expandExec(command, fields).join(u'|'), QString::fromUtf8(row.arguments)) << row.command;
+        EXPECT_EQ(splitExec(command).join(u'|'), QString::fromUtf8(row.bare)) << row.command;
+    }
 }
 
 } // namespace

@@ -50,10 +50,11 @@ protected:
     }
 
     /// Opens and waits for the outcome.
-    static QString outcome(FreedesktopWorkspace &workspace, const QString &id)
+    static QString outcome(FreedesktopWorkspace &workspace, const QString &id, const QString &token = {})
     {
         std::optional<Status> status;
-        workspace.open(id, [&](const Status &told) { status = told; });
+        workspace.open(
+            id, [&](const Status &told) { status = told; }, token);
         EXPECT_FALSE(status.has_value()) << "told before open() returned";
         EXPECT_TRUE(waitFor([&] { return status.has_value(); }, 5000));
         return status && !status->ok() ? status->error() : QString();
@@ -107,6 +108,14 @@ TEST_F(LaunchTest, ALaunchedProgramIsOnItsOwn)
     // Its end leaves no zombie of ours.
     ASSERT_EQ(::kill(pid_t(pid), SIGKILL), 0);
     EXPECT_TRUE(waitFor([&] { return ::kill(pid_t(pid), 0) != 0; }));
+
+    // What caused the launch is told, where it is known.
+    QFile::remove(report());
+    EXPECT_EQ(outcome(workspace, QStringLiteral("probe"), QStringLiteral("token-1")), QString());
+    const QByteArrayList again = lines();
+    EXPECT_TRUE(again.contains("env:XDG_ACTIVATION_TOKEN=token-1"));
+    EXPECT_TRUE(again.contains("env:DESKTOP_STARTUP_ID=token-1"));
+    ::kill(pid_t(numberIn(again, "pid")), SIGKILL);
 }
 
 TEST_F(LaunchTest, AFailureNamesTheApplicationAndTheCause)

@@ -60,13 +60,4 @@ TEST(Processes, ASignalReachesOnlyTheProcessThatWasSeen)
     EXPECT_FALSE(sendSignal(*seen, SIGKILL));
 }
 
-TEST(Processes, ReadsWhatTheResolverNeeds)
-{
-    const ProcessIdentity self = processIdentity(getpid());
-    EXPECT_TRUE(self.executable.endsWith(QStringLiteral("platform_apps_test")));
-    ASSERT_FALSE(self.arguments.isEmpty());
-    EXPECT_EQ(processIdentity(0).executable, QString());
-    EXPECT_EQ(processIdentity(1 << 30).arguments, QStringList());
-}
-
 } // namespace

@@ -1,4 +1,5 @@
 #include "platform/freedesktop/apps/WindowResolver.h"
+#include "platform/freedesktop/apps/KeyFile.h"
 
 #include <gtest/gtest.h>
 
@@ -59,9 +60,8 @@ const ApplicationIndex &installed()
         };
         QList<IndexEntry> entries;
         for (const auto &row : rows) {
-            auto entry = parseDesktopEntry(QByteArray("[Desktop Entry]\nType=Application\nName=x\n") + row.more);
-            const bool visible = !entry->noDisplay;
-            entries.append({s(row.id), *entry, visible});
+            const auto file = KeyFile::parse(QByteArray("[Desktop Entry]\n") + row.more);
+            entries.append({s(row.id), DesktopEntry(*file), !file->flag("Desktop Entry", "NoDisplay")});
         }
         return ApplicationIndex(entries);
     }();

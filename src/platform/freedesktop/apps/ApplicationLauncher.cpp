@@ -1,7 +1,6 @@
 #include "platform/freedesktop/apps/ApplicationLauncher.h"
 
 #include "platform/freedesktop/Releasing.h"
-#include "platform/freedesktop/apps/DesktopBus.h"
 #include "platform/freedesktop/apps/DesktopEntry.h"
 
 #include <QDir>
@@ -26,26 +25,20 @@ Q_LOGGING_CATEGORY(lcLaunch, "cobblet.applications.launch")
 
 namespace {
 
-/// What the child prepares between fork and exec, where only few calls are safe.
-struct ChildSetup {
-    const char *homeFolder; ///< where it starts; null when another folder was asked for
-    char *pidDigits;        ///< where its own number goes in the environment
-    size_t digits;
-};
+constexpr qsizetype pidDigits = 10;
 
+/// What the child does between fork and exec, where only few calls are safe. `data` is where its own number goes in
+/// the environment.
 void prepareChild(gpointer data)
 {
-    const auto *setup = static_cast<const ChildSetup *>(data);
     setsid();
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
     std::signal(SIGPIPE, SIG_DFL);
     pid_t rest = getpid();
-    for (size_t place = setup->digits; place > 0; rest /= 10)
-        setup->pidDigits[--place] = char('0' + rest % 10);
-    if (setup->homeFolder && chdir(setup->homeFolder) != 0)
-        return; // it stays where this process is
+    for (qsizetype place = pidDigits; place > 0; rest /= 10)
+        static_cast<char *>(data)[--place] = char('0' + rest % 10);
 }
 
 /// The environment that this process was started with; later changes of our own are not in it.
@@ -173,34 +166,31 @@ ApplicationLauncher::ApplicationLauncher(X11Connection *x11, SessionBus *bus, QO
 {
 }
 
-ApplicationLauncher::~ApplicationLauncher() = default;
-
-void ApplicationLauncher::launch(const InstalledEntry &entry, const QStringList &uris, Workspace::Completion done)
+void ApplicationLauncher::launch(const InstalledEntry &entry, const Launch &launch)
 {
-    if (entry.dBusActivatable && uris.isEmpty() && isBusName(entry.application.bundleID) && hasBus())
-        launchOverBus(entry, uris, done);
+    if (entry.dBusActivatable && launch.uris.isEmpty() && isBusName(entry.application.bundleID) && hasBus())
+        launchOverBus(entry, launch);
     else
-        launchCommand(entry, uris, done);
+        launchCommand(entry, launch);
 }
 
-void ApplicationLauncher::launchOverBus(const InstalledEntry &entry, const QStringList &uris,
-                                        const Workspace::Completion &done)
+void ApplicationLauncher::launchOverBus(const InstalledEntry &entry, const Launch &launch)
 {
     const QString id = entry.application.bundleID;
-    callSessionBus(m_bus, this, activateCall(id, m_startup.mint()),
-                   [this, entry, uris, done, id](const QDBusMessage &reply) {
+    callSessionBus(m_bus, this, activateCall(id, tokenFor(launch)),
+                   [this, entry, launch, id](const QDBusMessage &reply) {
                        if (reply.type() == QDBusMessage::ErrorMessage) {
                            const QString cause = QStringLiteral("“%1” cannot be opened over D-Bus: %2")
                                                      .arg(entry.application.name, reply.errorMessage());
                            if (entry.command.isEmpty()) {
-                               finish(this, done, Error{cause});
+                               finish(this, launch.done, Error{cause});
                                return;
                            }
                            qCWarning(lcLaunch).noquote() << cause << "Its command is run instead.";
-                           launchCommand(entry, uris, done);
+                           launchCommand(entry, launch);
                            return;
                        }
-                       finish(this, done, {});
+                       finish(this, launch.done, {});
                        QDBusMessage ask = QDBusMessage::createMethodCall(
                            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
                            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetConnectionUnixProcessID"));
@@ -215,45 +205,43 @@ void ApplicationLauncher::launchOverBus(const InstalledEntry &entry, const QStri
 
 // GIO would launch the entry too, but over a bus connection of its own that is waited for and that ends this
 // process together with the bus; so it reads the entry, and GLib starts the command.
-void ApplicationLauncher::launchCommand(const InstalledEntry &entry, const QStringList &uris,
-                                        const Workspace::Completion &done)
+void ApplicationLauncher::launchCommand(const InstalledEntry &entry, const Launch &launch)
 {
-    const auto command = argumentsFor(entry, uris);
-    if (!command) {
-        finish(this, done, Error{command.error()});
-        return;
-    }
-    start(entry, command.value(), done);
+    const auto command = argumentsFor(entry, launch.uris);
+    if (command)
+        start(entry, command.value(), launch);
+    else
+        finish(this, launch.done, Error{command.error()});
 }
 
-void ApplicationLauncher::start(const InstalledEntry &entry, const QStringList &command,
-                                const Workspace::Completion &done)
+void ApplicationLauncher::start(const InstalledEntry &entry, const QStringList &command, const Launch &launch)
 {
     QByteArrayList arguments;
     for (const QString &argument : command)
         arguments.append(QFile::encodeName(argument));
-    const QString startupId = m_startup.mint();
+    const QString startupId = tokenFor(launch);
     QByteArrayList environment = launchEnvironment(initialEnvironment());
     environment.append("DESKTOP_STARTUP_ID=" + startupId.toUtf8());
+    if (!launch.activationToken.isEmpty()) // a minted one means nothing to a Wayland compositor
+        environment.append("XDG_ACTIVATION_TOKEN=" + startupId.toUtf8());
     environment.append("GIO_LAUNCHED_DESKTOP_FILE=" + QFile::encodeName(entry.application.path));
     const QByteArray pidName = "GIO_LAUNCHED_DESKTOP_FILE_PID=";
-    constexpr qsizetype pidDigits = 10;
-    environment.append(pidName + QByteArray(pidDigits, '0'));
+    environment.append(pidName + QByteArray(pidDigits, '0')); // the last one: the child writes into it
     std::vector<char *> argumentPointers = pointersTo(arguments);
     std::vector<char *> environmentPointers = pointersTo(environment);
 
-    const QByteArray home = QFile::encodeName(QDir::homePath());
-    const QByteArray folder = QFile::encodeName(entry.workingFolder);
-    ChildSetup setup{folder.isEmpty() ? home.constData() : nullptr,
-                     environmentPointers[environmentPointers.size() - 2] + pidName.size(), pidDigits};
+    QString folder = entry.workingFolder;
+    if (folder.isEmpty())
+        folder = QDir(QDir::homePath()).exists() ? QDir::homePath() : QStringLiteral("/");
     if (entry.startupNotify)
         m_startup.announce(startupId, entry.application.name, entry.application.path);
     const int nowhere = ::open("/dev/null", O_RDWR | O_CLOEXEC);
     GPid pid = 0;
     GError *failure = nullptr;
     const bool spawned = g_spawn_async_with_fds(
-        folder.isEmpty() ? nullptr : folder.constData(), argumentPointers.data(), environmentPointers.data(),
-        GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD), prepareChild, &setup, &pid, nowhere,
+        QFile::encodeName(folder).constData(), argumentPointers.data(), environmentPointers.data(),
+        GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD), prepareChild,
+        environmentPointers[environmentPointers.size() - 2] + pidName.size(), &pid, nowhere,
         outputFor(STDOUT_FILENO, nowhere), outputFor(STDERR_FILENO, nowhere), &failure);
     const std::unique_ptr<GError, Releasing<g_error_free>> error(failure);
     if (nowhere >= 0)
@@ -261,28 +249,26 @@ void ApplicationLauncher::start(const InstalledEntry &entry, const QStringList &
     if (!spawned) {
         if (entry.startupNotify)
             m_startup.remove(startupId);
-        finish(this, done,
+        finish(this, launch.done,
                Error{QStringLiteral("“%1” cannot be opened: %2.")
                          .arg(entry.application.name,
                               error ? QString::fromUtf8(error->message) : QStringLiteral("no reason was given"))});
         return;
     }
     started(entry, pid, entry.startupNotify ? startupId : QString());
-    finish(this, done, {});
+    finish(this, launch.done, {});
 }
 
 void ApplicationLauncher::started(const InstalledEntry &entry, qint64 pid, const QString &startupId)
 {
     if (pid <= 0)
         return;
-    if (auto watch = ProcessEnd::watch(pid)) {
-        ProcessEnd *child = watch.release();
+    // Watched until then so that it leaves no zombie.
+    if (ProcessEnd *child = ProcessEnd::watch(pid).release()) {
         child->setParent(this);
-        m_children.insert(pid, child);
-        connect(child, &ProcessEnd::ended, this, [this, pid, startupId, child] {
+        connect(child, &ProcessEnd::ended, this, [this, startupId, child] {
             if (!startupId.isEmpty())
                 m_startup.remove(startupId);
-            m_children.remove(pid);
             child->deleteLater();
         });
     }
@@ -290,9 +276,9 @@ void ApplicationLauncher::started(const InstalledEntry &entry, qint64 pid, const
     emit launched(entry.application.bundleID, pid, entry.terminal);
 }
 
-bool ApplicationLauncher::hasBus() const
+bool ApplicationLauncher::givesScopes() const
 {
-    return hasSessionBus(m_bus);
+    return hasBus() && QFile::exists(QStringLiteral("/run/user/%1/systemd").arg(getuid()));
 }
 
 void ApplicationLauncher::activate(const QString &id)

@@ -1,20 +1,24 @@
 #pragma once
 
 #include "platform/Workspace.h"
+#include "platform/freedesktop/apps/DesktopBus.h"
 #include "platform/freedesktop/apps/InstalledApplications.h"
 #include "platform/freedesktop/apps/ProcessEnd.h"
 #include "platform/freedesktop/apps/StartupNotification.h"
 
-#include <QMap>
 #include <QObject>
 #include <QStringList>
 
-#include <memory>
-
 namespace cobblet {
 
-class SessionBus;
 class X11Connection;
+
+/// What a launch is to be like.
+struct Launch {
+    QStringList uris = {};                ///< handed to an application that takes some
+    QString activationToken = {};         ///< of what caused it; one is minted when it is empty
+    Workspace::Completion done = nullptr; ///< runs later with the outcome; may be null
+};
 
 /// Starts applications as the Desktop Entry rules say: over D-Bus where the entry asks for it, else its command,
 /// never through a shell; in a session (and systemd scope) of their own and with the environment that this
@@ -24,14 +28,14 @@ class ApplicationLauncher : public QObject {
 public:
     /// Either may be null, and outlives the launcher.
     ApplicationLauncher(X11Connection *x11, SessionBus *bus, QObject *parent = nullptr);
-    ~ApplicationLauncher() override;
 
-    /// `done` runs later with the outcome. `uris` are handed to an application that takes some.
-    void launch(const InstalledEntry &entry, const QStringList &uris, Workspace::Completion done);
+    void launch(const InstalledEntry &entry, const Launch &launch = {});
     /// Runs this command in place of the entry's own.
-    void start(const InstalledEntry &entry, const QStringList &command, const Workspace::Completion &done);
+    void start(const InstalledEntry &entry, const QStringList &command, const Launch &launch);
     /// Whether applications can be reached over the bus.
-    bool hasBus() const;
+    bool hasBus() const { return hasSessionBus(m_bus); }
+    /// Whether each application gets a systemd scope, with limits and accounts of its own.
+    bool givesScopes() const;
     /// Tells an application on the bus that its icon was clicked. Failures are ignored.
     void activate(const QString &id);
 
@@ -41,13 +45,16 @@ signals:
     void launched(const QString &id, qint64 pid, bool inTerminal);
 
 private:
-    void launchOverBus(const InstalledEntry &entry, const QStringList &uris, const Workspace::Completion &done);
-    void launchCommand(const InstalledEntry &entry, const QStringList &uris, const Workspace::Completion &done);
+    void launchOverBus(const InstalledEntry &entry, const Launch &launch);
+    void launchCommand(const InstalledEntry &entry, const Launch &launch);
+    QString tokenFor(const Launch &launch)
+    {
+        return launch.activationToken.isEmpty() ? m_startup.mint() : launch.activationToken;
+    }
     void started(const InstalledEntry &entry, qint64 pid, const QString &startupId);
 
     SessionBus *const m_bus;
     StartupNotification m_startup;
-    QMap<qint64, ProcessEnd *> m_children; ///< watched so that none becomes a zombie
 };
 
 /// What a launched application gets of this process's environment at its own start: nothing that speaks of

@@ -1,6 +1,7 @@
 #include "platform/freedesktop/apps/DesktopEntry.h"
 
-#include <QByteArrayView>
+#include "platform/freedesktop/apps/KeyFile.h"
+
 #include <QUrl>
 
 #include <algorithm>
@@ -9,119 +10,56 @@ namespace cobblet {
 
 namespace {
 
-/// Undoes the escapes of string values: \s \n \t \r \\ .
-QString unescaped(QByteArrayView raw)
+QByteArrayList loweredList(const QString &text)
 {
-    QByteArray out;
-    out.reserve(raw.size());
-    for (qsizetype i = 0; i < raw.size(); ++i) {
-        if (raw[i] != '\\' || i + 1 == raw.size()) {
-            out.append(raw[i]);
-            continue;
-        }
-        switch (raw[++i]) {
-        case 's':
-            out.append(' ');
-            break;
-        case 'n':
-            out.append('\n');
-            break;
-        case 't':
-            out.append('\t');
-            break;
-        case 'r':
-            out.append('\r');
-            break;
-        case '\\':
-            out.append('\\');
-            break;
-        default:
-            out.append('\\').append(raw[i]);
-            break;
-        }
-    }
-    return QString::fromUtf8(out);
-}
-
-QByteArrayList loweredList(QByteArrayView raw)
-{
-    QByteArrayList list = raw.toByteArray().toLower().split(';');
+    QByteArrayList list = text.toLower().toUtf8().split(';');
     list.removeAll(QByteArray());
     return list;
 }
 
-bool isTrue(QByteArrayView raw)
+/// A word of a command line with what its field codes stand for.
+QString expanded(const QString &word, const ExecFields &fields, const QStringList &paths)
 {
-    return raw == "true" || raw == "1";
-}
-
-void assign(DesktopEntry &entry, QByteArrayView key, QByteArrayView value)
-{
-    if (key == "Type")
-        entry.isApplication = value == "Application";
-    else if (key == "Name")
-        entry.name = unescaped(value);
-    else if (key == "Exec")
-        entry.exec = splitExec(unescaped(value));
-    else if (key == "TryExec")
-        entry.tryExec = unescaped(value);
-    else if (key == "StartupWMClass")
-        entry.startupWMClass = unescaped(value);
-    else if (key == "X-SnapInstanceName")
-        entry.snapInstance = unescaped(value);
-    else if (key == "X-Flatpak")
-        entry.flatpak = unescaped(value);
-    else if (key == "Categories")
-        entry.categories = loweredList(value);
-    else if (key == "Keywords")
-        entry.keywords = loweredList(value);
-    else if (key == "OnlyShowIn")
-        entry.onlyShowIn = unescaped(value).split(u';', Qt::SkipEmptyParts);
-    else if (key == "NotShowIn")
-        entry.notShowIn = unescaped(value).split(u';', Qt::SkipEmptyParts);
-    else if (key == "Hidden")
-        entry.hidden = isTrue(value);
-    else if (key == "NoDisplay")
-        entry.noDisplay = isTrue(value);
-    else if (key == "Terminal")
-        entry.terminal = isTrue(value);
+    QString text;
+    for (qsizetype i = 0; i < word.size(); ++i) {
+        if (word.at(i) != u'%' || i + 1 == word.size()) {
+            text += word.at(i);
+            continue;
+        }
+        switch (word.at(++i).unicode()) {
+        case u'%':
+            text += u'%';
+            break;
+        case u'c':
+            text += fields.name;
+            break;
+        case u'k':
+            text += fields.path;
+            break;
+        case u'u':
+            text += fields.uris.value(0);
+            break;
+        case u'f':
+            text += paths.value(0);
+            break;
+        default:
+            break; // codes that are no longer in use stand for nothing
+        }
+    }
+    return text;
 }
 
 } // namespace
 
-bool DesktopEntry::isShownIn(const QStringList &desktops) const
+DesktopEntry::DesktopEntry(const KeyFile &file)
 {
-    for (const QString &desktop : desktops) {
-        if (onlyShowIn.contains(desktop))
-            return true;
-        if (notShowIn.contains(desktop))
-            return false;
-    }
-    return onlyShowIn.isEmpty();
-}
-
-std::optional<DesktopEntry> parseDesktopEntry(const QByteArray &bytes)
-{
-    DesktopEntry entry;
-    bool found = false;
-    for (qsizetype start = 0; start < bytes.size();) {
-        const qsizetype end = bytes.indexOf('\n', start);
-        const QByteArrayView line =
-            QByteArrayView(bytes).sliced(start, (end < 0 ? bytes.size() : end) - start).trimmed();
-        start = end < 0 ? bytes.size() : end + 1;
-        if (line.startsWith('[')) {
-            if (found)
-                break; // the main group comes first and only once
-            found = line == "[Desktop Entry]";
-            continue;
-        }
-        const qsizetype equals = line.indexOf('=');
-        if (found && equals > 0 && line[0] != '#')
-            assign(entry, line.first(equals).trimmed(), line.sliced(equals + 1).trimmed());
-    }
-    if (!found)
-        return std::nullopt;
-    return entry;
+    const auto text = [&](const char *key) { return file.text("Desktop Entry", key); };
+    exec = splitExec(text("Exec"));
+    startupWMClass = text("StartupWMClass");
+    snapInstance = text("X-SnapInstanceName");
+    flatpak = text("X-Flatpak");
+    categories = loweredList(text("Categories"));
+    keywords = loweredList(text("Keywords"));
 }
 
 QStringList splitExec(const QString &command)
@@ -131,82 +69,27 @@ QStringList splitExec(const QString &command)
 
 QStringList expandExec(const QString &command, const ExecFields &fields)
 {
-    QStringList arguments;
-    QString argument;
-    QChar quote; // the one that is open
-    bool any = false;
-    bool takesFiles = false;
+    char **parsed = nullptr;
+    if (!g_shell_parse_argv(command.toUtf8().constData(), nullptr, &parsed, nullptr))
+        return {};
+    const std::unique_ptr<char *, Releasing<g_strfreev>> words(parsed);
     QStringList paths;
     for (const QString &uri : fields.uris)
         if (const QUrl url(uri); url.isLocalFile())
             paths.append(url.toLocalFile());
-    const auto finish = [&] {
-        if (any)
+    QStringList arguments;
+    bool takesFiles = false;
+    for (char **each = parsed; *each; ++each) {
+        const QString word = QString::fromUtf8(*each);
+        if (word == u"%U" || word == u"%F")
+            arguments += word == u"%U" ? fields.uris : paths;
+        else if (word == u"%i")
+            arguments += fields.icon.isEmpty() ? QStringList() : QStringList{QStringLiteral("--icon"), fields.icon};
+        else if (const QString argument = expanded(word, fields, paths); !argument.isEmpty() || word.isEmpty())
             arguments.append(argument);
-        argument.clear();
-        any = false;
-    };
-    const auto insert = [&](const QString &text) {
-        argument += text;
-        any = any || !text.isEmpty();
-    };
-    const auto insertList = [&](const QStringList &list) {
-        finish();
-        arguments += list;
-    };
-    for (qsizetype i = 0; i < command.size(); ++i) {
-        const QChar c = command.at(i);
-        // Single quotes and backslashes outside quotes are beyond the rules, but many entries use them.
-        if ((c == u'"' || c == u'\'') && (quote.isNull() || quote == c)) {
-            quote = quote.isNull() ? c : QChar();
-            any = true;
-        } else if (c == u'\\' && i + 1 < command.size() &&
-                   (quote.isNull() || (quote == u'"' && QStringView(u"\"\\$`").contains(command.at(i + 1))))) {
-            insert(command.at(++i));
-        } else if (c == u'%' && i + 1 < command.size()) {
-            switch (command.at(++i).unicode()) {
-            case u'%':
-                insert(QStringLiteral("%"));
-                break;
-            case u'c':
-                insert(fields.name);
-                break;
-            case u'k':
-                insert(fields.path);
-                break;
-            case u'i':
-                insertList(fields.icon.isEmpty() ? QStringList()
-                                                 : QStringList{QStringLiteral("--icon"), fields.icon});
-                break;
-            case u'u':
-                insert(fields.uris.value(0));
-                takesFiles = true;
-                break;
-            case u'f':
-                insert(paths.value(0));
-                takesFiles = true;
-                break;
-            case u'U':
-                insertList(fields.uris);
-                takesFiles = true;
-                break;
-            case u'F':
-                insertList(paths);
-                takesFiles = true;
-                break;
-            default:
-                break; // codes that are no longer in use stand for nothing
-            }
-        } else if (c.isSpace() && quote.isNull()) {
-            finish();
-        } else {
-            argument += c;
-            any = true;
-        }
+        for (const char16_t *code : {u"%u", u"%U", u"%f", u"%F"})
+            takesFiles = takesFiles || word.contains(QStringView(code));
     }
-    if (!quote.isNull())
-        return {};
-    finish();
     if (!takesFiles && !arguments.isEmpty())
         arguments += paths;
     return arguments;

@@ -1,38 +1,25 @@
 #pragma once
 
-#include <QByteArray>
 #include <QByteArrayList>
 #include <QString>
 #include <QStringList>
 
-#include <optional>
-
 namespace cobblet {
 
-/// The keys of a desktop entry's main group that tell applications apart, in their untranslated form.
+class KeyFile;
+
+/// The keys of a desktop entry that tell applications apart, in their untranslated form.
 struct DesktopEntry {
-    QString name;
     QStringList exec; ///< the command split into arguments, field codes dropped
-    QString tryExec;
     QString startupWMClass;
     QString snapInstance;      ///< X-SnapInstanceName
     QString flatpak;           ///< X-Flatpak
     QByteArrayList categories; ///< lower case
     QByteArrayList keywords;   ///< lower case
-    QStringList onlyShowIn;
-    QStringList notShowIn;
-    bool isApplication = false;
-    bool hidden = false;
-    bool noDisplay = false;
-    bool terminal = false;
 
-    /// Whether menus of a desktop with these names (XDG_CURRENT_DESKTOP) show it.
-    bool isShownIn(const QStringList &desktops) const;
+    DesktopEntry() = default;
+    explicit DesktopEntry(const KeyFile &file);
 };
-
-/// Reads the main group. Absent when there is none. Tolerates anything else: unknown keys and lines without
-/// sense are passed over, so that one strange line hides no application.
-std::optional<DesktopEntry> parseDesktopEntry(const QByteArray &bytes);
 
 /// A command line of the Desktop Entry format as arguments, with field codes removed; empty when its quotes
 /// do not match.

@@ -2,6 +2,7 @@
 
 #include "platform/InfoPlist.h"
 #include "platform/freedesktop/apps/DesktopBus.h"
+#include "platform/freedesktop/apps/DesktopEntry.h"
 #include "platform/freedesktop/apps/IconImage.h"
 
 #include <QDir>
@@ -30,11 +31,6 @@ QStringList iconThemes()
     return {QStringLiteral("Adwaita"), QStringLiteral("breeze"), QStringLiteral("gnome")};
 }
 
-MimeDefaults mimeDefaults(const InstalledApplications &installed)
-{
-    return {xdgConfigFolders(), installed.folders().folders(), InstalledApplications::currentDesktops()};
-}
-
 Result<InstalledApplication> bundleAt(const QString &path)
 {
     const QString name = QFileInfo(path).completeBaseName();
@@ -56,19 +52,34 @@ Result<InstalledApplication> bundleAt(const QString &path)
 } // namespace
 
 FreedesktopWorkspace::FreedesktopWorkspace(X11Connection *x11, SessionBus *bus, QObject *parent)
-    : m_bus(bus), m_wellKnown(m_installed, mimeDefaults(m_installed)),
-      m_icons(IconFiles::defaultBaseFolders(), IconFiles::defaultPictureFolders(), iconThemes()), m_launcher(x11, bus)
+    : m_bus(bus), m_wellKnown(m_installed), m_icons(iconThemes()), m_launcher(x11, bus)
 {
     setParent(parent);
-    const QStringList names = mimeDefaults(m_installed).fileNames();
-    for (const QString &folder : xdgConfigFolders())
-        m_installed.watchFiles(folder, names);
     connect(&m_installed, &InstalledApplications::changed, this, [this] {
         m_wellKnown.forget();
         m_icons.forget();
         emit installedApplicationsChanged();
     });
     connect(&m_sleep, &SleepMonitor::woke, this, &Workspace::didWake);
+}
+
+Availability FreedesktopWorkspace::availability() const
+{
+    if (m_installed.isEmpty())
+        return Availability::unavailable(
+            QStringLiteral("No applications are found: XDG_DATA_DIRS must name the folders that hold theirs."));
+    if (!m_icons.hasTheme())
+        return Availability::partly(
+            QStringLiteral("No icon theme is installed: only applications that bring a picture "
+                           "of their own show it."));
+    if (!InstalledApplications::followsChanges())
+        return Availability::partly(
+            QStringLiteral("Applications that are installed or removed are noticed at the next "
+                           "start: unset QT_NO_GLIB to see them at once."));
+    if (!m_launcher.givesScopes())
+        return Availability::works(
+            QStringLiteral("Applications share Cobblet's resources, as no service manager of the user runs."));
+    return Availability::works();
 }
 
 void FreedesktopWorkspace::connectNotify(const QMetaMethod &signal)
@@ -107,9 +118,9 @@ Result<InstalledApplication> FreedesktopWorkspace::applicationAt(const QString &
     if (!clean.endsWith(u".desktop") && !canonical.endsWith(u".desktop"))
         return Error{QStringLiteral("“%1” is not an application.").arg(info.fileName())};
     // A link on the desktop leads into an applications folder; a link in such a folder leads anywhere.
-    QString id = m_installed.idOf(clean);
+    QString id = InstalledApplications::idOf(clean);
     if (id.isEmpty())
-        id = m_installed.idOf(canonical);
+        id = InstalledApplications::idOf(canonical);
     if (id.isEmpty())
         id = entryIdFromFileName(clean);
     const auto entry = m_installed.entry(id);
@@ -118,17 +129,20 @@ Result<InstalledApplication> FreedesktopWorkspace::applicationAt(const QString &
     return entry.value().application;
 }
 
-void FreedesktopWorkspace::open(const QString &bundleID, Completion done)
+void FreedesktopWorkspace::fail(const QString &cause, const Completion &done)
 {
-    const auto entry = m_installed.entry(resolved(bundleID));
-    if (entry) {
-        m_launcher.launch(entry.value(), {}, std::move(done));
-        return;
-    }
-    qCWarning(lcWorkspace).noquote() << entry.error();
+    qCWarning(lcWorkspace).noquote() << cause;
     if (done)
         QMetaObject::invokeMethod(
-            this, [done, error = entry.error()] { done(Error{error}); }, Qt::QueuedConnection);
+            this, [done, cause] { done(Error{cause}); }, Qt::QueuedConnection);
+}
+
+void FreedesktopWorkspace::open(const QString &bundleID, Completion done, const QString &activationToken)
+{
+    if (const auto entry = m_installed.entry(resolved(bundleID)))
+        m_launcher.launch(entry.value(), {.activationToken = activationToken, .done = std::move(done)});
+    else
+        fail(entry.error(), done);
 }
 
 void FreedesktopWorkspace::openBundle(const QString &path, const QStringList &arguments, Completion done)
@@ -137,29 +151,20 @@ void FreedesktopWorkspace::openBundle(const QString &path, const QStringList &ar
     const auto info = InfoPlist::read(path);
     const QString name = info && info.value() ? info.value()->text("CFBundleExecutable") : QString();
     const QString program = path + QStringLiteral("/Contents/MacOS/") + name;
-    if (application && !name.isEmpty() && !name.contains(QLatin1Char('/')) && QFileInfo(program).isExecutable()) {
-        InstalledEntry entry;
-        entry.application = application.value();
-        m_launcher.start(entry, QStringList{program} + arguments, done);
-        return;
-    }
-    const QString cause =
-        application ? QStringLiteral("“%1” cannot be opened: it holds no program.").arg(path) : application.error();
-    if (done)
-        QMetaObject::invokeMethod(
-            this, [done, cause] { done(Error{cause}); }, Qt::QueuedConnection);
+    if (!application)
+        return fail(application.error(), done);
+    if (name.isEmpty() || name.contains(QLatin1Char('/')) || !QFileInfo(program).isExecutable())
+        return fail(QStringLiteral("“%1” cannot be opened: it holds no program.").arg(path), done);
+    InstalledEntry entry;
+    entry.application = application.value();
+    m_launcher.start(entry, QStringList{program} + arguments, {.done = std::move(done)});
 }
 
 void FreedesktopWorkspace::reveal(const QString &bundleID, Completion done)
 {
     const auto entry = m_installed.entry(resolved(bundleID));
-    if (!entry) {
-        qCWarning(lcWorkspace).noquote() << entry.error();
-        if (done)
-            QMetaObject::invokeMethod(
-                this, [done, error = entry.error()] { done(Error{error}); }, Qt::QueuedConnection);
-        return;
-    }
+    if (!entry)
+        return fail(entry.error(), done);
     const QString path = entry.value().application.path;
     QDBusMessage call = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
@@ -176,17 +181,11 @@ void FreedesktopWorkspace::reveal(const QString &bundleID, Completion done)
 
 void FreedesktopWorkspace::openFolder(const QString &folder, const Completion &done)
 {
-    const auto manager = m_installed.entry(resolved(QStringLiteral("com.apple.finder")));
-    if (manager) {
-        m_launcher.launch(manager.value(), {QUrl::fromLocalFile(folder).toString(QUrl::FullyEncoded)}, done);
-        return;
-    }
-    const QString cause =
-        QStringLiteral("The folder “%1” cannot be shown: no file manager is installed.").arg(folder);
-    qCWarning(lcWorkspace).noquote() << cause;
-    if (done)
-        QMetaObject::invokeMethod(
-            this, [done, cause] { done(Error{cause}); }, Qt::QueuedConnection);
+    if (const auto manager = m_installed.entry(resolved(QStringLiteral("com.apple.finder"))))
+        m_launcher.launch(manager.value(),
+                          {.uris = {QUrl::fromLocalFile(folder).toString(QUrl::FullyEncoded)}, .done = done});
+    else
+        fail(QStringLiteral("The folder “%1” cannot be shown: no file manager is installed.").arg(folder), done);
 }
 
 QImage FreedesktopWorkspace::icon(const QString &bundleID, int points, qreal devicePixelRatio) const
@@ -209,10 +208,9 @@ QImage FreedesktopWorkspace::genericIcon(int points, qreal devicePixelRatio) con
 QString FreedesktopWorkspace::applicationsFolder() const
 {
     // The system's folder holds what a person looks for; the user's own one is often missing or empty.
-    const QStringList &folders = m_installed.folders().folders();
-    for (const QString &folder : {QStringLiteral("/usr/share/applications")})
-        if (folders.contains(folder) && QFileInfo(folder).isDir())
-            return folder;
+    QStringList folders = InstalledApplications::folders();
+    if (const QString usual = QStringLiteral("/usr/share/applications"); folders.contains(usual))
+        folders.prepend(usual);
     for (const QString &folder : folders)
         if (QFileInfo(folder).isDir())
             return folder;

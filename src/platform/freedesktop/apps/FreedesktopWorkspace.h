@@ -19,10 +19,11 @@ public:
     /// `x11` and `bus` may be null and must outlive the workspace.
     explicit FreedesktopWorkspace(X11Connection *x11, SessionBus *bus = nullptr, QObject *parent = nullptr);
 
+    Availability availability() const override;
     QString resolved(const QString &bundleID) const override;
     std::optional<InstalledApplication> application(const QString &bundleID) const override;
     Result<InstalledApplication> applicationAt(const QString &path) const override;
-    void open(const QString &bundleID, Completion done = {}) override;
+    void open(const QString &bundleID, Completion done = {}, const QString &activationToken = {}) override;
     void openBundle(const QString &path, const QStringList &arguments, Completion done) override;
     void reveal(const QString &bundleID, Completion done = {}) override;
     QImage icon(const QString &bundleID, int points, qreal devicePixelRatio) const override;
@@ -37,6 +38,8 @@ protected:
     void connectNotify(const QMetaMethod &signal) override;
 
 private:
+    /// Logs why, and tells it later.
+    void fail(const QString &cause, const Completion &done);
     void openFolder(const QString &folder, const Completion &done);
 
     SessionBus *const m_bus;

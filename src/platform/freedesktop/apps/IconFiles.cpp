@@ -1,33 +1,53 @@
 #include "platform/freedesktop/apps/IconFiles.h"
 
 #include "platform/AtomicFile.h"
-#include "platform/freedesktop/apps/ApplicationFolders.h"
 
 #include <QByteArrayView>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QLoggingCategory>
 #include <QMutexLocker>
+#include <QStandardPaths>
 
 #include <unistd.h>
 
 #include <algorithm>
-#include <utility>
 
 namespace cobblet {
-
-Q_LOGGING_CATEGORY(lcIcons, "cobblet.applications.icons")
 
 namespace {
 
 constexpr qint64 maximumIndexBytes = 2 * 1024 * 1024;
 constexpr int maximumThemes = 16;
 constexpr size_t maximumFolders = 2000;
+const QString lastTheme = QStringLiteral("hicolor");
+
+QStringList dataFolders(const QString &name)
+{
+    QStringList folders = QStandardPaths::standardLocations(QStandardPaths::GenericDataLocation);
+    for (QString &folder : folders)
+        folder += name;
+    return folders;
+}
+
+/// Where themes lie.
+QStringList themeFolders()
+{
+    return QStringList(QDir::homePath() + QStringLiteral("/.icons")) + dataFolders(QStringLiteral("/icons"));
+}
 
 bool exists(const QByteArray &path)
 {
     return ::access(path.constData(), R_OK) == 0;
+}
+
+/// The file of that name in one of the formats; empty when there is none.
+QString pictureAt(const QByteArray &stem)
+{
+    for (const char *extension : {".png", ".svg", ".xpm"})
+        if (const QByteArray path = stem + extension; exists(path))
+            return QFile::decodeName(path);
+    return {};
 }
 
 bool isPlainName(const QString &name)
@@ -35,7 +55,8 @@ bool isPlainName(const QString &name)
     return !name.isEmpty() && name.size() <= 200 && !name.contains(u'/') && !name.contains(QChar(0)) && name != u"..";
 }
 
-/// Calls `line` with (group, key, value) for every entry of a theme's description, without copying it.
+/// Calls `line` with (group, key, value) for every entry of a theme's description. GLib would need four times as long
+/// for that of "hicolor", and keep half a megabyte.
 template<class Line>
 void forEachLine(const QByteArray &bytes, Line line)
 {
@@ -55,30 +76,6 @@ void forEachLine(const QByteArray &bytes, Line line)
 
 } // namespace
 
-IconFiles::IconFiles(QStringList baseFolders, QStringList pictureFolders, QStringList themes)
-    : m_baseFolders(std::move(baseFolders)), m_pictureFolders(std::move(pictureFolders)),
-      m_startThemes(std::move(themes))
-{
-}
-
-QStringList IconFiles::defaultBaseFolders()
-{
-    QStringList folders{QDir::homePath() + QStringLiteral("/.icons")};
-    for (const QString &data : xdgDataFolders())
-        folders.append(data + QStringLiteral("/icons"));
-    return folders;
-}
-
-QStringList IconFiles::defaultPictureFolders()
-{
-    QStringList folders;
-    for (const QString &data : xdgDataFolders())
-        folders.append(data + QStringLiteral("/pixmaps"));
-    if (const QString usual = QStringLiteral("/usr/share/pixmaps"); !folders.contains(usual))
-        folders.append(usual);
-    return folders;
-}
-
 QString IconFiles::find(const QString &name, int pixels) const
 {
     QString stem = name;
@@ -88,15 +85,24 @@ QString IconFiles::find(const QString &name, int pixels) const
     if (!isPlainName(stem))
         return {};
     const QByteArray encoded = QFile::encodeName(stem);
-    const QMutexLocker lock(&m_mutex);
-    for (const QString &themeName : chain())
-        if (QString found = findIn(theme(themeName), encoded, pixels); !found.isEmpty())
+    {
+        const QMutexLocker lock(&m_mutex);
+        for (const QString &themeName : chain())
+            if (QString found = findIn(theme(themeName), encoded, pixels); !found.isEmpty())
+                return found;
+    }
+    for (const QString &folder :
+         dataFolders(QStringLiteral("/pixmaps")) + QStringList(QStringLiteral("/usr/share/pixmaps")) + themeFolders())
+        if (QString found = pictureAt(QFile::encodeName(folder) + '/' + encoded); !found.isEmpty())
             return found;
-    for (const QString &folder : m_pictureFolders + m_baseFolders)
-        for (const char *extension : {".png", ".svg", ".xpm"})
-            if (const QByteArray path = QFile::encodeName(folder) + '/' + encoded + extension; exists(path))
-                return QFile::decodeName(path);
     return {};
+}
+
+bool IconFiles::hasTheme() const
+{
+    const QMutexLocker lock(&m_mutex);
+    const QStringList names = chain();
+    return std::any_of(names.begin(), names.end(), [this](const auto &name) { return !theme(name).folders.empty(); });
 }
 
 void IconFiles::forget()
@@ -116,33 +122,25 @@ const IconFiles::Theme &IconFiles::theme(const QString &name) const
 /// Every theme after the ones that name it, "hicolor" last.
 QStringList IconFiles::chain() const
 {
-    const QString last = QStringLiteral("hicolor");
     QStringList names = m_startThemes;
-    names.removeAll(last);
+    names.removeAll(lastTheme);
     for (qsizetype i = 0; i < names.size() && i < maximumThemes; ++i) {
         qsizetype after = i + 1;
         for (const QString &parent : theme(names.at(i)).inherits)
-            if (parent != last && !names.contains(parent))
+            if (parent != lastTheme && !names.contains(parent))
                 names.insert(after++, parent);
     }
-    names = names.mid(0, maximumThemes);
-    names.append(last);
-    const bool useless =
-        std::all_of(names.begin(), names.end(), [this](const QString &name) { return theme(name).folders.empty(); });
-    if (useless && !std::exchange(m_saidUseless, true))
-        qCWarning(lcIcons)
-            << "No icon theme is installed: only applications that bring a picture of their own show it.";
-    return names;
+    return names.mid(0, maximumThemes) << lastTheme;
 }
 
-IconFiles::Theme IconFiles::readTheme(const QString &name) const
+IconFiles::Theme IconFiles::readTheme(const QString &name)
 {
     Theme theme;
     if (!isPlainName(name))
         return theme;
     QByteArrayList roots;
     QByteArray index;
-    for (const QString &base : m_baseFolders) {
+    for (const QString &base : themeFolders()) {
         const QString root = base + u'/' + name;
         if (!QFileInfo(root).isDir())
             continue;
@@ -197,29 +195,24 @@ IconFiles::Theme IconFiles::readTheme(const QString &name) const
 
 QString IconFiles::findIn(const Theme &theme, const QByteArray &name, int pixels)
 {
-    struct Candidate {
-        int rank;
-        const Folder *folder;
-    };
-    std::vector<Candidate> candidates;
-    for (const Folder &folder : theme.folders) {
-        int rank = 0;
+    const auto rank = [pixels](const Folder &folder) {
+        int rank = folder.ofApplications ? 0 : 20000;
         if (folder.scalable)
-            rank = 1;
+            rank += 1;
         else if (folder.pixels > pixels)
-            rank = 1 + folder.pixels - pixels;
+            rank += 1 + folder.pixels - pixels;
         else if (folder.pixels < pixels)
-            rank = 10000 + pixels - folder.pixels;
-        candidates.push_back({rank + (folder.ofApplications ? 0 : 20000), &folder});
-    }
+            rank += 10000 + pixels - folder.pixels;
+        return rank;
+    };
+    std::vector<std::pair<int, const Folder *>> candidates;
+    for (const Folder &folder : theme.folders)
+        candidates.emplace_back(rank(folder), &folder);
     std::stable_sort(candidates.begin(), candidates.end(),
-                     [](const auto &a, const auto &b) { return a.rank < b.rank; });
-    for (const Candidate &candidate : candidates) {
-        const QByteArray stem = candidate.folder->path + '/' + name;
-        for (const char *extension : {".png", ".svg", ".xpm"})
-            if (const QByteArray path = stem + extension; exists(path))
-                return QFile::decodeName(path);
-    }
+                     [](const auto &a, const auto &b) { return a.first < b.first; });
+    for (const auto &[_, folder] : candidates)
+        if (QString found = pictureAt(folder->path + '/' + name); !found.isEmpty())
+            return found;
     return {};
 }
 

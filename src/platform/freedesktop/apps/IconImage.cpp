@@ -4,9 +4,7 @@
 
 #include <QBuffer>
 #include <QImageReader>
-#include <QLinearGradient>
 #include <QPainter>
-#include <QPainterPath>
 #include <QSvgRenderer>
 
 #include <algorithm>
@@ -84,27 +82,14 @@ QImage iconImage(const QString &path, int points, qreal devicePixelRatio)
 
 QImage applicationTile(int points, qreal devicePixelRatio)
 {
-    QImage image = canvas(points, devicePixelRatio);
-    const qreal side = image.width();
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const QRectF tile = QRectF(0, 0, side, side).adjusted(side / 12, side / 12, -side / 12, -side / 12);
-    QLinearGradient fill(tile.topLeft(), tile.bottomLeft());
-    fill.setColorAt(0, QColor(0xf2, 0xf3, 0xf5));
-    fill.setColorAt(1, QColor(0xc9, 0xcd, 0xd4));
-    painter.setPen(QPen(QColor(0, 0, 0, 40), std::max(1.0, side / 64)));
-    painter.setBrush(fill);
-    painter.drawRoundedRect(tile, side / 5, side / 5);
     // A window with its title bar.
-    const QRectF window = tile.adjusted(side / 6, side / 5, -side / 6, -side / 5);
-    QPainterPath frame;
-    frame.addRoundedRect(window, side / 24, side / 24);
-    painter.setPen(QPen(QColor(0x6b, 0x72, 0x80), std::max(1.0, side / 28)));
-    painter.setBrush(QColor(255, 255, 255, 200));
-    painter.drawPath(frame);
-    painter.setClipPath(frame);
-    painter.fillRect(QRectF(window.topLeft(), QSizeF(window.width(), window.height() / 4)), QColor(0x6b, 0x72, 0x80));
-    painter.end();
+    static const QByteArray picture = R"svg(<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 48 48">
+<linearGradient id="a" x2="0" y2="1"><stop stop-color="#f2f3f5"/><stop offset="1" stop-color="#c9cdd4"/></linearGradient>
+<rect x="4" y="4" width="40" height="40" rx="9.6" fill="url(#a)" stroke="#000" stroke-opacity=".16" stroke-width=".75"/>
+<rect x="12" y="13.6" width="24" height="20.8" rx="2" fill="#fff" fill-opacity=".78" stroke="#6b7280" stroke-width="1.7"/>
+<path d="M12 18.8V15.6q0-2 2-2H34q2 0 2 2V18.8z" fill="#6b7280"/></svg>)svg";
+    QImage image = canvas(points, devicePixelRatio);
+    drawVector(picture, image);
     image.setDevicePixelRatio(devicePixelRatio);
     return image;
 }

@@ -5,54 +5,216 @@
 #include "platform/freedesktop/apps/InstalledApplications.h"
 
 #include "platform/AtomicFile.h"
-#include "platform/freedesktop/Releasing.h"
 #include "platform/freedesktop/apps/DesktopEntry.h"
+#include "platform/freedesktop/apps/KeyFile.h"
 
+#include <QAbstractEventDispatcher>
+#include <QDateTime>
+#include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QMutexLocker>
 #include <QStandardPaths>
-
-#include <memory>
 
 namespace cobblet {
 
 namespace {
 
 constexpr qint64 maximumEntryBytes = 1024 * 1024;
+constexpr qsizetype maximumEntries = 20000;
 constexpr qsizetype maximumCached = 4096;
+constexpr qsizetype maximumName = 512;
+constexpr int quietMilliseconds = 150;
+constexpr int followMilliseconds = 1000; ///< after the first panel
+constexpr auto group = "Desktop Entry";
+const QLatin1String suffix(".desktop");
 
-QString taken(char *text)
+/// The main group less its translations.
+QByteArray withoutTranslations(const QByteArray &bytes)
 {
-    const std::unique_ptr<char, Releasing<g_free>> owned(text);
-    return QString::fromUtf8(text);
+    QByteArray kept;
+    for (qsizetype start = 0, end = 0; start < bytes.size(); start = end + 1) {
+        end = bytes.indexOf('\n', start);
+        if (end < 0)
+            end = bytes.size();
+        const QByteArrayView line = QByteArrayView(bytes).sliced(start, end - start);
+        if (line.startsWith('[') && kept.contains("[Desktop Entry]"))
+            break;
+        if (line.startsWith('[') || !line.first(std::max<qsizetype>(line.indexOf('='), 0)).contains('['))
+            kept.append(line).append('\n');
+    }
+    return kept;
 }
 
+template<class T>
+using Owned = std::unique_ptr<T, Releasing<g_object_unref>>;
+
 /// Why GIO refuses an entry that reads well, in words.
-QString refusal(const QString &name, const DesktopEntry &entry)
+Error refusal(const QString &id, const KeyFile &keys)
 {
-    const QString program = withoutEnvPrefix(entry.exec).value(0);
-    for (const QString &needed : {entry.tryExec, program, entry.exec.value(0)})
+    QString name = keys.text(group, "Name");
+    if (name.isEmpty())
+        name = id;
+    const QStringList exec = splitExec(keys.text(group, "Exec"));
+    for (const QString &needed : {keys.text(group, "TryExec"), withoutEnvPrefix(exec).value(0), exec.value(0)})
         if (!needed.isEmpty() && QStandardPaths::findExecutable(needed).isEmpty())
-            return QStringLiteral("“%1” cannot be opened: its program “%2” is missing.").arg(name, needed);
-    return QStringLiteral("“%1” cannot be opened: its desktop entry does not say how to start it.").arg(name);
+            return {QStringLiteral("“%1” cannot be opened: its program “%2” is missing.").arg(name, needed)};
+    return {QStringLiteral("“%1” cannot be opened: its desktop entry does not say how to start it.").arg(name)};
+}
+
+/// Reads an entry that is there and not marked as deleted. With `Part::Untranslated` only what tells applications
+/// apart is kept, which takes a tenth of the time.
+enum class Part { All, Untranslated };
+Result<KeyFile> read(const QString &id, const QString &path, Part part)
+{
+    if (path.isEmpty())
+        return Error{QStringLiteral("“%1” is not installed.").arg(id.left(200))};
+    const auto bytes = readBounded(path, maximumEntryBytes);
+    if (!bytes)
+        return Error{QStringLiteral("The desktop entry of “%1” cannot be read: %2").arg(id, bytes.error())};
+    auto keys = KeyFile::parse(part == Part::All ? bytes.value() : withoutTranslations(bytes.value()));
+    if (!keys || keys->text(group, "Type") != u"Application")
+        return Error{QStringLiteral("The desktop entry of “%1” is damaged.").arg(id)};
+    if (keys->flag(group, "Hidden"))
+        return Error{QStringLiteral("“%1” is not installed: its desktop entry is marked as deleted.").arg(id)};
+    return std::move(*keys);
+}
+
+/// Whether this desktop's menus show it.
+bool isShown(const KeyFile &keys)
+{
+    const auto list = [&](const char *key) { return keys.text(group, key).split(u';', Qt::SkipEmptyParts); };
+    const QStringList only = list("OnlyShowIn");
+    const QStringList never = list("NotShowIn");
+    if (keys.flag(group, "NoDisplay"))
+        return false;
+    for (const QString &desktop : qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':', Qt::SkipEmptyParts))
+        if (only.contains(desktop) || never.contains(desktop))
+            return only.contains(desktop);
+    return only.isEmpty();
+}
+
+Result<InstalledEntry> loaded(const QString &id, const QString &path)
+{
+    const auto found = read(id, path, Part::All);
+    if (!found)
+        return Error{found.error()};
+    const KeyFile &keys = found.value();
+    const Owned<GDesktopAppInfo> info(g_desktop_app_info_new_from_keyfile(keys.get()));
+    if (!info)
+        return refusal(id, keys);
+    // The display name may be a longer, more telling one (X-GNOME-FullName), but under an icon the short one belongs.
+    const QString name = QString::fromUtf8(g_app_info_get_name(G_APP_INFO(info.get())));
+    return InstalledEntry{{id, name.isEmpty() ? id : name.left(maximumName), path},
+                          keys.text(group, "Icon"),
+                          keys.text(group, "Path"),
+                          keys.text(group, "Exec"),
+                          keys.flag(group, "DBusActivatable"),
+                          keys.flag(group, "Terminal"),
+                          keys.flag(group, "StartupNotify")};
+}
+
+/// GIO watches the folders from a look-up until the first change.
+void watchFolders()
+{
+    (void)InstalledApplications::defaultFor("x-scheme-handler/mailto");
 }
 
 } // namespace
 
-InstalledApplications::InstalledApplications(ApplicationFolders folders, QObject *parent)
-    : QObject(parent), m_folders(std::move(folders))
+InstalledApplications::InstalledApplications(QObject *parent) : QObject(parent)
 {
-    for (const QString &folder : m_folders.folders())
-        m_watch.watchTree(folder);
-    connect(&m_watch, &FolderWatch::changed, this, [this] {
-        {
-            const QMutexLocker lock(&m_mutex);
-            m_entries.clear();
-            m_index.reset();
-            ++m_generation;
+    m_quiet.setSingleShot(true);
+    m_quiet.setInterval(quietMilliseconds);
+    connect(&m_quiet, &QTimer::timeout, this, &InstalledApplications::lookAgain);
+    QTimer::singleShot(followMilliseconds, this, &InstalledApplications::follow);
+}
+
+InstalledApplications::~InstalledApplications()
+{
+    if (m_monitor)
+        g_signal_handlers_disconnect_by_data(m_monitor.get(), this);
+}
+
+void InstalledApplications::follow()
+{
+    m_monitor.reset(g_app_info_monitor_get(), g_object_unref);
+    // Not restarted: a folder that never comes to rest must not hide a change for ever.
+    const auto heard = [](GAppInfoMonitor *, gpointer self) {
+        if (QTimer &quiet = static_cast<InstalledApplications *>(self)->m_quiet; !quiet.isActive())
+            quiet.start();
+    };
+    g_signal_connect(m_monitor.get(), "changed", G_CALLBACK(+heard), this);
+    lookAgain();
+}
+
+void InstalledApplications::lookAgain()
+{
+    watchFolders();
+    Files files = listed();
+    Stamps now = stamps(files);
+    {
+        const QMutexLocker lock(&m_mutex);
+        if (std::exchange(m_stamps, now) == now)
+            return; // another program's preferences, in one of the folders
+        m_files = std::move(files);
+        m_entries.clear();
+        m_index.reset();
+        ++m_generation;
+    }
+    emit changed();
+}
+
+bool InstalledApplications::followsChanges()
+{
+    const auto *dispatcher = QAbstractEventDispatcher::instance();
+    return dispatcher && dispatcher->inherits("QEventDispatcherGlib");
+}
+
+QStringList InstalledApplications::folders()
+{
+    return QStandardPaths::standardLocations(QStandardPaths::ApplicationsLocation);
+}
+
+InstalledApplications::Files InstalledApplications::listed()
+{
+    Files files;
+    for (const QString &folder : folders()) {
+        QDirIterator walk(folder, {u'*' + suffix}, QDir::Files, QDirIterator::Subdirectories);
+        while (walk.hasNext() && files.size() < maximumEntries) {
+            const QString path = walk.next();
+            QString id = path.mid(folder.size() + 1).chopped(suffix.size()).replace(u'/', u'-');
+            if (!files.contains(id))
+                files.insert(std::move(id), path);
         }
-        emit changed();
-    });
+    }
+    return files;
+}
+
+InstalledApplications::Files InstalledApplications::files() const
+{
+    const QMutexLocker lock(&m_mutex);
+    if (m_files.isEmpty()) {
+        m_files = listed();
+        m_stamps = stamps(m_files);
+    }
+    return m_files;
+}
+
+/// When each file was last written, and its size: the entries and the lists of default applications.
+InstalledApplications::Stamps InstalledApplications::stamps(const Files &files)
+{
+    Stamps stamps;
+    const auto add = [&](const QFileInfo &info) {
+        stamps.insert(info.filePath(), {info.lastModified().toMSecsSinceEpoch(), info.size()});
+    };
+    for (const QString &path : files)
+        add(QFileInfo(path));
+    for (const QString &folder : folders() + QStandardPaths::standardLocations(QStandardPaths::GenericConfigLocation))
+        for (const QFileInfo &info : QDir(folder).entryInfoList(
+                 {QStringLiteral("*mimeapps.list"), QStringLiteral("mimeinfo.cache")}, QDir::Files))
+            add(info);
+    return stamps;
 }
 
 Result<InstalledEntry> InstalledApplications::entry(const QString &id) const
@@ -64,48 +226,14 @@ Result<InstalledEntry> InstalledApplications::entry(const QString &id) const
             return *known;
         generation = m_generation;
     }
-    Result<InstalledEntry> loaded = load(id);
+    Result<InstalledEntry> result = loaded(id, files().value(id));
     const QMutexLocker lock(&m_mutex);
     if (generation == m_generation && id.size() <= 200) {
         if (m_entries.size() >= maximumCached)
             m_entries.clear();
-        m_entries.insert(id, loaded);
+        m_entries.insert(id, result);
     }
-    return loaded;
-}
-
-Result<InstalledEntry> InstalledApplications::load(const QString &id) const
-{
-    const QString path = m_folders.locate(id);
-    if (path.isEmpty())
-        return Error{QStringLiteral("“%1” is not installed.").arg(id.left(200))};
-    watchLink(path);
-    const auto bytes = readBounded(path, maximumEntryBytes);
-    if (!bytes)
-        return Error{QStringLiteral("The desktop entry of “%1” cannot be read: %2").arg(id, bytes.error())};
-    const auto parsed = parseDesktopEntry(bytes.value());
-    const std::unique_ptr<GKeyFile, Releasing<g_key_file_free>> keys(g_key_file_new());
-    if (!parsed || !parsed->isApplication ||
-        !g_key_file_load_from_data(keys.get(), bytes.value().constData(), gsize(bytes.value().size()),
-                                   G_KEY_FILE_NONE, nullptr))
-        return Error{QStringLiteral("The desktop entry of “%1” is damaged.").arg(id)};
-    if (parsed->hidden)
-        return Error{QStringLiteral("“%1” is not installed: its desktop entry is marked as deleted.").arg(id)};
-    const std::unique_ptr<GDesktopAppInfo, Releasing<g_object_unref>> info(
-        g_desktop_app_info_new_from_keyfile(keys.get()));
-    if (!info)
-        return Error{refusal(parsed->name.isEmpty() ? id : parsed->name, *parsed)};
-    InstalledEntry entry;
-    // The display name may be a longer, more telling one (X-GNOME-FullName), but under an icon the short one belongs.
-    QString name = QString::fromUtf8(g_app_info_get_name(G_APP_INFO(info.get())));
-    entry.application = {id, name.isEmpty() ? id : name.left(512), path};
-    entry.icon = taken(g_desktop_app_info_get_string(info.get(), "Icon"));
-    entry.workingFolder = taken(g_desktop_app_info_get_string(info.get(), "Path"));
-    entry.dBusActivatable = g_desktop_app_info_get_boolean(info.get(), "DBusActivatable") != 0;
-    entry.terminal = parsed->terminal;
-    entry.command = QString::fromUtf8(g_app_info_get_commandline(G_APP_INFO(info.get())));
-    entry.startupNotify = g_desktop_app_info_get_boolean(info.get(), "StartupNotify") != 0;
-    return entry;
+    return result;
 }
 
 std::shared_ptr<const ApplicationIndex> InstalledApplications::index() const
@@ -117,19 +245,12 @@ std::shared_ptr<const ApplicationIndex> InstalledApplications::index() const
             return m_index;
         generation = m_generation;
     }
-    const QStringList desktops = currentDesktops();
-    const QMap<QString, QString> all = m_folders.all();
+    const Files all = files();
     QList<IndexEntry> entries;
     entries.reserve(all.size());
-    for (auto item = all.cbegin(); item != all.cend(); ++item) {
-        watchLink(item.value());
-        const auto bytes = readBounded(item.value(), maximumEntryBytes);
-        auto entry = bytes ? parseDesktopEntry(bytes.value()) : std::nullopt;
-        if (!entry || !entry->isApplication || entry->hidden)
-            continue;
-        const bool visible = !entry->noDisplay && entry->isShownIn(desktops);
-        entries.append({item.key(), std::move(*entry), visible});
-    }
+    for (auto file = all.cbegin(); file != all.cend(); ++file)
+        if (const auto keys = read(file.key(), file.value(), Part::Untranslated))
+            entries.append({file.key(), DesktopEntry(keys.value()), isShown(keys.value())});
     auto index = std::make_shared<const ApplicationIndex>(std::move(entries));
     const QMutexLocker lock(&m_mutex);
     if (generation == m_generation)
@@ -137,16 +258,30 @@ std::shared_ptr<const ApplicationIndex> InstalledApplications::index() const
     return index;
 }
 
-void InstalledApplications::watchLink(const QString &path) const
+QString InstalledApplications::defaultFor(const QByteArray &type)
 {
-    if (QFileInfo(path).isSymLink())
-        QMetaObject::invokeMethod(
-            &m_watch, [this, path] { m_watch.watchLink(path); }, Qt::AutoConnection);
+    const auto idIn = [](gpointer info) {
+        return entryIdFromFileName(QString::fromUtf8(g_app_info_get_id(G_APP_INFO(info))));
+    };
+    QStringList suitable;
+    GList *const all = g_app_info_get_recommended_for_type(type.constData());
+    for (const GList *each = all; each; each = each->next)
+        suitable.append(idIn(each->data));
+    g_list_free_full(all, g_object_unref);
+    const Owned<GAppInfo> chosen(g_app_info_get_default_for_type(type.constData(), FALSE));
+    const QString id = chosen ? idIn(chosen.get()) : QString();
+    // Where nothing opens calendars, GIO falls back to what opens any text.
+    const bool meant = type.startsWith("x-scheme-handler/") || suitable.contains(id);
+    return meant && !id.isEmpty() ? id : suitable.value(0);
 }
 
-QStringList InstalledApplications::currentDesktops()
+QString InstalledApplications::idOf(const QString &path)
 {
-    return qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':', Qt::SkipEmptyParts);
+    if (path.endsWith(suffix))
+        for (const QString &folder : folders())
+            if (path.startsWith(folder + u'/'))
+                return path.mid(folder.size() + 1).chopped(suffix.size()).replace(u'/', u'-');
+    return {};
 }
 
 } // namespace cobblet

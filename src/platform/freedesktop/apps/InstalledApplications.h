@@ -2,13 +2,13 @@
 
 #include "platform/Result.h"
 #include "platform/Workspace.h"
-#include "platform/freedesktop/apps/ApplicationFolders.h"
 #include "platform/freedesktop/apps/ApplicationIndex.h"
-#include "platform/freedesktop/apps/FolderWatch.h"
 
 #include <QHash>
+#include <QMap>
 #include <QMutex>
 #include <QObject>
+#include <QTimer>
 
 #include <memory>
 
@@ -25,40 +25,52 @@ struct InstalledEntry {
     bool startupNotify = false;
 };
 
-/// The installed applications, live. An entry is read when it is first asked for and kept until something
-/// changes; the whole list is read only for index(). Look-ups may come from any thread.
+/// The installed applications, live. An identifier names the file "id.desktop" in the first of the XDG data folders
+/// that has it; its dashes may stand for sub-folders. An entry is read when it is first asked for and kept until
+/// something changes; all of them are read only for index(). Look-ups may come from any thread.
 class InstalledApplications : public QObject {
     Q_OBJECT
 public:
-    explicit InstalledApplications(ApplicationFolders folders = ApplicationFolders::ofThisUser(),
-                                   QObject *parent = nullptr);
+    explicit InstalledApplications(QObject *parent = nullptr);
+    ~InstalledApplications() override;
 
     /// The installed application with exactly this identifier, or a sentence that says why there is none: no
     /// entry, an entry that marks it as deleted or is damaged, a program that is missing.
     Result<InstalledEntry> entry(const QString &id) const;
     /// All of them, for the resolver and for choosing counterparts.
     std::shared_ptr<const ApplicationIndex> index() const;
+    /// The identifier of the application that opens a MIME type or a URL scheme ("x-scheme-handler/mailto"); empty
+    /// when there is none.
+    static QString defaultFor(const QByteArray &type);
+
     /// The identifier of a desktop entry's file; empty when the file is in none of the folders.
-    QString idOf(const QString &path) const { return m_folders.idOf(path); }
-
-    const ApplicationFolders &folders() const { return m_folders; }
-    /// The desktop's names, as menus are filtered by.
-    static QStringList currentDesktops();
-
-    /// Also tells when one of these files changes.
-    void watchFiles(const QString &folder, const QStringList &names) { m_watch.watchFiles(folder, names); }
+    static QString idOf(const QString &path);
+    /// Where entries lie, the user's own folder first.
+    static QStringList folders();
+    bool isEmpty() const { return files().isEmpty(); }
+    /// Whether changed() can come at all: it needs an event loop that GLib's sources are part of.
+    static bool followsChanges();
 
 signals:
-    /// Entries were added, replaced, hidden or removed, or a watched file changed.
+    /// Entries or default applications were added, replaced or removed: told a moment later, because a package brings
+    /// many files at once, and in the first second at its end.
     void changed();
 
 private:
-    Result<InstalledEntry> load(const QString &id) const;
-    void watchLink(const QString &path) const;
+    using Files = QMap<QString, QString>; ///< the entries' files by identifier
+    using Stamps = QMap<QString, std::pair<qint64, qint64>>;
 
-    const ApplicationFolders m_folders;
-    mutable FolderWatch m_watch;
+    void follow();
+    void lookAgain();
+    Files files() const;
+    static Files listed();
+    static Stamps stamps(const Files &files);
+
+    QTimer m_quiet;
+    std::shared_ptr<void> m_monitor; ///< GIO's
     mutable QMutex m_mutex;
+    mutable Files m_files;
+    mutable Stamps m_stamps; ///< of the time when they were listed
     mutable QHash<QString, Result<InstalledEntry>> m_entries;
     mutable std::shared_ptr<const ApplicationIndex> m_index;
     mutable quint64 m_generation = 0;

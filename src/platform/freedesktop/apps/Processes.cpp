@@ -1,5 +1,7 @@
 #include "platform/freedesktop/apps/Processes.h"
 
+#include "platform/freedesktop/apps/KeyFile.h"
+
 #include <QByteArray>
 #include <QDir>
 #include <QFile>
@@ -47,15 +49,8 @@ QString controlGroupOf(qint64 pid)
 
 QString flatpakOf(qint64 pid)
 {
-    bool inApplication = false;
-    for (const QByteArray &raw : procFile(pid, "root/.flatpak-info").split('\n')) {
-        const QByteArray line = raw.trimmed();
-        if (line.startsWith('['))
-            inApplication = line == "[Application]";
-        else if (inApplication && line.startsWith("name="))
-            return QString::fromUtf8(line.mid(5));
-    }
-    return {};
+    const auto info = KeyFile::parse(procFile(pid, "root/.flatpak-info"));
+    return info ? info->text("Application", "name") : QString();
 }
 
 } // namespace

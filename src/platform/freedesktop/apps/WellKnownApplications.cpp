@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 #include <tuple>
 
 namespace cobblet {
@@ -88,15 +89,7 @@ const WellKnown *find(const QString &id)
 
 } // namespace
 
-WellKnownApplications::WellKnownApplications(const InstalledApplications &installed, MimeDefaults mimeDefaults)
-    : m_installed(installed), m_mimeDefaults(std::move(mimeDefaults))
-{
-}
-
-bool WellKnownApplications::isWellKnown(const QString &id)
-{
-    return find(id) != nullptr;
-}
+WellKnownApplications::WellKnownApplications(const InstalledApplications &installed) : m_installed(installed) {}
 
 QString WellKnownApplications::resolved(const QString &id) const
 {
@@ -106,8 +99,12 @@ QString WellKnownApplications::resolved(const QString &id) const
     const QMutexLocker lock(&m_mutex);
     if (const auto known = m_resolved.constFind(id); known != m_resolved.cend())
         return *known;
-    const QString counterpart = decide(item->rules);
-    const QString answer = counterpart.isEmpty() ? id : counterpart;
+    QString answer = id;
+    for (const QByteArray &rule : QByteArray(item->rules).split(' '))
+        if (const QString counterpart = candidate(rule); m_installed.entry(counterpart).ok()) {
+            answer = counterpart;
+            break;
+        }
     m_resolved.insert(id, answer);
     return answer;
 }
@@ -116,36 +113,27 @@ void WellKnownApplications::forget()
 {
     const QMutexLocker lock(&m_mutex);
     m_resolved.clear();
-    m_mimeDefaults.forget();
 }
 
-QString WellKnownApplications::decide(const QByteArray &rules) const
+QString WellKnownApplications::candidate(const QByteArray &rule) const
 {
-    for (const QByteArray &rule : rules.split(' ')) {
-        const qsizetype colon = rule.indexOf(':');
-        const QByteArray kind = rule.left(colon);
-        const QByteArray value = rule.mid(colon + 1);
-        QString id;
-        if (kind == "default") {
-            id =
-                m_mimeDefaults.defaultFor(value, [this](const QString &candidate) { return isInstalled(candidate); });
-        } else if (kind == "id") {
-            if (const QString exact = QString::fromLatin1(value); isInstalled(exact))
-                id = exact;
-        } else if (kind == "command") {
-            const QFileInfo program(QStandardPaths::findExecutable(QString::fromLatin1(value)));
-            const auto index = m_installed.index();
-            for (const IndexEntry *entry : index->byProgram(QFileInfo(program.canonicalFilePath()).fileName()))
-                if (id.isEmpty() && entry->visible && isInstalled(entry->id))
-                    id = entry->id;
-        } else if (kind == "category") {
-            id = byTraits(value.split('+'), {});
-        } else if (kind == "keyword") {
-            id = byTraits({}, value);
-        }
-        if (!id.isEmpty())
-            return id;
-    }
+    const qsizetype colon = rule.indexOf(':');
+    const QByteArray kind = rule.left(colon);
+    const QByteArray value = rule.mid(colon + 1);
+    if (kind == "default")
+        return InstalledApplications::defaultFor(value);
+    if (kind == "id")
+        return QString::fromLatin1(value);
+    if (kind == "category")
+        return byTraits(value.split('+'), {});
+    if (kind == "keyword")
+        return byTraits({}, value);
+    // A command.
+    const QFileInfo program(QStandardPaths::findExecutable(QString::fromLatin1(value)));
+    const auto index = m_installed.index();
+    for (const IndexEntry *entry : index->byProgram(QFileInfo(program.canonicalFilePath()).fileName()))
+        if (entry->visible && m_installed.entry(entry->id).ok())
+            return entry->id;
     return {};
 }
 
@@ -153,26 +141,21 @@ QString WellKnownApplications::decide(const QByteArray &rules) const
 /// program's plain variant), then the first in the alphabet.
 QString WellKnownApplications::byTraits(const QByteArrayList &categories, const QByteArray &keyword) const
 {
-    QByteArrayList desktops;
-    for (const QString &desktop : InstalledApplications::currentDesktops())
-        desktops.append(desktop.toLower().toUtf8());
+    const QByteArrayList desktops = qgetenv("XDG_CURRENT_DESKTOP").toLower().split(':');
     const auto index = m_installed.index();
-    QList<std::tuple<bool, qsizetype, QString>> matches;
+    using Match = std::tuple<bool, qsizetype, QString>;
+    std::optional<Match> best;
     for (const IndexEntry &item : index->entries()) {
         const QByteArrayList &own = item.entry.categories;
-        const bool inAll =
-            std::all_of(categories.begin(), categories.end(), [&](const auto &c) { return own.contains(c); });
-        if (!item.visible || !inAll || (!keyword.isEmpty() && !item.entry.keywords.contains(keyword)))
+        const auto isOwn = [&](const QByteArray &category) { return own.contains(category); };
+        if (!item.visible || !std::all_of(categories.begin(), categories.end(), isOwn) ||
+            (!keyword.isEmpty() && !item.entry.keywords.contains(keyword)))
             continue;
-        const bool foreign =
-            std::none_of(desktops.begin(), desktops.end(), [&](const auto &d) { return own.contains(d); });
-        matches.append({foreign, item.id.size(), item.id});
+        const Match match{std::none_of(desktops.begin(), desktops.end(), isOwn), item.id.size(), item.id};
+        if ((!best || match < *best) && m_installed.entry(item.id).ok())
+            best = match;
     }
-    std::sort(matches.begin(), matches.end());
-    for (const auto &match : matches)
-        if (isInstalled(std::get<2>(match)))
-            return std::get<2>(match);
-    return {};
+    return best ? std::get<2>(*best) : QString();
 }
 
 } // namespace cobblet

@@ -282,7 +282,7 @@ void X11RunningApplications::reopen(const RunningApplication &application)
     if (entry.value().dBusActivatable && m_workspace.launcher().hasBus())
         m_workspace.launcher().activate(application.bundleIdentifier);
     else if (lacksWindows(application))
-        m_workspace.launcher().launch(entry.value(), {}, {});
+        m_workspace.launcher().launch(entry.value());
 }
 
 void X11RunningApplications::activate(const RunningApplication &application)
