@@ -7,7 +7,7 @@ namespace cobblet {
 /// Which instance this command speaks for: the one of the bundle that it lies in.
 struct Identity {
     std::string bundle;     ///< the ".app" folder; empty when that cannot be told
-    std::string identifier; ///< "com.vantor.cobblet", or that of the application of one group
+    std::string identifier; ///< "com.vantor.cobblet", or an agent's
 
     /// Of the running command. A bundle that does not say what it is is taken for Cobblet itself.
     static Identity own();

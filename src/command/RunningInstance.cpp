@@ -149,7 +149,7 @@ void appendArguments(DBusMessageIter &body, std::span<char *const> arguments)
     dbus_message_iter_close_container(&body, &list);
 }
 
-/// The call to make; null for what the application of a group is not asked, but answers as a new process.
+/// The call to make; null for what a running agent is not asked, but a new process does.
 Message requestFor(const Identity &identity, std::span<char *const> arguments)
 {
     enum class Method { Activate, ActivateAction, Run };
@@ -158,7 +158,7 @@ Message requestFor(const Identity &identity, std::span<char *const> arguments)
     if (!arguments.empty() && !identity.isAgent())
         method = Method::Run;
     else if (arguments.size() == 2 && arguments[0] == std::string_view("--action") && isPlain(arguments[1]))
-        method = Method::ActivateAction; // an entry of the menu that the application of a group has in docks
+        method = Method::ActivateAction; // an entry of the menu that an agent has in docks
     else if (!arguments.empty())
         return {nullptr, dbus_message_unref};
 

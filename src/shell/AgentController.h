@@ -17,7 +17,7 @@ class GroupReports;
 class NotificationCenter;
 struct Bundle;
 
-/// What makes this process the application of one group: the group's menu and tile in the dock, and the group that
+/// What makes this process the agent of one group: the group's menu and tile in the dock, and the group that
 /// its panel opens with. Main thread only.
 class AgentController : public QObject {
     Q_OBJECT

@@ -68,7 +68,7 @@ inline QByteArray info(const QString &identifier)
     return QString::fromLatin1(infoOf).arg(identifier).toUtf8();
 }
 
-/// A program's bundle, and a folder where the applications of groups are built with the real tools.
+/// A program's bundle, and a folder where agents' bundles are built with the real tools.
 class BundleTest : public testing::Test {
 protected:
     BundleTest()
