@@ -136,23 +136,29 @@ std::vector<Record> readTree(const std::string &bundle)
 {
     std::vector<Record> records;
     std::string root = bundle;
+    while (root.size() > 1 && root.ends_with('/'))
+        root.pop_back();
     char *const roots[] = {root.data(), nullptr};
     const std::unique_ptr<FTS, int (*)(FTS *)> tree(
         fts_open(roots, FTS_PHYSICAL | FTS_COMFOLLOW | FTS_NOCHDIR, nullptr), fts_close);
-    while (FTSENT *entry = tree ? fts_read(tree.get()) : nullptr) {
-        const std::string path(entry->fts_path + std::min<size_t>(entry->fts_pathlen, root.size() + 1));
+    while (FTSENT *entry = tree ? (errno = 0, fts_read(tree.get())) : nullptr) {
+        std::string_view path(entry->fts_path + root.size());
+        if (path.starts_with('/'))
+            path.remove_prefix(1);
         if (entry->fts_info == FTS_DP || (path.empty() && entry->fts_info == FTS_D) ||
             (path == sealFile && entry->fts_info == FTS_F))
             continue;
-        if (records.size() == maximumRecords) {
-            records.push_back({encoded(path), Kind::Unusable, "is one file more than a bundle may hold", {}});
-            break;
-        }
-        records.push_back(recordOf(*entry, path));
-        records.back().path = encoded(path);
+        Record record = records.size() == maximumRecords ? unusable("is one file more than a bundle may hold")
+                                                         : recordOf(*entry, path);
+        record.path = encoded(path);
+        records.push_back(std::move(record));
+        if (records.size() > maximumRecords)
+            return records;
         if (entry->fts_level > maximumDepth)
             fts_set(tree.get(), entry, FTS_SKIP);
     }
+    if (errno != 0)
+        records.push_back(unreadable(errno)); // the walk did not come to its end
     std::sort(records.begin(), records.end(), [](const Record &a, const Record &b) { return a.path < b.path; });
     return records;
 }
