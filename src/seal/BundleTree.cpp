@@ -157,8 +157,10 @@ std::vector<Record> readTree(const std::string &bundle)
         if (entry->fts_level > maximumDepth)
             fts_set(tree.get(), entry, FTS_SKIP);
     }
-    if (errno != 0)
-        records.push_back(unreadable(errno)); // the walk did not come to its end
+    if (errno != 0) { // the walk did not come to its end
+        records.push_back(unreadable(errno));
+        records.back().path = ".";
+    }
     std::sort(records.begin(), records.end(), [](const Record &a, const Record &b) { return a.path < b.path; });
     return records;
 }
