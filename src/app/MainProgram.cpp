@@ -13,7 +13,7 @@
 #include "platform/StatusItem.h"
 #include "platform/Workspace.h"
 #include "ui/common/Symbols.h"
-#include "ui/panel/Units.h"
+#include "ui/common/Units.h"
 
 #include <QDir>
 #include <QGuiApplication>

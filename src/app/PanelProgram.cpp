@@ -80,6 +80,7 @@ void PanelProgram::makePanelWindow(const std::function<void(const QUuid &)> &ope
                                      m_platform.appearance(), openStandalone});
     connect(&m_view->window(), &QQuickWindow::frameSwapped, this, &PanelProgram::firstPanelPainted,
             Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
+    m_view->setKeyMonitor(*m_panelController);
     m_panelController->createPanel();
 }
 

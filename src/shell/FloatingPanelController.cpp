@@ -73,7 +73,6 @@ PanelSurface &FloatingPanelController::panel()
     if (!m_panel) {
         m_panel = m_makePanel();
         connect(m_panel.get(), &PanelSurface::resignedKey, this, &FloatingPanelController::resignedKey);
-        QCoreApplication::instance()->installEventFilter(this);
     }
     return *m_panel;
 }
@@ -215,9 +214,8 @@ bool FloatingPanelController::handleKeyPress(int key, Qt::KeyboardModifiers modi
 
 bool FloatingPanelController::eventFilter(QObject *watched, QEvent *event)
 {
-    // A key press reaches its window first and is then passed on to the item or widget within.
-    if (event->type() != QEvent::KeyPress || !watched->isWindowType() || keysBelongElsewhere())
-        return false;
+    if (event->type() != QEvent::KeyPress || keysBelongElsewhere())
+        return QObject::eventFilter(watched, event);
     const auto &press = static_cast<const QKeyEvent &>(*event);
     return handleKeyPress(press.key(), press.modifiers(), charactersIgnoringModifiers(press));
 }

@@ -48,7 +48,7 @@ public:
     /// Escape hides; Command with a digit from 1 to 9 selects. True when the key is used up.
     bool handleKeyPress(int key, Qt::KeyboardModifiers modifiers, const QString &charactersIgnoringModifiers);
 
-    /// Watches every key press of the application.
+    /// The key monitor: to be installed on the windows of the panel and its popovers.
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:

@@ -104,7 +104,7 @@ TEST_F(PanelActions, MostUsedOffersNoEditing)
     model->select(SidebarSelection::mostUsed());
     model->showCellMenu(0, {});
     EXPECT_EQ(titles(f.menus.last), QStringLiteral("Open, Show in Finder"));
-    model->showGroupMenu(0, {});
+    model->showGroupMenu(-1, {});
     EXPECT_EQ(f.menus.last.size(), 2) << "the Most Used tab has no menu of its own";
 }
 
@@ -132,13 +132,13 @@ TEST_F(PanelActions, CellMenuEntriesActOnThatApplicationAlone)
 
 TEST_F(PanelActions, GroupMenuPinsAndDeletesAfterAsking)
 {
-    model->showGroupMenu(1, {});
+    model->showGroupMenu(0, {});
     EXPECT_EQ(titles(f.menus.last), QStringLiteral("Pin, Delete"));
     EXPECT_EQ(f.menus.last[0].symbol, QStringLiteral("pin"));
     EXPECT_TRUE(f.menus.last[1].destructive);
     entry(QStringLiteral("Pin")).action();
     EXPECT_TRUE(f.config.group(work.id)->isPinned);
-    model->showGroupMenu(1, {});
+    model->showGroupMenu(0, {});
     EXPECT_EQ(f.menus.last[0].symbol, QStringLiteral("pin.slash"));
     entry(QStringLiteral("Unpin")).action();
     EXPECT_FALSE(f.config.group(work.id)->isPinned);

@@ -1,7 +1,7 @@
 #include "ui/panel/PanelMetrics.h"
 #include "ui/PanelFixture.h"
-#include "ui/panel/DisplayText.h"
-#include "ui/panel/Units.h"
+#include "ui/common/DisplayText.h"
+#include "ui/common/Units.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ AppGroup groupOf(int apps)
     return group;
 }
 
-TEST(PanelMetrics, DesiredSizeFollowsTheGroupAndItsLayout)
+TEST(Metrics, DesiredSizeFollowsTheGroupAndItsLayout)
 {
     struct Case {
         const char *name;
@@ -39,15 +39,15 @@ TEST(PanelMetrics, DesiredSizeFollowsTheGroupAndItsLayout)
     };
     for (const Case &c : cases) {
         const AppGroup group = groupOf(c.apps);
-        EXPECT_EQ(metrics::desiredPanelSize(&group, c.layout), c.size) << c.name;
+        EXPECT_EQ(PanelMetrics::desiredPanelSize(&group, c.layout), c.size) << c.name;
     }
-    EXPECT_EQ(metrics::desiredPanelSize(nullptr, {4, 0, true}), QSizeF(600, 340));
+    EXPECT_EQ(PanelMetrics::desiredPanelSize(nullptr, {4, 0, true}), QSizeF(600, 340));
     const AppGroup few = groupOf(3);
     constexpr int huge = std::numeric_limits<int>::max();
-    EXPECT_LT(metrics::desiredPanelSize(&few, {huge, huge, true}).width(), 1e6);
+    EXPECT_LT(PanelMetrics::desiredPanelSize(&few, {huge, huge, true}).width(), 1e6);
 }
 
-TEST(PanelMetrics, ColumnsFollowTheWidthOrTheFixedNumber)
+TEST(Metrics, ColumnsFollowTheWidthOrTheFixedNumber)
 {
     struct Case {
         int fixed;
@@ -61,7 +61,7 @@ TEST(PanelMetrics, ColumnsFollowTheWidthOrTheFixedNumber)
         {20, 399.5, 4},                                       // more than the screen has room for
     };
     for (const Case &c : cases)
-        EXPECT_EQ(metrics::columnCount(c.fixed, c.width), c.columns) << c.fixed << " in " << c.width;
+        EXPECT_EQ(PanelMetrics::columnCount(c.fixed, c.width), c.columns) << c.fixed << " in " << c.width;
 }
 
 TEST(DisplayText, IsOneLineOfBoundedLength)

@@ -28,7 +28,7 @@ protected:
     {
         QStringList names;
         for (const SidebarRow &row : model->sidebar()->rows())
-            names.append(row.name + row.hint);
+            names.append(row.name + (row.shortcutDigit ? QString::number(row.shortcutDigit) : QString()));
         return names.join(QStringLiteral(", "));
     }
     QString cells() const
@@ -56,15 +56,16 @@ protected:
     std::unique_ptr<PanelViewModel> model;
 };
 
-TEST_F(PanelModel, SidebarListsMostUsedThenPinnedThenTheRestWithTheirDigits)
+TEST_F(PanelModel, SidebarListsPinnedGroupsThenTheRestWithTheirDigits)
 {
-    EXPECT_EQ(tabs(), QStringLiteral("Most Used, Pinned, Work⌘1, Play⌘5"));
+    EXPECT_EQ(tabs(), QStringLiteral("Pinned, Work1, Play5"));
     EXPECT_EQ(model->content(), PanelViewModel::Content::NoLaunches);
+    EXPECT_EQ(model->selectedRow(), -1) << "Most Used";
     f.setPreference(QStringLiteral("popupShowsMostUsed"), false);
     EXPECT_EQ(shown(), QStringLiteral("Pinned")) << "what is no longer offered gives way to the first group";
     EXPECT_EQ(model->selectedRow(), 0);
     f.config.setPinned(play.id, true);
-    EXPECT_EQ(tabs(), QStringLiteral("Play⌘5, Pinned, Work⌘1"));
+    EXPECT_EQ(tabs(), QStringLiteral("Play5, Pinned, Work1"));
 }
 
 TEST_F(PanelModel, DigitsSelectByMapThenByPosition)
@@ -86,7 +87,7 @@ TEST_F(PanelModel, SelectionByIDShowsTheGroupAndPostsItsSize)
     f.setPreference(QStringLiteral("popupColumns"), 4);
     emit f.notifications.selectGroupByID(play.id);
     EXPECT_EQ(shown(), QStringLiteral("Play"));
-    EXPECT_EQ(model->selectedRow(), 3);
+    EXPECT_EQ(model->selectedRow(), 2);
     EXPECT_EQ(cells(), QStringLiteral("play.1, play.2, +"));
     EXPECT_EQ(postedSize(), QSizeF(592.5, 300));
 }
@@ -96,7 +97,7 @@ TEST_F(PanelModel, DeletedSelectionFallsBackToTheFirstGroup)
     model->select(SidebarSelection::group(play.id));
     f.config.deleteGroup(play.id);
     EXPECT_EQ(shown(), QStringLiteral("Pinned"));
-    EXPECT_EQ(model->selectedRow(), 1);
+    EXPECT_EQ(model->selectedRow(), 0);
     f.config.replaceGroups({});
     EXPECT_EQ(model->content(), PanelViewModel::Content::NoGroups);
     EXPECT_EQ(postedSize(), QSizeF(600, 340));
@@ -178,7 +179,7 @@ TEST_F(PanelModel, RowsStayConsistentThroughEveryKindOfChange)
     model->select(SidebarSelection::group(work.id));
     model->select(SidebarSelection::group(pinned.id));
     f.config.removeApp(QStringLiteral("pinned.1"), pinned.id);
-    model->selectRow(0);
+    model->selectRow(-1);
     f.config.moveGroup(work.id, play.id);
     f.config.replaceGroups({});
     f.config.replaceGroups({play, work});

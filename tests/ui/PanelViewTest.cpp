@@ -1,6 +1,5 @@
 #include "ui/panel/PanelView.h"
 #include "ui/PanelFixture.h"
-#include "ui/panel/Popovers.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -98,7 +97,7 @@ TEST_F(PanelWindow, EveryStateLoadsWithoutWarnings)
             shoot();
         }
     view->model().toggleSidebar();
-    view->model().selectRow(0);
+    view->model().selectRow(-1);
     shoot();
     f.usage.recordLaunch(QStringLiteral("app.1"));
     shoot();
@@ -135,9 +134,9 @@ TEST_F(PanelWindow, OnlyVisibleCellsAreMade)
 
 TEST_F(PanelWindow, KeyboardReachesEverything)
 {
-    EXPECT_FALSE(view->model().keyboardFocus());
+    EXPECT_FALSE(view->engine().decorations().keyboardFocus());
     press(Qt::Key_Right);
-    EXPECT_TRUE(view->model().keyboardFocus());
+    EXPECT_TRUE(view->engine().decorations().keyboardFocus());
     press(Qt::Key_Return);
     EXPECT_EQ(f.workspace.opened, QStringList({QStringLiteral("app.2")}));
     press(Qt::Key_Down);
@@ -168,7 +167,7 @@ TEST_F(PanelWindow, KeyboardReachesEverything)
 
     QTest::mouseMove(&view->window(), QPoint(300, 20));
     QTest::mousePress(&view->window(), Qt::LeftButton, {}, QPoint(300, 8));
-    EXPECT_FALSE(view->model().keyboardFocus()) << "the ring is for the keyboard";
+    EXPECT_FALSE(view->engine().decorations().keyboardFocus()) << "the ring is for the keyboard";
 }
 
 TEST_F(PanelWindow, HeldModifiersChangeTheCloseAllButtonUntilReleasedOrFocusIsLost)
@@ -190,7 +189,7 @@ TEST_F(PanelWindow, HeldModifiersChangeTheCloseAllButtonUntilReleasedOrFocusIsLo
 TEST_F(PanelWindow, NewGroupPopoverAddsOnReturnAndRefusesBlankNames)
 {
     click(labelled("New Group"));
-    QQuickView *sheet = view->popovers().window();
+    QQuickWindow *sheet = view->engine().popovers().window();
     ASSERT_NE(sheet, nullptr);
     EXPECT_EQ(sheet->width(), 300);
     ASSERT_TRUE(QTest::qWaitForWindowActive(sheet));
@@ -200,29 +199,51 @@ TEST_F(PanelWindow, NewGroupPopoverAddsOnReturnAndRefusesBlankNames)
     };
     type("  ");
     QTest::keyClick(sheet, Qt::Key_Return);
-    EXPECT_TRUE(view->popovers().showingAddGroup());
+    EXPECT_NE(view->engine().popovers().anchor(), nullptr);
     EXPECT_EQ(f.config.groups().size(), 2);
     type("Reading ");
     QTest::keyClick(sheet, Qt::Key_Return);
-    EXPECT_FALSE(view->popovers().showingAddGroup());
+    EXPECT_EQ(view->engine().popovers().anchor(), nullptr);
     ASSERT_EQ(f.config.groups().size(), 3);
     EXPECT_EQ(f.config.groups().last().name, QStringLiteral("Reading"));
     EXPECT_EQ(f.config.groups().last().emoji, QStringLiteral("📁"));
+}
+
+TEST_F(PanelWindow, ItsKeyMonitorSeesThePopoversToo)
+{
+    struct Monitor : QObject {
+        bool eventFilter(QObject *, QEvent *event) override
+        {
+            return uses && event->type() == QEvent::KeyPress &&
+                   static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape;
+        }
+        bool uses = true;
+    } monitor;
+    view->setKeyMonitor(monitor);
+    click(labelled("New Group"));
+    QQuickWindow *sheet = view->engine().popovers().window();
+    ASSERT_NE(sheet, nullptr);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(sheet));
+    QTest::keyClick(sheet, Qt::Key_Escape);
+    EXPECT_NE(view->engine().popovers().anchor(), nullptr) << "the monitor used it up";
+    monitor.uses = false;
+    QTest::keyClick(sheet, Qt::Key_Escape);
+    EXPECT_EQ(view->engine().popovers().anchor(), nullptr);
 }
 
 TEST_F(PanelWindow, HintPopoverTogglesAndGoesWithThePanel)
 {
     QQuickItem *info = labelled("Close All Button Shortcuts");
     click(info);
-    EXPECT_TRUE(view->popovers().showingHint());
+    EXPECT_TRUE(info->property("showingHint").toBool());
     click(info);
-    EXPECT_FALSE(view->popovers().showingHint());
+    EXPECT_FALSE(info->property("showingHint").toBool());
     click(info);
     QTest::mouseClick(&view->window(), Qt::LeftButton, {}, QPoint(300, 8));
-    EXPECT_FALSE(view->popovers().showingHint()) << "a press elsewhere closes it";
+    EXPECT_FALSE(info->property("showingHint").toBool()) << "a press elsewhere closes it";
     click(info);
     view->window().hide();
-    EXPECT_FALSE(view->popovers().showingHint());
+    EXPECT_FALSE(info->property("showingHint").toBool());
 }
 
 TEST_F(PanelWindow, HoverDecorationLetsItselfGo)

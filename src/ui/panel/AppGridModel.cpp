@@ -2,7 +2,7 @@
 
 #include "control/RunningAppsMonitor.h"
 #include "platform/Workspace.h"
-#include "ui/panel/DisplayText.h"
+#include "ui/common/DisplayText.h"
 #include "ui/panel/TileImages.h"
 
 #include <limits>
@@ -93,8 +93,8 @@ QVariant AppGridModel::data(const QModelIndex &index, int role) const
 
 QHash<int, QByteArray> AppGridModel::roleNames() const
 {
-    return {{NameRole, "name"},           {CountRole, "count"},     {AddRole, "isAdd"},
-            {InstalledRole, "installed"}, {RunningRole, "running"}, {TileRole, "tile"}};
+    return {{NameRole, "name"},         {CountRole, "count"}, {AddRole, "isAdd"}, {InstalledRole, "isInstalled"},
+            {RunningRole, "isRunning"}, {TileRole, "tile"}};
 }
 
 } // namespace cobblet

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "model/AppGroup.h"
-#include "ui/panel/ListRows.h"
+#include "ui/common/ListRows.h"
 
 #include <QHash>
 #include <QMap>

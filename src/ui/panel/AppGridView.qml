@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Controls
 import Cobblet.Panel
 
 // The applications of the selected tab, with the tool row beneath them.
@@ -6,8 +7,8 @@ Item {
     id: page
 
     required property real hair
-    readonly property int columns: Units.columnCount(Panel.columns, width)
-    readonly property int pitch: Math.floor((width - 2 * Units.gridPadding + Units.columnSpacing) / columns)
+    readonly property int columns: PanelMetrics.columnCount(Panel.columns, width)
+    readonly property int pitch: Math.floor((width - 2 * PanelMetrics.gridPadding + PanelMetrics.columnSpacing) / columns)
     readonly property string contentID: Panel.contentID
 
     signal leftEdgePassed
@@ -23,17 +24,17 @@ Item {
 
     GridView {
         id: view
-        x: Math.round((page.width - width + Units.columnSpacing) / 2)
+        x: Math.round((page.width - width + PanelMetrics.columnSpacing) / 2)
         width: page.columns * page.pitch
         height: page.height - (tools.visible ? tools.height : 0)
         // A header, because positioning a view does not count its margin. The last row brings its spacing along.
         header: Item {
             width: 1
-            height: Units.gridPadding
+            height: PanelMetrics.gridPadding
         }
-        bottomMargin: Units.gridPadding - Units.rowSpacing
+        bottomMargin: PanelMetrics.gridPadding - PanelMetrics.rowSpacing
         cellWidth: page.pitch
-        cellHeight: (Panel.showsTitles ? Units.titledCellHeight : Units.cellHeight) + Units.rowSpacing
+        cellHeight: (Panel.showsTitles ? PanelMetrics.titledCellHeight : PanelMetrics.cellHeight) + PanelMetrics.rowSpacing
         cacheBuffer: 0
         clip: contentHeight + bottomMargin > height
         interactive: clip
@@ -59,8 +60,8 @@ Item {
         }
 
         delegate: CBAppCell {
-            width: (GridView.view as GridView).cellWidth - Units.columnSpacing
-            height: (GridView.view as GridView).cellHeight - Units.rowSpacing
+            width: (GridView.view as GridView).cellWidth - PanelMetrics.columnSpacing
+            height: (GridView.view as GridView).cellHeight - PanelMetrics.rowSpacing
             showsTitle: Panel.showsTitles
         }
     }

@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Controls
 import Cobblet.Panel
 
 // One application of the grid, or the cell that adds some.
@@ -9,16 +10,16 @@ Pressable {
     required property string name
     required property int count
     required property bool isAdd
-    required property bool installed
-    required property bool running
+    required property bool isInstalled
+    required property bool isRunning
     required property var tile
     required property bool showsTitle
 
     corner: 8
     label: isAdd ? "Add Apps" : name
     springs: picture
-    opacity: installed ? 1 : 0.35
-    Accessible.description: running ? "Running" : ""
+    opacity: isInstalled ? 1 : 0.35
+    Accessible.description: isRunning ? "Running" : ""
     onTriggered: Panel.activateCell(index)
     onMenuRequested: position => Panel.showCellMenu(index, position)
 
@@ -26,8 +27,8 @@ Pressable {
         id: picture
         x: Math.round((cell.width - width) / 2)
         y: 8
-        width: Units.iconSide
-        height: Units.iconSide
+        width: PanelMetrics.iconSide
+        height: PanelMetrics.iconSide
         image: cell.tile
     }
 
@@ -37,22 +38,18 @@ Pressable {
         width: 5
         height: 5
         radius: 2.5
-        visible: cell.running
+        visible: cell.isRunning
         color: CBTheme.text2
     }
 
-    Text {
+    CBText {
         x: 6
         y: 68
         width: cell.width - 12
         visible: cell.showsTitle
-        textFormat: Text.PlainText
-        elide: Text.ElideRight
-        maximumLineCount: 1
         horizontalAlignment: Text.AlignHCenter
-        color: CBTheme.text
         text: cell.name
-        font.pointSize: Units.titlePointSize
+        font: Units.titleFont
     }
 
     CBText {

@@ -1,25 +1,31 @@
 import QtQuick
+import Cobblet.Controls
 import Cobblet.Panel
 
 // Opens and closes the popover that explains the close-all button.
 Pressable {
     id: button
 
+    readonly property bool showingHint: Popovers.anchor === button
+
     width: picture.width + 24
-    height: Units.toolRowHeight
+    height: PanelMetrics.toolRowHeight
     fills: false
     corner: 8
     label: "Close All Button Shortcuts"
     activeFocusOnTab: true
-    onTriggered: Popovers.toggleHint(this)
+    onTriggered: Popovers.toggle(hint, button)
+
+    Component {
+        id: hint
+        HintPopover {}
+    }
 
     CBSymbol {
         id: picture
         anchors.centerIn: parent
-        width: implicitWidth
-        height: implicitHeight
         name: "info.circle"
         fontSize: 13
-        color: button.containsMouse || Popovers.showingHint ? CBTheme.text : CBTheme.text2
+        color: button.isHovered || button.showingHint ? CBTheme.text : CBTheme.text2
     }
 }

@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Controls
 import Cobblet.Panel
 
 Pressable {
@@ -30,8 +31,6 @@ Pressable {
         id: picture
         x: 10
         y: Math.round((button.height - height) / 2)
-        width: implicitWidth
-        height: implicitHeight
         fontSize: 11
         color: CBTheme.text
     }

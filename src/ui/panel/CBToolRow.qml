@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Controls
 import Cobblet.Panel
 
 // What can be done with all applications of the list at once.
@@ -9,7 +10,7 @@ Item {
     readonly property bool compact: 10 + openAll.fullWidth + 4 + closeAll.fullWidth
                                     + (standalone.visible ? 4 + standalone.fullWidth : 0) + info.width + 4 > width
 
-    height: Units.toolRowHeight + hair
+    height: PanelMetrics.toolRowHeight + hair
 
     Rectangle {
         width: parent.width

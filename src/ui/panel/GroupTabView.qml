@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Controls
 import Cobblet.Panel
 
 // The whole content of the launcher panel: the sidebar of tabs, and the applications of the selected one.
@@ -8,13 +9,17 @@ FocusScope {
     // The finest line that the screen can draw, half a point at least.
     readonly property real hair: Math.max(0.5, 1 / Screen.devicePixelRatio)
 
+    component SidebarHairline: Rectangle {
+        color: CBTheme.hairline
+    }
+
     focus: true
 
     Keys.onRightPressed: grid.focusGrid()
 
     Rectangle {
         anchors.fill: parent
-        radius: Units.panelRadius
+        radius: PanelMetrics.panelRadius
         color: CBTheme.panelBG
     }
 
@@ -25,9 +30,9 @@ FocusScope {
         clip: true
 
         Rectangle {
-            width: parent.width + Units.panelRadius
+            width: parent.width + PanelMetrics.panelRadius
             height: parent.height
-            radius: Units.panelRadius
+            radius: PanelMetrics.panelRadius
             color: CBTheme.sidebarBG
         }
     }
@@ -37,11 +42,10 @@ FocusScope {
         height: parent.height
     }
 
-    Rectangle {
+    SidebarHairline {
         x: sidebar.width
         width: panel.hair
         height: parent.height
-        color: CBTheme.hairline
     }
 
     AppGridView {
@@ -59,20 +63,28 @@ FocusScope {
         width: grid.width
         height: grid.height
         active: !grid.visible
-        sourceComponent: EmptyState {
-            readonly property bool noGroups: Panel.content === Panel.NoGroups
+        sourceComponent: Panel.content === Panel.NoGroups ? noGroups : noLaunches
+    }
 
-            symbol: noGroups ? "tray" : "clock.badge.questionmark"
-            headline: noGroups ? "No groups yet" : "No launches tracked yet"
-            headlineColor: noGroups ? CBTheme.text : CBTheme.text2
-            caption: noGroups ? "Open Settings to add groups and apps." : "Launch apps from any group to start building your history."
-            captionColor: noGroups ? CBTheme.text2 : CBTheme.text3
+    Component {
+        id: noGroups
+        EmptyGroupsPlaceholder {}
+    }
+
+    Component {
+        id: noLaunches
+        Placeholder {
+            symbol: "clock.badge.questionmark"
+            headline: "No launches tracked yet"
+            headlineColor: CBTheme.text2
+            caption: "Launch apps from any group to start building your history."
+            captionColor: CBTheme.text3
         }
     }
 
     Rectangle {
         anchors.fill: parent
-        radius: Units.panelRadius
+        radius: PanelMetrics.panelRadius
         color: "transparent"
         border.width: panel.hair
         border.color: CBTheme.border

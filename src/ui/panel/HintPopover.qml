@@ -1,9 +1,12 @@
 import QtQuick
-import Cobblet.Panel
+import Cobblet.Controls
 
+// What the close-all button does under the modifier keys.
 PopoverFrame {
     width: text.implicitWidth + 24
     height: text.implicitHeight + 24
+    title: "Close All Button Shortcuts"
+    opensAbove: true
 
     CBText {
         id: text

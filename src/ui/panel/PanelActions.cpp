@@ -5,7 +5,7 @@
 #include "model/Notifications.h"
 #include "platform/Dialogs.h"
 #include "platform/Workspace.h"
-#include "ui/panel/DisplayText.h"
+#include "ui/common/DisplayText.h"
 
 #include <QPointer>
 

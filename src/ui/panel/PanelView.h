@@ -1,9 +1,7 @@
 #pragma once
 
-#include "ui/panel/PanelTheme.h"
+#include "ui/common/ControlsEngine.h"
 #include "ui/panel/PanelViewModel.h"
-
-#include <QQmlEngine>
 
 #include <memory>
 
@@ -12,9 +10,6 @@ class QQuickView;
 class QQuickWindow;
 
 namespace cobblet {
-
-class Decorations;
-class Popovers;
 
 /// The launcher panel's content in a window of its own, not shown yet. The window is translucent; whoever
 /// shows it places it and makes it a floating panel. Main thread only.
@@ -26,11 +21,13 @@ public:
 
     QQuickWindow &window();
     PanelViewModel &model() { return m_model; }
-    Popovers &popovers() { return *m_popovers; }
+    ControlsEngine &engine() { return m_engine; }
     /// The group on show, whose anchor decides where the panel opens.
     std::optional<AppGroup> selectedGroup() const { return m_model.selectedGroup(); }
     /// Whether the desktop blends windows: without it the glassy palettes are drawn opaque.
-    void setBlending(bool blending) { m_theme.setBlending(blending); }
+    void setBlending(bool blending) { m_engine.theme().setBlending(blending); }
+    /// An event filter that sees the keys of the panel and its popovers first.
+    void setKeyMonitor(QObject &monitor);
 
     /// The corner radius that the content is drawn with, in points.
     static double cornerRadius();
@@ -41,13 +38,10 @@ public:
 private:
     void followPixelRatio();
 
-    PanelTheme m_theme;
     PanelViewModel m_model;
     IconProvider &m_icons;
-    QQmlEngine m_engine;
-    std::unique_ptr<Decorations> m_decorations;
+    ControlsEngine m_engine;
     std::unique_ptr<QQuickView> m_view;
-    std::unique_ptr<Popovers> m_popovers;
 };
 
 /// The modifier keys held once this key press or release has taken effect.

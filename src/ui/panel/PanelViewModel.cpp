@@ -6,7 +6,6 @@
 #include "model/Notifications.h"
 #include "platform/Menus.h"
 #include "platform/Workspace.h"
-#include "ui/panel/PanelEngine.h"
 #include "ui/panel/PanelMetrics.h"
 
 namespace cobblet {
@@ -24,7 +23,7 @@ PanelViewModel::PanelViewModel(const PanelDependencies &dependencies, QObject *p
 {
     connect(&m_d.config, &ConfigManager::groupsChanged, this, &PanelViewModel::reload);
     connect(&m_d.config, &ConfigManager::groupShortcutsChanged, this,
-            [this] { m_sidebar.update(m_order, m_d.config.groupShortcuts(), m_d.popupSettings.showsMostUsed()); });
+            [this] { m_sidebar.update(m_order, m_d.config.groupShortcuts()); });
     connect(&m_d.popupSettings, &PopupSettings::changed, this, &PanelViewModel::reload);
     const auto refreshMostUsed = [this] {
         if (m_visible && !groupOnShow())
@@ -37,11 +36,6 @@ PanelViewModel::PanelViewModel(const PanelDependencies &dependencies, QObject *p
     connect(&m_d.notifications, &NotificationCenter::selectGroupByID, this,
             [this](const QUuid &id) { select(SidebarSelection::group(id)); });
     reload();
-}
-
-PanelViewModel *PanelViewModel::create(QQmlEngine *engine, QJSEngine *)
-{
-    return providedToQml<PanelViewModel>(*engine);
 }
 
 void PanelViewModel::select(const SidebarSelection &selection)
@@ -86,7 +80,7 @@ void PanelViewModel::selectDigit(int digit)
 void PanelViewModel::reload()
 {
     m_order = sidebarOrder(m_d.config.groups());
-    m_sidebar.update(m_order, m_d.config.groupShortcuts(), m_d.popupSettings.showsMostUsed());
+    m_sidebar.update(m_order, m_d.config.groupShortcuts());
     reloadContent();
 }
 
@@ -107,7 +101,7 @@ void PanelViewModel::reloadContent()
 
 QSizeF PanelViewModel::desiredSize() const
 {
-    return metrics::desiredPanelSize(groupOnShow(), m_layout);
+    return PanelMetrics::desiredPanelSize(groupOnShow(), m_layout);
 }
 
 void PanelViewModel::postDesiredSize()
@@ -118,7 +112,7 @@ void PanelViewModel::postDesiredSize()
 int PanelViewModel::selectedRow() const
 {
     const AppGroup *group = groupOnShow();
-    return group ? m_sidebar.rowOfGroup(group->id) : m_sidebar.rowOfMostUsed();
+    return group ? m_sidebar.rowOfGroup(group->id) : -1;
 }
 
 PanelViewModel::Content PanelViewModel::content() const
@@ -144,10 +138,10 @@ void PanelViewModel::setModifiers(Qt::KeyboardModifiers modifiers)
 {
     const bool command = modifiers.testFlag(Qt::ControlModifier);
     const bool option = modifiers.testFlag(Qt::AltModifier);
-    if (command == m_command && option == m_option)
+    if (command == m_isCommandPressed && option == m_isOptionPressed)
         return;
-    m_command = command;
-    m_option = option;
+    m_isCommandPressed = command;
+    m_isOptionPressed = option;
     emit modifiersChanged();
 }
 
@@ -159,21 +153,12 @@ bool PanelViewModel::handleKey(int key, Qt::KeyboardModifiers modifiers)
     return true;
 }
 
-void PanelViewModel::setKeyboardFocus(bool visible)
-{
-    if (m_keyboardFocus == visible)
-        return;
-    m_keyboardFocus = visible;
-    emit keyboardFocusChanged();
-}
-
 void PanelViewModel::setVisible(bool visible)
 {
     if (m_visible == visible)
         return;
     m_visible = visible;
     setModifiers({});
-    setKeyboardFocus(false);
     if (visible && !groupOnShow())
         reloadContent();
     emit shownChanged();
@@ -182,7 +167,9 @@ void PanelViewModel::setVisible(bool visible)
 void PanelViewModel::selectRow(int row)
 {
     if (const SidebarRow *tab = m_sidebar.row(row))
-        select(tab->isMostUsed ? SidebarSelection::mostUsed() : SidebarSelection::group(tab->groupID));
+        select(SidebarSelection::group(tab->groupID));
+    else if (row == -1 && showsMostUsed())
+        select(SidebarSelection::mostUsed());
 }
 
 void PanelViewModel::toggleSidebar()
@@ -209,7 +196,8 @@ void PanelViewModel::openStandalone()
 void PanelViewModel::closeAll()
 {
     const AppGroup *group = groupOnShow();
-    m_actions.closeAll(group ? group->apps : m_mostUsed.apps, closeAllButton(m_command, m_option).action);
+    m_actions.closeAll(group ? group->apps : m_mostUsed.apps,
+                       closeAllButton(m_isCommandPressed, m_isOptionPressed).action);
 }
 
 void PanelViewModel::activateCell(int row)
@@ -245,9 +233,7 @@ void PanelViewModel::showCellMenu(int row, const QPointF &position)
 void PanelViewModel::showGroupMenu(int row, const QPointF &position)
 {
     const SidebarRow *tab = m_sidebar.row(row);
-    if (!tab || tab->isMostUsed)
-        return;
-    if (const AppGroup *group = m_d.config.group(tab->groupID))
+    if (const AppGroup *group = tab ? m_d.config.group(tab->groupID) : nullptr)
         m_d.menus.popUp(m_actions.groupMenu(*group), m_window, position);
 }
 

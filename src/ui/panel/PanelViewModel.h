@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/PopupSettings.h"
+#include "ui/common/EngineSingleton.h"
 #include "ui/panel/AppGridModel.h"
 #include "ui/panel/PanelActions.h"
 #include "ui/panel/SidebarModel.h"
@@ -12,8 +13,6 @@
 
 #include <functional>
 
-class QJSEngine;
-class QQmlEngine;
 class QWindow;
 
 namespace cobblet {
@@ -44,7 +43,7 @@ struct PanelDependencies {
 };
 
 /// What the launcher panel shows and what its controls do, without a window. Main thread only.
-class PanelViewModel : public QObject {
+class PanelViewModel : public QObject, public EngineSingleton<PanelViewModel> {
     Q_OBJECT
     QML_NAMED_ELEMENT(Panel)
     QML_SINGLETON
@@ -62,7 +61,6 @@ class PanelViewModel : public QObject {
     Q_PROPERTY(QString closeAllSymbol READ closeAllSymbol NOTIFY modifiersChanged)
     Q_PROPERTY(bool showsMostUsed READ showsMostUsed NOTIFY contentChanged)
     Q_PROPERTY(bool shown READ isVisible NOTIFY shownChanged)
-    Q_PROPERTY(bool keyboardFocus READ keyboardFocus NOTIFY keyboardFocusChanged)
 public:
     /// What the right column holds.
     enum class Content {
@@ -73,8 +71,6 @@ public:
     Q_ENUM(Content)
 
     explicit PanelViewModel(const PanelDependencies &dependencies, QObject *parent = nullptr);
-
-    static PanelViewModel *create(QQmlEngine *engine, QJSEngine *);
 
     SidebarModel *sidebar() { return &m_sidebar; }
     AppGridModel *grid() { return &m_grid; }
@@ -91,6 +87,7 @@ public:
     /// Announces the size that the panel wants to have.
     void postDesiredSize();
 
+    /// -1: no group.
     int selectedRow() const;
     Content content() const;
     /// Changes exactly when another tab comes on show.
@@ -102,22 +99,20 @@ public:
     int columns() const { return m_layout.columns; }
     bool showsTitles() const { return m_layout.showsTitles; }
     bool sidebarExpanded() const { return m_sidebarExpanded; }
-    QString closeAllLabel() const { return closeAllButton(m_command, m_option).label; }
-    QString closeAllSymbol() const { return closeAllButton(m_command, m_option).symbol; }
+    QString closeAllLabel() const { return closeAllButton(m_isCommandPressed, m_isOptionPressed).label; }
+    QString closeAllSymbol() const { return closeAllButton(m_isCommandPressed, m_isOptionPressed).symbol; }
 
     /// The keys as held now; none when the panel is hidden or has lost the keyboard.
     void setModifiers(Qt::KeyboardModifiers modifiers);
     /// Command with a comma opens the settings. True when the key is used up.
     bool handleKey(int key, Qt::KeyboardModifiers modifiers);
-    /// Whether the focus is to be seen: while the keyboard, not the pointer, moves it.
-    bool keyboardFocus() const { return m_keyboardFocus; }
-    void setKeyboardFocus(bool visible);
     /// While hidden, launch counts do not move the Most Used list.
     void setVisible(bool visible);
     bool isVisible() const { return m_visible; }
     /// Menus open over this window.
     void setWindow(QWindow *window) { m_window = window; }
 
+    /// -1: Most Used.
     Q_INVOKABLE void selectRow(int row);
     Q_INVOKABLE void toggleSidebar();
     Q_INVOKABLE void openSettings() { m_actions.openSettings(); }
@@ -130,14 +125,13 @@ public:
     /// `position` in points from the window's top left corner.
     Q_INVOKABLE void showCellMenu(int row, const QPointF &position);
     Q_INVOKABLE void showGroupMenu(int row, const QPointF &position);
-    Q_INVOKABLE bool canCreateGroup(const QString &name) const { return !name.trimmed().isEmpty(); }
+    /// Does nothing when the name is blank.
     Q_INVOKABLE void createGroup(const QString &name, const QString &emoji);
 
 signals:
     void contentChanged();
     void sidebarExpandedChanged();
     void modifiersChanged();
-    void keyboardFocusChanged();
     void shownChanged();
 
 private:
@@ -155,9 +149,8 @@ private:
     AppGroup m_mostUsed;
     EffectivePopupLayout m_layout;
     bool m_sidebarExpanded = true;
-    bool m_command = false;
-    bool m_option = false;
-    bool m_keyboardFocus = false;
+    bool m_isCommandPressed = false;
+    bool m_isOptionPressed = false;
     bool m_visible = false;
     QWindow *m_window = nullptr;
 };

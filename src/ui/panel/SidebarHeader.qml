@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Controls
 import Cobblet.Panel
 
 // The sidebar's title with the buttons that make a group and collapse the sidebar. Collapsed there is room for
@@ -7,6 +8,10 @@ Item {
     id: header
 
     required property real expansion
+    required property int groupCount
+
+    // A new group was asked for.
+    signal create(name: string, emoji: string)
 
     height: 44
 
@@ -21,19 +26,29 @@ Item {
         color: CBTheme.text2
         font.pixelSize: 12
         font.weight: Font.DemiBold
+        Accessible.role: Accessible.StaticText
+        Accessible.name: text
+        Accessible.description: header.groupCount
     }
 
-    SidebarHeaderButton {
+    SymbolButton {
         x: toggle.x - width
         y: 10
         visible: header.expansion > 0
         opacity: header.expansion
         symbol: "plus"
         tip: "New Group"
-        onTriggered: Popovers.toggleAddGroup(this)
+        onTriggered: Popovers.toggle(addGroup, this)
     }
 
-    SidebarHeaderButton {
+    Component {
+        id: addGroup
+        AddGroupSheet {
+            onAdd: (name, emoji) => header.create(name, emoji)
+        }
+    }
+
+    SymbolButton {
         id: toggle
         x: Math.round(header.width - width - 8 + 2 * header.expansion)
         y: 10

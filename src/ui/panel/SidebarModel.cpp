@@ -1,6 +1,6 @@
 #include "ui/panel/SidebarModel.h"
 
-#include "ui/panel/DisplayText.h"
+#include "ui/common/DisplayText.h"
 
 namespace cobblet {
 
@@ -11,31 +11,19 @@ QList<AppGroup> sidebarOrder(const QList<AppGroup> &groups)
     return order;
 }
 
-void SidebarModel::update(const QList<AppGroup> &groups, const QMap<int, QUuid> &digits, bool showsMostUsed)
+void SidebarModel::update(const QList<AppGroup> &groups, const QMap<int, QUuid> &digits)
 {
     QList<SidebarRow> rows;
-    rows.reserve(groups.size() + 1);
-    if (showsMostUsed)
-        rows.append({true, {}, QStringLiteral("Most Used"), QStringLiteral("⭐️"), {}});
-    for (const AppGroup &group : groups) {
-        const int digit = digits.key(group.id, 0); // the smallest one: the map is sorted by digit
-        rows.append({false, group.id, displayText(group.name), displayText(group.emoji),
-                     digit > 0 ? QStringLiteral("⌘%1").arg(digit) : QString()});
-    }
+    rows.reserve(groups.size());
+    for (const AppGroup &group : groups) // the smallest digit: the map is sorted
+        rows.append({group.id, displayText(group.name), displayText(group.emoji), digits.key(group.id, 0)});
     setRows(std::move(rows));
 }
 
 int SidebarModel::rowOfGroup(const QUuid &id) const
 {
-    for (int i = 0; i < rows().size(); ++i)
-        if (!rows()[i].isMostUsed && rows()[i].groupID == id)
-            return i;
-    return -1;
-}
-
-int SidebarModel::rowOfMostUsed() const
-{
-    return !rows().isEmpty() && rows().front().isMostUsed ? 0 : -1;
+    const auto found = std::ranges::find(rows(), id, &SidebarRow::groupID);
+    return found == rows().end() ? -1 : int(found - rows().begin());
 }
 
 QVariant SidebarModel::data(const QModelIndex &index, int role) const
@@ -48,10 +36,8 @@ QVariant SidebarModel::data(const QModelIndex &index, int role) const
         return tab.name;
     case EmojiRole:
         return tab.emoji;
-    case HintRole:
-        return tab.hint;
-    case MostUsedRole:
-        return tab.isMostUsed;
+    case ShortcutDigitRole:
+        return tab.shortcutDigit;
     default:
         return {};
     }
@@ -59,7 +45,7 @@ QVariant SidebarModel::data(const QModelIndex &index, int role) const
 
 QHash<int, QByteArray> SidebarModel::roleNames() const
 {
-    return {{NameRole, "name"}, {EmojiRole, "emoji"}, {HintRole, "hint"}, {MostUsedRole, "isMostUsed"}};
+    return {{NameRole, "name"}, {EmojiRole, "emoji"}, {ShortcutDigitRole, "shortcutDigit"}};
 }
 
 } // namespace cobblet

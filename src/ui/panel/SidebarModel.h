@@ -1,7 +1,7 @@
 #pragma once
 
 #include "model/AppGroup.h"
-#include "ui/panel/ListRows.h"
+#include "ui/common/ListRows.h"
 
 #include <QMap>
 
@@ -14,31 +14,29 @@ QList<AppGroup> sidebarOrder(const QList<AppGroup> &groups);
 
 /// One tab.
 struct SidebarRow {
-    bool isMostUsed = false;
-    QUuid groupID; ///< null for Most Used
+    QUuid groupID;
     QString name;
     QString emoji;
-    QString hint; ///< "⌘1", or empty
+    int shortcutDigit = 0; ///< 0: none
 
     bool operator==(const SidebarRow &) const = default;
 };
 
-/// The tabs of the sidebar.
+/// The tabs of the sidebar's groups.
 class SidebarModel : public ListRows<SidebarRow> {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Panel.sidebar is the one instance.")
 public:
-    enum Role { NameRole = Qt::UserRole, EmojiRole, HintRole, MostUsedRole };
+    enum Role { NameRole = Qt::UserRole, EmojiRole, ShortcutDigitRole };
 
     using ListRows::ListRows;
 
     /// `groups` in sidebar order; `digits` as the store's shortcut map.
-    void update(const QList<AppGroup> &groups, const QMap<int, QUuid> &digits, bool showsMostUsed);
+    void update(const QList<AppGroup> &groups, const QMap<int, QUuid> &digits);
 
     /// The tab's row, or -1.
     int rowOfGroup(const QUuid &id) const;
-    int rowOfMostUsed() const;
 
     QVariant data(const QModelIndex &index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;

@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Controls
 import Cobblet.Panel
 
 // The list of tabs between its header and the settings button.
@@ -8,11 +9,11 @@ Item {
     // 1 expanded, 0 collapsed, and in between while it moves.
     property real expansion: Panel.sidebarExpanded ? 1 : 0
 
-    width: Math.round(Units.sidebarCollapsed + (Units.sidebarExpanded - Units.sidebarCollapsed) * expansion)
+    width: Math.round(PanelMetrics.collapsedWidth + (PanelMetrics.expandedWidth - PanelMetrics.collapsedWidth) * expansion)
 
     Behavior on expansion {
         NumberAnimation {
-            duration: Units.sidebarToggle
+            duration: PanelMetrics.sidebarToggle
             easing.type: Easing.InOutQuad
         }
     }
@@ -24,6 +25,8 @@ Item {
     SidebarHeader {
         width: sidebar.width
         expansion: sidebar.expansion
+        groupCount: list.count
+        onCreate: (name, emoji) => Panel.createGroup(name, emoji)
     }
 
     ListView {
@@ -32,9 +35,20 @@ Item {
         y: 44
         width: sidebar.width - 16
         height: settings.y - 6 - y
+        // Most Used stands apart from the groups, and scrolls with them.
         header: Item {
-            width: 1
-            height: 6
+            width: list.width
+            height: 6 + (mostUsed.visible ? mostUsed.height + 8 : 0)
+            onHeightChanged: list.layOut()
+
+            CBMostUsedRow {
+                id: mostUsed
+                y: 6
+                width: parent.width
+                visible: Panel.showsMostUsed
+                isSelected: Panel.selectedRow < 0
+                focus: isSelected
+            }
         }
         footer: Item {
             width: 1
@@ -55,58 +69,43 @@ Item {
         Keys.onUpPressed: Panel.selectRow(currentIndex - 1)
         Keys.onDownPressed: Panel.selectRow(currentIndex + 1)
         onCurrentIndexChanged: reveal()
-        onHeightChanged: {
+        onHeightChanged: layOut()
+
+        function layOut() {
             positionViewAtBeginning();
             reveal();
         }
 
         function reveal() {
             // Before the first layout there is no room, and every row would seem to lie outside.
-            if (height <= Units.rowHeight || currentIndex < 0)
+            if (height <= Units.rowHeight)
                 return;
-            if (currentIndex === count - 1)
+            if (currentIndex < 0)
+                positionViewAtBeginning();
+            else if (currentIndex === count - 1)
                 positionViewAtEnd();
             else
                 positionViewAtIndex(currentIndex, ListView.Contain);
         }
 
-        // Most Used stands apart from the groups.
-        section.property: "isMostUsed"
-        section.delegate: Item {
-            required property string section
-            width: 1
-            height: section === "false" && Panel.showsMostUsed ? 8 : 0
-        }
-
         delegate: CBGroupRow {
             width: ListView.view.width
-            selected: ListView.isCurrentItem
+            isSelected: ListView.isCurrentItem
         }
     }
 
-    // Under the selected row.
-    CBRowShape {
-        id: shape
-        readonly property Item row: list.currentItem
-        // Only a change of selection glides; the first layout does not.
-        property bool settled: false
+    SelectedRowBackground {
+        readonly property Item row: Panel.selectedRow >= 0 ? list.currentItem : Panel.showsMostUsed ? list.headerItem : null
 
         parent: list.contentItem
         x: -margin
-        y: (row ? row.y : 0) - margin
+        y: (row ? row.y : 0) + (row === list.headerItem ? 6 : 0) - margin
         width: list.width + 2 * margin
         height: Units.rowHeight + 2 * margin
         visible: row !== null
-        radius: Units.rowRadius
-        fill: CBTheme.selBG
-        stroke: CBTheme.border
-        shadow: CBTheme.selShadow
-        shadowRadius: CBTheme.selShadowRadius
-        shadowY: CBTheme.selShadowY
-        onRowChanged: settled = true
 
         Behavior on y {
-            enabled: shape.settled && Panel.shown
+            enabled: Panel.shown
             NumberAnimation {
                 duration: Units.selection
                 easing.type: Easing.InOutQuad
@@ -119,6 +118,5 @@ Item {
         x: 8
         y: sidebar.height - height - 6
         width: sidebar.width - 16
-        expansion: sidebar.expansion
     }
 }

@@ -15,11 +15,11 @@ struct CloseAllButton {
 
 /// The close-all button under the modifier keys held. Both together fall back to hiding, the least destructive
 /// action.
-inline CloseAllButton closeAllButton(bool commandPressed, bool optionPressed)
+inline CloseAllButton closeAllButton(bool isCommandPressed, bool isOptionPressed)
 {
-    if (commandPressed && !optionPressed)
+    if (isCommandPressed && !isOptionPressed)
         return {CloseAll::ForceQuit, QStringLiteral("Force Quit All"), QStringLiteral("exclamationmark.octagon")};
-    if (optionPressed && !commandPressed)
+    if (isOptionPressed && !isCommandPressed)
         return {CloseAll::Quit, QStringLiteral("Quit All"), QStringLiteral("xmark")};
     return {CloseAll::Hide, QStringLiteral("Hide All"), QStringLiteral("eye.slash")};
 }

@@ -3,7 +3,6 @@
 #include "ui/PanelFixture.h"
 #include "ui/demo/DemoDesktop.h"
 #include "ui/panel/PanelView.h"
-#include "ui/panel/Popovers.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -123,7 +122,7 @@ int main(int argc, char **argv)
     QObject::connect(&f.notifications, &NotificationCenter::closePanel, &window, &QCoreApplication::quit);
     window.show();
     window.requestActivate();
-    panel.model().setKeyboardFocus(parser.isSet(QStringLiteral("focus")));
+    panel.engine().decorations().setKeyboardFocus(parser.isSet(QStringLiteral("focus")));
 
     QTimer::singleShot(400, &window, [&] {
         QQuickItem *root = window.contentItem();
@@ -131,14 +130,15 @@ int main(int argc, char **argv)
             item && parser.isSet(QStringLiteral("hover")))
             movePointer(window, item->mapToScene(QPointF(item->width() / 2, item->height() / 2)));
         const QString popover = parser.value(QStringLiteral("popover"));
-        if (popover == QLatin1String("group"))
-            panel.popovers().toggleAddGroup(findItem(root, QStringLiteral("New Group")));
-        else if (popover == QLatin1String("hint"))
-            panel.popovers().toggleHint(findItem(root, QStringLiteral("Close All Button Shortcuts")));
+        const QString opener = popover == QLatin1String("group")  ? QStringLiteral("New Group")
+                               : popover == QLatin1String("hint") ? QStringLiteral("Close All Button Shortcuts")
+                                                                  : QString();
+        if (QQuickItem *button = opener.isEmpty() ? nullptr : findItem(root, opener))
+            QMetaObject::invokeMethod(button, "triggered");
     });
     if (parser.isSet(QStringLiteral("shot")))
         QTimer::singleShot(1600, &window, [&] {
-            QQuickView *popover = panel.popovers().window();
+            QQuickWindow *popover = panel.engine().popovers().window();
             QImage image = popover ? popover->grabWindow() : window.grabWindow();
             image = onBackdrop(image);
             const QString file = parser.value(QStringLiteral("shot"));

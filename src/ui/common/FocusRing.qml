@@ -1,5 +1,5 @@
 import QtQuick
-import Cobblet.Panel
+import Cobblet.Controls
 
 // Shows where the keyboard is.
 Rectangle {

@@ -1,5 +1,5 @@
 import QtQuick
-import Cobblet.Panel
+import Cobblet.Controls
 
 // One line of text as it stands: names from outside are never read as markup.
 Text {

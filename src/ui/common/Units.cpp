@@ -1,4 +1,4 @@
-#include "ui/panel/Units.h"
+#include "ui/common/Units.h"
 
 #include <QFontDatabase>
 #include <QGuiApplication>
@@ -25,7 +25,7 @@ QEasingCurve Units::spring()
 {
     QEasingCurve curve;
     curve.setCustomType(
-        [](qreal progress) { return progress >= 1 ? 1.0 : springProgress(progress * springMilliseconds / 1000.0); });
+        [](qreal progress) { return progress >= 1 ? 1.0 : springProgress(progress * springDuration / 1000.0); });
     return curve;
 }
 
@@ -48,11 +48,13 @@ bool Units::hasEmojiFont()
     return QRawFont::fromFont(emojiFont()).supportsCharacter(uint(U'💼'));
 }
 
-double Units::titlePointSize()
+QFont Units::titleFont()
 {
     const QScreen *screen = QGuiApplication::primaryScreen();
     const double dotsPerInch = screen ? screen->logicalDotsPerInchY() : 96;
-    return 11.5 * 72 / dotsPerInch;
+    QFont font;
+    font.setPointSizeF(11.5 * 72 / dotsPerInch);
+    return font;
 }
 
 } // namespace cobblet

@@ -1,10 +1,8 @@
 import QtQuick
-import Cobblet.Panel
+import Cobblet.Controls
 
-// What the right column says when it has nothing to list.
+// What a view says that has nothing to list.
 Item {
-    id: state
-
     property alias symbol: picture.name
     property alias headline: headlineText.text
     property alias caption: captionText.text
@@ -20,8 +18,6 @@ Item {
         CBSymbol {
             id: picture
             anchors.horizontalCenter: parent.horizontalCenter
-            width: implicitWidth
-            height: implicitHeight
             fontSize: 36
             color: CBTheme.text2
         }

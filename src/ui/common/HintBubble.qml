@@ -1,5 +1,5 @@
 import QtQuick
-import Cobblet.Panel
+import Cobblet.Controls
 
 // The small bubble above a hovered tool button.
 Rectangle {

@@ -1,5 +1,5 @@
 import QtQuick
-import Cobblet.Panel
+import Cobblet.Controls
 
 // What a control is for, shown inside its window near the control.
 Rectangle {
@@ -10,7 +10,7 @@ Rectangle {
     readonly property int gap: 6
 
     z: 100
-    width: Math.min(label.implicitWidth, parent.width - 40) + 16
+    width: parent ? Math.min(label.implicitWidth, parent.width - 40) + 16 : 0
     height: label.implicitHeight + 8
     radius: 6
     color: CBTheme.popoverBG

@@ -1,7 +1,7 @@
-#include "ui/panel/Decorations.h"
+#include "ui/common/Decorations.h"
 
-#include "ui/panel/PanelEngine.h"
-
+#include <QCoreApplication>
+#include <QKeyEvent>
 #include <QMetaEnum>
 #include <QQmlComponent>
 #include <QQuickWindow>
@@ -13,27 +13,65 @@ namespace {
 
 constexpr int tipDelayMilliseconds = 700;
 
+bool movesFocus(int key)
+{
+    switch (key) {
+    case Qt::Key_Tab:
+    case Qt::Key_Backtab:
+    case Qt::Key_Left:
+    case Qt::Key_Right:
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_Home:
+    case Qt::Key_End:
+        return true;
+    default:
+        return false;
+    }
+}
+
 } // namespace
 
-Decorations::Decorations(QQmlEngine &engine, QObject *parent) : QObject(parent), m_engine(engine)
-{
-    provideToQml(engine, this);
-}
+Decorations::Decorations(QQmlEngine &engine) : m_engine(engine) {}
 
 Decorations::~Decorations() = default;
 
-Decorations *Decorations::create(QQmlEngine *engine, QJSEngine *)
+void Decorations::follow(QWindow &window)
 {
-    return providedToQml<Decorations>(*engine);
+    window.installEventFilter(this);
+}
+
+void Decorations::setKeyboardFocus(bool visible)
+{
+    if (m_keyboardFocus == visible)
+        return;
+    m_keyboardFocus = visible;
+    emit keyboardFocusChanged();
+}
+
+bool Decorations::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::KeyPress && movesFocus(static_cast<QKeyEvent *>(event)->key())) {
+        setKeyboardFocus(true);
+    } else if (event->type() == QEvent::MouseButtonPress) {
+        setKeyboardFocus(false);
+    } else if (event->type() == QEvent::Hide) {
+        setKeyboardFocus(false);
+        closeTip();
+        // A window that goes away from under the pointer is not told that the pointer left it.
+        QEvent leave(QEvent::Leave);
+        QCoreApplication::sendEvent(watched, &leave);
+    }
+    return QObject::eventFilter(watched, event);
 }
 
 QQuickItem *Decorations::make(Kind kind, QQuickItem *parent, const QVariantMap &properties)
 {
     auto &component = m_components[kind];
     if (!component) {
-        const char *name = QMetaEnum::fromType<Kind>().valueToKey(kind);
-        component =
-            std::make_unique<QQmlComponent>(&m_engine, panelSource(QLatin1String(name) + QLatin1String(".qml")));
+        const QString name = QLatin1String(QMetaEnum::fromType<Kind>().valueToKey(kind));
+        const QUrl source(QStringLiteral("qrc:/qt-project.org/imports/Cobblet/Controls/%1.qml").arg(name));
+        component = std::make_unique<QQmlComponent>(&m_engine, source);
     }
     auto *item = qobject_cast<QQuickItem *>(component->beginCreate(m_engine.rootContext()));
     if (!item) {

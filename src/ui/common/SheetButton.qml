@@ -1,5 +1,5 @@
 import QtQuick
-import Cobblet.Panel
+import Cobblet.Controls
 
 // A push button of a sheet; the default one is filled with the accent colour.
 Pressable {
@@ -16,7 +16,7 @@ Pressable {
     Rectangle {
         anchors.fill: parent
         radius: 6
-        color: button.isDefault ? CBTheme.accent : button.containsMouse ? CBTheme.hoverBG : CBTheme.fieldBG
+        color: button.isDefault ? CBTheme.accent : button.isHovered ? CBTheme.hoverBG : CBTheme.fieldBG
         border.width: button.isDefault ? 0 : 1
         border.color: CBTheme.border
     }

@@ -1,5 +1,5 @@
 import QtQuick
-import Cobblet.Panel
+import Cobblet.Controls
 
 // The fill under a hovered control, and the spring that lifts its icon. Lets itself go once it has faded out.
 Rectangle {
@@ -13,7 +13,7 @@ Rectangle {
     anchors.fill: parent
     z: -1
     opacity: shown ? 1 : 0
-    onOpacityChanged: settle()
+    onOpacityChanged: goIfDone()
     onShownChanged: {
         wasShown = true;
         if (springs) {
@@ -22,7 +22,7 @@ Rectangle {
         }
     }
 
-    function settle() {
+    function goIfDone() {
         if (wasShown && !shown && opacity === 0 && !spring.running && !dying) {
             dying = true;
             Decorations.dismiss(fill);
@@ -42,6 +42,6 @@ Rectangle {
         property: "scale"
         duration: Units.springDuration
         easing: Units.spring
-        onStopped: fill.settle()
+        onStopped: fill.goIfDone()
     }
 }

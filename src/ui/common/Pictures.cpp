@@ -1,12 +1,9 @@
-#include "ui/panel/Pictures.h"
+#include "ui/common/Pictures.h"
 
 #include "ui/common/Symbols.h"
 
-#include <QPainter>
 #include <QQuickWindow>
 #include <QSGImageNode>
-
-#include <algorithm>
 
 namespace cobblet {
 
@@ -77,49 +74,6 @@ CBSymbol::CBSymbol(QQuickItem *parent) : PictureItem(parent)
 QImage CBSymbol::picture(qreal ratio) const
 {
     return symbolImage(m_name, m_color, symbolBox(m_fontSize), ratio);
-}
-
-CBRowShape::CBRowShape(QQuickItem *parent) : PictureItem(parent)
-{
-    connect(this, &CBRowShape::changed, this, &CBRowShape::redraw);
-}
-
-QImage CBRowShape::picture(qreal ratio) const
-{
-    QImage image((QSizeF(width(), height()) * ratio).toSize(), QImage::Format_ARGB32_Premultiplied);
-    if (image.isNull())
-        return image;
-    image.setDevicePixelRatio(ratio);
-    image.fill(Qt::transparent);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    const QRectF shape = QRectF(QPointF(0, 0), QSizeF(width(), height()))
-                             .adjusted(shadowMargin, shadowMargin, -shadowMargin, -shadowMargin);
-    if (m_shadowRadius > 0) {
-        // A blur this small is a few outlines that fade outwards.
-        constexpr int rings = 4;
-        for (int i = rings; i > 0; --i) {
-            const double grow = m_shadowRadius * (2.0 * i / rings - 1);
-            QColor color = m_shadow;
-            color.setAlphaF(m_shadow.alphaF() / rings);
-            painter.setBrush(color);
-            const QRectF ring = shape.translated(0, m_shadowY).adjusted(-grow, -grow, grow, grow);
-            painter.drawRoundedRect(ring, m_radius + grow, m_radius + grow);
-        }
-        // The fill may be translucent: what lies under it must be the sidebar, not its own shadow.
-        painter.setCompositionMode(QPainter::CompositionMode_Clear);
-        painter.drawRoundedRect(shape, m_radius, m_radius);
-        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-    }
-    painter.setBrush(m_fill);
-    painter.drawRoundedRect(shape, m_radius, m_radius);
-    const double stroke = std::max(0.5, 1 / ratio);
-    const double inset = stroke / 2;
-    painter.setBrush(Qt::NoBrush);
-    painter.setPen(QPen(m_stroke, stroke));
-    painter.drawRoundedRect(shape.adjusted(inset, inset, -inset, -inset), m_radius - inset, m_radius - inset);
-    return image;
 }
 
 } // namespace cobblet

@@ -1,5 +1,5 @@
 import QtQuick
-import Cobblet.Panel
+import Cobblet.Controls
 
 // A button without chrome: hover fill, focus ring, tip, and the keyboard.
 MouseArea {
@@ -14,8 +14,8 @@ MouseArea {
 
     property HoverFill decoration: null
     property FocusRing ring: null
-    readonly property bool lit: containsMouse && fills
-    readonly property bool ringed: activeFocus && Panel.keyboardFocus
+    readonly property bool isHovered: containsMouse
+    readonly property bool ringed: activeFocus && Decorations.keyboardFocus
 
     signal triggered
     // In points of the window.
@@ -25,17 +25,21 @@ MouseArea {
     acceptedButtons: Qt.LeftButton | Qt.RightButton
     preventStealing: true
 
-    Accessible.role: Accessible.Button
-    Accessible.name: label
-    Accessible.focusable: true
-    Accessible.onPressAction: triggered()
-
-    onLitChanged: {
+    function updateFill() {
+        const lit = isHovered && fills;
         if (lit && (!decoration || decoration.dying))
             decoration = Decorations.make(Decorations.HoverFill, area, { radius: area.corner, color: area.fill, springs: area.springs }) as HoverFill;
         if (decoration)
             decoration.shown = lit;
     }
+
+    Accessible.role: Accessible.Button
+    Accessible.name: label
+    Accessible.focusable: true
+    Accessible.onPressAction: triggered()
+
+    onIsHoveredChanged: updateFill()
+    onFillsChanged: updateFill()
     onRingedChanged: {
         if (ringed)
             ring = Decorations.make(Decorations.FocusRing, area, { radius: area.corner }) as FocusRing;

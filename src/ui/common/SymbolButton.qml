@@ -1,9 +1,8 @@
 import QtQuick
-import Cobblet.Panel
+import Cobblet.Controls
 
+// A button with nothing but a symbol, and a tip that says what it does.
 Pressable {
-    id: button
-
     property alias symbol: picture.name
 
     width: 28
@@ -14,8 +13,6 @@ Pressable {
     CBSymbol {
         id: picture
         anchors.centerIn: parent
-        width: implicitWidth
-        height: implicitHeight
         fontSize: 13
         color: CBTheme.text2
     }

@@ -71,36 +71,4 @@ private:
     double m_fontSize = 0;
 };
 
-/// The selected row's rounded rectangle with its fine outline and its shadow. The item's margin leaves room for
-/// the shadow on every side.
-class CBRowShape : public cobblet::PictureItem {
-    Q_OBJECT
-    QML_ELEMENT
-    Q_PROPERTY(QColor fill MEMBER m_fill NOTIFY changed)
-    Q_PROPERTY(QColor stroke MEMBER m_stroke NOTIFY changed)
-    Q_PROPERTY(QColor shadow MEMBER m_shadow NOTIFY changed)
-    Q_PROPERTY(double shadowRadius MEMBER m_shadowRadius NOTIFY changed)
-    Q_PROPERTY(double shadowY MEMBER m_shadowY NOTIFY changed)
-    Q_PROPERTY(double radius MEMBER m_radius NOTIFY changed)
-    Q_PROPERTY(int margin READ margin CONSTANT)
-public:
-    explicit CBRowShape(QQuickItem *parent = nullptr);
-    int margin() const { return shadowMargin; }
-
-signals:
-    void changed();
-
-protected:
-    QImage picture(qreal ratio) const override;
-
-private:
-    static constexpr int shadowMargin = 4;
-    QColor m_fill;
-    QColor m_stroke;
-    QColor m_shadow;
-    double m_shadowRadius = 0;
-    double m_shadowY = 0;
-    double m_radius = 8;
-};
-
 } // namespace cobblet

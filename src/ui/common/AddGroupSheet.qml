@@ -1,30 +1,33 @@
 import QtQuick
-import Cobblet.Panel
+import Cobblet.Controls
 
 // Asks for the name and the emoji of a new group.
 PopoverFrame {
     id: sheet
 
-    readonly property bool canAdd: Panel.canCreateGroup(nameField.text)
+    readonly property string name: nameField.text.trim()
+
+    signal add(name: string, emoji: string)
 
     width: 300
     height: 152
+    title: "New Group"
+    takesKeyboard: true
     focus: true
 
-    function add() {
-        if (!canAdd)
+    function accept() {
+        if (!name)
             return;
-        Panel.createGroup(nameField.text, emojiField.text);
+        add(name, emojiField.text);
         Popovers.close();
     }
 
-    Keys.onEscapePressed: Popovers.close()
     Component.onCompleted: nameField.input.forceActiveFocus()
 
     CBText {
         x: 20
         y: 20
-        text: "New Group"
+        text: sheet.title
         font.weight: Font.DemiBold
     }
 
@@ -37,7 +40,7 @@ PopoverFrame {
         text: "📁"
         input.font: Units.emojiFont
         input.horizontalAlignment: TextInput.AlignHCenter
-        onAccepted: sheet.add()
+        onAccepted: sheet.accept()
     }
 
     SheetField {
@@ -46,7 +49,7 @@ PopoverFrame {
         y: 52
         width: 200
         placeholder: "Group name"
-        onAccepted: sheet.add()
+        onAccepted: sheet.accept()
     }
 
     SheetButton {
@@ -62,7 +65,7 @@ PopoverFrame {
         y: sheet.height - height - 20
         label: "Add Group"
         isDefault: true
-        enabled: sheet.canAdd
-        onTriggered: sheet.add()
+        enabled: sheet.name
+        onTriggered: sheet.accept()
     }
 }

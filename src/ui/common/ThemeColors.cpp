@@ -1,0 +1,53 @@
+#include "ui/common/ThemeColors.h"
+
+#include "platform/Appearance.h"
+
+namespace cobblet {
+
+namespace {
+
+QColor over(const QColor &top, const QColor &bottom)
+{
+    const float a = top.alphaF();
+    const auto mix = [a](float t, float b) { return t * a + b * (1 - a); };
+    return QColor::fromRgbF(mix(top.redF(), bottom.redF()), mix(top.greenF(), bottom.greenF()),
+                            mix(top.blueF(), bottom.blueF()));
+}
+
+} // namespace
+
+ThemeColors::ThemeColors(ThemeManager &manager, Appearance &appearance) : m_manager(manager), m_appearance(appearance)
+{
+    connect(&manager, &ThemeManager::changed, this, &ThemeColors::update);
+    connect(&appearance, &Appearance::changed, this, &ThemeColors::changed); // the accent colour
+    update();
+}
+
+void ThemeColors::update()
+{
+    const ColorScheme scheme = m_manager.effectiveScheme();
+    const bool dark = scheme == ColorScheme::Dark;
+    const QColor solid = CBTheme::palette(scheme, false).panelBG;
+    CBTheme::operator=(m_manager.theme());
+    if (panelIsMaterial && !m_blending)
+        panelBG = over(panelBG, solid);
+    // A touch lighter than the panel, so that it stands off where it lies over it.
+    m_popoverBG = over(QColor::fromRgbF(1, 1, 1, dark ? 0.05f : 0.55f), solid);
+    m_fieldBG = dark ? QColor(255, 255, 255, 20) : QColor(255, 255, 255);
+    emit changed();
+}
+
+QColor ThemeColors::accent() const
+{
+    return m_appearance.accentColor(); // asked when it is needed: it may cost a round trip
+}
+
+void ThemeColors::setBlending(bool blending)
+{
+    if (m_blending == blending)
+        return;
+    m_blending = blending;
+    update();
+}
+
+} // namespace cobblet

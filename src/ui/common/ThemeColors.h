@@ -1,0 +1,53 @@
+#pragma once
+
+#include "model/Theme.h"
+#include "ui/common/EngineSingleton.h"
+
+#include <QObject>
+
+#include <QtQml/qqmlregistration.h>
+
+namespace cobblet {
+
+/// The palette in force, as the views bind to it.
+class ThemeColors : public QObject, public EngineSingleton<ThemeColors>, private CBTheme {
+    Q_OBJECT
+    QML_NAMED_ELEMENT(CBTheme)
+    QML_SINGLETON
+    Q_PROPERTY(QColor text MEMBER text NOTIFY changed)
+    Q_PROPERTY(QColor text2 MEMBER text2 NOTIFY changed)
+    Q_PROPERTY(QColor text3 MEMBER text3 NOTIFY changed)
+    Q_PROPERTY(QColor panelBG MEMBER panelBG NOTIFY changed)
+    Q_PROPERTY(QColor sidebarBG MEMBER sidebarBG NOTIFY changed)
+    Q_PROPERTY(QColor hoverBG MEMBER hoverBG NOTIFY changed)
+    Q_PROPERTY(QColor hairline MEMBER hairline NOTIFY changed)
+    Q_PROPERTY(QColor kbd MEMBER kbd NOTIFY changed)
+    Q_PROPERTY(QColor toolHover MEMBER toolHover NOTIFY changed)
+    Q_PROPERTY(QColor border MEMBER border NOTIFY changed)
+    Q_PROPERTY(QColor accent READ accent NOTIFY changed)
+    Q_PROPERTY(QColor popoverBG MEMBER m_popoverBG NOTIFY changed)
+    Q_PROPERTY(QColor fieldBG MEMBER m_fieldBG NOTIFY changed)
+public:
+    ThemeColors(ThemeManager &manager, Appearance &appearance);
+
+    /// The palette; its background is opaque where the desktop does not blend windows.
+    const CBTheme &palette() const { return *this; }
+    QColor accent() const;
+
+    /// Whether what lies beneath the panel shows through its translucent parts.
+    void setBlending(bool blending);
+
+signals:
+    void changed();
+
+private:
+    void update();
+
+    ThemeManager &m_manager;
+    Appearance &m_appearance;
+    bool m_blending = true;
+    QColor m_popoverBG; ///< of popovers and tips: opaque in every palette, because they lie over anything
+    QColor m_fieldBG;   ///< inside of a text field
+};
+
+} // namespace cobblet
