@@ -7,6 +7,7 @@ Text {
     elide: Text.ElideRight
     maximumLineCount: 1
     horizontalAlignment: Text.AlignLeft
+    verticalAlignment: Text.AlignVCenter
     color: CBTheme.text
     font.pixelSize: 13
 }

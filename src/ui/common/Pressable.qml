@@ -70,24 +70,17 @@ MouseArea {
             triggered();
     }
 
+    function openMenu() {
+        menuRequested(mapToItem(null, width / 2, height / 2));
+    }
+
+    Keys.onReturnPressed: triggered()
+    Keys.onEnterPressed: triggered()
+    Keys.onSpacePressed: triggered()
+    Keys.onMenuPressed: openMenu()
     Keys.onPressed: event => {
-        switch (event.key) {
-        case Qt.Key_Return:
-        case Qt.Key_Enter:
-        case Qt.Key_Space:
-            triggered();
-            event.accepted = true;
-            break;
-        case Qt.Key_Menu:
-            menuRequested(mapToItem(null, width / 2, height / 2));
-            event.accepted = true;
-            break;
-        case Qt.Key_F10:
-            if (event.modifiers & Qt.ShiftModifier) {
-                menuRequested(mapToItem(null, width / 2, height / 2));
-                event.accepted = true;
-            }
-            break;
-        }
+        event.accepted = event.key === Qt.Key_F10 && event.modifiers & Qt.ShiftModifier;
+        if (event.accepted)
+            openMenu();
     }
 }

@@ -41,7 +41,6 @@ Rectangle {
         x: 8
         width: field.width - 16
         height: field.height
-        verticalAlignment: Text.AlignVCenter
         visible: input.text === "" && input.preeditText === ""
         color: CBTheme.text3
     }

@@ -40,7 +40,6 @@ Pressable {
         x: picture.x + picture.width + 6
         visible: !button.compact
         height: button.height
-        verticalAlignment: Text.AlignVCenter
         text: button.label
     }
 }

@@ -11,39 +11,10 @@
 
 namespace cobblet {
 
-PanelActions::PanelActions(ConfigManager &config, NotificationCenter &notifications, GroupActions &groupActions,
-                           Workspace &workspace, Dialogs &dialogs, QObject *parent)
-    : QObject(parent), m_config(config), m_notifications(notifications), m_groupActions(groupActions),
-      m_workspace(workspace), m_dialogs(dialogs)
-{
-}
-
 void PanelActions::openApp(const QString &bundleID)
 {
-    if (m_groupActions.openApp(bundleID))
-        emit m_notifications.closePanel();
-}
-
-void PanelActions::openAll(const QList<AppItem> &apps)
-{
-    m_groupActions.openAll(apps);
-}
-
-void PanelActions::closeAll(const QList<AppItem> &apps, CloseAll how)
-{
-    switch (how) {
-    case CloseAll::Hide:
-        return m_groupActions.hideAll(apps);
-    case CloseAll::Quit:
-        return m_groupActions.quitAll(apps);
-    case CloseAll::ForceQuit:
-        return m_groupActions.forceQuitAll(apps);
-    }
-}
-
-void PanelActions::openSettings()
-{
-    emit m_notifications.openSettings();
+    if (m_d.groupActions.openApp(bundleID))
+        emit m_d.notifications.closePanel();
 }
 
 QUuid PanelActions::createGroup(const QString &name, const QString &emoji)
@@ -55,7 +26,7 @@ QUuid PanelActions::createGroup(const QString &name, const QString &emoji)
     group.emoji = emoji.trimmed();
     if (group.emoji.isEmpty())
         group.emoji = QStringLiteral("📁");
-    m_config.addGroup(group);
+    m_d.config.addGroup(group);
     return group.id;
 }
 
@@ -63,10 +34,10 @@ void PanelActions::chooseApps(const QUuid &group)
 {
     const FileRequest request{.title = QStringLiteral("Choose Apps"),
                               .acceptLabel = QStringLiteral("Add"),
-                              .folder = m_workspace.applicationsFolder(),
+                              .folder = m_d.workspace.applicationsFolder(),
                               .filters = {QStringLiteral("Applications (*.desktop *.app)")},
                               .multiple = true};
-    m_dialogs.chooseFiles(request, [self = QPointer(this), group](const QStringList &paths) {
+    m_d.dialogs.chooseFiles(request, [self = QPointer(this), group](const QStringList &paths) {
         if (self)
             self->addFiles(paths, group);
     });
@@ -77,18 +48,18 @@ void PanelActions::addFiles(const QStringList &paths, const QUuid &group)
     QList<AppItem> apps;
     QStringList refused;
     for (const QString &path : paths) {
-        const auto application = m_workspace.applicationAt(path);
+        const auto application = m_d.workspace.applicationAt(path);
         if (application)
             apps.append({application.value().name, application.value().bundleID});
         else
             refused.append(application.error());
     }
     if (!apps.isEmpty())
-        m_config.addApps(apps, group);
+        m_d.config.addApps(apps, group);
     if (!refused.isEmpty())
-        m_dialogs.ask({.message = QStringLiteral("Not everything could be added."),
-                       .informativeText = refused.join(QLatin1Char('\n')),
-                       .buttons = {{QStringLiteral("OK")}}});
+        m_d.dialogs.ask({.message = QStringLiteral("Not everything could be added."),
+                         .informativeText = refused.join(QLatin1Char('\n')),
+                         .buttons = {{QStringLiteral("OK")}}});
 }
 
 void PanelActions::deleteGroup(const QUuid &group)
@@ -102,9 +73,9 @@ void PanelActions::deleteGroup(const QUuid &group)
         .cancelButton = cancel,
         .warning = true,
     };
-    m_dialogs.ask(question, [self = QPointer(this), group, remove](std::optional<int> button) {
+    m_d.dialogs.ask(question, [self = QPointer(this), group, remove](std::optional<int> button) {
         if (self && button == remove)
-            self->m_config.deleteGroup(group);
+            self->m_d.config.deleteGroup(group);
     });
 }
 
@@ -123,14 +94,14 @@ QList<MenuItem> PanelActions::cellMenu(const CellState &cell, const AppGroup *gr
     QList<MenuItem> menu;
     if (cell.isRunning) {
         menu.append(entry(QStringLiteral("Show All Windows"), [this, bundleID] { openApp(bundleID); }));
-        menu.append(entry(QStringLiteral("Hide"), [this, one] { m_groupActions.hideAll(one); }));
-        menu.append(entry(QStringLiteral("Quit"), [this, one] { m_groupActions.quitAll(one); }));
-        menu.append(entry(QStringLiteral("Force Quit"), [this, one] { m_groupActions.forceQuitAll(one); }));
+        menu.append(entry(QStringLiteral("Hide"), [this, one] { m_d.groupActions.hideAll(one); }));
+        menu.append(entry(QStringLiteral("Quit"), [this, one] { m_d.groupActions.quitAll(one); }));
+        menu.append(entry(QStringLiteral("Force Quit"), [this, one] { m_d.groupActions.forceQuitAll(one); }));
     } else {
         menu.append(entry(QStringLiteral("Open"), [this, bundleID] { openApp(bundleID); }));
         menu.last().enabled = cell.isInstalled;
     }
-    menu.append(entry(QStringLiteral("Show in Finder"), [this, bundleID] { m_workspace.reveal(bundleID); }));
+    menu.append(entry(QStringLiteral("Show in Finder"), [this, bundleID] { m_d.workspace.reveal(bundleID); }));
     menu.last().enabled = cell.isInstalled;
     if (!group)
         return menu;
@@ -140,12 +111,12 @@ QList<MenuItem> PanelActions::cellMenu(const CellState &cell, const AppGroup *gr
     move.title = QStringLiteral("Move to");
     for (const AppGroup &other : others)
         move.children.append(entry(displayText(other.name), [this, bundleID, from = group->id, to = other.id] {
-            m_config.moveApp(bundleID, from, to);
+            m_d.config.moveApp(bundleID, from, to);
         }));
     move.enabled = !move.children.isEmpty();
     menu.append(move);
     menu.append(entry(QStringLiteral("Remove from ") + displayText(group->name),
-                      [this, bundleID, from = group->id] { m_config.removeApp(bundleID, from); }));
+                      [this, bundleID, from = group->id] { m_d.config.removeApp(bundleID, from); }));
     return menu;
 }
 
@@ -154,7 +125,7 @@ QList<MenuItem> PanelActions::groupMenu(const AppGroup &group)
     MenuItem pin;
     pin.title = group.isPinned ? QStringLiteral("Unpin") : QStringLiteral("Pin");
     pin.symbol = group.isPinned ? QStringLiteral("pin.slash") : QStringLiteral("pin");
-    pin.action = [this, id = group.id, pinned = !group.isPinned] { m_config.setPinned(id, pinned); };
+    pin.action = [this, id = group.id, pinned = !group.isPinned] { m_d.config.setPinned(id, pinned); };
     MenuItem remove;
     remove.title = QStringLiteral("Delete");
     remove.symbol = QStringLiteral("trash");

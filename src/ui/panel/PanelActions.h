@@ -2,7 +2,6 @@
 
 #include "model/AppGroup.h"
 #include "platform/Menus.h"
-#include "ui/panel/ToolRow.h"
 
 #include <QObject>
 
@@ -10,24 +9,44 @@
 
 namespace cobblet {
 
+class Appearance;
 class ConfigManager;
 class Dialogs;
 class GroupActions;
+class IconProvider;
 class NotificationCenter;
+class PopupSettings;
+class RunningAppsMonitor;
+class ThemeManager;
+class UsageTracker;
 class Workspace;
+
+/// Everything the launcher panel's views draw on.
+struct PanelDependencies {
+    ConfigManager &config;
+    PopupSettings &popupSettings;
+    ThemeManager &theme;
+    NotificationCenter &notifications;
+    GroupActions &groupActions;
+    RunningAppsMonitor &runningApps;
+    UsageTracker &usage;
+    IconProvider &icons;
+    Workspace &workspace;
+    Dialogs &dialogs;
+    Menus &menus;
+    Appearance &appearance;
+    /// Opens the application of a group, which becomes one where it is none yet. Empty in such an application.
+    std::function<void(const QUuid &)> openStandalone;
+};
 
 /// What the panel's buttons and menus do.
 class PanelActions : public QObject {
     Q_OBJECT
 public:
-    PanelActions(ConfigManager &config, NotificationCenter &notifications, GroupActions &groupActions,
-                 Workspace &workspace, Dialogs &dialogs, QObject *parent = nullptr);
+    explicit PanelActions(const PanelDependencies &dependencies) : m_d(dependencies) {}
 
     /// Opens or brings forward the application and closes the panel; does nothing when none is installed.
     void openApp(const QString &bundleID);
-    void openAll(const QList<AppItem> &apps);
-    void closeAll(const QList<AppItem> &apps, CloseAll how);
-    void openSettings();
 
     /// Appends a group with the trimmed name; its id, or a null one when the name is blank.
     QUuid createGroup(const QString &name, const QString &emoji);
@@ -49,11 +68,7 @@ public:
 private:
     void addFiles(const QStringList &paths, const QUuid &group);
 
-    ConfigManager &m_config;
-    NotificationCenter &m_notifications;
-    GroupActions &m_groupActions;
-    Workspace &m_workspace;
-    Dialogs &m_dialogs;
+    PanelDependencies m_d;
 };
 
 } // namespace cobblet

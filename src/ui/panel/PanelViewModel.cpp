@@ -1,5 +1,6 @@
 #include "ui/panel/PanelViewModel.h"
 
+#include "control/GroupActions.h"
 #include "control/RunningAppsMonitor.h"
 #include "control/UsageTracker.h"
 #include "model/ConfigManager.h"
@@ -17,8 +18,7 @@ constexpr int mostUsedLimit = 10;
 } // namespace
 
 PanelViewModel::PanelViewModel(const PanelDependencies &dependencies, QObject *parent)
-    : QObject(parent), m_d(dependencies),
-      m_actions(m_d.config, m_d.notifications, m_d.groupActions, m_d.workspace, m_d.dialogs), m_tiles(m_d.icons),
+    : QObject(parent), m_d(dependencies), m_actions(m_d), m_tiles(m_d.icons),
       m_grid(m_d.workspace, m_d.runningApps, m_tiles)
 {
     connect(&m_d.config, &ConfigManager::groupsChanged, this, &PanelViewModel::reload);
@@ -63,6 +63,12 @@ std::optional<AppGroup> PanelViewModel::selectedGroup() const
 {
     const AppGroup *group = groupOnShow();
     return group ? std::optional(*group) : std::nullopt;
+}
+
+const QList<AppItem> &PanelViewModel::appsOnShow() const
+{
+    const AppGroup *group = groupOnShow();
+    return group ? group->apps : m_mostUsed.apps;
 }
 
 void PanelViewModel::selectDigit(int digit)
@@ -130,8 +136,7 @@ QString PanelViewModel::contentID() const
 
 bool PanelViewModel::showsToolRow() const
 {
-    const AppGroup *group = groupOnShow();
-    return group ? !group->apps.isEmpty() : !m_mostUsed.apps.isEmpty();
+    return !appsOnShow().isEmpty();
 }
 
 void PanelViewModel::setModifiers(Qt::KeyboardModifiers modifiers)
@@ -178,10 +183,14 @@ void PanelViewModel::toggleSidebar()
     emit sidebarExpandedChanged();
 }
 
+void PanelViewModel::openSettings()
+{
+    emit m_d.notifications.openSettings();
+}
+
 void PanelViewModel::openAll()
 {
-    const AppGroup *group = groupOnShow();
-    m_actions.openAll(group ? group->apps : m_mostUsed.apps);
+    m_d.groupActions.openAll(appsOnShow());
 }
 
 void PanelViewModel::openStandalone()
@@ -195,9 +204,14 @@ void PanelViewModel::openStandalone()
 
 void PanelViewModel::closeAll()
 {
-    const AppGroup *group = groupOnShow();
-    m_actions.closeAll(group ? group->apps : m_mostUsed.apps,
-                       closeAllButton(m_isCommandPressed, m_isOptionPressed).action);
+    switch (closeAllButton(m_isCommandPressed, m_isOptionPressed).action) {
+    case CloseAll::Hide:
+        return m_d.groupActions.hideAll(appsOnShow());
+    case CloseAll::Quit:
+        return m_d.groupActions.quitAll(appsOnShow());
+    case CloseAll::ForceQuit:
+        return m_d.groupActions.forceQuitAll(appsOnShow());
+    }
 }
 
 void PanelViewModel::activateCell(int row)

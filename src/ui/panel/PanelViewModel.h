@@ -7,6 +7,7 @@
 #include "ui/panel/SidebarModel.h"
 #include "ui/panel/SidebarSelection.h"
 #include "ui/panel/TileImages.h"
+#include "ui/panel/ToolRow.h"
 
 #include <QPointF>
 #include <QSizeF>
@@ -16,31 +17,6 @@
 class QWindow;
 
 namespace cobblet {
-
-class Appearance;
-class IconProvider;
-class PopupSettings;
-class RunningAppsMonitor;
-class ThemeManager;
-class UsageTracker;
-
-/// Everything the launcher panel's views draw on.
-struct PanelDependencies {
-    ConfigManager &config;
-    PopupSettings &popupSettings;
-    ThemeManager &theme;
-    NotificationCenter &notifications;
-    GroupActions &groupActions;
-    RunningAppsMonitor &runningApps;
-    UsageTracker &usage;
-    IconProvider &icons;
-    Workspace &workspace;
-    Dialogs &dialogs;
-    Menus &menus;
-    Appearance &appearance;
-    /// Opens the application of a group, which becomes one where it is none yet. Empty in such an application.
-    std::function<void(const QUuid &)> openStandalone;
-};
 
 /// What the launcher panel shows and what its controls do, without a window. Main thread only.
 class PanelViewModel : public QObject, public EngineSingleton<PanelViewModel> {
@@ -115,7 +91,7 @@ public:
     /// -1: Most Used.
     Q_INVOKABLE void selectRow(int row);
     Q_INVOKABLE void toggleSidebar();
-    Q_INVOKABLE void openSettings() { m_actions.openSettings(); }
+    Q_INVOKABLE void openSettings();
     Q_INVOKABLE void openAll();
     Q_INVOKABLE void closeAll();
     /// Closes the panel and opens the application of the group on show.
@@ -138,6 +114,7 @@ private:
     void reload();
     void reloadContent();
     const AppGroup *groupOnShow() const;
+    const QList<AppItem> &appsOnShow() const;
 
     PanelDependencies m_d;
     PanelActions m_actions;

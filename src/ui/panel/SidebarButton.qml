@@ -25,7 +25,6 @@ Pressable {
         width: 22
         height: row.height
         horizontalAlignment: Text.AlignHCenter
-        verticalAlignment: Text.AlignVCenter
         text: row.emoji
         font: Units.emojiFont
     }
@@ -35,7 +34,6 @@ Pressable {
         x: 40 - 8 * (1 - row.expansion)
         width: row.fullWidth - 40 - (row.hint ? hintText.implicitWidth + 18 : 10)
         height: row.height
-        verticalAlignment: Text.AlignVCenter
         visible: row.expansion > 0
         opacity: row.expansion
         text: row.label
@@ -46,7 +44,6 @@ Pressable {
         id: hintText
         x: row.fullWidth - implicitWidth - 10 - 8 * (1 - row.expansion)
         height: row.height
-        verticalAlignment: Text.AlignVCenter
         visible: row.expansion > 0 && row.hint
         opacity: row.expansion
         text: row.hint

@@ -19,7 +19,6 @@ Item {
         x: 10 - 8 * (1 - header.expansion)
         y: 4
         height: 40
-        verticalAlignment: Text.AlignVCenter
         visible: header.expansion > 0
         opacity: header.expansion
         text: "Groups"

@@ -2,6 +2,7 @@
 
 #include "standalone/IconProvider.h"
 #include "ui/common/Symbols.h"
+#include "ui/panel/PanelMetrics.h"
 
 #include <QPainter>
 
@@ -9,38 +10,39 @@ namespace cobblet {
 
 namespace {
 
+constexpr int points = PanelMetrics::iconSide;
 constexpr double cornerRadius = 11;
 constexpr qsizetype cacheBytes = 2 * 1024 * 1024;
 
-QImage emptyTile(qreal ratio)
+/// A rounded rectangle, smaller than the tile by `inset` points on every side, with a symbol in its middle.
+QImage drawn(const QBrush &fill, const QPen &outline, double inset, const QString &symbol, double fontSize,
+             const QColor &color, qreal ratio)
 {
-    const int side = qRound(TileImages::points * ratio);
+    const int side = qRound(points * ratio);
     QImage image(side, side, QImage::Format_ARGB32_Premultiplied);
     image.setDevicePixelRatio(ratio);
     image.fill(Qt::transparent);
-    return image;
-}
-
-void drawSymbol(QPainter &painter, const QString &name, const QColor &color, double fontSize, qreal ratio)
-{
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setBrush(fill);
+    painter.setPen(outline);
+    painter.drawRoundedRect(QRectF(0, 0, points, points).adjusted(inset, inset, -inset, -inset), cornerRadius - inset,
+                            cornerRadius - inset);
     const double box = symbolBox(fontSize);
-    const double at = (TileImages::points - box) / 2;
-    painter.drawImage(QPointF(at, at), symbolImage(name, color, box, ratio));
+    painter.drawImage(QPointF(points - box, points - box) / 2, symbolImage(symbol, color, box, ratio));
+    return image;
 }
 
 } // namespace
 
-TileImages::TileImages(IconProvider &icons, QObject *parent) : QObject(parent), m_icons(icons), m_tiles(cacheBytes)
+TileImages::TileImages(IconProvider &icons) : m_icons(icons), m_tiles(cacheBytes)
 {
     connect(&icons, &IconProvider::loaded, this, [this](const QStringList &bundleIDs) {
         for (const QString &bundleID : bundleIDs)
             m_tiles.remove(bundleID);
         emit loaded(bundleIDs);
     });
-    connect(&icons, &IconProvider::iconsChanged, this, [this] {
-        m_tiles.clear();
-        emit changed();
-    });
+    connect(&icons, &IconProvider::iconsChanged, this, &TileImages::forget);
 }
 
 void TileImages::setColor(const QColor &secondary)
@@ -56,12 +58,12 @@ void TileImages::setDevicePixelRatio(qreal ratio)
     if (qFuzzyCompare(m_ratio, ratio))
         return;
     m_ratio = ratio;
-    m_tiles.clear();
     forget();
 }
 
 void TileImages::forget()
 {
+    m_tiles.clear();
     m_placeholder = {};
     m_add = {};
     emit changed();
@@ -90,35 +92,20 @@ QImage TileImages::tile(const QString &bundleID)
     return scaled;
 }
 
-QImage TileImages::placeholder()
+const QImage &TileImages::placeholder()
 {
-    if (m_placeholder.isNull()) {
-        m_placeholder = emptyTile(m_ratio);
-        QPainter painter(&m_placeholder);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        QColor fill = m_color;
-        fill.setAlphaF(0.15f);
-        painter.setBrush(fill);
-        painter.drawRoundedRect(QRectF(0, 0, points, points), cornerRadius, cornerRadius);
-        drawSymbol(painter, QStringLiteral("app.fill"), m_color, 17, m_ratio);
-    }
+    QColor fill = m_color;
+    fill.setAlphaF(0.15f);
+    if (m_placeholder.isNull())
+        m_placeholder = drawn(fill, Qt::NoPen, 0, QStringLiteral("app.fill"), 17, m_color, m_ratio);
     return m_placeholder;
 }
 
 QImage TileImages::addTile()
 {
-    if (m_add.isNull()) {
-        m_add = emptyTile(m_ratio);
-        constexpr double stroke = 1.5;
-        QPainter painter(&m_add);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(QPen(m_color, stroke));
-        const double inset = stroke / 2;
-        painter.drawRoundedRect(QRectF(inset, inset, points - stroke, points - stroke), cornerRadius - inset,
-                                cornerRadius - inset);
-        drawSymbol(painter, QStringLiteral("plus"), m_color, 20, m_ratio);
-    }
+    constexpr double stroke = 1.5;
+    if (m_add.isNull())
+        m_add = drawn(Qt::NoBrush, QPen(m_color, stroke), stroke / 2, QStringLiteral("plus"), 20, m_color, m_ratio);
     return m_add;
 }
 

@@ -15,9 +15,7 @@ class IconProvider;
 class TileImages : public QObject {
     Q_OBJECT
 public:
-    static constexpr int points = 48;
-
-    explicit TileImages(IconProvider &icons, QObject *parent = nullptr);
+    explicit TileImages(IconProvider &icons);
 
     /// The colour of the placeholder and of the add tile.
     void setColor(const QColor &secondary);
@@ -35,7 +33,7 @@ signals:
     void changed();
 
 private:
-    QImage placeholder();
+    const QImage &placeholder();
     void forget();
 
     IconProvider &m_icons;
