@@ -96,7 +96,7 @@ TEST_F(PanelWindow, EveryStateLoadsWithoutWarnings)
             f.setPreference(QStringLiteral("glassyStyle"), glassy);
             shoot();
         }
-    view->model().toggleSidebar();
+    view->model().setProperty("sidebarExpanded", false);
     view->model().selectRow(-1);
     shoot();
     f.usage.recordLaunch(QStringLiteral("app.1"));

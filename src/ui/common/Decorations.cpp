@@ -7,28 +7,16 @@
 #include <QQuickWindow>
 #include <QTimerEvent>
 
+#include <algorithm>
+
 namespace cobblet {
 
 namespace {
 
 constexpr int tipDelayMilliseconds = 700;
 
-bool movesFocus(int key)
-{
-    switch (key) {
-    case Qt::Key_Tab:
-    case Qt::Key_Backtab:
-    case Qt::Key_Left:
-    case Qt::Key_Right:
-    case Qt::Key_Up:
-    case Qt::Key_Down:
-    case Qt::Key_Home:
-    case Qt::Key_End:
-        return true;
-    default:
-        return false;
-    }
-}
+constexpr Qt::Key movesFocus[] = {Qt::Key_Tab, Qt::Key_Backtab, Qt::Key_Left, Qt::Key_Right,
+                                  Qt::Key_Up,  Qt::Key_Down,    Qt::Key_Home, Qt::Key_End};
 
 } // namespace
 
@@ -51,8 +39,9 @@ void Decorations::setKeyboardFocus(bool visible)
 
 bool Decorations::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::KeyPress && movesFocus(static_cast<QKeyEvent *>(event)->key())) {
-        setKeyboardFocus(true);
+    if (event->type() == QEvent::KeyPress) {
+        if (std::ranges::count(movesFocus, static_cast<QKeyEvent *>(event)->key()) > 0)
+            setKeyboardFocus(true);
     } else if (event->type() == QEvent::MouseButtonPress) {
         setKeyboardFocus(false);
     } else if (event->type() == QEvent::Hide) {

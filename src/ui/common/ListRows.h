@@ -29,20 +29,14 @@ protected:
         else if (after > before)
             beginInsertRows({}, int(before), int(after - 1));
         const auto kept = std::min(before, after);
-        int first = -1;
-        int last = -1;
-        for (qsizetype i = 0; i < kept; ++i)
-            if (!(rows[i] == m_rows[i])) {
-                first = first < 0 ? int(i) : first;
-                last = int(i);
-            }
+        const auto changed = std::mismatch(rows.begin(), rows.begin() + kept, m_rows.begin()).first - rows.begin();
         m_rows = std::move(rows);
         if (after < before)
             endRemoveRows();
         else if (after > before)
             endInsertRows();
-        if (first >= 0)
-            emit dataChanged(index(first), index(last));
+        if (changed < kept)
+            emit dataChanged(index(int(changed)), index(int(kept - 1)));
     }
 
     bool isRow(const QModelIndex &index) const

@@ -10,6 +10,7 @@ namespace cobblet {
 PictureItem::PictureItem(QQuickItem *parent) : QQuickItem(parent)
 {
     setFlag(ItemHasContents);
+    connect(this, &PictureItem::changed, this, &PictureItem::redraw);
 }
 
 void PictureItem::redraw()
@@ -52,22 +53,11 @@ QSGNode *PictureItem::updatePaintNode(QSGNode *old, UpdatePaintNodeData *)
     return node;
 }
 
-void CBAppIconTile::setImage(const QVariant &value)
-{
-    const QImage image = value.value<QImage>();
-    if (m_image.cacheKey() == image.cacheKey())
-        return;
-    m_image = image;
-    redraw();
-    emit imageChanged();
-}
-
 CBSymbol::CBSymbol(QQuickItem *parent) : PictureItem(parent)
 {
     connect(this, &CBSymbol::changed, this, [this] {
         const double box = symbolBox(m_fontSize);
         setImplicitSize(box, box);
-        redraw();
     });
 }
 

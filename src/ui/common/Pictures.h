@@ -14,16 +14,19 @@ class PictureItem : public QQuickItem {
 public:
     explicit PictureItem(QQuickItem *parent = nullptr);
 
+signals:
+    /// The picture is another one than before.
+    void changed();
+
 protected:
     /// The picture of the whole item, or a null image for nothing. Runs while the main thread waits.
     virtual QImage picture(qreal ratio) const = 0;
-    void redraw();
-
     QSGNode *updatePaintNode(QSGNode *old, UpdatePaintNodeData *) override;
     void geometryChange(const QRectF &now, const QRectF &before) override;
     void itemChange(ItemChange change, const ItemChangeData &data) override;
 
 private:
+    void redraw();
     bool m_stale = true;
 };
 
@@ -33,14 +36,9 @@ private:
 class CBAppIconTile : public cobblet::PictureItem {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(QVariant image READ image WRITE setImage NOTIFY imageChanged)
+    Q_PROPERTY(QImage image MEMBER m_image NOTIFY changed)
 public:
     using PictureItem::PictureItem;
-    QVariant image() const { return m_image; } ///< a QImage
-    void setImage(const QVariant &image);
-
-signals:
-    void imageChanged();
 
 protected:
     QImage picture(qreal) const override { return m_image; }
@@ -58,9 +56,6 @@ class CBSymbol : public cobblet::PictureItem {
     Q_PROPERTY(double fontSize MEMBER m_fontSize NOTIFY changed)
 public:
     explicit CBSymbol(QQuickItem *parent = nullptr);
-
-signals:
-    void changed();
 
 protected:
     QImage picture(qreal ratio) const override;

@@ -122,16 +122,13 @@ QList<MenuItem> PanelActions::cellMenu(const CellState &cell, const AppGroup *gr
 
 QList<MenuItem> PanelActions::groupMenu(const AppGroup &group)
 {
-    MenuItem pin;
-    pin.title = group.isPinned ? QStringLiteral("Unpin") : QStringLiteral("Pin");
-    pin.symbol = group.isPinned ? QStringLiteral("pin.slash") : QStringLiteral("pin");
-    pin.action = [this, id = group.id, pinned = !group.isPinned] { m_d.config.setPinned(id, pinned); };
-    MenuItem remove;
-    remove.title = QStringLiteral("Delete");
-    remove.symbol = QStringLiteral("trash");
-    remove.destructive = true;
-    remove.action = [this, id = group.id] { deleteGroup(id); };
-    return {pin, remove};
+    return {{.title = group.isPinned ? QStringLiteral("Unpin") : QStringLiteral("Pin"),
+             .symbol = group.isPinned ? QStringLiteral("pin.slash") : QStringLiteral("pin"),
+             .action = [this, id = group.id, pinned = !group.isPinned] { m_d.config.setPinned(id, pinned); }},
+            {.title = QStringLiteral("Delete"),
+             .symbol = QStringLiteral("trash"),
+             .action = [this, id = group.id] { deleteGroup(id); },
+             .destructive = true}};
 }
 
 } // namespace cobblet

@@ -177,12 +177,6 @@ void PanelViewModel::selectRow(int row)
         select(SidebarSelection::mostUsed());
 }
 
-void PanelViewModel::toggleSidebar()
-{
-    m_sidebarExpanded = !m_sidebarExpanded;
-    emit sidebarExpandedChanged();
-}
-
 void PanelViewModel::openSettings()
 {
     emit m_d.notifications.openSettings();

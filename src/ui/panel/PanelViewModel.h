@@ -32,7 +32,7 @@ class PanelViewModel : public QObject, public EngineSingleton<PanelViewModel> {
     Q_PROPERTY(bool offersStandalone READ offersStandalone NOTIFY contentChanged)
     Q_PROPERTY(int columns READ columns NOTIFY contentChanged)
     Q_PROPERTY(bool showsTitles READ showsTitles NOTIFY contentChanged)
-    Q_PROPERTY(bool sidebarExpanded READ sidebarExpanded NOTIFY sidebarExpandedChanged)
+    Q_PROPERTY(bool sidebarExpanded MEMBER m_sidebarExpanded NOTIFY sidebarExpandedChanged)
     Q_PROPERTY(QString closeAllLabel READ closeAllLabel NOTIFY modifiersChanged)
     Q_PROPERTY(QString closeAllSymbol READ closeAllSymbol NOTIFY modifiersChanged)
     Q_PROPERTY(bool showsMostUsed READ showsMostUsed NOTIFY contentChanged)
@@ -74,7 +74,6 @@ public:
     bool showsMostUsed() const { return m_d.popupSettings.showsMostUsed(); }
     int columns() const { return m_layout.columns; }
     bool showsTitles() const { return m_layout.showsTitles; }
-    bool sidebarExpanded() const { return m_sidebarExpanded; }
     QString closeAllLabel() const { return closeAllButton(m_isCommandPressed, m_isOptionPressed).label; }
     QString closeAllSymbol() const { return closeAllButton(m_isCommandPressed, m_isOptionPressed).symbol; }
 
@@ -90,7 +89,6 @@ public:
 
     /// -1: Most Used.
     Q_INVOKABLE void selectRow(int row);
-    Q_INVOKABLE void toggleSidebar();
     Q_INVOKABLE void openSettings();
     Q_INVOKABLE void openAll();
     Q_INVOKABLE void closeAll();

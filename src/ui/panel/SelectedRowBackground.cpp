@@ -12,8 +12,7 @@ namespace cobblet {
 void SelectedRowBackground::componentComplete()
 {
     PictureItem::componentComplete();
-    connect(ThemeColors::create(qmlEngine(this), nullptr), &ThemeColors::changed, this,
-            &SelectedRowBackground::redraw);
+    connect(ThemeColors::create(qmlEngine(this), nullptr), &ThemeColors::changed, this, &PictureItem::changed);
 }
 
 QImage SelectedRowBackground::picture(qreal ratio) const

@@ -53,6 +53,6 @@ Item {
         y: 10
         symbol: "sidebar.left"
         tip: Panel.sidebarExpanded ? "Collapse sidebar" : "Expand sidebar"
-        onTriggered: Panel.toggleSidebar()
+        onTriggered: Panel.sidebarExpanded = !Panel.sidebarExpanded
     }
 }

@@ -111,7 +111,7 @@ int main(int argc, char **argv)
     if (number >= 1 && number <= groups.size())
         panel.model().select(SidebarSelection::group(groups[number - 1].id));
     if (parser.isSet(QStringLiteral("collapsed")))
-        panel.model().toggleSidebar();
+        panel.model().setProperty("sidebarExpanded", false);
     QQuickWindow &window = panel.window();
     const QSize size(qRound(panel.model().desiredSize().width()), qRound(panel.model().desiredSize().height()));
     const QRect screen = window.screen()->availableGeometry();
