@@ -14,6 +14,7 @@ PopoverFrame {
         y: 12
         maximumLineCount: 3
         lineHeight: 1.2
+        verticalAlignment: Text.AlignTop
         text: "Close All Button Shortcuts:\n⌘ + Click = Force Quit\n⌥ + Click = Graceful Quit"
         font.pixelSize: 12
     }
