@@ -14,12 +14,7 @@ Pressable {
     corner: 8
     label: "Close All Button Shortcuts"
     activeFocusOnTab: true
-    onTriggered: Popovers.toggle(hint, button)
-
-    Component {
-        id: hint
-        HintPopover {}
-    }
+    onTriggered: Popovers.toggle(Qt.createComponent("HintPopover.qml"), button)
 
     CBSymbol {
         id: picture

@@ -10,9 +10,6 @@ Item {
     required property real expansion
     required property int groupCount
 
-    // A new group was asked for.
-    signal create(name: string, emoji: string)
-
     height: 44
 
     CBText {
@@ -37,14 +34,7 @@ Item {
         opacity: header.expansion
         symbol: "plus"
         tip: "New Group"
-        onTriggered: Popovers.toggle(addGroup, this)
-    }
-
-    Component {
-        id: addGroup
-        AddGroupSheet {
-            onAdd: (name, emoji) => header.create(name, emoji)
-        }
+        onTriggered: Popovers.toggle(Qt.createComponent("NewGroupPopover.qml"), this)
     }
 
     SymbolButton {

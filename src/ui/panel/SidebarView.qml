@@ -26,7 +26,6 @@ Item {
         width: sidebar.width
         expansion: sidebar.expansion
         groupCount: list.count
-        onCreate: (name, emoji) => Panel.createGroup(name, emoji)
     }
 
     ListView {
