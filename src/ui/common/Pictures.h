@@ -36,15 +36,15 @@ private:
 class CBAppIconTile : public cobblet::PictureItem {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(QImage image MEMBER m_image NOTIFY changed)
+    Q_PROPERTY(QVariant image MEMBER m_image NOTIFY changed)
 public:
     using PictureItem::PictureItem;
 
 protected:
-    QImage picture(qreal) const override { return m_image; }
+    QImage picture(qreal) const override { return m_image.value<QImage>(); }
 
 private:
-    QImage m_image;
+    QVariant m_image; ///< a QImage
 };
 
 /// A symbol in one colour, centred in the item as in the system font of `fontSize`.

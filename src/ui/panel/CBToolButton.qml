@@ -1,6 +1,5 @@
 import QtQuick
 import Cobblet.Controls
-import Cobblet.Panel
 
 Pressable {
     id: button
