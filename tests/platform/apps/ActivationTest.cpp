@@ -1,8 +1,8 @@
 #include "DesktopFixture.h"
 
-#include "platform/freedesktop/bus/SessionBus.h"
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 #include "platform/freedesktop/apps/X11RunningApplications.h"
+#include "platform/freedesktop/bus/SessionBus.h"
 
 #include "platform/PrivateBus.h"
 
