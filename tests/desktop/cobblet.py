@@ -163,13 +163,17 @@ class Cobblet:
     def select(self, digit):
         """Selects the group of a digit and waits for the panel to have the size that the group asks for."""
         self.desktop.key(str(digit), "Control_L")
-        width, height = desired_size(GROUPS[digit - 1])
+        self.wait_size(GROUPS[digit - 1])
+        return self.wait_painted()
+
+    def wait_size(self, record):
+        """Waits for the panel to have the size that a group asks for."""
+        width, height = desired_size(record)
 
         def sized():
-            rect = self.panel().rect()
+            rect = self.wait_panel().rect()
             return abs(rect.width - width) <= 1 and abs(rect.height - height) <= 1
-        self.desktop.wait(sized, f"the panel to be {width:g} x {height:g}")
-        return self.wait_painted()
+        self.desktop.wait(sized, f"the panel to show {record['name']}")
 
     def cell(self, index, columns=3):
         """The middle of the icon of the application at an index."""

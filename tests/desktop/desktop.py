@@ -85,10 +85,6 @@ class Window:
         origin = self.desktop.root.translate_coords(self.handle, 0, 0)
         return Rect(origin.x, origin.y, size.width, size.height)
 
-    def takes_keyboard(self):
-        hints = self.handle.get_wm_hints()
-        return bool(hints and hints.input)
-
 
 class Picture:
     """What was on a part of the screen."""

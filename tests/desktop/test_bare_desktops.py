@@ -29,12 +29,6 @@ class BareDesktops(unittest.TestCase):
 
 
 class Homes(CobbletCase):
-    def test_groups_that_do_not_decode_are_set_aside_and_the_panel_opens(self):
-        self.home.groups_file.write_bytes(b"[\xff")
-        self.start().wait_painted()
-        aside = list(self.home.support.glob("groups.json.corrupt-*"))
-        self.assertEqual([path.read_bytes() for path in aside], [b"[\xff"])
-
     def test_a_home_that_cannot_be_written_is_no_obstacle(self):
         # A file where the home should be: nothing can be made below it, by nobody.
         wall = self.home.path / "wall"

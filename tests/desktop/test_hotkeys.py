@@ -52,7 +52,7 @@ class Hotkeys(RequestsCase):
             self.code(code, X.KeyRelease)
 
     def wait_group(self, cobblet, digit):
-        self.wait_size(cobblet, GROUPS[digit - 1])
+        cobblet.wait_size(GROUPS[digit - 1])
 
     def test_a_press_shows_the_group_of_the_digit_and_changes_it_where_the_panel_is_open(self):
         cobblet = self.start_hidden()

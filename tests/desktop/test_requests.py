@@ -3,7 +3,7 @@
 import json
 import subprocess
 
-from cobblet import EXECUTABLE, OTHERS, TOOLS, XCALC, XCLOCK, Cobblet, CobbletCase, desired_size, group
+from cobblet import EXECUTABLE, OTHERS, TOOLS, XCALC, XCLOCK, Cobblet, CobbletCase, group
 
 CLOCKS = group(3, "My Clocks", [XCLOCK, XCALC, "org.example.gone"])
 
@@ -26,15 +26,6 @@ class RequestsCase(CobbletCase):
         cobblet = Cobblet(self.desktop, self.home.environment(), (EXECUTABLE, *arguments))
         self.addCleanup(self.finish, cobblet)
         return cobblet
-
-    def wait_size(self, cobblet, record):
-        """Waits for the panel to have the size that a group asks for."""
-        width, height = desired_size(record)
-
-        def sized():
-            rect = cobblet.wait_panel().rect()
-            return abs(rect.width - width) <= 1 and abs(rect.height - height) <= 1
-        self.desktop.wait(sized, f"the panel to show {record['name']}")
 
 
 class WithoutAnInstance(RequestsCase):
@@ -67,11 +58,11 @@ class WithoutAnInstance(RequestsCase):
 class AnInstance(RequestsCase):
     def test_it_opens_with_the_group_it_was_started_for_and_shows_those_of_later_starts(self):
         cobblet = self.start_with("show", "Others")
-        self.wait_size(cobblet, OTHERS)
+        cobblet.wait_size(OTHERS)
         for arguments, record in ((["show", "tools"], TOOLS), (["cobblet://show/Others"], OTHERS),
                                   (["say", "Go", "to", "Tools", "group", "in", "Cobblet"], TOOLS)):
             self.assertEqual(self.ask(*arguments), (0, "", ""))
-            self.wait_size(cobblet, record)
+            cobblet.wait_size(record)
 
     def test_as_a_service_it_shows_nothing_until_it_is_asked(self):
         cobblet = self.start_with("--service")
@@ -80,7 +71,7 @@ class AnInstance(RequestsCase):
         self.assertEqual(self.ask("--service"), (0, "", ""))
         self.assertTrue(self.desktop.holds(lambda: cobblet.panel() is None))
         self.assertEqual(self.ask("show", "Others"), (0, "", ""))
-        self.wait_size(cobblet, OTHERS)
+        cobblet.wait_size(OTHERS)
 
     def bus(self, method, *arguments):
         return subprocess.run(["gdbus", "call", "--session", "--dest", "org.freedesktop.DBus", "--object-path",

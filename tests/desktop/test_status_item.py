@@ -112,17 +112,14 @@ class StatusItem(CobbletCase):
                      if window.pid() == cobblet.process.pid and window.viewable() and window.rect().width < 380
                      and window.rect().height > 64), None)
 
-    def open_menu(self, cobblet):
+    def choose(self, cobblet, *keys):
+        """Opens the menu with a click on the icon and goes to an entry by these keys."""
         icon = self.wait_icon(cobblet)
         self.desktop.click(icon.x + icon.width // 2, icon.y + icon.height // 2)
         menu = self.desktop.wait(lambda: self.menu(cobblet), "the menu").rect()
         self.assertLessEqual(menu.y + menu.height, icon.y, "above the icon at the bottom of the screen")
-        return menu
-
-    def choose(self, cobblet, index):
-        """Clicks the first, the second or, as 2, the last entry of the menu."""
-        menu = self.open_menu(cobblet)
-        self.desktop.click(menu.x + 60, menu.y + round(menu.height * (0.18, 0.45, 0.86)[index]))
+        for key in (*keys, "Return"):
+            self.desktop.key(key)
 
     def test_an_embedding_tray_that_comes_late_and_is_started_again_shows_the_item_and_its_menu(self):
         cobblet = self.start_hidden()
@@ -131,14 +128,14 @@ class StatusItem(CobbletCase):
             self.start_dock()
             tones = self.desktop.picture(self.wait_icon(cobblet)).image.convert("L").getextrema()
             self.assertGreater(tones[1] - tones[0], 150, "it is read on the dock")
-            self.choose(cobblet, 0)
+            self.choose(cobblet, "Down")
             cobblet.wait_painted()
-            self.choose(cobblet, 1)
+            self.desktop.key("Escape")
             cobblet.wait_hidden()
             self.stop_dock(how)
             self.desktop.wait(lambda: not self.icons(cobblet), "no icon to be left on the screen")
         self.start_dock()
-        self.choose(cobblet, 2)
+        self.choose(cobblet, "Up")
         self.assertEqual(cobblet.process.wait(10), 0)
         self.assertEqual(sum("tray" in line for line in cobblet.messages().splitlines()), 1, cobblet.messages())
 

@@ -3,6 +3,7 @@
 #include "platform/freedesktop/RoundedShape.h"
 
 #include <QGuiApplication>
+#include <QLoggingCategory>
 #include <QScreen>
 #include <QWindow>
 
@@ -13,6 +14,8 @@
 #include <xcb/shape.h>
 
 namespace cobblet {
+
+Q_LOGGING_CATEGORY(lcDesktop, "cobblet.desktop")
 
 namespace {
 
@@ -26,6 +29,13 @@ constexpr const char *timeMark = "_COBBLET_TIME";
 constexpr const char *windowState = "_NET_WM_STATE";
 constexpr const char *hiddenState = "_NET_WM_STATE_HIDDEN";
 constexpr const char *blurRegion = "_KDE_NET_WM_BLUR_BEHIND_REGION";
+
+const QString noManager =
+    QStringLiteral("No window manager runs: the panel places and focuses itself, and nothing keeps it "
+                   "above other windows.");
+const QString noCompositor =
+    QStringLiteral("No compositing manager runs: the panel's corners are cut, and it neither fades "
+                   "nor blurs. Start one, such as picom.");
 
 QWindow *ownWindow(xcb_window_t id)
 {
@@ -44,6 +54,10 @@ X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Scr
     m_windows.x11().intern({timeMark, windowState, "WM_STATE", hiddenState, blurRegion, "_NET_WM_WINDOW_TYPE",
                             "_NET_WM_WINDOW_TYPE_UTILITY", "_NET_WM_STATE_ABOVE", "_NET_WM_STATE_STICKY",
                             "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER", "_NET_WM_DESKTOP"});
+    if (!m_windows.hasManager())
+        qCWarning(lcDesktop).noquote() << noManager;
+    if (!m_windows.isCompositing())
+        qCInfo(lcDesktop).noquote() << noCompositor;
     window.create();
     m_id = xcb_window_t(window.winId());
 
@@ -76,11 +90,9 @@ X11PanelSurface::~X11PanelSurface()
 Availability X11PanelSurface::availability() const
 {
     if (!m_windows.hasManager())
-        return Availability::partly(QStringLiteral("No window manager runs: the panel places and focuses itself, and "
-                                                   "nothing keeps it above other windows."));
+        return Availability::partly(noManager);
     if (!blendsWithDesktop())
-        return Availability::partly(QStringLiteral("No compositing manager runs: the panel's corners are cut, and it "
-                                                   "neither fades nor blurs. Start one, such as picom."));
+        return Availability::partly(noCompositor);
     // A compositing manager that blurs says so by a property of this name on the root window.
     X11Connection &x11 = m_windows.x11();
     return x11.cardinals(x11.root(), x11.atom(blurRegion), 1).empty()

@@ -1,7 +1,6 @@
 #include "platform/freedesktop/X11Windows.h"
 
 #include <QGuiApplication>
-#include <QLoggingCategory>
 
 #include <algorithm>
 #include <utility>
@@ -9,8 +8,6 @@
 #include <xcb/xfixes.h>
 
 namespace cobblet {
-
-Q_LOGGING_CATEGORY(lcDesktop, "cobblet.desktop")
 
 namespace {
 
@@ -55,11 +52,6 @@ X11Windows::X11Windows(X11Connection &x11, QObject *parent) : QObject(parent), m
     });
     followManager();
     m_x11.awaitReplies();
-    if (!hasManager())
-        qCWarning(lcDesktop) << "No window manager runs: the panel places and focuses itself.";
-    if (!m_compositing)
-        qCInfo(lcDesktop)
-            << "No compositing manager runs: the panel's corners are cut, and it neither fades nor blurs.";
 }
 
 void X11Windows::handle(const xcb_generic_event_t *event)
