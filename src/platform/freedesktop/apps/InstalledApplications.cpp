@@ -24,6 +24,7 @@ constexpr qint64 maximumEntryBytes = 1024 * 1024;
 constexpr qsizetype maximumEntries = 20000;
 constexpr qsizetype maximumCached = 4096;
 constexpr qsizetype maximumName = 512;
+constexpr qsizetype maximumId = 200;
 constexpr int quietMilliseconds = 150;
 constexpr int followMilliseconds = 1000; ///< after the first panel
 constexpr auto group = "Desktop Entry";
@@ -68,7 +69,7 @@ enum class Part { All, Untranslated };
 Result<KeyFile> read(const QString &id, const QString &path, Part part)
 {
     if (path.isEmpty())
-        return Error{QStringLiteral("“%1” is not installed.").arg(id.left(200))};
+        return Error{QStringLiteral("“%1” is not installed.").arg(id.left(maximumId))};
     const auto bytes = readBounded(path, maximumEntryBytes);
     if (!bytes)
         return Error{QStringLiteral("The desktop entry of “%1” cannot be read: %2").arg(id, bytes.error())};
@@ -226,9 +227,13 @@ Result<InstalledEntry> InstalledApplications::entry(const QString &id) const
             return *known;
         generation = m_generation;
     }
-    Result<InstalledEntry> result = loaded(id, files().value(id));
+    QString path = files().value(id);
+    // Word of a new file comes a moment after the file, and who has just made one opens it at once.
+    if (path.isEmpty() && id.size() <= maximumId && !id.contains(u'/'))
+        path = QStandardPaths::locate(QStandardPaths::ApplicationsLocation, id + suffix);
+    Result<InstalledEntry> result = loaded(id, path);
     const QMutexLocker lock(&m_mutex);
-    if (generation == m_generation && id.size() <= 200) {
+    if (generation == m_generation && !path.isEmpty()) {
         if (m_entries.size() >= maximumCached)
             m_entries.clear();
         m_entries.insert(id, result);
