@@ -7,8 +7,8 @@
 #include "platform/DistributedNotifications.h"
 #include "platform/DockTile.h"
 #include "standalone/AgentGroup.h"
-#include "standalone/GroupIconProvider.h"
 #include "standalone/AgentMenu.h"
+#include "standalone/GroupIconProvider.h"
 
 #include <QLoggingCategory>
 
