@@ -112,11 +112,11 @@ def entries(results):
 
 
 def building(results):
-    """A group's application built and registered, beside the floor's copy, icon and hashes; then step by step."""
+    """An agent built and registered, beside the floor's copy, icon and hashes; then step by step."""
     def median(name):
         return results.median("bundle", name)
 
-    title = "group to application, built and registered"
+    title = "agent built and registered"
     yield row(title, median("first whole"), "ms", median("floor"), "cp, icon, sha256", times=2)
     yield row("  the same, over an older one", median("rebuild whole"), "ms", median("floor"), "cp, icon, sha256",
               times=2)
@@ -141,7 +141,7 @@ def standalone(results):
     """Groups as applications of their own: agents."""
     yield from building(results)
     median, mib = results.median, results.mebibytes
-    yield row("application of a group, cold start to painted", median("agent cold", "painted"), "ms",
+    yield row("agent, cold start to painted", median("agent cold", "painted"), "ms",
               median("main cold", "painted"), "main, same group", times=1.1)
     yield row("  CPU until it is settled", median("agent cold", "cpu_show"), "ms", median("main cold", "cpu_show"),
               "main, same group")

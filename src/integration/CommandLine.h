@@ -22,7 +22,7 @@ struct CommandLine {
         ListJson,
         Say,
         Open,
-        Action, ///< an entry of the menu that the application of a group has in docks
+        Action, ///< an entry of the menu that an agent has in docks
         Help,
         Version,
         Invalid
@@ -44,7 +44,7 @@ struct CommandLine {
     static CommandLine parse(const QByteArrayList &arguments);
     static QString usage();
 
-    /// The same for the application of a group (`isAgent`) or for Cobblet itself: each takes what is not meant for
+    /// The same for an agent (`isAgent`) or for Cobblet itself: each takes what is not meant for
     /// the other as Invalid.
     CommandLine takenBy(bool isAgent) const;
 

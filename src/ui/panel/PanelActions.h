@@ -35,7 +35,7 @@ struct PanelDependencies {
     Dialogs &dialogs;
     Menus &menus;
     Appearance &appearance;
-    /// Opens the application of a group, which becomes one where it is none yet. Empty in such an application.
+    /// Opens the agent of a group, which gets one where it has none yet. Empty in an agent.
     std::function<void(const QUuid &)> openStandalone;
 };
 
