@@ -11,38 +11,43 @@
 namespace cobblet {
 namespace {
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 class UsageTrackerTest : public testing::Test {
 protected:
     std::unique_ptr<UsageTracker> tracker()
     {
-        return std::make_unique<UsageTracker>(folder(), running, workspace, scheduler);
+        return std::make_unique<UsageTracker>(directory.path(), running, workspace, scheduler);
     }
-    QString folder() const { return directory.filePath(QStringLiteral("Cobblet")); }
-    QByteArray content(const char *name) const
+    static QByteArray content(const QString &path)
     {
-        QFile file(folder() + QLatin1Char('/') + QLatin1String(name));
+        QFile file(path);
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(missing)");
     }
-    void put(const char *name, const QByteArray &bytes) const
+    static void put(const QString &path, const QByteArray &bytes)
     {
-        QDir().mkpath(folder());
-        QFile file(folder() + QLatin1Char('/') + QLatin1String(name));
+        QFile file(path);
         ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
     }
     void launch(const char *id) { running.launch({QLatin1String(id), ++pid}); }
 
     QTemporaryDir directory;
+    const QString stats = directory.filePath(u"usage-stats.json"_s);
+    const QString pairs = directory.filePath(u"usage-cooccurrence.json"_s);
     qint64 pid = 0;
     test::VirtualScheduler scheduler;
     test::FakeWorkspace workspace;
     test::FakeRunningApplications running;
 };
 
-TEST_F(UsageTrackerTest, PairsWhatIsLaunchedWithinOneSession)
+TEST_F(UsageTrackerTest, PairsWhatIsLaunchedWithinOneSessionButForTheSystemsOwn)
 {
     const auto usage = tracker();
+    for (const char *id : {"com.apple.dock", "com.apple.WebKit.Networking", ""})
+        launch(id);
+    EXPECT_TRUE(usage->counts().isEmpty());
+    EXPECT_EQ(scheduler.pending(), 0);
     launch("a");
     launch("a"); // never paired with itself
     EXPECT_TRUE(usage->cooccurrence().isEmpty());
@@ -51,25 +56,11 @@ TEST_F(UsageTrackerTest, PairsWhatIsLaunchedWithinOneSession)
     scheduler.advance(29min); // gaps count from the last launch, not from the first
     launch("a");
     scheduler.advance(31min);
-    launch("c");
+    launch("com.apple.dock2");
 
     using Counts = UsageTracker::Counts;
-    const QString a = QStringLiteral("a"), b = QStringLiteral("b"), c = QStringLiteral("c");
-    EXPECT_EQ(usage->counts(), (Counts{{a, 3}, {b, 1}, {c, 1}}));
-    EXPECT_EQ(usage->cooccurrence(), (QMap<QString, Counts>{{a, {{b, 2}}}, {b, {{a, 2}}}}));
-}
-
-TEST_F(UsageTrackerTest, LeavesOutTheSystemsOwnProcesses)
-{
-    const auto usage = tracker();
-    for (const char *id : {"com.apple.dock", "com.apple.finder", "com.apple.WebKit.Networking",
-                           "com.apple.security.agent", "com.apple.accessibility.x", ""})
-        launch(id);
-    EXPECT_TRUE(usage->counts().isEmpty());
-    EXPECT_EQ(scheduler.pending(), 0);
-    for (const char *id : {"com.apple.finder2", "com.apple.WebKit", "com.apple.Finder"})
-        launch(id);
-    EXPECT_EQ(usage->counts().size(), 3);
+    EXPECT_EQ(usage->counts(), (Counts{{u"a"_s, 3}, {u"b"_s, 1}, {u"com.apple.dock2"_s, 1}}));
+    EXPECT_EQ(usage->cooccurrence(), (QMap<QString, Counts>{{u"a"_s, {{u"b"_s, 2}}}, {u"b"_s, {{u"a"_s, 2}}}}));
 }
 
 TEST_F(UsageTrackerTest, ABurstOfLaunchesWritesEachFileOnceAndTheEndWritesWhatIsPending)
@@ -79,67 +70,59 @@ TEST_F(UsageTrackerTest, ABurstOfLaunchesWritesEachFileOnceAndTheEndWritesWhatIs
     scheduler.advance(1999ms);
     launch("b");
     scheduler.advance(1999ms);
-    EXPECT_EQ(content("usage-stats.json"), "(missing)");
+    EXPECT_EQ(content(stats), "(missing)");
     scheduler.advance(1ms);
-    EXPECT_EQ(content("usage-stats.json"), R"({"a":1,"b":1})");
-    EXPECT_EQ(content("usage-cooccurrence.json"), "(missing)");
+    EXPECT_EQ(content(stats), R"({"a":1,"b":1})");
+    EXPECT_EQ(content(pairs), "(missing)");
     scheduler.advance(3s);
-    EXPECT_EQ(content("usage-cooccurrence.json"), R"({"a":{"b":1},"b":{"a":1}})");
-    QFile::remove(folder() + QStringLiteral("/usage-stats.json"));
+    EXPECT_EQ(content(pairs), R"({"a":{"b":1},"b":{"a":1}})");
+    QFile::remove(stats);
     scheduler.advance(1h);
-    EXPECT_EQ(content("usage-stats.json"), "(missing)") << "nothing is written without a launch";
+    EXPECT_EQ(content(stats), "(missing)") << "nothing is written without a launch";
 
-    launch("b");
     launch("c");
-    const auto counts = usage->counts();
-    const auto pairs = usage->cooccurrence();
     usage.reset();
     EXPECT_EQ(scheduler.pending(), 0);
-    usage = tracker();
-    EXPECT_EQ(usage->counts(), counts);
-    EXPECT_EQ(usage->cooccurrence(), pairs);
+    EXPECT_EQ(content(stats), R"({"a":1,"b":1,"c":1})");
+    EXPECT_EQ(tracker()->counts().size(), 3);
 }
 
 TEST_F(UsageTrackerTest, ReadsOnlyWhatIsATableOfCounts)
 {
-    const std::pair<const char *, int> rows[] = {{R"({"a":1,"b":9223372036854775807})", 2},
-                                                 {R"({"a":2.0})", 1},
-                                                 {R"({"a":0,"b":-4,"c":1})", 1},
-                                                 {R"({"a":1,"b":"2"})", 0},
-                                                 {R"({"a":1.5})", 0},
-                                                 {R"({"a":1e300})", 0},
-                                                 {R"({"a":true})", 0},
-                                                 {R"({"a":null})", 0},
-                                                 {R"([1,2])", 0},
-                                                 {R"({"a":1)", 0},
-                                                 {"", 0}};
-    for (const auto &[stats, entries] : rows) {
-        put("usage-stats.json", stats);
+    const std::pair<QByteArray, int> rows[] = {{R"({"a":1,"b":9223372036854775807})", 2},
+                                               {R"({"a":2.0})", 1},
+                                               {R"({"a":0,"b":-4,"c":1})", 1},
+                                               {R"({"a":1,"b":"2"})", 0},
+                                               {R"({"a":1.5})", 0},
+                                               {R"({"a":1e300})", 0},
+                                               {R"([1,2])", 0},
+                                               {R"({"a":1)", 0},
+                                               {QByteArray(17 * 1024 * 1024, ' ') + R"({"a":1})", 0}};
+    for (const auto &[table, entries] : rows) {
+        SCOPED_TRACE(table.left(40).constData());
+        put(stats, table);
+        put(pairs, R"({"x":)" + table + "}");
         const auto usage = tracker();
-        EXPECT_EQ(usage->counts().size(), entries) << stats;
-        put("usage-cooccurrence.json", QByteArray(R"({"x":)") + stats + "}");
-        EXPECT_EQ(tracker()->cooccurrence().value(QStringLiteral("x")).size(), entries) << stats;
+        EXPECT_EQ(usage->counts().size(), entries);
+        EXPECT_EQ(usage->cooccurrence().value(u"x"_s).size(), entries);
         launch("b");
-        EXPECT_GT(usage->counts().value(QStringLiteral("b")), 0) << "counts stop at the largest number";
+        EXPECT_GT(usage->counts().value(u"b"_s), 0) << "counts stop at the largest number";
     }
-    put("usage-stats.json", QByteArray(17 * 1024 * 1024, ' ') + R"({"a":1})");
-    EXPECT_TRUE(tracker()->counts().isEmpty()) << "a file past the bound is not read";
 }
 
 TEST_F(UsageTrackerTest, MostUsedHoldsTheInstalledApplicationsWithMostLaunches)
 {
     EXPECT_TRUE(tracker()->mostUsed().apps.isEmpty());
-    put("usage-stats.json",
-        R"({"k":1,"j":1,"i":1,"h":1,"g":1,"f":1,"e":1,"d":1,"c":1,"b":1,"Z":1,"top":5,"gone":9})");
+    put(stats, R"({"k":1,"j":1,"i":1,"h":1,"g":1,"f":1,"e":1,"d":1,"c":1,"b":1,"Z":1,"top":5,"gone":9})");
     for (const char *id : {"top", "Z", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k"})
-        workspace.install(QLatin1String(id), QStringLiteral("Name of ") + QLatin1String(id));
+        workspace.install(QLatin1String(id), u"Name of "_s + QLatin1String(id));
     const AppGroup group = tracker()->mostUsed();
     EXPECT_EQ(group.id, AppGroup::mostUsedID);
-    EXPECT_EQ(group.apps.value(0), (AppItem{QStringLiteral("Name of top"), QStringLiteral("top")}));
+    EXPECT_EQ(group.apps.value(0), (AppItem{u"Name of top"_s, u"top"_s}));
     QString ids;
     for (const AppItem &app : group.apps)
         ids += app.bundleID;
-    EXPECT_EQ(ids, QStringLiteral("topZbcdefghi")) << "equal counts in the order of the identifiers";
+    EXPECT_EQ(ids, u"topZbcdefghi"_s) << "equal counts in the order of the identifiers";
 }
 
 } // namespace

@@ -1,11 +1,9 @@
-#include "FileDefaults.h"
-#include "WriterLists.h"
 #include "model/ConfigManager.h"
 #include "model/GroupCoding.h"
 #include "platform/AtomicFile.h"
+#include "platform/freedesktop/FileUserDefaults.h"
 
 #include <QDir>
-#include <QProcess>
 #include <QRandomGenerator>
 #include <QSet>
 #include <QTemporaryDir>
@@ -13,51 +11,85 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 namespace cobblet {
 namespace {
 
+using namespace Qt::StringLiterals;
+
+/// A list in which every value comes from the number, and whose length changes with it.
+QList<AppGroup> numberedList(int number)
+{
+    QList<AppGroup> list;
+    const auto length = ushort(20 + number % 7);
+    for (ushort g = 0; g < length; ++g) {
+        AppGroup group;
+        group.id = QUuid(uint(number), g, 1, 1, 1, 1, 1, 1, 1, 1, 1);
+        group.name = QString::number(number);
+        for (int a = 0; a < 20; ++a)
+            group.apps.append({group.name, u"app%1.%2"_s.arg(a).arg(number)});
+        list.append(group);
+    }
+    return list;
+}
+
+/// The number that a list was made from; 0 for any other list.
+int numberOf(const QList<AppGroup> &list)
+{
+    const int number = list.isEmpty() ? 0 : list.constFirst().name.toInt();
+    return list == numberedList(number) ? number : 0;
+}
+
 class ProcessesTest : public testing::Test {
 protected:
-    std::unique_ptr<QProcess> start(const QStringList &arguments) const
+    /// Starts a process that does `work` with a store of its own.
+    template<class Work>
+    pid_t start(Work work) const
     {
-        auto process = std::make_unique<QProcess>();
-        process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        process->start(QStringLiteral(WRITER), arguments);
-        return process;
-    }
-
-    /// The number of a stored list; absent when it is no whole list.
-    static std::optional<int> numberIn(const QByteArray &json)
-    {
-        const auto list = decodeGroups(json);
-        return list ? test::numberOf(list.value()) : std::nullopt;
+        const pid_t pid = ::fork();
+        if (pid == 0) {
+            FileUserDefaults defaults(home.path(), u"test"_s);
+            ConfigManager manager({folder}, defaults);
+            work(manager);
+            ::_exit(0);
+        }
+        return pid;
     }
 
     QTemporaryDir home;
-    QString folder = home.filePath(QStringLiteral("Cobblet"));
+    const QString folder = home.filePath(u"Cobblet"_s);
 };
 
 TEST_F(ProcessesTest, AKilledProcessLeavesTheOldOrTheNewStateInBothCopies)
 {
-    constexpr int kills = 500;
     QRandomGenerator random(1);
-    int last = 0, apart = 0;
-    for (int i = 0; i < kills; ++i) {
-        const auto process = start({QStringLiteral("loop"), home.path()});
-        ASSERT_TRUE(process->waitForReadyRead(20000));
+    int last = 0, apart = 0, ready[2];
+    ASSERT_EQ(::pipe(ready), 0);
+    for (int kill = 1; kill <= 500; ++kill) {
+        const pid_t writer = start([&](ConfigManager &manager) {
+            for (int number = last + 1;; ++number) {
+                manager.replaceGroups(numberedList(number));
+                if (number == last + 2 && ::write(ready[1], "", 1) != 1)
+                    return;
+            }
+        });
+        char byte;
+        ASSERT_EQ(::read(ready[0], &byte, 1), 1);
         QThread::usleep(random.bounded(20000u));
-        process->kill();
-        ASSERT_TRUE(process->waitForFinished());
+        ::kill(writer, SIGKILL);
+        ASSERT_EQ(::waitpid(writer, nullptr, 0), writer);
 
-        const auto bytes = readBounded(folder + QStringLiteral("/groups.json"), maximumJsonBytes);
-        const auto file = bytes ? numberIn(bytes.value()) : std::nullopt;
-        const auto defaults = test::makeTestDefaults(home.filePath(QStringLiteral("defaults")));
-        const auto copy = numberIn(defaults->data(QStringLiteral("cobblet_groups")).value_or(QByteArray()));
-        ASSERT_TRUE(file && copy) << "after kill " << i + 1;
-        ASSERT_TRUE(*file == *copy || *file == *copy + 1) << *file << " and " << *copy;
-        ASSERT_GT(*file, last) << "a state that was saved is lost";
-        last = *file;
-        apart += *file != *copy;
+        const auto bytes = readBounded(folder + u"/groups.json"_s, maximumJsonBytes);
+        const auto copied = FileUserDefaults(home.path(), u"test"_s).data(u"cobblet_groups"_s);
+        ASSERT_TRUE(bytes && copied);
+        const int file = numberOf(decodeGroups(bytes.value()).value());
+        const int copy = numberOf(decodeGroups(*copied).value());
+        ASSERT_GT(file, last + 1) << "a state that was saved is lost, after kill " << kill;
+        ASSERT_TRUE(file == copy || file == copy + 1) << file << " and " << copy;
+        last = file;
+        apart += file != copy;
     }
     EXPECT_GT(apart, 0) << "no kill came between the two copies";
     // Killed writers leave nothing that piles up.
@@ -66,32 +98,39 @@ TEST_F(ProcessesTest, AKilledProcessLeavesTheOldOrTheNewStateInBothCopies)
 
 TEST_F(ProcessesTest, EveryEditOfFourProcessesIsThere)
 {
-    const auto defaults = test::makeTestDefaults(home.filePath(QStringLiteral("defaults")));
-    ConfigManager manager({folder}, *defaults);
-    const qsizetype before = manager.groups().size();
-    const qsizetype appsBefore = manager.groups().constFirst().apps.size();
-
-    std::vector<std::unique_ptr<QProcess>> writers;
+    FileUserDefaults defaults(home.path(), u"test"_s);
+    const QList<AppGroup> before = ConfigManager({folder}, defaults).groups();
     QSet<QString> expected;
+    QList<pid_t> writers;
     for (int w = 0; w < 4; ++w) {
-        writers.push_back(start({QStringLiteral("edits"), home.path(), QString::number(w)}));
-        for (int i = 0; i < test::editsPerWriter / 2; ++i)
-            expected.insert(QStringLiteral("%1 %2").arg(w).arg(i));
+        QStringList names;
+        for (int i = 0; i < 100; ++i)
+            names.append(u"%1 %2"_s.arg(w).arg(i));
+        expected += QSet(names.begin(), names.end());
+        writers.append(start([&](ConfigManager &manager) {
+            for (const QString &name : names) {
+                manager.addApps({{name, name}}, before.first().id);
+                AppGroup group;
+                group.name = name;
+                manager.addGroup(group);
+            }
+        }));
     }
-    for (const auto &writer : writers) {
-        ASSERT_TRUE(writer->waitForFinished(120000));
-        EXPECT_EQ(writer->exitCode(), 0);
+    for (const pid_t writer : writers) {
+        int status = -1;
+        ASSERT_EQ(::waitpid(writer, &status, 0), writer);
+        EXPECT_EQ(status, 0);
     }
 
-    const ConfigManager after({folder}, *defaults);
+    const ConfigManager after({folder}, defaults);
     QSet<QString> groups, apps;
-    for (const AppGroup &group : after.groups().sliced(before))
+    for (const AppGroup &group : after.groups().sliced(before.size()))
         groups.insert(group.name);
-    for (const AppItem &app : after.groups().constFirst().apps.sliced(appsBefore))
+    for (const AppItem &app : after.groups().constFirst().apps.sliced(before.first().apps.size()))
         apps.insert(app.bundleID);
     EXPECT_EQ(groups, expected);
     EXPECT_EQ(apps, expected);
-    EXPECT_EQ(after.groups().size(), before + expected.size());
+    EXPECT_EQ(after.groups().size(), before.size() + expected.size());
     EXPECT_EQ(after.groupShortcuts().size(), 9);
     for (const QUuid &id : after.groupShortcuts())
         EXPECT_TRUE(after.group(id));

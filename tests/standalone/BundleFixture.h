@@ -16,13 +16,15 @@
 
 namespace cobblet::test {
 
+using namespace Qt::StringLiterals;
+
 /// Remembers what is registered. Any thread, as the real one.
 class FakeLaunchRegistry : public LaunchRegistry {
 public:
     Availability availability() const override { return {}; }
     Status registerBundle(const Registration &registration) override
     {
-        EXPECT_EQ(registration.icons.size(), 7) << "of the bundle that was built";
+        EXPECT_EQ(registration.icons.size(), 7);
         menus.insert(registration.bundle, registration.menu);
         ++registrations;
         return {};
@@ -43,7 +45,7 @@ public:
 inline QString read(const QString &path)
 {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QStringLiteral("(no file)");
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : u"(no file)"_s;
 }
 
 inline void write(const QString &path, const QByteArray &bytes, bool executable = false)
@@ -56,16 +58,13 @@ inline void write(const QString &path, const QByteArray &bytes, bool executable 
         file.setPermissions(file.permissions() | QFile::ExeOwner);
 }
 
-inline constexpr const char *infoOf = R"(<?xml version="1.0" encoding="UTF-8"?>
-<plist version="1.0"><dict>
-<key>CFBundleExecutable</key><string>cobblet</string>
-<key>CFBundleIconName</key><string>Main</string>
-<key>CFBundleIdentifier</key><string>%1</string>
-</dict></plist>)";
-
+/// The Info.plist of a program's bundle.
 inline QByteArray info(const QString &identifier)
 {
-    return QString::fromLatin1(infoOf).arg(identifier).toUtf8();
+    return "<plist version=\"1.0\"><dict><key>CFBundleExecutable</key><string>cobblet</string>"
+           "<key>CFBundleIconName</key><string>Main</string>"
+           "<key>CFBundleIdentifier</key><string>" +
+           identifier.toUtf8() + "</string></dict></plist>";
 }
 
 /// A program's bundle, and a folder where agents' bundles are built with the real tools.
@@ -73,34 +72,38 @@ class BundleTest : public testing::Test {
 protected:
     BundleTest()
     {
-        write(source + QStringLiteral("/Contents/Info.plist"), info(QStringLiteral("com.vantor.cobblet")));
-        write(source + QStringLiteral("/Contents/MacOS/cobblet"), QByteArray(40'000, 'x'), true);
-        write(source + QStringLiteral("/Contents/Resources/Metadata.appintents/actions"), "of the main program");
+        write(source + u"/Contents/Info.plist"_s, info(u"com.vantor.cobblet"_s));
+        write(source + u"/Contents/MacOS/cobblet"_s, QByteArray(40'000, 'x'), true);
+        write(source + u"/Contents/Resources/Metadata.appintents/actions"_s, "of the main program");
         QDir().mkpath(agents);
         tools = freedesktop::bundleTools({});
         tools.codesign = QStringLiteral(COBBLET_CODESIGN);
-        work.name = QStringLiteral("Work");
-        work.emoji = QStringLiteral("🛠");
-        work.apps = {{QStringLiteral("Mail"), QStringLiteral("com.apple.mail")}};
+        work.name = u"Work"_s;
+        work.apps = {{u"Mail"_s, u"com.apple.mail"_s}};
     }
 
     BundleBuilder::Services services() { return {source, stamp, AgentsFolder(agents), tools, registry, groupIcons}; }
-    static QString described(const BuildStatus &status) { return status ? QStringLiteral("ok") : status.error(); }
     /// What lies in the folder of the applications, without what is only there to keep others out.
     QStringList leftovers() const
     {
         QStringList names = QDir(agents).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
-        names.removeAll(QStringLiteral(".staging"));
-        names +=
-            QDir(agents + QStringLiteral("/.staging")).entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot);
-        return names;
+        names.removeAll(u".staging"_s);
+        return names + QDir(agents + u"/.staging"_s).entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot);
+    }
+
+    /// The name in the bundle's group; empty where that can't be read.
+    QString builtName() const
+    {
+        const auto config = readAgentGroupConfig(destination);
+        return config ? config.value().group.name : QString();
     }
 
     QTemporaryDir folder;
-    const QString source = folder.filePath(QStringLiteral("Cobblet.app"));
-    const QString agents = folder.filePath(QStringLiteral("Cobblet Groups"));
-    const QString destination = agents + QStringLiteral("/Work.app");
-    QString stamp = QStringLiteral("1234");
+    const QString source = folder.filePath(u"Cobblet.app"_s);
+    const QString agents = folder.filePath(u"Cobblet Groups"_s);
+    const QString destination = agents + u"/Work.app"_s;
+    const QStringList built{u"Work.app"_s}; ///< what is left over by a build that succeeds
+    const QString stamp = u"1234"_s;
     BundleTools tools;
     FakeLaunchRegistry registry;
     FakeWorkspace workspace;
