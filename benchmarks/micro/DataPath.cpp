@@ -1,9 +1,9 @@
 // Loading and saving a large list of groups, beside a document tree of the JSON library doing the same, and what
 // the loaded list costs in memory.
 #include "model/ConfigManager.h"
-#include "model/FileDefaults.h"
 #include "model/GroupCoding.h"
 #include "platform/AtomicFile.h"
+#include "platform/freedesktop/FileUserDefaults.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -111,9 +111,9 @@ void load(benchmark::State &state)
 /// The store from nothing to loaded, both copies checked.
 void loadStore(benchmark::State &state)
 {
-    const auto defaults = test::makeTestDefaults(folder() + QStringLiteral("/defaults"));
+    FileUserDefaults defaults(folder() + QStringLiteral("/defaults"), QStringLiteral("test"));
     for (auto _ : state) {
-        auto manager = std::make_unique<ConfigManager>(ConfigManager::Options{folder()}, *defaults);
+        auto manager = std::make_unique<ConfigManager>(ConfigManager::Options{folder()}, defaults);
         benchmark::DoNotOptimize(manager->groups().size());
         state.PauseTiming(); // a program has one store, and ends with it
         manager.reset();
@@ -148,8 +148,8 @@ void save(benchmark::State &state)
 /// One edit in the store: the whole save sequence with both copies, each flushed to disk.
 void saveStore(benchmark::State &state)
 {
-    const auto defaults = test::makeTestDefaults(folder() + QStringLiteral("/defaults"));
-    ConfigManager manager({folder()}, *defaults);
+    FileUserDefaults defaults(folder() + QStringLiteral("/defaults"), QStringLiteral("test"));
+    ConfigManager manager({folder()}, defaults);
     const QUuid id = manager.groups().constLast().id;
     static int count = 0; // a name that is stored already would be no change
     for (auto _ : state)
@@ -179,10 +179,10 @@ qint64 ownMemory()
 /// Run in a process of its own, whose heap nothing else has used: how much the loaded store adds.
 int printGrowth(const QString &folder)
 {
-    const auto defaults = test::makeTestDefaults(folder + QStringLiteral("/defaults"));
+    FileUserDefaults defaults(folder + QStringLiteral("/defaults"), QStringLiteral("test"));
     (void)ownMemory(); // its buffers are no part of the growth
     const qint64 before = ownMemory();
-    const ConfigManager manager({folder}, *defaults);
+    const ConfigManager manager({folder}, defaults);
     const qint64 loaded = ownMemory();
     ::malloc_trim(0); // as the program does once its first panel is painted
     std::printf("memory growth with %lld groups loaded: %.2f MiB, %.2f MiB before the heap is trimmed\n",
