@@ -8,11 +8,9 @@ import signal
 import socket
 import subprocess
 import tempfile
-import time
 import unittest
 
 STANDIN = pathlib.Path(__file__).resolve().with_name("standin.py")
-TOKENS = {"DESKTOP_STARTUP_ID": "launch-7_TIME9", "XDG_ACTIVATION_TOKEN": "token~1"}
 
 # Says what it was started with; the environment and the signals too.
 APPLICATION = """#!/bin/sh
@@ -52,36 +50,40 @@ class Command(unittest.TestCase):
         self.requested()
         return instance
 
-    def run_command(self, *arguments, environment=None, **options):
-        options = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "timeout": 60, **options}
-        return subprocess.run([self.command, *arguments], env={**self.environment, **(environment or {})},
-                              stdin=subprocess.DEVNULL, check=False, **options)
+    def start_command(self, *arguments, **environment):
+        process = subprocess.Popen([self.command, *arguments], env={**self.environment, **environment},
+                                   stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.addCleanup(process.kill)
+        return process
 
-    def assert_became_application(self, returncode, output, errors, *arguments):
-        self.assertEqual((returncode, errors), (3, b""))
-        place, *said, = output.split(b"\0")[:-1]
+    def run_command(self, *arguments, stdout=subprocess.PIPE, **options):
+        return subprocess.run([self.command, *arguments], env=self.environment, stdin=subprocess.DEVNULL, stdout=stdout,
+                              stderr=subprocess.PIPE, timeout=60, check=False, **options)
+
+    def assert_becomes_application(self, *arguments, process=None, **environment):
+        """What the application says of the variable, the ignored signals and its process."""
+        process = process or self.start_command(*arguments, **environment)
+        output, errors = process.communicate(timeout=60)
+        self.assertEqual((process.returncode, errors), (3, b""))
+        place, startup, ignored, pid, *given, _ = output.split(b"\0")
         self.assertEqual(pathlib.Path(os.fsdecode(place)).resolve(), self.application)
-        self.assertEqual(said[3:], [os.fsencode(argument) for argument in arguments])
-        return said[:3]
+        self.assertEqual(given, [os.fsencode(argument) for argument in arguments])
+        self.assertEqual((int(ignored, 16), int(pid)), (0, process.pid))
+        return startup
 
-    def assert_becomes_application(self, *arguments, **options):
-        result = self.run_command(*arguments, **options)
-        self.assert_became_application(result.returncode, result.stdout, result.stderr, *arguments)
-
-    def assert_one_sentence(self, result, status, *words):
-        text = result.stderr.decode()
-        self.assertEqual((result.returncode, result.stdout), (status, b""), text)
-        self.assertRegex(text, r"\Acobblet: [^\n]+\n\Z")
+    def assert_one_sentence(self, process, status, *words):
+        output, errors = process.communicate(timeout=60)
+        self.assertEqual((process.returncode, output), (status, b""), errors)
+        self.assertRegex(errors.decode(), r"\Acobblet: [^\n]+\n\Z")
         for word in words:
-            self.assertIn(word, text)
+            self.assertIn(word, errors.decode())
 
 
 class WithAnInstance(Command):
     def test_arguments_arrive_byte_for_byte_and_the_answer_is_passed_on(self):
         self.stand_in(status=2, output="Wörk 🧰\nno end", errors="two of them\n")
-        for arguments in (("show", "Work"), ("show", "--", "--help"), ("launch", ""), ("quit", "It's \"$(x)\" `y` \\ *"),
-                          ("hide", "line\nbreak\ttab"), ("show", "🧰 Wörk"), ("show", b"\xff\xfe"), ("-x",), ("",),
-                          ("show", "x" * 65536)):
+        for arguments in (("show", "--", "--help"), ("launch", ""), ("quit", "It's \"$(x)\" `y` \\ *\n\t🧰"),
+                          ("show", b"\xff\xfe"), ("show", "x" * 65536)):
             with self.subTest(arguments=str(arguments)[:60]):
                 result = self.run_command(*arguments)
                 self.assertEqual((result.returncode, result.stdout, result.stderr),
@@ -92,17 +94,16 @@ class WithAnInstance(Command):
     def test_the_desktops_tokens_go_along_unless_they_are_none(self):
         self.stand_in()
         told = {"desktop-startup-id": "launch-7_TIME9", "activation-token": "token~1"}
-        for environment, expected in ((TOKENS, told), ({"DESKTOP_STARTUP_ID": "", "XDG_ACTIVATION_TOKEN": b"\xff"}, {}),
-                                      ({"DESKTOP_STARTUP_ID": "x" * 5000}, {})):
+        for startup, token, expected in (("launch-7_TIME9", "token~1", told), ("", b"\xff", {}), ("x" * 5000, "", {})):
             for arguments, method in (((), "Activate"), (("show", "Work"), "Run")):
-                self.assertEqual(self.run_command(*arguments, environment=environment).returncode, 0)
+                self.start_command(*arguments, DESKTOP_STARTUP_ID=startup, XDG_ACTIVATION_TOKEN=token).communicate()
                 request = self.requested()
                 self.assertEqual((request["method"], request["data"]), (method, expected))
 
     def test_more_text_than_a_name_can_be_is_refused_before_it_is_sent(self):
         self.stand_in()
         for arguments in (("show", "x" * 65537), ("say", *["x" * 65536] * 17)):
-            self.assert_one_sentence(self.run_command(*arguments), 64, "more text")
+            self.assert_one_sentence(self.start_command(*arguments), 64, "more text")
         self.run_command("list")
         self.assertEqual(self.requested()["arguments"], [b"list".hex()])
 
@@ -113,15 +114,11 @@ class WithAnInstance(Command):
                 ({"reply": "i"}, 76, "another version"), ({"size": 65 << 20}, 76, "ended the connection")):
             with self.subTest(answer=answer):
                 instance = self.stand_in(**answer)
-                self.assert_one_sentence(self.run_command("list"), status, word)
+                self.assert_one_sentence(self.start_command("list"), status, word)
                 instance.kill()
                 instance.wait()
-
-    def test_an_instance_that_does_not_answer_is_not_waited_for_forever(self):
         os.kill(self.stand_in().pid, signal.SIGSTOP)
-        begun = time.monotonic()
-        self.assert_one_sentence(self.run_command("list"), 75, "running Cobblet does not answer")
-        self.assertGreater(time.monotonic() - begun, 3)
+        self.assert_one_sentence(self.start_command("list"), 75, "running Cobblet does not answer")
 
     def test_nobody_reading_is_no_failure_and_a_full_disk_is_one(self):
         self.stand_in(size=1 << 20)
@@ -139,8 +136,8 @@ class WithAnInstance(Command):
         self.stand_in()
         (self.folder / "bus").symlink_to(self.address.split("path=")[1].split(",")[0])
         for address in (f"tcp:host=localhost,port=1;{self.address};autolaunch:", ""):
-            environment = {"DBUS_SESSION_BUS_ADDRESS": address, "XDG_RUNTIME_DIR": str(self.folder)}
-            self.assertEqual(self.run_command("list", environment=environment).returncode, 0)
+            process = self.start_command("list", DBUS_SESSION_BUS_ADDRESS=address, XDG_RUNTIME_DIR=str(self.folder))
+            self.assertEqual((*process.communicate(timeout=60), process.returncode), (b"", b"", 0))
 
     def test_what_a_new_process_does_is_not_asked_of_the_running_one(self):
         self.stand_in()
@@ -151,11 +148,7 @@ class WithAnInstance(Command):
 class WithoutAnInstance(Command):
     def test_it_becomes_the_application_with_everything_it_was_given(self):
         for arguments in ((), ("show", "It's \"odd\" 🧰"), ("launch", b"\xff")):
-            with subprocess.Popen([self.command, *arguments], env={**self.environment, **TOKENS},
-                                  stdout=subprocess.PIPE, stderr=subprocess.PIPE) as process:
-                output = process.communicate(timeout=60)
-            startup, ignored, pid = self.assert_became_application(process.returncode, *output, *arguments)
-            self.assertEqual((startup, int(ignored, 16), int(pid)), (b"launch-7_TIME9", 0, process.pid))
+            self.assertEqual(self.assert_becomes_application(*arguments, DESKTOP_STARTUP_ID="launch-7"), b"launch-7")
 
     def test_no_bus_that_may_be_used_is_no_instance(self):
         stopped = self.folder / "stopped"
@@ -163,37 +156,31 @@ class WithoutAnInstance(Command):
             server.bind(str(stopped))  # and nobody listens any more
         with socket.create_server(("127.0.0.1", 0)) as network:
             network.setblocking(False)
-            for address in ("", "autolaunch:", f"unix:path={stopped}", f"unix:path={self.folder}/none",
-                            "unix:nonsense=%", ";;rubbish;unix", "unix:tmpdir=/tmp",
+            for address in ("", f"unix:path={stopped}", f"unix:path={self.folder}/none", ";;unix:nonsense=%;unix",
                             f"unixexec:path=/bin/touch,argv1={self.folder / 'executed'}",
                             f"tcp:host=127.0.0.1,port={network.getsockname()[1]}"):
                 with self.subTest(address):
-                    self.assert_becomes_application("list", environment={"DBUS_SESSION_BUS_ADDRESS": address,
-                                                                         "XDG_RUNTIME_DIR": str(self.folder)})
+                    self.assert_becomes_application("list", DBUS_SESSION_BUS_ADDRESS=address,
+                                                    XDG_RUNTIME_DIR=str(self.folder))
             self.assertRaises(BlockingIOError, network.accept)
         self.assertFalse((self.folder / "executed").exists())
 
     def test_a_bus_that_hangs_up_or_says_nothing(self):
         path = self.folder / "mute"
-        environment = {**self.environment, "DBUS_SESSION_BUS_ADDRESS": f"unix:path={path}"}
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = f"unix:path={path}"
         with socket.socket(socket.AF_UNIX) as server:
             server.bind(str(path))
             server.listen(0)
-            self.assert_one_sentence(self.run_command("list", environment=environment), 75, "session bus does not answer")
+            self.assert_one_sentence(self.start_command("list"), 75, "session bus does not answer")
             server.accept()[0].close()
-            with subprocess.Popen([self.command, "list"], env=environment, stdout=subprocess.PIPE,
-                                  stderr=subprocess.PIPE) as process:
-                server.accept()[0].close()
-                self.assert_became_application(3, *process.communicate(timeout=60), "list")
+            process = self.start_command("list")
+            server.accept()[0].close()
+            self.assert_becomes_application("list", process=process)
             # A socket that takes no connection any more.
             with socket.socket(socket.AF_UNIX) as first:
                 first.connect(str(path))
-                self.assert_one_sentence(self.run_command("list", environment=environment), 75, "bus does not answer")
+                self.assert_one_sentence(self.start_command("list"), 75, "bus does not answer")
 
     def test_an_application_that_cannot_be_started_is_said_so(self):
         self.application.chmod(0o644)
-        self.assert_one_sentence(self.run_command("list"), 69, str(self.application), "Permission denied")
-
-
-if __name__ == "__main__":
-    unittest.main()
+        self.assert_one_sentence(self.start_command("list"), 69, str(self.application), "Permission denied")

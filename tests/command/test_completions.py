@@ -14,30 +14,22 @@ import unittest
 
 RESOURCES = pathlib.Path(__file__).resolve().parents[2] / "resources"
 
-NAMES = ["Work", "Side projects", "It's", 'Say "hi"', "Tom & Jerry; rm *", "$HOME `touch owned` $(touch owned)", "a\\b",
-         "key=a:b@c", "🧰 Tools", "~root", "!bang!", "[x]{y}(z)<q>|", "#1", "*", "-dash", "two\nlines", "twin", "twin", "",
-         " spaces at both ends "]
+NAMES = ["Work", "Side projects", "It's", "Tom & Jerry; rm *", "$HOME `touch owned` $(touch owned)", "key=a:b@c",
+         "🧰 Tools", "!bang!", "*", "-dash", "two\nlines", "twin", "twin", ""]
 # Of no use alone: twice there, empty, with line breaks or with a dash in front. Their identifiers stand in their place.
 USELESS = ["-dash", "two\nlines", "twin", ""]
 
 LINES = [("cobblet sho\tWo\t", ["show", "Work"]),
          ("cobblet launch Sid\t", ["launch", "Side projects"]),
-         ("cobblet quit Say\t", ["quit", 'Say "hi"']),
-         ("cobblet show Tom\t", ["show", "Tom & Jerry; rm *"]),
+         ("cobblet quit Tom\t", ["quit", "Tom & Jerry; rm *"]),
          ("cobblet show \\$H\t", ["show", "$HOME `touch owned` $(touch owned)"]),
-         ("cobblet show a\t", ["show", "a\\b"]),
+         ("cobblet show \"\\$H\t", ["show", "$HOME `touch owned` $(touch owned)"]),
          ("cobblet show key=a:\t", ["show", "key=a:b@c"]),
          ("cobblet show 🧰\t", ["show", "🧰 Tools"]),
-         ("cobblet show \\~r\t", ["show", "~root"]),
-         ("cobblet show \\[\t", ["show", "[x]{y}(z)<q>|"]),
-         ("cobblet show \\#\t", ["show", "#1"]),
          ("cobblet show \\*\t", ["show", "*"]),
          ("cobblet show -- -d\t", ["show", "--", "-dash"]),
-         ("cobblet show \\ sp\t", ["show", " spaces at both ends "]),
-         ("cobblet show \"Tom & J\t", ["show", "Tom & Jerry; rm *"]),
          ("cobblet show 'It\t", ["show", "It's"]),
          ("cobblet show '!b\t", ["show", "!bang!"]),
-         ("cobblet show \"\\$H\t", ["show", "$HOME `touch owned` $(touch owned)"]),
          ("cobblet list --j\t; cobblet show Wo\t", ["show", "Work"])]
 
 
@@ -96,7 +88,3 @@ class Manual(unittest.TestCase):
         result = subprocess.run(["mandoc", "-Tlint", "-W", "warning", RESOURCES / "cobblet.1"], capture_output=True,
                                 timeout=60, check=False)
         self.assertEqual((result.returncode, result.stderr), (0, b""), result.stdout.decode()[-2000:])
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -51,7 +51,3 @@ class Installation(unittest.TestCase):
         result = self.install(self.folder / "100%")
         self.assertNotEqual(result.returncode, 0)
         self.assertIn("choose a prefix", result.stderr)
-
-
-if __name__ == "__main__":
-    unittest.main()

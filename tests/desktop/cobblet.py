@@ -3,7 +3,6 @@
 import json
 import os
 import pathlib
-import plistlib
 import re
 import shutil
 import signal
@@ -11,12 +10,13 @@ import subprocess
 import tempfile
 import unittest
 
-from Xlib import X
+from gi.repository import Gio, GLib
 
-from desktop import Desktop, Rect, bottom, right
+from desktop import Desktop, Rect, bottom, colours, right
 
 HERE = pathlib.Path(__file__).resolve().parent
 EXECUTABLE = os.environ.get("COBBLET", str(HERE.parents[1] / "build/dev/Cobblet.app/Contents/Helpers/cobblet"))
+NAME = "com.vantor.cobblet"
 
 # The panel's measures, in points; a point is a pixel here.
 GAP = 8
@@ -29,13 +29,11 @@ ROW_HEIGHT = 103
 ICON = 48
 ICON_CENTRE = 8 + ICON / 2
 TOOL_ROW = 46
-MENU_ENTRY = 24
 
 # Applications that Debian ships without a desktop entry of their own, as (identifier, name, command, WM_CLASS).
 ENTRIES = [
     ("org.example.test.xcalc", "Calculator", "xcalc", "XCalc"),
     ("org.example.test.xclock", "Clock", "xclock", "XClock"),
-    ("org.example.test.xeyes", "Eyes", "xeyes", "XEyes"),
     ("org.example.test.stubborn", "Stubborn", f'/usr/bin/python3 "{HERE / "stubborn.py"}"', "Stubborn"),
 ]
 XTERM, XCALC, XCLOCK, GALCULATOR, STUBBORN = (
@@ -48,22 +46,40 @@ def group(number, name, apps, **fields):
             "apps": [{"name": app.rsplit(".", 1)[-1], "bundleID": app} for app in apps], **fields}
 
 
-# Clicked in this order by the tests; three columns make the panel exactly as wide as its cells.
+# Clicked in this order by the tests. Each has a width of its own, by which it is known on the screen.
 TOOLS = group(1, "Tools", [XTERM, XCALC, XCLOCK, GALCULATOR], popupColumns=3)
 OTHERS = group(2, "Others", [STUBBORN, XCALC], popupColumns=6, popupMaxRows=2)
 GROUPS = [TOOLS, OTHERS]
 
 
+def bus(environment):
+    """A connection of its own to a desktop's bus."""
+    kind = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
+    return Gio.DBusConnection.new_for_address_sync(environment["DBUS_SESSION_BUS_ADDRESS"], kind, None, None)
+
+
+def call(connection, service, path, method, signature="()", *arguments):
+    """What a program on the bus answers."""
+    interface, member = method.rsplit(".", 1)
+    return connection.call_sync(service, path, interface, member, GLib.Variant(signature, arguments), None,
+                                Gio.DBusCallFlags.NONE, 20_000, None).unpack()
+
+
+def panels(desktop, instance="cobblet"):
+    """The panels on the screen, of a program that calls its windows so."""
+    return [window for window in desktop.windows()
+            if window.instance == instance and window.viewable() and window.rect().width >= 380]
+
+
 class Home:
     """A person's home folder."""
 
-    def __init__(self, groups=GROUPS):
+    def __init__(self, groups):
         self.path = pathlib.Path(tempfile.mkdtemp(prefix="home-"))
         self.support = self.path / ".local/share/Cobblet"
         self.groups_file = self.support / "groups.json"
         self.support.mkdir(parents=True)
-        if groups is not None:
-            self.write(groups)
+        self.write(groups)
         entries = self.path / ".local/share/applications"
         entries.mkdir()
         for identifier, name, command, window_class in ENTRIES:
@@ -75,6 +91,9 @@ class Home:
         written = self.groups_file.with_suffix(".written")
         written.write_text(json.dumps(groups, ensure_ascii=False), encoding="utf-8")
         written.replace(self.groups_file)
+
+    def read(self):
+        return json.loads(self.groups_file.read_text(encoding="utf-8"))
 
     def environment(self):
         return {"HOME": str(self.path), "XDG_DATA_HOME": str(self.path / ".local/share"),
@@ -103,38 +122,23 @@ class Cobblet:
     def end(self):
         self.desktop.end(self.process)
 
-    def kill(self):
-        self.process.send_signal(signal.SIGKILL)
-        self.process.wait()
-
-    def start_again(self):
-        """A second start: its exit code."""
-        return subprocess.run([EXECUTABLE], env=self.environment, stdin=subprocess.DEVNULL, cwd="/",
-                              stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=10, check=False).returncode
-
     def reopen(self):
         """The request that a second start makes, without the time that a start takes."""
-        information = pathlib.Path(EXECUTABLE).parents[1] / "Info.plist"
-        name = plistlib.loads(information.read_bytes())["CFBundleIdentifier"]
-        path = "/" + name.replace(".", "/").replace("-", "_")
-        subprocess.run(["gdbus", "call", "--session", "--dest", name, "--object-path", path, "--method",
-                        "org.freedesktop.Application.Activate", "{}"], env=self.environment, check=True, timeout=10,
-                       stdout=subprocess.DEVNULL)
+        call(bus(self.environment), NAME, "/" + NAME.replace(".", "/"), "org.freedesktop.Application.Activate",
+             "(a{sv})", {})
 
     # The panel
 
     def panel(self):
         """The panel's window while it can be seen."""
-        mine = [window for window in self.desktop.windows()
-                if window.pid() == self.process.pid and window.viewable() and window.rect().width >= 380]
-        return mine[0] if mine else None
+        return next(iter(panels(self.desktop)), None)
 
-    def wait_panel(self, timeout=15.0):
+    def wait_panel(self):
         def there():
             if not self.running():
                 raise AssertionError(f"the program ended with {self.process.returncode}:\n{self.messages()}")
             return self.panel()
-        return self.desktop.wait(there, "the panel", timeout)
+        return self.desktop.wait(there, "the panel")
 
     def wait_hidden(self):
         self.desktop.wait(lambda: self.panel() is None, "the panel to be hidden")
@@ -142,38 +146,36 @@ class Cobblet:
     def wait_painted(self):
         """The panel with its contents, once nothing in it moves any more."""
         panel = self.wait_panel()
-        last = [None, 0]
 
-        def still():
-            rect = panel.rect()
-            picture = self.desktop.picture(rect)
-            same = last[0] is not None and last[0].rect == rect and last[0].data == picture.data
-            last[:] = picture, last[1] + 1 if same else 0
-            return last[1] >= 4 and picture.colours() > 24
-        self.desktop.wait(still, "the panel to be painted and still")
+        def look():
+            picture = self.desktop.picture(panel.rect())
+            return colours(picture) > 24 and (panel.rect(), picture)
+        self.desktop.wait_still(look, "the panel's picture")
         return panel
 
-    def show(self):
-        """Opens the panel as a person does who starts the program again, with the pointer out of its way."""
+    def show(self, digit=None):
+        """Opens the panel as a person does who starts the program again, with the pointer out of its way, and
+        selects the group of a digit."""
         self.desktop.move(2, 2)
         if not self.panel():
-            self.start_again()
-        return self.wait_painted()
+            subprocess.run([EXECUTABLE], env=self.environment, stdin=subprocess.DEVNULL, cwd="/", timeout=10, check=True)
+        panel = self.wait_painted()
+        if digit:
+            self.desktop.key(str(digit), "Control_L")
+            self.wait_group(GROUPS[digit - 1])
+            self.wait_painted()
+        return panel
 
-    def select(self, digit):
-        """Selects the group of a digit and waits for the panel to have the size that the group asks for."""
-        self.desktop.key(str(digit), "Control_L")
-        self.wait_size(GROUPS[digit - 1])
-        return self.wait_painted()
+    def hide(self):
+        self.desktop.wait_focus(self.wait_panel())
+        self.desktop.key("Escape")
+        self.wait_hidden()
 
-    def wait_size(self, record):
-        """Waits for the panel to have the size that a group asks for."""
-        width, height = desired_size(record)
-
-        def sized():
-            rect = self.wait_panel().rect()
-            return abs(rect.width - width) <= 1 and abs(rect.height - height) <= 1
-        self.desktop.wait(sized, f"the panel to show {record['name']}")
+    def wait_group(self, record):
+        """Waits for the panel to have the width that a group asks for."""
+        columns = record["popupColumns"]
+        width = columns * CELL + (columns - 1) * COLUMN_SPACING + 2 * PADDING + SIDEBAR
+        self.desktop.wait(lambda: abs(self.wait_panel().rect().width - width) <= 1, f"the group {record['name']}")
 
     def cell(self, index, columns=3):
         """The middle of the icon of the application at an index."""
@@ -182,27 +184,23 @@ class Cobblet:
         return (round(panel.x + SIDEBAR + PADDING + column * (CELL + COLUMN_SPACING) + CELL / 2),
                 round(panel.y + PADDING + row * (ROW_HEIGHT + ROW_SPACING) + ICON_CENTRE))
 
-    def click_cell(self, index, columns=3):
-        self.desktop.click(*self.cell(index, columns))
-
-    def choose_last_in_menu(self, index, columns=3):
-        """Opens the context menu of the application at an index and clicks its last entry."""
-        before = {window.id for window in self.mapped()}
-        self.desktop.click(*self.cell(index, columns), button=3)
-        menu = self.desktop.wait(
-            lambda: next((window for window in self.mapped() if window.id not in before), None), "the menu")
-        area = menu.get_geometry()
-        self.desktop.click(area.x + area.width // 2, area.y + area.height - MENU_ENTRY // 2)
-
-    def mapped(self):
-        """Every window of the top level that is on screen, menus too."""
-        return [child for child in self.desktop.root.query_tree().children
-                if child.get_attributes().map_state == X.IsViewable]
-
     def below_icon(self, index, columns=3):
         """The strip under an icon in which the running dot is drawn: above the name, as wide as the cell."""
         x, y = self.cell(index, columns)
-        return Rect(x - 20, y + ICON // 2, 40, 10)
+        return self.desktop.picture(Rect(x - 20, y + ICON // 2, 40, 10))
+
+    def menu(self):
+        """The window of an open menu."""
+        return next((window for window in self.desktop.windows() if window.pid() == self.process.pid
+                     and window.viewable() and window.rect().width < 380 and window.rect().height > 64), None)
+
+    def choose(self, x, y, *keys, button=1):
+        """Opens the menu of what is at a place and goes to an entry by these keys. Where the menu was."""
+        self.desktop.click(x, y, button)
+        area = self.desktop.wait(self.menu, "the menu").rect()
+        for key in (*keys, "Return"):
+            self.desktop.key(key)
+        return area
 
     def tool_buttons(self, window=None):
         """The rectangles of what is drawn in the tool row, from left to right: symbol and label together."""
@@ -210,38 +208,26 @@ class Cobblet:
         left = round(panel.x + SIDEBAR) + 4
         row = Rect(left, bottom(panel) - TOOL_ROW + 6, right(panel) - 6 - left, TOOL_ROW - 12)
         picture = self.desktop.picture(row)
-        background = picture.pixel(row.x, row.y)
-        drawn = [x for x in range(row.x, right(row))
-                 if any(picture.pixel(x, y) != background for y in range(row.y, bottom(row)))]
         runs = []
-        for x in drawn:
-            # Between two buttons lies the padding of both, 20 points; between symbol and label much less.
-            if runs and x - runs[-1][1] < 14:
+        for x in range(row.width):
+            if colours(picture.crop((x, 0, x + 1, row.height))) > 1:
+                # Between two buttons lies the padding of both, 20 points; between symbol and label much less.
+                if not runs or x - runs[-1][1] >= 14:
+                    runs.append([x, x])
                 runs[-1][1] = x
-            else:
-                runs.append([x, x])
-        return [Rect(start, row.y, end - start + 1, row.height) for start, end in runs]
+        return [Rect(row.x + start, row.y, end - start + 1, row.height) for start, end in runs]
 
     def click_tool(self, index):
         button = self.tool_buttons()[index]
         self.desktop.click(button.x + button.width // 2, button.y + button.height // 2)
 
 
-def desired_size(record):
-    """The size in points that the panel takes for a group with a fixed number of columns."""
-    columns, count = record["popupColumns"], len(record["apps"])
-    rows = -(-(count + 1) // columns)
-    if record.get("popupMaxRows"):
-        rows = min(rows, record["popupMaxRows"])
-    width = columns * CELL + (columns - 1) * COLUMN_SPACING + 2 * PADDING + SIDEBAR
-    height = rows * ROW_HEIGHT + (rows - 1) * ROW_SPACING + 2 * PADDING + (TOOL_ROW + 0.5 if count else 0)
-    return max(width, 380), max(height, 300)
-
-
 class CobbletCase(unittest.TestCase):
     """A test on one desktop per class, with a fresh home and a fresh program each."""
 
     DESKTOP = {}
+    GROUPS = GROUPS
+    PROGRAM = EXECUTABLE
 
     @classmethod
     def setUpClass(cls):
@@ -250,16 +236,31 @@ class CobbletCase(unittest.TestCase):
     def setUp(self):
         self.addCleanup(self.desktop.close_applications)
         self.desktop.move(2, 2)
-        self.home = Home()
+        self.home = Home(self.GROUPS)
         self.addCleanup(self.home.remove)
 
-    def start(self, **environment):
-        cobblet = Cobblet(self.desktop, {**self.home.environment(), **environment})
+    def start(self, *arguments, **environment):
+        cobblet = Cobblet(self.desktop, {**self.home.environment(), **environment}, (self.PROGRAM, *arguments))
         self.addCleanup(self.finish, cobblet)
+        return cobblet
+
+    def start_hidden(self):
+        """The program, its first panel put away."""
+        cobblet = self.start()
+        cobblet.wait_painted()
+        cobblet.hide()
         return cobblet
 
     def finish(self, cobblet):
         """Ends the program, which must not have had trouble with its own views."""
-        if self.desktop.end(cobblet.process):
-            trouble = re.findall(r".*(?:qrc:|ASSERT|QObject::|QWidget|QPainter).*", cobblet.messages())
-            self.assertEqual(trouble, [])
+        cobblet.end()
+        self.assertEqual(re.findall(r".*(?:qrc:|ASSERT|QObject::|QWidget|QPainter).*", cobblet.messages()), [])
+
+    def run_here(self, *command):
+        """Status, output and errors of a program."""
+        done = subprocess.run(command, env={**self.desktop.environment, **self.home.environment()}, cwd="/", timeout=60,
+                              stdin=subprocess.DEVNULL, capture_output=True, check=False)
+        return done.returncode, done.stdout.decode(), done.stderr.decode()
+
+    def ask(self, *arguments):
+        return self.run_here(self.PROGRAM, *arguments)

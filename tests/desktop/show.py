@@ -41,7 +41,7 @@ def main():
             cobblet = Cobblet(desktop, {}, options.command)
             cobblet.wait_painted()
             options.screenshot.parent.mkdir(parents=True, exist_ok=True)
-            desktop.picture().image.save(options.screenshot)
+            desktop.picture().save(options.screenshot)
             sys.stderr.write(cobblet.messages())
             print(f"Screenshot: {options.screenshot}")
             if options.vnc:

@@ -1,80 +1,130 @@
-"""Requests from outside: commands that need no instance, and those that start one or reach the one that runs."""
+"""Requests from outside: commands that need no instance, those that start one or reach the one that runs, and what the
+desktop asks of an installation."""
 
 import json
+import pathlib
+import shutil
 import subprocess
+import tempfile
+import unittest
 
-from cobblet import EXECUTABLE, OTHERS, TOOLS, XCALC, XCLOCK, Cobblet, CobbletCase, group
+from cobblet import EXECUTABLE, GROUPS, NAME, OTHERS, TOOLS, XCALC, XCLOCK, CobbletCase, Home, bus, call, group, panels
+from desktop import Desktop
 
-CLOCKS = group(3, "My Clocks", [XCLOCK, XCALC, "org.example.gone"])
-
-
-class RequestsCase(CobbletCase):
-    GROUPS = [TOOLS, OTHERS]
-
-    def setUp(self):
-        super().setUp()
-        self.home.write(self.GROUPS)
-
-    def ask(self, *arguments):
-        """Status, output and errors of a command."""
-        environment = {**self.desktop.environment, **self.home.environment()}
-        done = subprocess.run([EXECUTABLE, *arguments], env=environment, stdin=subprocess.DEVNULL, cwd="/",
-                              capture_output=True, text=True, timeout=60, check=False)
-        return done.returncode, done.stdout, done.stderr
-
-    def start_with(self, *arguments):
-        cobblet = Cobblet(self.desktop, self.home.environment(), (EXECUTABLE, *arguments))
-        self.addCleanup(self.finish, cobblet)
-        return cobblet
+BUILD = pathlib.Path(EXECUTABLE).resolve().parents[3]
+NOPE = (1, "", "There's no group named “Nope”. It may have been renamed or deleted.\n")
+SEARCH = "/com/vantor/cobblet/SearchProvider", "org.gnome.Shell.SearchProvider2."
 
 
-class WithoutAnInstance(RequestsCase):
-    GROUPS = [CLOCKS]
+class WithoutAnInstance(CobbletCase):
+    GROUPS = [group(3, "My Clocks", [XCLOCK, XCALC, "org.example.gone"])]
 
     def test_a_group_is_launched_hidden_brought_forward_and_quit(self):
-        missing = "gone: {}\n"
         self.assertEqual(self.ask("launch", "my", "clocks"),
-                         (3, "xclock: launched\nxcalc: launched\n" + missing.format("not installed"), ""))
+                         (3, "xclock: launched\nxcalc: launched\ngone: not installed\n", ""))
         windows = [self.desktop.wait_window(name) for name in ("XClock", "XCalc")]
         self.assertEqual(json.loads((self.home.support / "usage-stats.json").read_text()), {XCLOCK: 1, XCALC: 1})
-        missing = missing.format("not running")
-        self.assertEqual(self.ask("hide", "My Clocks"), (0, "xclock: hidden\nxcalc: hidden\n" + missing, ""))
+        self.assertEqual(self.ask("hide", "My Clocks"), (0, "xclock: hidden\nxcalc: hidden\ngone: not running\n", ""))
         self.desktop.wait(lambda: not any(window.viewable() for window in windows), "the windows to be hidden")
         self.assertEqual(self.ask("say", "Fire up My Clocks group in Cobblet.")[1],
                          "Launching My Clocks.\nxclock: brought forward\nxcalc: brought forward\ngone: not installed\n")
         self.desktop.wait(lambda: all(window.viewable() for window in windows), "the windows to be back")
         ended = "asked to quit, and has ended"
         self.assertEqual(self.ask("cobblet://quit/My%20Clocks"),
-                         (0, f"xclock: {ended}\nxcalc: {ended}\n" + missing, ""))
-        self.assertEqual([window.name for window in self.desktop.windows() if window.viewable()
-                          and window.name in ("XClock", "XCalc")], [])
+                         (0, f"xclock: {ended}\nxcalc: {ended}\ngone: not running\n", ""))
+        self.assertFalse(any(window.viewable() for window in windows))
 
     def test_a_group_that_is_not_there_starts_nothing(self):
-        error = "There's no group named “Nope”. It may have been renamed or deleted.\n"
         for arguments in (["show", "Nope"], ["cobblet://show/Nope"], ["launch", "Nope"]):
-            self.assertEqual(self.ask(*arguments), (1, "", error))
+            self.assertEqual(self.ask(*arguments), NOPE)
 
 
-class AnInstance(RequestsCase):
+class AnInstance(CobbletCase):
     def test_it_opens_with_the_group_it_was_started_for_and_shows_those_of_later_starts(self):
-        cobblet = self.start_with("show", "Others")
-        cobblet.wait_size(OTHERS)
+        cobblet = self.start("show", "Others")
+        cobblet.wait_group(OTHERS)
+        running = pathlib.Path(f"/proc/{cobblet.process.pid}/exe").resolve()
+        self.assertEqual(running, pathlib.Path(EXECUTABLE).resolve().parents[1] / "MacOS/cobblet", "it becomes it")
         for arguments, record in ((["show", "tools"], TOOLS), (["cobblet://show/Others"], OTHERS),
                                   (["say", "Go", "to", "Tools", "group", "in", "Cobblet"], TOOLS)):
             self.assertEqual(self.ask(*arguments), (0, "", ""))
-            cobblet.wait_size(record)
+            cobblet.wait_group(record)
 
     def test_as_a_service_it_shows_nothing_until_it_is_asked(self):
-        cobblet = self.start_with("--service")
-        # The answer comes from the instance itself, so it is up by then.
-        self.desktop.wait(lambda: "true" in self.bus("NameHasOwner", "com.vantor.cobblet"), "the name on the bus")
+        cobblet = self.start("--service")
+        connection = bus(self.desktop.environment)
+        self.desktop.wait(lambda: call(connection, "org.freedesktop.DBus", "/", "org.freedesktop.DBus.NameHasOwner",
+                                       "(s)", NAME)[0], "the name on the bus")
         self.assertEqual(self.ask("--service"), (0, "", ""))
         self.assertTrue(self.desktop.holds(lambda: cobblet.panel() is None))
         self.assertEqual(self.ask("show", "Others"), (0, "", ""))
-        cobblet.wait_size(OTHERS)
+        cobblet.wait_group(OTHERS)
 
-    def bus(self, method, *arguments):
-        return subprocess.run(["gdbus", "call", "--session", "--dest", "org.freedesktop.DBus", "--object-path",
-                               "/org/freedesktop/DBus", "--method", f"org.freedesktop.DBus.{method}", *arguments],
-                              env=self.desktop.environment, capture_output=True, text=True, timeout=10,
-                              check=False).stdout
+    def test_odd_names_arrive_and_wrong_ones_are_told_of(self):
+        odd = [group(10, "It's \"odd\" $(touch owned) `x`; \\", []), group(11, "🧰 Wörk", []), group(12, "two\nlines", []),
+               group(13, "\x1b[31mRed", []), group(14, "-dash", []), group(15, "Twin", []), group(16, "Twin", [])]
+        self.home.write([TOOLS, *odd])
+        alone = [self.ask("list"), self.ask("list", "--json")]
+        self.start().wait_painted()
+        self.assertEqual([self.ask("list"), self.ask("list", "--json")], alone, "the same with and without an instance")
+        (_, lines, _), (_, text, _) = alone
+        self.assertNotIn("\x1b", lines + text, "what is printed does nothing to a terminal")
+        self.assertEqual([record["name"] for record in json.loads(text)], [record["name"] for record in [TOOLS, *odd]])
+        self.assertEqual([line.split()[0] for line in lines.splitlines()], [record["id"] for record in [TOOLS, *odd]])
+
+        for arguments in (*([record["name"]] for record in odd[:4]), ["--", "-dash"]):
+            self.assertEqual(self.ask("hide", *arguments), (0, "", ""))
+        self.assertFalse(pathlib.Path("/owned").exists())
+        status, output, errors = self.ask("launch", "Twin")
+        self.assertEqual((status, output), (2, ""))
+        self.assertEqual([record["id"] in errors for record in odd], [record["name"] == "Twin" for record in odd])
+        self.assertEqual(self.ask("quit", "Nope"), NOPE)
+        for arguments in (["hide", "-dash"], ["show", b"a\xff"], ["cobblet://erase/Tools"]):
+            status, output, errors = self.ask(*arguments)
+            self.assertEqual((status, output, bool(errors)), (64, "", True), arguments)
+
+
+class Installed(unittest.TestCase):
+    """A desktop that knows the program only by what an installation has put there."""
+
+    def setUp(self):
+        folder = pathlib.Path(tempfile.mkdtemp(prefix="installed-"))
+        self.addCleanup(shutil.rmtree, folder)
+        prefix = folder / "a prefix"
+        subprocess.run(["cmake", "--install", BUILD, "--prefix", prefix], check=True, timeout=120,
+                       stdout=subprocess.DEVNULL)
+        self.command = prefix / "bin/cobblet"
+        home = Home(GROUPS)
+        self.addCleanup(home.remove)
+        self.desktop = Desktop()
+        # What the bus starts has the environment of the bus, and ends with the display.
+        self.desktop.environment.update(home.environment(), XDG_DATA_DIRS=f"{prefix}/share:/usr/local/share:/usr/share")
+        self.enterContext(self.desktop)
+
+    def wait_panel(self):
+        self.desktop.wait(lambda: panels(self.desktop), "the panel", timeout=20)
+
+    def run_here(self, *command):
+        return subprocess.run(command, env=self.desktop.environment, stdin=subprocess.DEVNULL, cwd="/", timeout=60,
+                              check=True, capture_output=True, text=True).stdout
+
+    def test_a_search_starts_it_without_a_panel_and_an_activation_shows_one(self):
+        path, interface = SEARCH
+        connection = bus(self.desktop.environment)
+        self.assertIn(TOOLS["id"], str(call(connection, NAME, path, interface + "GetInitialResultSet", "(as)", ["Too"])))
+        self.assertIn("Tools", str(call(connection, NAME, path, interface + "GetResultMetas", "(as)",
+                                        ["show:" + TOOLS["id"]])))
+        self.assertIn(TOOLS["id"], str(call(connection, NAME, "/com/vantor/cobblet/Runner", "org.kde.krunner1.Match", "(s)",
+                                            "Tools")))
+        self.assertTrue(self.desktop.holds(lambda: not panels(self.desktop)))
+        call(connection, NAME, path, interface + "ActivateResult", "(sasu)", "show:" + TOOLS["id"], ["Too"], 0)
+        self.wait_panel()
+        self.desktop.key("Escape")
+        self.desktop.wait(lambda: not panels(self.desktop), "the panel to go")
+        self.run_here(self.command, "show", "Others")
+        self.wait_panel()
+
+    def test_opening_its_address_starts_it(self):
+        self.assertEqual(self.run_here("gio", "mime", "x-scheme-handler/cobblet").count(NAME + ".desktop"), 3)
+        self.run_here("gio", "open", "cobblet://show/Others")
+        self.wait_panel()

@@ -22,52 +22,38 @@ class SeveralScreens(unittest.TestCase):
         self.addCleanup(home.remove)
         cobblet = Cobblet(desktop, home.environment())
         cobblet.wait_painted()
-        cobblet.select(1)
-        self.hide(desktop, cobblet)
+        cobblet.show(1)
         return cobblet
 
-    def hide(self, desktop, cobblet):
-        desktop.key("Escape")
-        cobblet.wait_hidden()
-
     def dock(self, desktop, screen):
-        def there():
-            return next((window.rect() for window in desktop.windows()
-                         if window.name == "Tint2" and window.viewable() and inside(screen, window.rect())), None)
-        return desktop.wait(there, "the dock of that screen")
+        return desktop.wait(lambda: next((window.rect() for window in desktop.windows() if window.name == "Tint2"
+                                          and window.viewable() and inside(screen, window.rect())), None),
+                            "the dock of that screen")
+
+    def open(self, cobblet, x, y):
+        """Where the panel is when it was opened with the pointer at a place."""
+        cobblet.hide()
+        cobblet.desktop.move(x, y)
+        cobblet.reopen()
+        return cobblet.wait_painted().rect()
 
     def test_the_panel_stands_on_the_main_screen_beside_its_dock_wherever_the_pointer_is(self):
         for side, screens in (("bottom", BESIDE), ("left", BELOW), ("right", BELOW)):
             with self.subTest(side), Desktop(dock=side, screens=screens) as desktop:
                 cobblet = self.start(desktop)
-                main, other = screens
-                dock = self.dock(desktop, main)
-                for screen in (other, main):
-                    desktop.move(screen.x + 300, screen.y + 20)
-                    cobblet.reopen()
-                    panel = cobblet.wait_painted().rect()
-                    self.assertTrue(inside(main, panel), f"{panel} on {main}")
-                    gap, middle, centre = {
-                        "bottom": (dock.y - bottom(panel), panel.x + panel.width / 2, main.x + main.width / 2),
-                        "left": (panel.x - right(dock), panel.y + panel.height / 2, main.y + main.height / 2),
-                        "right": (dock.x - right(panel), panel.y + panel.height / 2, main.y + main.height / 2),
-                    }[side]
-                    self.assertAlmostEqual(gap, GAP, delta=1)
-                    self.assertAlmostEqual(middle, centre, delta=1)
-                    self.hide(desktop, cobblet)
-                cobblet.end()
+                dock = self.dock(desktop, screens[0])
+                for screen in reversed(screens):
+                    panel = self.open(cobblet, screen.x + 300, screen.y + 20)
+                    self.assertTrue(inside(screens[0], panel), f"{panel} on {screens[0]}")
+                    gaps = {"bottom": dock.y - bottom(panel), "left": panel.x - right(dock), "right": dock.x - right(panel)}
+                    self.assertAlmostEqual(gaps[side], GAP, delta=1)
 
     def test_a_group_that_opens_at_the_click_opens_on_the_screen_whose_dock_was_clicked(self):
-        main, other = BESIDE
         with Desktop(screens=BESIDE) as desktop:
             cobblet = self.start(desktop, popupAnchor="dockIcon")
-            for screen, x in ((other, 420), (main, 700)):
+            for screen, x in ((BESIDE[1], 420), (BESIDE[0], 1700)):
                 dock = self.dock(desktop, screen)
-                desktop.move(screen.x + x, dock.y + dock.height / 2)
-                cobblet.reopen()
-                panel = cobblet.wait_painted().rect()
+                panel = self.open(cobblet, x, dock.y + dock.height / 2)
                 self.assertTrue(inside(screen, panel), f"{panel} on {screen}")
                 self.assertAlmostEqual(dock.y - bottom(panel), GAP, delta=1)
-                self.assertAlmostEqual(panel.x + panel.width / 2, screen.x + x, delta=1)
-                self.hide(desktop, cobblet)
-            cobblet.end()
+                self.assertAlmostEqual(panel.x + panel.width / 2, x, delta=1)

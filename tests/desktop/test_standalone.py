@@ -10,41 +10,33 @@ import shutil
 import signal
 import subprocess
 
-from cobblet import EXECUTABLE, TOOLS, XCALC, XCLOCK, Cobblet, CobbletCase, group
+from cobblet import EXECUTABLE, TOOLS, XCALC, XCLOCK, CobbletCase, group, panels
 
 CLOCKS = group(3, "My Clocks", [XCLOCK, XCALC], popupColumns=4)
 AGENT = "com.cobblet.agent." + CLOCKS["id"].upper()
 STANDALONE_TOOL = 2
 
-# What a dock does: looks the application up, and starts it or an entry of its menu.
+# What a dock does: looks the application up, or carries out an entry of its menu.
 DOCK = """
 import json, sys
-from gi.repository import Gio, GLib
-verb, identifier, *rest = sys.argv[1:]
-if verb == "all":
-    print(json.dumps([info.get_id() for info in Gio.AppInfo.get_all() if info.should_show()]))
+from gi.repository import Gio
+identifier, *action = sys.argv[1:]
+info = Gio.DesktopAppInfo.new(identifier)
+if action:
+    info.launch_action(action[0], None)
 else:
-    info = Gio.DesktopAppInfo.new(identifier + ".desktop")
-    if verb == "look":
-        print(json.dumps(info and {"name": info.get_name(), "class": info.get_startup_wm_class(),
-                                   "icon": info.get_icon().to_string(),
-                                   "actions": {info.get_action_name(action): action for action in info.list_actions()}}))
-    else:
-        info.launch_action(rest[0], None)
+    listed = [other.get_id() for other in Gio.AppInfo.get_all() if other.should_show()]
+    print(json.dumps({"name": info.get_name(), "class": info.get_startup_wm_class(), "icon": info.get_icon().to_string(),
+                      "actions": {info.get_action_name(action): action for action in info.list_actions()},
+                      "listed": identifier in listed}))
 """
 
 
-def identity(pid):
-    """Tells a process from a later one with its number."""
-    with contextlib.suppress(OSError):
-        return pathlib.Path(f"/proc/{pid}/stat").read_text().rsplit(")", 1)[1].split()[19]
-    return None
-
-
 class StandaloneCase(CobbletCase):
+    GROUPS = [TOOLS, CLOCKS]
+
     def setUp(self):
         super().setUp()
-        self.home.write([TOOLS, CLOCKS])
         self.agents = self.home.path / "Applications/Cobblet Groups"
         self.bundle = self.agents / "My Clocks.app"
         self.entry = self.home.path / f".local/share/applications/{AGENT}.desktop"
@@ -52,199 +44,157 @@ class StandaloneCase(CobbletCase):
         # A program of its own, which a test can replace by a newer one.
         self.program = self.home.path / "program/Cobblet.app"
         shutil.copytree(pathlib.Path(EXECUTABLE).parents[2], self.program)
-        self.known = {}
-        self.addCleanup(self.end_agents)
-
-    def start(self, *arguments, **environment):
-        cobblet = Cobblet(self.desktop, {**self.home.environment(), **environment},
-                          (str(self.program / "Contents/Helpers/cobblet"), *arguments))
-        self.addCleanup(self.finish, cobblet)
-        return cobblet
-
-    def run_here(self, *command):
-        environment = {**self.desktop.environment, **self.home.environment()}
-        return subprocess.run(command, env=environment, stdin=subprocess.DEVNULL, cwd="/", capture_output=True,
-                              text=True, timeout=30, check=True).stdout
-
-    def dock(self, verb, *arguments):
-        """What a dock sees of the application, or its act, whose program is not waited for."""
-        command = ("/usr/bin/python3", "-c", DOCK, verb, AGENT, *arguments)
-        return self.launch(*command) if verb == "act" else json.loads(self.run_here(*command))
+        self.PROGRAM = str(self.program / "Contents/Helpers/cobblet")
+        self.addCleanup(self.end_agents, signal.SIGKILL)
 
     def launch(self, *command):
+        """Runs what starts a program that stays."""
         subprocess.run(command, env={**self.desktop.environment, **self.home.environment()}, cwd="/", timeout=30,
                        stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
 
-    def agent(self):
-        """The agent's process, or none."""
-        for folder in pathlib.Path("/proc").iterdir():
-            if folder.name.isdigit():
-                with contextlib.suppress(OSError):
-                    if os.readlink(folder / "exe").startswith(str(self.bundle / "Contents/MacOS/cobblet")):
-                        self.known[int(folder.name)] = identity(folder.name)
-                        return int(folder.name)
-        return None
+    def look(self):
+        """What a dock sees of the agent."""
+        return json.loads(self.run_here("/usr/bin/python3", "-c", DOCK, self.entry.name)[1])
 
-    def end_agents(self):
-        self.agent()
-        for pid, known in self.known.items():
-            if known and identity(pid) == known:
-                with contextlib.suppress(ProcessLookupError):
-                    os.kill(pid, signal.SIGKILL)
+    def act(self, name):
+        """Carries out an entry of the agent's menu in a dock."""
+        self.launch("/usr/bin/python3", "-c", DOCK, self.entry.name, self.look()["actions"][name])
 
-    def wait_agent(self, but=None):
-        return self.desktop.wait(lambda: self.agent() not in (None, but) and self.agent(), "the agent")
+    def processes(self):
+        """The agents that run."""
+        found = []
+        for program in pathlib.Path("/proc").glob("[0-9]*/exe"):
+            with contextlib.suppress(OSError):
+                if os.readlink(program).startswith(f"{self.agents}/"):
+                    found.append(int(program.parent.name))
+        return found
 
-    def end_agent(self):
-        os.kill(self.agent(), signal.SIGTERM)
-        self.desktop.wait(lambda: self.agent() is None, "the agent to end")
+    def end_agents(self, how=signal.SIGTERM):
+        for process in self.processes():
+            os.kill(process, how)
+        self.desktop.wait(lambda: not self.processes(), "the agent to end")
 
-    def agent_panel(self):
-        return next((window for window in self.desktop.windows()
-                     if window.name == AGENT and window.viewable() and window.rect().width >= 380), None)
+    def wait_panel(self):
+        return self.desktop.wait(lambda: panels(self.desktop, AGENT), "the agent's panel")[0]
 
-    def wait_agent_panel(self):
-        return self.desktop.wait(self.agent_panel, "the agent's panel")
-
-    def hide_agent_panel(self):
-        panel = self.wait_agent_panel()
-        self.desktop.wait(lambda: self.desktop.focused() == panel, "the panel to have the keyboard")
+    def hide_panel(self):
+        self.desktop.wait_focus(self.wait_panel())
         self.desktop.key("Escape")
-        self.desktop.wait(lambda: self.agent_panel() is None, "the panel to be hidden")
+        self.desktop.wait(lambda: not panels(self.desktop, AGENT), "the panel to be hidden")
 
     def click_standalone(self, cobblet):
-        """Three tools, and at the right what tells of their keys."""
+        """Makes the group standalone as a person does. Beside three tools the row tells of their keys."""
         self.desktop.wait(lambda: cobblet.panel() and len(cobblet.tool_buttons()) == 4, "the tools of the group")
         cobblet.wait_painted()
         cobblet.click_tool(STANDALONE_TOOL)
 
-    def make_standalone(self, cobblet):
-        """As a person does it, in the panel."""
-        self.click_standalone(cobblet)
-        self.wait_agent_panel()
-        self.wait_agent()
-
-    def stored(self):
-        return {record["name"]: record.get("isStandalone", False)
-                for record in json.loads(self.home.groups_file.read_text(encoding="utf-8"))}
+    def is_standalone(self):
+        return [record.get("isStandalone", False) for record in self.home.read()]
 
     def information(self):
         return plistlib.loads((self.bundle / "Contents/Info.plist").read_bytes())
 
-    def is_sound(self):
-        tool = self.program / "Contents/Helpers/codesign"
-        return subprocess.run([tool, "--verify", "--strict", self.bundle], check=False).returncode == 0
+    def assert_sound(self):
+        tool = str(self.program / "Contents/Helpers/codesign")
+        self.assertEqual(self.run_here(tool, "--verify", "--strict", str(self.bundle)), (0, "", ""))
+        if self.entry.exists():
+            self.assertEqual(self.run_here("desktop-file-validate", str(self.entry))[:2], (0, ""))
 
 
 class FromThePanel(StandaloneCase):
     def test_it_is_found_started_used_renamed_and_deleted(self):
         cobblet = self.start("show", "My Clocks")
-        self.make_standalone(cobblet)
+        self.click_standalone(cobblet)
+        panel = self.wait_panel()
         cobblet.wait_hidden()
-        self.assertEqual(self.stored(), {"Tools": False, "My Clocks": True})
-        self.assertTrue(self.is_sound())
+        self.assertEqual(self.is_standalone(), [False, True])
+        self.assert_sound()
+        self.assertEqual((panel.instance, panel.name), (AGENT, AGENT))
+        self.assertEqual(len(cobblet.tool_buttons(panel)), 3, "the tool that made it is not offered again")
 
         # As any dock or menu finds it.
-        self.assertIn(AGENT + ".desktop", self.dock("all"))
-        seen = self.dock("look")
-        self.assertEqual((seen["name"], seen["class"], seen["icon"]), ("My Clocks", AGENT, AGENT))
+        seen = self.look()
+        self.assertEqual((seen["name"], seen["class"], seen["icon"], seen["listed"]), ("My Clocks", AGENT, AGENT, True))
         self.assertEqual(list(seen["actions"]), ["xclock", "xcalc", "Open All", "Hide All", "Quit All"])
-        self.run_here("desktop-file-validate", str(self.entry))
-        for size in (16, 32, 64, 128, 256, 512):
-            self.assertTrue((self.icons / f"{size}x{size}/apps/{AGENT}.png").exists())
-
-        # The panel shows the group, in a window that docks can tell; the tool that made it is not offered again.
-        panel = self.wait_agent_panel()
-        self.assertEqual((panel.instance, panel.name), (AGENT, AGENT))
-        self.assertEqual(len(cobblet.tool_buttons(panel)), 3)
+        self.assertEqual(len(list(self.icons.glob(f"*/apps/{AGENT}.png"))), 6)
 
         # Started, and clicked again while it runs.
-        self.end_agent()
+        self.end_agents()
         for _ in range(2):
             self.launch("gtk-launch", AGENT)
-            self.hide_agent_panel()
-        first = self.agent()
+            self.hide_panel()
+        first = self.processes()
+        self.assertEqual(len(first), 1)
 
-        # The menu of its icon, carried out by the application that runs.
-        self.dock("act", seen["actions"]["Open All"])
+        # The menu of its icon, carried out by the agent that runs.
+        self.act("Open All")
         windows = [self.desktop.wait_window(name) for name in ("XClock", "XCalc")]
-        self.dock("act", seen["actions"]["Hide All"])
+        self.act("Hide All")
         self.desktop.wait(lambda: not any(window.viewable() for window in windows), "the windows to be hidden")
-        self.dock("act", seen["actions"]["xcalc"])
+        self.act("xcalc")
         self.desktop.wait(windows[1].viewable, "the calculator to be back")
         self.assertFalse(windows[0].viewable())
-        self.dock("act", seen["actions"]["Quit All"])
+        self.act("Quit All")
         for name in ("XClock", "XCalc"):
             self.desktop.wait_no_window(name)
-        self.assertEqual(self.agent(), first)
-        self.assertIsNone(self.agent_panel())
+        self.assertEqual((self.processes(), panels(self.desktop, AGENT)), (first, []))
 
         # And by nobody who stays, where it does not run.
-        self.end_agent()
-        self.dock("act", seen["actions"]["xclock"])
+        self.end_agents()
+        self.act("xclock")
         self.desktop.wait_window("XClock")
-        self.desktop.wait(lambda: self.agent() is None, "the helper to end")
+        self.desktop.wait(lambda: not self.processes(), "the helper to end")
 
-        # Renamed by another program: the application stays where it is, under its new name.
+        # Renamed by another program: the agent stays where it is, under its new name.
         self.launch("gtk-launch", AGENT)
-        self.hide_agent_panel()
-        self.home.write([TOOLS, {**CLOCKS, "name": 'Time "%U" 🕑', "isStandalone": True}])
-        self.desktop.wait(lambda: self.dock("look")["name"] == 'Time "%U" 🕑', "the new name")
-        self.assertEqual(self.information()["CFBundleDisplayName"], 'Time "%U" 🕑')
-        self.run_here("desktop-file-validate", str(self.entry))
+        self.hide_panel()
+        name = 'Time "%U" 🕑'
+        self.home.write([TOOLS, {**CLOCKS, "name": name, "isStandalone": True}])
+        self.desktop.wait(lambda: self.look()["name"] == name, "the new name")
+        self.assertEqual(self.information()["CFBundleDisplayName"], name)
         self.assertEqual([path.name for path in self.agents.iterdir() if path.suffix], ["My Clocks.app"])
-        self.assertTrue(self.is_sound())
+        self.assert_sound()
 
         # Deleted: nothing of it is left.
         self.home.write([TOOLS])
-        self.desktop.wait(lambda: not self.bundle.exists() and self.agent() is None, "the application to be gone")
-        self.desktop.wait(lambda: not self.entry.exists(), "its entry to be gone")
-        self.assertEqual([path for path in self.icons.rglob("*.png") if AGENT in path.name], [])
+        self.desktop.wait(lambda: not (self.bundle.exists() or self.processes() or self.entry.exists()), "it to be gone")
+        self.assertEqual(list(self.icons.rglob(f"*{AGENT}*")), [])
         self.assertTrue(cobblet.running())
 
     def test_a_failure_to_sign_is_told_and_its_details_can_be_copied(self):
         cobblet = self.start("show", "My Clocks", CB_SIMULATE_SIGN_FAILURE="1")
         self.click_standalone(cobblet)
+        dialog = self.desktop.atom("_NET_WM_WINDOW_TYPE_DIALOG")
 
-        def alert():
-            dialog = self.desktop.atom("_NET_WM_WINDOW_TYPE_DIALOG")
-            return next((window for window in self.desktop.windows() if window.pid() == cobblet.process.pid
-                         and window.viewable() and dialog in (window.property("_NET_WM_WINDOW_TYPE") or [])), None)
-        window = self.desktop.wait(alert, "the alert")
-        self.desktop.wait(lambda: self.desktop.focused() == window, "the alert to have the keyboard")
+        def alerts():
+            return [window for window in self.desktop.windows() if window.pid() == cobblet.process.pid
+                    and window.viewable() and dialog in window.property("_NET_WM_WINDOW_TYPE")]
+        self.desktop.wait_focus(self.desktop.wait(alerts, "the alert")[0])
         self.desktop.key("Tab")
         self.desktop.key("space")
-        self.desktop.wait(lambda: alert() is None, "the alert to close")
-        copied = self.run_here("xclip", "-selection", "clipboard", "-o").split("\n")
-        self.assertEqual(copied[:2], ["Group: My Clocks", "Error: codesign exited with status 1 — "
-                                      "simulated failure (CB_SIMULATE_SIGN_FAILURE)"])
-        self.assertEqual([line.split(": ")[0] for line in copied[2:]],
-                         ["macOS", "App", "codesign", "codesign_allocate", "DEVELOPER_DIR"])
-        self.assertEqual(list(self.agents.glob("*.app")), [])
-        self.assertFalse(self.entry.exists())
-        self.assertEqual(self.stored()["My Clocks"], False)
+        self.desktop.wait(lambda: not alerts(), "the alert to close")
+        copied = self.run_here("xclip", "-selection", "clipboard", "-o")[1]
+        self.assertRegex(copied, r"\AGroup: My Clocks\nError: codesign exited with status 1 — simulated failure "
+                         r"\(CB_SIMULATE_SIGN_FAILURE\)\nmacOS: .*\nApp: ")
+        self.assertEqual((list(self.agents.glob("*.app")), self.entry.exists()), ([], False))
+        self.assertEqual(self.is_standalone(), [False, False])
 
 
 class AtTheNextStart(StandaloneCase):
-    def restart(self, cobblet):
-        cobblet.end()
-        return self.start("--service")
-
-    def test_applications_follow_the_program_and_the_groups(self):
+    def test_agents_follow_the_program_and_the_groups(self):
         cobblet = self.start("show", "My Clocks")
-        self.make_standalone(cobblet)
-        self.hide_agent_panel()
-        first, stamp = self.agent(), self.information()["CBBinaryStamp"]
+        self.click_standalone(cobblet)
+        self.hide_panel()
+        first = self.processes()
 
-        # Another build of the program: the application is rebuilt where it is, and goes on without a panel.
-        program = self.program / "Contents/MacOS/cobblet"
-        os.utime(program, (1_700_000_000, 1_700_000_000))
-        cobblet = self.restart(cobblet)
-        self.desktop.wait(lambda: self.information()["CBBinaryStamp"] != stamp, "the new build")
-        self.assertEqual(self.information()["CBBinaryStamp"], "1700000000")
-        second = self.wait_agent(but=first)
-        self.assertIsNone(self.agent_panel())
-        self.assertTrue(self.is_sound())
+        # Another build of the program: the bundle is rebuilt where it is, and its agent goes on without a panel.
+        os.utime(self.program / "Contents/MacOS/cobblet", (1_700_000_000, 1_700_000_000))
+        cobblet.end()
+        cobblet = self.start("--service")
+        self.desktop.wait(lambda: self.information()["CBBinaryStamp"] == "1700000000", "the new build")
+        self.desktop.wait(lambda: self.processes() and self.processes() != first, "the new agent")
+        self.assertEqual(panels(self.desktop, AGENT), [])
+        self.assert_sound()
 
         # While the program did not run, the group was deleted, somebody put a link and a file of his own into the
         # folder, and a build was left half done.
@@ -254,8 +204,7 @@ class AtTheNextStart(StandaloneCase):
         (self.agents / "Note.app").mkdir()
         (self.agents / ".staging/DEAD/Cobblet.app").mkdir(parents=True)
         self.start("--service")
-        self.desktop.wait(lambda: not self.bundle.exists() and not self.entry.exists(), "the application to be gone")
-        self.desktop.wait(lambda: identity(second) is None, "its process to end")
+        self.desktop.wait(lambda: not (self.bundle.exists() or self.processes() or self.entry.exists()), "it to be gone")
         self.assertTrue((self.program / "Contents/Info.plist").exists())
         self.assertEqual(sorted(path.name for path in self.agents.glob("*.app")), ["Link.app", "Note.app"])
         self.assertFalse((self.agents / ".staging/DEAD").exists())
@@ -264,8 +213,7 @@ class AtTheNextStart(StandaloneCase):
 class WithoutASessionBus(StandaloneCase):
     DESKTOP = {"bus": False}
 
-    def test_a_group_becomes_an_application_all_the_same(self):
-        cobblet = self.start("show", "My Clocks")
-        self.click_standalone(cobblet)
-        self.wait_agent_panel()
-        self.assertTrue(self.is_sound())
+    def test_a_group_becomes_standalone_all_the_same(self):
+        self.click_standalone(self.start("show", "My Clocks"))
+        self.wait_panel()
+        self.assert_sound()
