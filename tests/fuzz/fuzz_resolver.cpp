@@ -29,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     // Whatever the input, an answer is the identifier of an installed application or none.
     const Resolution resolution = resolveApplication(window, process, index);
     const bool known = resolution.id.isEmpty() || index.byId(resolution.id);
-    if (!known || resolution.id.isEmpty() != (resolution.by == ResolvedBy::Nothing))
+    if (!known || resolution.id.isEmpty() != (resolution.by == Resolution().by))
         std::abort();
     return 0;
 }
