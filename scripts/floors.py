@@ -1,6 +1,8 @@
 """Checks that the floors hold: a room of src/ includes only from itself and from the rooms below it, nobody
-outside platform/ names a backend, and only platform/ asks which system it is compiled for."""
+outside platform/ names a backend, only platform/ asks which system it is compiled for, and no folders include each other
+in a circle."""
 
+import graphlib
 import pathlib
 import re
 import sys
@@ -37,6 +39,7 @@ def room_of(path):
 def faults(root):
     sources = root / "src"
     rooms = {room.split("/")[0] for room in MAY_INCLUDE}
+    folders = {}  # those that each folder includes from
     files = [path for folder in ("src", "tests", "benchmarks") for path in sorted((root / folder).rglob("*"))
              if path.suffix in (".h", ".cpp", ".mm")]
     for path in files:
@@ -51,11 +54,18 @@ def faults(root):
             include = INCLUDE.match(line)
             if not (inside and include and include[1].split("/")[0] in rooms and "/" in include[1]):
                 continue
+            from_folder, to_folder = path.relative_to(sources).parent, pathlib.PurePath(include[1]).parent
+            if from_folder != to_folder:
+                folders.setdefault(str(from_folder), set()).add(str(to_folder))
             target = room_of(include[1])
             if target != room and target not in MAY_INCLUDE[room]:
                 yield path, number, f"{room} may not include from {target}"
             elif room != "platform" and re.match(r"platform/(?:freedesktop|macos)/", include[1]):
                 yield path, number, "a backend is reached through the interfaces in platform/ only"
+    try:
+        graphlib.TopologicalSorter(folders).prepare()
+    except graphlib.CycleError as error:
+        yield sources, 1, "these folders include each other in a circle: " + ", ".join(error.args[1])
 
 
 def main():

@@ -3,7 +3,7 @@
 #include "model/ConfigManager.h"
 #include "model/GroupCoding.h"
 #include "platform/AtomicFile.h"
-#include "platform/freedesktop/FileUserDefaults.h"
+#include "platform/portable/FileUserDefaults.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -120,6 +120,7 @@ int main(int argc, char **argv)
     const PlatformOptions options{.identifier = bundle.identifier.isEmpty() ? QString(identifier::mainApplication)
                                                                             : bundle.identifier,
                                   .sharedSuite = identifier::sharedSuite,
+                                  .folderName = QStringLiteral("Cobblet"),
                                   .bundlePath = bundle.path};
     if (!line.needsPanel())
         return finish(runHeadless(bundle, options, line));

@@ -35,7 +35,7 @@ class Platform {
 public:
     virtual ~Platform() = default;
 
-    /// Where the program keeps its files ("…/Cobblet"); not necessarily there yet.
+    /// Where the program keeps its files; not necessarily there yet.
     virtual QString applicationSupportFolder() const = 0;
 
     /// Called once before the toolkit starts: loads on a thread of its own what the toolkit would wait for.
@@ -80,6 +80,7 @@ struct PlatformOptions {
 
     QString identifier;  ///< by which desktops know the program, and of its standard domain of preferences
     QString sharedSuite; ///< the domain of preferences that it shares with other programs
+    QString folderName;  ///< of the folders that hold its files and preferences
     QString bundlePath;  ///< its ".app" folder; empty outside a bundle
     Purpose purpose = Purpose::Panel;
     /// Programs whose identifiers begin with this seldom have a window and count as running when their name is on

@@ -1,7 +1,7 @@
 #include "model/ConfigManager.h"
 #include "model/GroupCoding.h"
 #include "platform/AtomicFile.h"
-#include "platform/freedesktop/FileUserDefaults.h"
+#include "platform/portable/FileUserDefaults.h"
 
 #include <QDir>
 #include <QRandomGenerator>

@@ -1,4 +1,4 @@
-#include "platform/freedesktop/FileUserDefaults.h"
+#include "platform/portable/FileUserDefaults.h"
 
 #include <QCborArray>
 #include <QDir>

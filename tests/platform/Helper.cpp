@@ -2,9 +2,9 @@
 //   platform_helper defaults FOLDER DOMAIN KEY COUNT   sets "KEY-0" ... "KEY-<COUNT-1>"
 //   platform_helper claim IDENTIFIER                   claims, prints the role, and a line for each reopen
 
-#include "platform/freedesktop/FileUserDefaults.h"
 #include "platform/freedesktop/bus/DBusInstance.h"
 #include "platform/freedesktop/bus/SessionBus.h"
+#include "platform/portable/FileUserDefaults.h"
 
 #include <QCoreApplication>
 

@@ -47,8 +47,8 @@ public:
             asked = qdbus_cast<QList<PortalShortcut>>(message.arguments().at(1));
             QList<PortalShortcut> given;
             for (const PortalShortcut &shortcut : asked)
-                if (shortcut.id != leftOut)
-                    given.append({shortcut.id, {{QStringLiteral("trigger_description"), trigger}}});
+                if (shortcut.first != leftOut)
+                    given.append({shortcut.first, {{QStringLiteral("trigger_description"), trigger}}});
             response.setArguments({bindCode, QVariantMap{{QStringLiteral("shortcuts"), QVariant::fromValue(given)}}});
         }
         return bus.send(response);
@@ -114,9 +114,9 @@ TEST_F(PortalHotKeysTest, BindsAllAtOnceAndHearsTheirPresses)
     EXPECT_EQ(registerNine(hotKeys), 9u);
     ASSERT_TRUE(becomes([&] { return hotKeys.trigger(id(9)) == portal.trigger; }));
     ASSERT_EQ(portal.asked.size(), 9);
-    EXPECT_EQ(portal.asked[0].id, QStringLiteral("group-1"));
-    EXPECT_EQ(portal.asked[0].fields[QStringLiteral("preferred_trigger")].toString(), QStringLiteral("ALT+SHIFT+1"));
-    EXPECT_EQ(portal.asked[0].fields[QStringLiteral("description")].toString(), QStringLiteral("Show group 1"));
+    EXPECT_EQ(portal.asked[0].first, QStringLiteral("group-1"));
+    EXPECT_EQ(portal.asked[0].second[QStringLiteral("preferred_trigger")].toString(), QStringLiteral("ALT+SHIFT+1"));
+    EXPECT_EQ(portal.asked[0].second[QStringLiteral("description")].toString(), QStringLiteral("Show group 1"));
     EXPECT_EQ(hotKeys.availability(), Availability::works());
 
     SessionBus stranger;

@@ -25,9 +25,8 @@ QRectF mainFrame()
 
 } // namespace
 
-DesktopScreens::DesktopScreens(X11Windows *windows, QObject *parent) : m_windows(windows)
+DesktopScreens::DesktopScreens(X11Windows *windows) : m_windows(windows)
 {
-    setParent(parent);
     for (QScreen *screen : QGuiApplication::screens())
         watch(screen);
     connect(qGuiApp, &QGuiApplication::screenAdded, this, [this](QScreen *screen) {
@@ -79,15 +78,11 @@ void DesktopScreens::readStrut(xcb_window_t window)
 {
     X11Connection &x11 = m_windows->x11();
     const auto old = std::make_shared<std::vector<uint32_t>>();
-    x11.ask(
-        window, x11.atom(oldStrut), this, [old](const std::vector<uint32_t> &numbers) { *old = numbers; }, 4);
-    x11.ask(
-        window, x11.atom(partialStrut), this,
-        [this, window, old](const std::vector<uint32_t> &numbers) {
-            if (m_windows->contains(window))
-                setStrut(window, geometry::strutFrom(numbers.size() == 12 ? numbers : *old));
-        },
-        12);
+    x11.ask(window, x11.atom(oldStrut), this, [old](const std::vector<uint32_t> &numbers) { *old = numbers; });
+    x11.ask(window, x11.atom(partialStrut), this, [this, window, old](const std::vector<uint32_t> &numbers) {
+        if (m_windows->contains(window))
+            setStrut(window, geometry::strutFrom(numbers.size() == 12 ? numbers : *old));
+    });
 }
 
 void DesktopScreens::setStrut(xcb_window_t window, const std::optional<geometry::Strut> &strut)

@@ -2,7 +2,7 @@
 
 #include "platform/Screens.h"
 #include "platform/freedesktop/ScreenGeometry.h"
-#include "platform/freedesktop/X11Windows.h"
+#include "platform/freedesktop/x11/X11Windows.h"
 
 #include <QHash>
 
@@ -16,7 +16,7 @@ class DesktopScreens : public Screens {
     Q_OBJECT
 public:
     /// `windows`, among which docks are looked for, may be null and outlives this object.
-    explicit DesktopScreens(X11Windows *windows, QObject *parent = nullptr);
+    explicit DesktopScreens(X11Windows *windows);
 
     Availability availability() const override;
     QList<Screen> screens() const override { return m_screens; }

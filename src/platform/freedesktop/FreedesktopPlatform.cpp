@@ -1,15 +1,11 @@
 #include "platform/Platform.h"
 
 #include "platform/freedesktop/DesktopScreens.h"
-#include "platform/freedesktop/FileUserDefaults.h"
 #include "platform/freedesktop/FreedesktopBundleTools.h"
-#include "platform/freedesktop/FreedesktopPaths.h"
 #include "platform/freedesktop/TrayStatusItem.h"
 #include "platform/freedesktop/WindowDockTile.h"
-#include "platform/freedesktop/X11Connection.h"
 #include "platform/freedesktop/X11HotKeys.h"
 #include "platform/freedesktop/X11PanelSurface.h"
-#include "platform/freedesktop/X11Windows.h"
 #include "platform/freedesktop/apps/AgentApplications.h"
 #include "platform/freedesktop/apps/DesktopEntryRegistry.h"
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
@@ -20,6 +16,9 @@
 #include "platform/freedesktop/bus/PortalAppearance.h"
 #include "platform/freedesktop/bus/PortalHotKeys.h"
 #include "platform/freedesktop/bus/SessionBus.h"
+#include "platform/freedesktop/x11/X11Connection.h"
+#include "platform/freedesktop/x11/X11Windows.h"
+#include "platform/portable/FileUserDefaults.h"
 #include "platform/portable/QtDialogs.h"
 #include "platform/portable/QtMenus.h"
 #include "platform/portable/QtPanelSurface.h"
@@ -44,98 +43,46 @@ class FreedesktopPlatform : public Platform {
 public:
     explicit FreedesktopPlatform(const PlatformOptions &options) : m_options(options) {}
 
-    QString applicationSupportFolder() const override { return freedesktop::applicationSupportFolder(); }
-
-    Instance &instance() override
+    QString applicationSupportFolder() const override
     {
-        if (!m_instance) {
-            m_instance = std::make_unique<DBusInstance>(
-                m_bus, m_options.identifier,
-                CallerHooks{.action = [this](const QString &action) { return m_dockTile.choose(action); },
-                            .token = [this](const QString &token) { startupIsDone(token); },
-                            .time =
-                                [this](quint32 time) {
-                                    if (X11Windows *known = windows())
-                                        known->noteUserTime(time);
-                                }});
-        }
-        return *m_instance;
+        return folder(QStandardPaths::GenericDataLocation, m_options.folderName);
     }
 
-    IntentsHost &intentsHost() override
-    {
-        instance();
-        return made(m_intents, [this] { return std::make_unique<DBusIntents>(*m_instance, m_options.identifier); });
-    }
-
+    Instance &instance() override { return theInstance(); }
+    IntentsHost &intentsHost() override { return made(m_intents, theInstance(), m_options.identifier); }
     Scheduler &scheduler() override { return m_scheduler; }
-
-    UserDefaults &standardDefaults() override
-    {
-        return made(m_standard, [this] {
-            return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), m_options.identifier,
-                                                      following());
-        });
-    }
-
-    UserDefaults &sharedDefaults() override
-    {
-        return made(m_shared, [this] {
-            return std::make_unique<FileUserDefaults>(freedesktop::preferencesFolder(), m_options.sharedSuite,
-                                                      following());
-        });
-    }
-
-    DistributedNotifications &distributedNotifications() override
-    {
-        return made(m_notifications, [this] { return std::make_unique<DBusNotifications>(m_bus); });
-    }
-
-    Appearance &appearance() override
-    {
-        return made(m_appearance, [this] { return std::make_unique<PortalAppearance>(m_bus); });
-    }
-
-    Screens &screens() override
-    {
-        return made(m_screens, [this] { return std::make_unique<DesktopScreens>(windows()); });
-    }
-
+    UserDefaults &standardDefaults() override { return defaults(m_standard, m_options.identifier); }
+    UserDefaults &sharedDefaults() override { return defaults(m_shared, m_options.sharedSuite); }
+    DistributedNotifications &distributedNotifications() override { return made(m_notifications, m_bus); }
+    Appearance &appearance() override { return made(m_appearance, m_bus); }
+    Screens &screens() override { return made(m_screens, windows()); }
     Workspace &workspace() override { return theWorkspace(); }
     RunningApplications &runningApplications() override
     {
         if (m_options.windowlessPrefix.isEmpty())
             return running();
-        return made(m_agents, [this] {
-            return std::make_unique<AgentApplications>(running(), m_bus, m_options.windowlessPrefix);
-        });
+        return made(m_agents, running(), m_bus, m_options.windowlessPrefix);
     }
-
     WindowAccess &windowAccess() override { return running(); }
-
     LaunchRegistry &launchRegistry() override { return m_registry; }
     BundleTools bundleTools() const override { return freedesktop::bundleTools(m_options.bundlePath); }
     Pasteboard &pasteboard() override { return m_pasteboard; }
-
-    Dialogs &dialogs() override
-    {
-        return made(m_dialogs, [] { return std::make_unique<QtDialogs>(); });
-    }
-    Menus &menus() override { return theMenus(); }
+    Dialogs &dialogs() override { return m_dialogs; }
+    Menus &menus() override { return m_menus; }
     DockTile &dockTile() override { return m_dockTile; }
 
     std::unique_ptr<StatusItem> makeStatusItem() override
     {
-        return std::make_unique<TrayStatusItem>(x11(), m_bus, theMenus(), appearance(), symbolicIconName());
+        return std::make_unique<TrayStatusItem>(x11(), m_bus, m_menus, appearance(), symbolicIconName());
     }
 
     HotKeys &hotKeys() override
     {
-        return made(m_hotKeys, [this]() -> std::unique_ptr<HotKeys> {
-            if (X11Windows *known = isWaylandSession() ? nullptr : windows())
-                return std::make_unique<X11HotKeys>(*known);
-            return std::make_unique<PortalHotKeys>(m_bus);
-        });
+        if (X11Windows *known = isWaylandSession() ? nullptr : windows(); known && !m_hotKeys)
+            m_hotKeys = std::make_unique<X11HotKeys>(*known);
+        else if (!m_hotKeys)
+            m_hotKeys = std::make_unique<PortalHotKeys>(m_bus);
+        return *m_hotKeys;
     }
 
     std::unique_ptr<PanelSurface> makePanelSurface(QWindow &window, double cornerRadius) override
@@ -161,11 +108,11 @@ public:
     }
 
 private:
-    template<class T, class Make>
-    static T &made(std::unique_ptr<T> &service, Make make)
+    template<class T, class... Arguments>
+    static T &made(std::unique_ptr<T> &service, Arguments &&...arguments)
     {
         if (!service)
-            service = make();
+            service = std::make_unique<T>(std::forward<Arguments>(arguments)...);
         return *service;
     }
 
@@ -178,9 +125,28 @@ private:
 
     bool hasWindows() const { return m_options.purpose == PlatformOptions::Purpose::Panel; }
 
-    FileUserDefaults::Following following() const
+    static QString folder(QStandardPaths::StandardLocation place, const QString &name)
     {
-        return hasWindows() ? FileUserDefaults::Following::Watched : FileUserDefaults::Following::WhenSynchronized;
+        return QStandardPaths::writableLocation(place) + QLatin1Char('/') + name;
+    }
+
+    FileUserDefaults &defaults(std::unique_ptr<FileUserDefaults> &service, const QString &domain) const
+    {
+        using Following = FileUserDefaults::Following;
+        return made(service, folder(QStandardPaths::GenericConfigLocation, m_options.folderName.toLower()), domain,
+                    hasWindows() ? Following::Watched : Following::WhenSynchronized);
+    }
+
+    DBusInstance &theInstance()
+    {
+        const auto noteTime = [this](quint32 time) {
+            if (X11Windows *known = windows())
+                known->noteUserTime(time);
+        };
+        return made(m_instance, m_bus, m_options.identifier,
+                    CallerHooks{.action = [this](const QString &action) { return m_dockTile.choose(action); },
+                                .token = [this](const QString &token) { startupIsDone(token); },
+                                .time = noteTime});
     }
 
     /// Null without an X server, and when the toolkit draws elsewhere. Windows are acted on without a toolkit too.
@@ -212,11 +178,6 @@ private:
         }
     }
 
-    QtMenus &theMenus()
-    {
-        return made(m_menus, [] { return std::make_unique<QtMenus>(); });
-    }
-
     /// The one-colour icon that was installed for bars; empty when this program was not installed.
     QString symbolicIconName() const
     {
@@ -225,16 +186,8 @@ private:
         return QStandardPaths::locate(QStandardPaths::GenericDataLocation, file).isEmpty() ? QString() : name;
     }
 
-    FreedesktopWorkspace &theWorkspace()
-    {
-        return made(m_workspace, [this] { return std::make_unique<FreedesktopWorkspace>(x11(), &m_bus); });
-    }
-
-    X11RunningApplications &running()
-    {
-        return made(m_running,
-                    [this] { return std::make_unique<X11RunningApplications>(windows(), theWorkspace()); });
-    }
+    FreedesktopWorkspace &theWorkspace() { return made(m_workspace, x11(), &m_bus); }
+    X11RunningApplications &running() { return made(m_running, windows(), theWorkspace()); }
 
     const PlatformOptions m_options;
     std::jthread m_fonts;
@@ -242,6 +195,8 @@ private:
     WindowDockTile m_dockTile;
     DesktopEntryRegistry m_registry;
     QtPasteboard m_pasteboard;
+    QtDialogs m_dialogs;
+    QtMenus m_menus;
     SessionBus m_bus;
     bool m_triedX11 = false;
     std::unique_ptr<X11Connection> m_x11;
@@ -257,8 +212,6 @@ private:
     std::unique_ptr<X11RunningApplications> m_running;
     std::unique_ptr<AgentApplications> m_agents;
     std::unique_ptr<HotKeys> m_hotKeys;
-    std::unique_ptr<QtDialogs> m_dialogs;
-    std::unique_ptr<QtMenus> m_menus;
 };
 
 } // namespace

@@ -1,7 +1,7 @@
 #include "platform/freedesktop/TrayStatusItem.h"
 
-#include "platform/freedesktop/X11Connection.h"
 #include "platform/freedesktop/bus/SessionBus.h"
+#include "platform/freedesktop/x11/X11Connection.h"
 
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
@@ -59,9 +59,8 @@ void TrayStatusItem::show()
 
 void TrayStatusItem::lookForNotifier()
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        watcher, watcherPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-    call.setArguments({watcher, QStringLiteral("IsStatusNotifierHostRegistered")});
+    QDBusMessage call = busCall(watcher, watcherPath, QStringLiteral("org.freedesktop.DBus.Properties"),
+                                QStringLiteral("Get"), {watcher, QStringLiteral("IsStatusNotifierHostRegistered")});
     call.setAutoStartService(false);
     callSessionBus(&m_bus, this, call, [this](const QDBusMessage &reply) {
         m_hasNotifier = reply.arguments().value(0).value<QDBusVariant>().variant().toBool();

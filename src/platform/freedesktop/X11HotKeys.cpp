@@ -28,8 +28,6 @@ X11HotKeys::X11HotKeys(X11Windows &windows) : m_windows(windows), m_x11(windows.
     connect(&m_x11, &X11Connection::eventArrived, this, &X11HotKeys::handle);
 }
 
-X11HotKeys::~X11HotKeys() = default;
-
 /// Names the extensions to the server, which answers nothing to a client that has not.
 bool X11HotKeys::findExtensions()
 {
@@ -128,8 +126,7 @@ void X11HotKeys::regrab(const X11Keyboard &keyboard)
 
 std::vector<X11HotKeys::Grab> X11HotKeys::grabsFor(const HotKey &key, const X11Keyboard &keyboard) const
 {
-    const KeyPosition *position = keyPosition(key.keyCode);
-    const xcb_keycode_t code = position ? keyboard.code(*position) : xcb_keycode_t(0);
+    const xcb_keycode_t code = keyboard.code(key.keyCode);
     std::set<Grab> grabs;
     if (code != 0)
         for (const uint16_t locks : keyboard.lockStates())
@@ -186,11 +183,10 @@ void X11HotKeys::release(const std::vector<Grab> &grabs)
 
 void X11HotKeys::unregister(const HotKeyID &id)
 {
-    const auto key = std::find_if(m_keys.begin(), m_keys.end(), [&id](const HotKey &k) { return k.id == id; });
-    if (key == m_keys.end())
-        return;
-    release(grabsFor(*key, m_keyboard));
-    m_keys.erase(key);
+    for (const HotKey &key : m_keys)
+        if (key.id == id)
+            release(grabsFor(key, m_keyboard));
+    std::erase_if(m_keys, [&id](const HotKey &key) { return key.id == id; });
 }
 
 void X11HotKeys::handle(const xcb_generic_event_t *event)
@@ -218,12 +214,9 @@ void X11HotKeys::handlePress(const xcb_input_key_press_event_t &press)
         return;
     m_windows.noteUserTime(press.time);
     for (const HotKey &key : m_keys) {
-        const KeyPosition *position = keyPosition(key.keyCode);
         const uint16_t mask = m_keyboard.mask(key.modifiers);
-        if (position && m_keyboard.code(*position) == press.detail && (press.mods.effective & mask) == mask) {
-            emit pressed(key.id);
-            return;
-        }
+        if (m_keyboard.code(key.keyCode) == press.detail && (press.mods.effective & mask) == mask)
+            return emit pressed(key.id);
     }
 }
 

@@ -2,7 +2,7 @@
 
 #include "platform/HotKeys.h"
 #include "platform/freedesktop/X11Keyboard.h"
-#include "platform/freedesktop/X11Windows.h"
+#include "platform/freedesktop/x11/X11Windows.h"
 
 #include <set>
 #include <utility>
@@ -19,7 +19,6 @@ class X11HotKeys : public HotKeys {
 public:
     /// `windows` outlives this object.
     explicit X11HotKeys(X11Windows &windows);
-    ~X11HotKeys() override;
 
     /// Two round trips for all of them.
     std::vector<Result<Handle>> registerAll(const QList<HotKey> &keys) override;

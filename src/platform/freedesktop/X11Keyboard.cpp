@@ -12,6 +12,17 @@ namespace cobblet {
 
 namespace {
 
+/// A key by its place on the keyboard.
+struct KeyPosition {
+    int virtualKey;
+    char name[5];            ///< what XKB calls the place
+    xcb_keycode_t usualCode; ///< its code on nearly every X server
+};
+constexpr KeyPosition digits[] = {
+    {18, "AE01", 10}, {19, "AE02", 11}, {20, "AE03", 12}, {21, "AE04", 13}, {23, "AE05", 14},
+    {22, "AE06", 15}, {26, "AE07", 16}, {28, "AE08", 17}, {25, "AE09", 18}, {29, "AE10", 19},
+};
+
 constexpr int firstFreeModifier = 3; // Shift, Lock and Control have theirs
 
 namespace keysym {
@@ -21,6 +32,12 @@ constexpr xcb_keysym_t numLock = 0xff7f, scrollLock = 0xff14;
 } // namespace keysym
 
 } // namespace
+
+X11Keyboard::X11Keyboard()
+{
+    for (const KeyPosition &position : digits)
+        m_codes.insert(position.virtualKey, position.usualCode);
+}
 
 void X11Keyboard::read(X11Connection &x11, bool knowsNames, QObject *context,
                        std::function<void(const X11Keyboard &)> done)
@@ -91,18 +108,13 @@ void X11Keyboard::takeNames(const void *raw)
     xcb_xkb_get_names_value_list_unpack(xcb_xkb_get_names_value_list(reply), reply->nTypes, reply->indicators,
                                         reply->virtualMods, reply->groupNames, reply->nKeys, reply->nKeyAliases,
                                         reply->nRadioGroups, reply->which, &values);
-    for (const KeyPosition &position : keyPositions())
+    QHash<int, xcb_keycode_t> codes;
+    for (const KeyPosition &position : digits)
         for (int i = 0; i < reply->nKeys; ++i)
             if (std::strncmp(values.keyNames[i].name, position.name, sizeof values.keyNames[i].name) == 0)
-                m_codes[position.virtualKey] = xcb_keycode_t(reply->firstKey + i);
-}
-
-xcb_keycode_t X11Keyboard::code(const KeyPosition &position) const
-{
-    if (m_codes.empty())
-        return position.usualCode;
-    const auto found = m_codes.find(position.virtualKey);
-    return found == m_codes.end() ? xcb_keycode_t(0) : found->second;
+                codes.insert(position.virtualKey, xcb_keycode_t(reply->firstKey + i));
+    if (!codes.isEmpty())
+        m_codes = codes;
 }
 
 uint16_t X11Keyboard::mask(quint32 modifiers) const

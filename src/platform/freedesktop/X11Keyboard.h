@@ -1,10 +1,8 @@
 #pragma once
 
-#include "platform/freedesktop/KeyPositions.h"
-#include "platform/freedesktop/X11Connection.h"
+#include "platform/freedesktop/x11/X11Connection.h"
 
 #include <functional>
-#include <map>
 #include <vector>
 
 namespace cobblet {
@@ -12,14 +10,18 @@ namespace cobblet {
 /// What of the server's keyboard matters for grabbing keys: the codes of places, and the bits of modifiers.
 class X11Keyboard {
 public:
+    /// As nearly every keyboard is.
+    X11Keyboard();
+
     /// Reads the keyboard without waiting; what the server does not answer stays as nearly every keyboard has it.
     /// `knowsNames`: the server has the extension that names places. `done` is dropped when `context` is gone by
     /// then.
     static void read(X11Connection &x11, bool knowsNames, QObject *context,
                      std::function<void(const X11Keyboard &)> done);
 
-    /// The code of a key's place; 0 for a place that this keyboard lacks.
-    xcb_keycode_t code(const KeyPosition &position) const;
+    /// The code of a digit's place in the top row, by its virtual code on an ANSI keyboard; 0 for any other key, and
+    /// for a place that this keyboard lacks.
+    xcb_keycode_t code(int virtualKey) const { return m_codes.value(virtualKey); }
     /// A combination's modifiers as the server's mask.
     uint16_t mask(quint32 modifiers) const;
     /// Every state of Caps Lock, Num Lock and Scroll Lock, with none of them first.
@@ -35,7 +37,7 @@ private:
     uint16_t m_option = XCB_MOD_MASK_1;
     uint16_t m_command = XCB_MOD_MASK_4;
     uint16_t m_locks = XCB_MOD_MASK_LOCK;
-    std::map<int, xcb_keycode_t> m_codes; ///< by virtual key; empty while no names are known
+    QHash<int, xcb_keycode_t> m_codes; ///< by virtual key
 };
 
 } // namespace cobblet

@@ -62,8 +62,16 @@ X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Scr
     m_id = xcb_window_t(window.winId());
 
     m_loss.setSingleShot(true);
-    connect(&m_loss, &QTimer::timeout, this, &X11PanelSurface::lostKey);
-    connect(&m_windows, &X11Windows::activeWindowChanged, this, &X11PanelSurface::loseKeyIfElsewhere);
+    connect(&m_loss, &QTimer::timeout, this, [this] {
+        m_holder = XCB_WINDOW_NONE;
+        if (isVisible())
+            emit resignedKey();
+    });
+    connect(&m_windows, &X11Windows::activeWindowChanged, this, [this] {
+        const xcb_window_t active = m_windows.activeWindow();
+        if (m_loss.isActive() && active != XCB_WINDOW_NONE && !isFamily(ownWindow(active)))
+            m_loss.start(std::chrono::milliseconds(0));
+    });
     connect(&m_windows, &X11Windows::activationSent, this, [this](xcb_window_t activated) {
         if (activated != m_id)
             m_previous = XCB_WINDOW_NONE; // the focus is given to someone else on purpose
@@ -190,15 +198,8 @@ void X11PanelSurface::makeKeyAndOrderFront()
     if (isVisible()) {
         window().raise();
     } else {
-        m_previous = m_windows.activeWindow();
-        if (!m_windows.hasManager()) {
-            // Nobody keeps the active window then, so the server has to be asked.
-            xcb_connection_t *xcb = m_windows.x11().xcb();
-            const XcbReply<xcb_get_input_focus_reply_t> focus(
-                xcb_get_input_focus_reply(xcb, xcb_get_input_focus(xcb), nullptr));
-            m_windows.x11().drainSoon();
-            m_previous = focus ? focus->focus : xcb_window_t(XCB_WINDOW_NONE);
-        }
+        // Without a manager nobody keeps the active window, so the server has to be asked.
+        m_previous = m_windows.hasManager() ? m_windows.activeWindow() : m_windows.x11().focus();
         prepareToMap();
         window().show();
     }
@@ -249,14 +250,12 @@ void X11PanelSurface::returnFocus()
     if (previous <= XCB_INPUT_FOCUS_POINTER_ROOT || previous == m_id)
         return;
     X11Connection &x11 = m_windows.x11();
-    const XcbReply<xcb_get_input_focus_reply_t> focus(
-        xcb_get_input_focus_reply(x11.xcb(), xcb_get_input_focus(x11.xcb()), nullptr));
+    const xcb_window_t focus = x11.focus();
     const XcbReply<xcb_get_window_attributes_reply_t> attributes(
         xcb_get_window_attributes_reply(x11.xcb(), xcb_get_window_attributes(x11.xcb(), previous), nullptr));
     const std::vector<uint32_t> states = x11.cardinals(previous, x11.atom(windowState), 64);
-    if (!focus || !attributes || !holdsFocus(focus->focus))
-        return;
-    if (std::find(states.begin(), states.end(), x11.atom(hiddenState)) != states.end())
+    if (!attributes || !holdsFocus(focus) ||
+        std::find(states.begin(), states.end(), x11.atom(hiddenState)) != states.end())
         return;
     if (m_windows.hasManager()) {
         m_windows.activate(previous, m_windows.userTime(), m_toolkit);
@@ -344,20 +343,6 @@ void X11PanelSurface::popoverVisibleChanged(bool visible)
         m_windows.activate(m_id, m_windows.userTime(), m_toolkit);
     else
         takeFocus();
-}
-
-void X11PanelSurface::loseKeyIfElsewhere()
-{
-    const xcb_window_t active = m_windows.activeWindow();
-    if (m_loss.isActive() && active != XCB_WINDOW_NONE && !isFamily(ownWindow(active)))
-        m_loss.start(std::chrono::milliseconds(0));
-}
-
-void X11PanelSurface::lostKey()
-{
-    m_holder = XCB_WINDOW_NONE;
-    if (isVisible())
-        emit resignedKey();
 }
 
 } // namespace cobblet

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/freedesktop/X11Windows.h"
+#include "platform/freedesktop/x11/X11Windows.h"
 #include "platform/portable/QtPanelSurface.h"
 
 #include <QAbstractNativeEventFilter>
@@ -33,8 +33,6 @@ private slots:
 private:
     bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
     void handleFocus(const xcb_focus_in_event_t &event);
-    void loseKeyIfElsewhere();
-    void lostKey();
     void prepareToMap();
     void takeFocus();
     void repeatState();

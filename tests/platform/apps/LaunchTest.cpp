@@ -1,6 +1,5 @@
 #include "DesktopFixture.h"
 
-#include "platform/freedesktop/apps/DesktopBus.h"
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 #include "platform/freedesktop/apps/Processes.h"
 #include "platform/freedesktop/apps/X11RunningApplications.h"
@@ -203,7 +202,7 @@ TEST(LaunchEnvironment, KeepsTheUsersVariablesAndDropsTheOnesOfOneProcess)
               (QByteArrayList{"PATH=/bin", "QT_QPA_PLATFORMTHEME=gtk3", "EMPTY="}));
 }
 
-TEST(DesktopBus, NamesOfScopesAreEscaped)
+TEST(Launcher, NamesOfScopesAreEscaped)
 {
     EXPECT_EQ(scopeName(QStringLiteral("a-b.c d"), 7), QStringLiteral("app-cobblet-a\\x2db.c\\x20d-7.scope"));
 }

@@ -2,10 +2,10 @@
 
 #include "platform/XSession.h"
 
-#include "platform/freedesktop/X11Windows.h"
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 #include "platform/freedesktop/apps/StartupNotification.h"
 #include "platform/freedesktop/apps/X11RunningApplications.h"
+#include "platform/freedesktop/x11/X11Windows.h"
 
 #include <QSignalSpy>
 

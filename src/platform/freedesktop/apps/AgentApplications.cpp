@@ -6,11 +6,9 @@
 
 namespace cobblet {
 
-AgentApplications::AgentApplications(RunningApplications &others, SessionBus &bus, const QString &prefix,
-                                     QObject *parent)
+AgentApplications::AgentApplications(RunningApplications &others, SessionBus &bus, const QString &prefix)
     : m_others(others), m_bus(bus), m_prefix(prefix)
 {
-    setParent(parent);
     const auto pass = [this](auto signal) {
         connect(&m_others, signal, this, [this, signal](const RunningApplication &application) {
             if (!isAgent(application))
@@ -28,8 +26,8 @@ AgentApplications::AgentApplications(RunningApplications &others, SessionBus &bu
     m_watcher.addWatchedService(m_prefix.chopped(1) + QLatin1Char('*'));
     connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString &name, const QString &oldOwner, const QString &newOwner) {
-                if (!oldOwner.isEmpty())
-                    lost(name);
+                if (const auto ended = oldOwner.isEmpty() ? ProcessEntry() : m_agents.take(name); ended.pid > 0)
+                    emit didTerminate({identifierOf(name), ended.pid});
                 if (!newOwner.isEmpty())
                     askForOwner(name, Found::Launched);
             });
@@ -57,27 +55,14 @@ void AgentApplications::askForOwner(const QString &name, Found found)
 {
     callSessionBus(&m_bus, this, busQuestion("GetConnectionUnixProcessID", {name}),
                    [this, name, found](const QDBusMessage &answer) {
-                       if (const qint64 pid = answer.arguments().value(0).toLongLong();
-                           answer.type() == QDBusMessage::ReplyMessage && pid > 0)
-                           ownerKnown(name, pid, found);
+                       const auto process =
+                           processEntry(answer.arguments().value(0).toLongLong()); // none in an error
+                       if (!process || m_agents.value(name) == *process)
+                           return;
+                       m_agents.insert(name, *process);
+                       if (found == Found::Launched)
+                           emit didLaunch({identifierOf(name), process->pid});
                    });
-}
-
-void AgentApplications::ownerKnown(const QString &name, qint64 pid, Found found)
-{
-    const auto process = processEntry(pid);
-    if (!process || m_agents.value(name) == *process)
-        return;
-    m_agents.insert(name, *process);
-    if (found == Found::Launched)
-        emit didLaunch({identifierOf(name), pid});
-}
-
-void AgentApplications::lost(const QString &name)
-{
-    const ProcessEntry process = m_agents.take(name);
-    if (process.pid > 0)
-        emit didTerminate({identifierOf(name), process.pid});
 }
 
 QList<RunningApplication> AgentApplications::runningApplications() const

@@ -17,7 +17,7 @@ class AgentApplications : public RunningApplications {
     Q_OBJECT
 public:
     /// Identifiers of agents begin with `prefix`, which ends with a dot. The references outlive this object.
-    AgentApplications(RunningApplications &others, SessionBus &bus, const QString &prefix, QObject *parent = nullptr);
+    AgentApplications(RunningApplications &others, SessionBus &bus, const QString &prefix);
 
     QList<RunningApplication> runningApplications() const override;
     Availability availability() const override { return m_others.availability(); }
@@ -33,8 +33,6 @@ private:
     bool isAgent(const RunningApplication &application) const;
     QString identifierOf(const QString &name) const;
     void askForOwner(const QString &name, Found found);
-    void ownerKnown(const QString &name, qint64 pid, Found found);
-    void lost(const QString &name);
     bool signalAgent(const RunningApplication &application, int signal);
 
     RunningApplications &m_others;

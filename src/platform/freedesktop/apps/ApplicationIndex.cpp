@@ -19,33 +19,11 @@ bool isVersionSuffix(QStringView text)
 /// Programs that run another one named in their arguments. "python3.11" counts as "python".
 bool isInterpreter(const QString &baseName)
 {
-    static const QStringList names{QStringLiteral("python"),
-                                   QStringLiteral("pypy"),
-                                   QStringLiteral("perl"),
-                                   QStringLiteral("ruby"),
-                                   QStringLiteral("node"),
-                                   QStringLiteral("nodejs"),
-                                   QStringLiteral("electron"),
-                                   QStringLiteral("gjs"),
-                                   QStringLiteral("gjs-console"),
-                                   QStringLiteral("java"),
-                                   QStringLiteral("mono"),
-                                   QStringLiteral("wine"),
-                                   QStringLiteral("wine64"),
-                                   QStringLiteral("wine-preloader"),
-                                   QStringLiteral("wine64-preloader"),
-                                   QStringLiteral("wish"),
-                                   QStringLiteral("tclsh"),
-                                   QStringLiteral("lua"),
-                                   QStringLiteral("guile"),
-                                   QStringLiteral("php"),
-                                   QStringLiteral("qml"),
-                                   QStringLiteral("love"),
-                                   QStringLiteral("bash"),
-                                   QStringLiteral("sh"),
-                                   QStringLiteral("dash"),
-                                   QStringLiteral("zsh"),
-                                   QStringLiteral("fish")};
+    static const QStringList names =
+        QStringLiteral(
+            "python pypy perl ruby node nodejs electron gjs gjs-console java mono wine wine64 wine-preloader "
+            "wine64-preloader wish tclsh lua guile php qml love bash sh dash zsh fish")
+            .split(u' ');
     return std::any_of(names.begin(), names.end(), [&](const QString &name) {
         return baseName.startsWith(name) && isVersionSuffix(QStringView(baseName).mid(name.size()));
     });

@@ -1,8 +1,13 @@
 #include "platform/freedesktop/apps/ApplicationLauncher.h"
 
-#include "platform/freedesktop/Releasing.h"
 #include "platform/freedesktop/apps/DesktopEntry.h"
+#include "platform/freedesktop/apps/Processes.h"
+#include "platform/freedesktop/bus/BusNames.h"
+#include "platform/portable/Releasing.h"
 
+#include <QDBusArgument>
+#include <QDBusMetaType>
+#include <QDBusVariant>
 #include <QDir>
 #include <QFile>
 #include <QLoggingCategory>
@@ -24,6 +29,9 @@ namespace cobblet {
 Q_LOGGING_CATEGORY(lcLaunch, "cobblet.applications.launch")
 
 namespace {
+
+using UnitProperty = std::pair<QString, QDBusVariant>;
+using AuxiliaryUnit = std::pair<QString, QList<UnitProperty>>;
 
 constexpr qsizetype pidDigits = 10;
 
@@ -64,6 +72,21 @@ int outputFor(int descriptor, int nowhere)
     return lasting ? descriptor : nowhere;
 }
 
+/// The command that shows a program in a terminal, less the program; empty without a terminal emulator.
+QStringList terminalCommand()
+{
+    // With what comes before the program to run.
+    for (const char *known :
+         {"xdg-terminal-exec", "x-terminal-emulator -e", "kgx -e", "gnome-terminal --", "konsole -e",
+          "xfce4-terminal -x", "mate-terminal -x", "tilix -e", "kitty", "alacritty -e", "foot", "xterm -e"}) {
+        QStringList command = QString::fromLatin1(known).split(u' ');
+        command.first() = QStandardPaths::findExecutable(command.first());
+        if (!command.first().isEmpty())
+            return command;
+    }
+    return {};
+}
+
 /// The arguments that start an entry's command, in a terminal where it wants one.
 Result<QStringList> argumentsFor(const InstalledEntry &entry, const QStringList &uris)
 {
@@ -95,34 +118,43 @@ std::vector<char *> pointersTo(QByteArrayList &texts)
     return pointers;
 }
 
-void finish(QObject *context, const Workspace::Completion &done, const Status &status)
+/// A name as a part of a unit's name: everything that separates parts is escaped.
+QString escapedForUnit(const QString &text)
 {
-    if (!status)
-        qCWarning(lcLaunch).noquote() << status.error();
-    if (done)
-        QMetaObject::invokeMethod(
-            context, [done, status] { done(status); }, Qt::QueuedConnection);
+    QString out;
+    for (const char c : text.toUtf8()) {
+        const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+                           (c == '.' && !out.isEmpty());
+        out += plain ? QString(QLatin1Char(c))
+                     : QStringLiteral("\\x") + QString::number(uchar(c), 16).rightJustified(2, u'0');
+    }
+    return out;
+}
+
+/// The call that tells an application on the bus to show itself, starting it where needed.
+QDBusMessage activateCall(const QString &id, const QString &startupId)
+{
+    const QVariantMap platformData{{QStringLiteral("desktop-startup-id"), startupId},
+                                   {QStringLiteral("activation-token"), startupId}};
+    return busCall(id, busPathOf(id), QStringLiteral("org.freedesktop.Application"), QStringLiteral("Activate"),
+                   {platformData});
+}
+
+/// Whether a service manager of the user runs.
+bool hasServiceManager()
+{
+    return QFile::exists(QStringLiteral("/run/user/%1/systemd").arg(getuid()));
 }
 
 } // namespace
 
 QByteArrayList launchEnvironment(const QByteArrayList &own)
 {
-    static const QByteArrayList ofOneProcess{"DESKTOP_STARTUP_ID",
-                                             "XDG_ACTIVATION_TOKEN",
-                                             "GIO_LAUNCHED_DESKTOP_FILE",
-                                             "GIO_LAUNCHED_DESKTOP_FILE_PID",
-                                             "BAMF_DESKTOP_FILE_HINT",
-                                             "INVOCATION_ID",
-                                             "JOURNAL_STREAM",
-                                             "NOTIFY_SOCKET",
-                                             "MANAGERPID",
-                                             "SYSTEMD_EXEC_PID",
-                                             "LISTEN_PID",
-                                             "LISTEN_FDS",
-                                             "LISTEN_FDNAMES",
-                                             "WATCHDOG_PID",
-                                             "WATCHDOG_USEC"};
+    static const QByteArrayList ofOneProcess =
+        QByteArray("DESKTOP_STARTUP_ID XDG_ACTIVATION_TOKEN GIO_LAUNCHED_DESKTOP_FILE GIO_LAUNCHED_DESKTOP_FILE_PID "
+                   "BAMF_DESKTOP_FILE_HINT INVOCATION_ID JOURNAL_STREAM NOTIFY_SOCKET MANAGERPID SYSTEMD_EXEC_PID "
+                   "LISTEN_PID LISTEN_FDS LISTEN_FDNAMES WATCHDOG_PID WATCHDOG_USEC")
+            .split(' ');
     QByteArrayList kept;
     for (const QByteArray &variable : own)
         if (const QByteArray name = variable.left(variable.indexOf('='));
@@ -131,39 +163,18 @@ QByteArrayList launchEnvironment(const QByteArrayList &own)
     return kept;
 }
 
-QStringList terminalCommand()
+QString scopeName(const QString &id, qint64 pid)
 {
-    struct Terminal {
-        const char *program;
-        const char *option; ///< what comes before the program to run
-    };
-    static constexpr Terminal known[] = {{"xdg-terminal-exec", nullptr},
-                                         {"x-terminal-emulator", "-e"},
-                                         {"kgx", "-e"},
-                                         {"gnome-terminal", "--"},
-                                         {"konsole", "-e"},
-                                         {"xfce4-terminal", "-x"},
-                                         {"mate-terminal", "-x"},
-                                         {"tilix", "-e"},
-                                         {"kitty", nullptr},
-                                         {"alacritty", "-e"},
-                                         {"foot", nullptr},
-                                         {"xterm", "-e"}};
-    for (const Terminal &terminal : known) {
-        const QString path = QStandardPaths::findExecutable(QString::fromLatin1(terminal.program));
-        if (path.isEmpty())
-            continue;
-        QStringList command{path};
-        if (terminal.option)
-            command.append(QString::fromLatin1(terminal.option));
-        return command;
-    }
-    return {};
+    return QStringLiteral("app-cobblet-%1-%2.scope").arg(escapedForUnit(id)).arg(pid);
 }
 
-ApplicationLauncher::ApplicationLauncher(X11Connection *x11, SessionBus *bus, QObject *parent)
-    : QObject(parent), m_bus(bus), m_startup(x11)
+void ApplicationLauncher::finish(const Workspace::Completion &done, const Status &outcome)
 {
+    if (!outcome)
+        qCWarning(lcLaunch).noquote() << outcome.error();
+    if (done)
+        QMetaObject::invokeMethod(
+            this, [done, outcome] { done(outcome); }, Qt::QueuedConnection);
 }
 
 void ApplicationLauncher::launch(const InstalledEntry &entry, const Launch &launch)
@@ -182,19 +193,13 @@ void ApplicationLauncher::launchOverBus(const InstalledEntry &entry, const Launc
                        if (reply.type() == QDBusMessage::ErrorMessage) {
                            const QString cause = QStringLiteral("“%1” cannot be opened over D-Bus: %2")
                                                      .arg(entry.application.name, reply.errorMessage());
-                           if (entry.command.isEmpty()) {
-                               finish(this, launch.done, Error{cause});
-                               return;
-                           }
+                           if (entry.command.isEmpty())
+                               return finish(launch.done, Error{cause});
                            qCWarning(lcLaunch).noquote() << cause << "Its command is run instead.";
-                           launchCommand(entry, launch);
-                           return;
+                           return launchCommand(entry, launch);
                        }
-                       finish(this, launch.done, {});
-                       QDBusMessage ask = QDBusMessage::createMethodCall(
-                           QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-                           QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetConnectionUnixProcessID"));
-                       ask << id;
+                       finish(launch.done, {});
+                       const QDBusMessage ask = busQuestion("GetConnectionUnixProcessID", {id});
                        callSessionBus(m_bus, this, ask, [this, id](const QDBusMessage &answer) {
                            if (const qint64 pid = answer.arguments().value(0).toLongLong();
                                answer.type() == QDBusMessage::ReplyMessage && pid > 0)
@@ -211,7 +216,7 @@ void ApplicationLauncher::launchCommand(const InstalledEntry &entry, const Launc
     if (command)
         start(entry, command.value(), launch);
     else
-        finish(this, launch.done, Error{command.error()});
+        finish(launch.done, Error{command.error()});
 }
 
 void ApplicationLauncher::start(const InstalledEntry &entry, const QStringList &command, const Launch &launch)
@@ -249,36 +254,54 @@ void ApplicationLauncher::start(const InstalledEntry &entry, const QStringList &
     if (!spawned) {
         if (entry.startupNotify)
             m_startup.remove(startupId);
-        finish(this, launch.done,
-               Error{QStringLiteral("“%1” cannot be opened: %2.")
-                         .arg(entry.application.name,
-                              error ? QString::fromUtf8(error->message) : QStringLiteral("no reason was given"))});
-        return;
+        return finish(launch.done,
+                      Error{QStringLiteral("“%1” cannot be opened: %2.")
+                                .arg(entry.application.name, error ? QString::fromUtf8(error->message)
+                                                                   : QStringLiteral("no reason was given"))});
     }
-    started(entry, pid, entry.startupNotify ? startupId : QString());
-    finish(this, launch.done, {});
-}
-
-void ApplicationLauncher::started(const InstalledEntry &entry, qint64 pid, const QString &startupId)
-{
-    if (pid <= 0)
-        return;
-    // Watched until then so that it leaves no zombie.
+    // Watched until it ends so that it leaves no zombie.
     if (ProcessEnd *child = ProcessEnd::watch(pid).release()) {
         child->setParent(this);
-        connect(child, &ProcessEnd::ended, this, [this, startupId, child] {
-            if (!startupId.isEmpty())
-                m_startup.remove(startupId);
-            child->deleteLater();
-        });
+        connect(child, &ProcessEnd::ended, this,
+                [this, child, announced = entry.startupNotify ? startupId : QString()] {
+                    m_startup.remove(announced);
+                    child->deleteLater();
+                });
     }
-    moveToOwnScope(m_bus, this, entry.application.bundleID, pid);
+    moveToOwnScope(entry.application.bundleID, pid);
     emit launched(entry.application.bundleID, pid, entry.terminal);
+    finish(launch.done, {});
 }
 
 bool ApplicationLauncher::givesScopes() const
 {
-    return hasBus() && QFile::exists(QStringLiteral("/run/user/%1/systemd").arg(getuid()));
+    return hasBus() && hasServiceManager();
+}
+
+/// Where a service manager of the user runs; elsewhere nothing happens.
+void ApplicationLauncher::moveToOwnScope(const QString &id, qint64 pid)
+{
+    if (!m_bus || !hasServiceManager())
+        return;
+    qDBusRegisterMetaType<UnitProperty>();
+    qDBusRegisterMetaType<QList<UnitProperty>>();
+    qDBusRegisterMetaType<AuxiliaryUnit>();
+    qDBusRegisterMetaType<QList<AuxiliaryUnit>>();
+    const QList<UnitProperty> properties{
+        {QStringLiteral("Description"), QDBusVariant(QStringLiteral("Application launched by Cobblet"))},
+        {QStringLiteral("PIDs"), QDBusVariant(QVariant::fromValue(QList<uint>{uint(pid)}))},
+        {QStringLiteral("CollectMode"), QDBusVariant(QStringLiteral("inactive-or-failed"))}};
+    const QDBusMessage call =
+        busCall(QStringLiteral("org.freedesktop.systemd1"), QStringLiteral("/org/freedesktop/systemd1"),
+                QStringLiteral("org.freedesktop.systemd1.Manager"), QStringLiteral("StartTransientUnit"),
+                {scopeName(id, pid), QStringLiteral("fail"), QVariant::fromValue(properties),
+                 QVariant::fromValue(QList<AuxiliaryUnit>())});
+    callSessionBus(
+        m_bus, this, call, [id](const QDBusMessage &reply) {
+            if (reply.type() == QDBusMessage::ErrorMessage)
+                qCInfo(lcLaunch).noquote()
+                    << QStringLiteral("“%1” shares Cobblet's systemd scope: %2").arg(id, reply.errorMessage());
+        });
 }
 
 void ApplicationLauncher::activate(const QString &id)

@@ -1,10 +1,9 @@
 #pragma once
 
 #include "platform/Workspace.h"
-#include "platform/freedesktop/apps/DesktopBus.h"
 #include "platform/freedesktop/apps/InstalledApplications.h"
-#include "platform/freedesktop/apps/ProcessEnd.h"
 #include "platform/freedesktop/apps/StartupNotification.h"
+#include "platform/freedesktop/bus/SessionBus.h"
 
 #include <QObject>
 #include <QStringList>
@@ -27,11 +26,13 @@ class ApplicationLauncher : public QObject {
     Q_OBJECT
 public:
     /// Either may be null, and outlives the launcher.
-    ApplicationLauncher(X11Connection *x11, SessionBus *bus, QObject *parent = nullptr);
+    ApplicationLauncher(X11Connection *x11, SessionBus *bus) : m_bus(bus), m_startup(x11) {}
 
     void launch(const InstalledEntry &entry, const Launch &launch = {});
     /// Runs this command in place of the entry's own.
     void start(const InstalledEntry &entry, const QStringList &command, const Launch &launch);
+    /// Logs a failure, and tells the outcome later.
+    void finish(const Workspace::Completion &done, const Status &outcome);
     /// Whether applications can be reached over the bus.
     bool hasBus() const { return hasSessionBus(m_bus); }
     /// Whether each application gets a systemd scope, with limits and accounts of its own.
@@ -51,7 +52,7 @@ private:
     {
         return launch.activationToken.isEmpty() ? m_startup.mint() : launch.activationToken;
     }
-    void started(const InstalledEntry &entry, qint64 pid, const QString &startupId);
+    void moveToOwnScope(const QString &id, qint64 pid);
 
     SessionBus *const m_bus;
     StartupNotification m_startup;
@@ -61,7 +62,7 @@ private:
 /// this process alone. "NAME=value" each.
 QByteArrayList launchEnvironment(const QByteArrayList &own);
 
-/// The command that shows a program in a terminal, less the program; empty without a terminal emulator.
-QStringList terminalCommand();
+/// The name of the systemd scope that a launched application gets.
+QString scopeName(const QString &id, qint64 pid);
 
 } // namespace cobblet

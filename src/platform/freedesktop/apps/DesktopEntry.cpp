@@ -54,17 +54,12 @@ QString expanded(const QString &word, const ExecFields &fields, const QStringLis
 DesktopEntry::DesktopEntry(const KeyFile &file)
 {
     const auto text = [&](const char *key) { return file.text("Desktop Entry", key); };
-    exec = splitExec(text("Exec"));
+    exec = expandExec(text("Exec"));
     startupWMClass = text("StartupWMClass");
     snapInstance = text("X-SnapInstanceName");
     flatpak = text("X-Flatpak");
     categories = loweredList(text("Categories"));
     keywords = loweredList(text("Keywords"));
-}
-
-QStringList splitExec(const QString &command)
-{
-    return expandExec(command, {});
 }
 
 QStringList expandExec(const QString &command, const ExecFields &fields)

@@ -21,10 +21,6 @@ struct DesktopEntry {
     explicit DesktopEntry(const KeyFile &file);
 };
 
-/// A command line of the Desktop Entry format as arguments, with field codes removed; empty when its quotes
-/// do not match.
-QStringList splitExec(const QString &command);
-
 /// What the field codes of a command line stand for.
 struct ExecFields {
     QString name;     ///< %c
@@ -34,7 +30,7 @@ struct ExecFields {
 };
 
 /// A command line of the Desktop Entry format as the arguments to run; empty when its quotes do not match.
-QStringList expandExec(const QString &command, const ExecFields &fields);
+QStringList expandExec(const QString &command, const ExecFields &fields = {});
 
 /// The arguments less a leading `env NAME=value ...`, as far as it can be told.
 QStringList withoutEnvPrefix(QStringList arguments);

@@ -1,15 +1,18 @@
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 
 #include "platform/InfoPlist.h"
-#include "platform/freedesktop/apps/DesktopBus.h"
 #include "platform/freedesktop/apps/DesktopEntry.h"
 #include "platform/freedesktop/apps/IconImage.h"
 
+#include <QCoreApplication>
+#include <QDBusError>
 #include <QDir>
 #include <QFileInfo>
 #include <QIcon>
 #include <QLoggingCategory>
 #include <QMetaMethod>
+#include <QPointer>
+#include <QThreadPool>
 #include <QUrl>
 
 namespace cobblet {
@@ -51,16 +54,14 @@ Result<InstalledApplication> bundleAt(const QString &path)
 
 } // namespace
 
-FreedesktopWorkspace::FreedesktopWorkspace(X11Connection *x11, SessionBus *bus, QObject *parent)
+FreedesktopWorkspace::FreedesktopWorkspace(X11Connection *x11, SessionBus *bus)
     : m_bus(bus), m_wellKnown(m_installed), m_icons(iconThemes()), m_launcher(x11, bus)
 {
-    setParent(parent);
     connect(&m_installed, &InstalledApplications::changed, this, [this] {
         m_wellKnown.forget();
         m_icons.forget();
         emit installedApplicationsChanged();
     });
-    connect(&m_sleep, &SleepMonitor::woke, this, &Workspace::didWake);
 }
 
 Availability FreedesktopWorkspace::availability() const
@@ -84,8 +85,36 @@ Availability FreedesktopWorkspace::availability() const
 
 void FreedesktopWorkspace::connectNotify(const QMetaMethod &signal)
 {
-    if (signal == QMetaMethod::fromSignal(&Workspace::didWake))
-        m_sleep.start();
+    if (signal == QMetaMethod::fromSignal(&Workspace::didWake) && !std::exchange(m_followsSleep, true))
+        followSleep();
+}
+
+/// The system bus is connected to on a thread of its own, as that is waited for.
+void FreedesktopWorkspace::followSleep()
+{
+    QThreadPool::globalInstance()->start([self = QPointer<FreedesktopWorkspace>(this)] {
+        const QDBusConnection bus = QDBusConnection::systemBus();
+        if (!bus.isConnected()) {
+            qCInfo(lcWorkspace).noquote() << "Waking from sleep will not be noticed:" << bus.lastError().message();
+            return;
+        }
+        const auto subscribe = [self] {
+            // Without a service name, which would be looked up first and waited for.
+            if (self)
+                QDBusConnection::systemBus().connect(QString(), QStringLiteral("/org/freedesktop/login1"),
+                                                     QStringLiteral("org.freedesktop.login1.Manager"),
+                                                     QStringLiteral("PrepareForSleep"), self,
+                                                     SLOT(prepareForSleep(bool)));
+        };
+        if (auto *application = QCoreApplication::instance())
+            QMetaObject::invokeMethod(application, subscribe, Qt::QueuedConnection);
+    });
+}
+
+void FreedesktopWorkspace::prepareForSleep(bool aboutToSleep)
+{
+    if (!aboutToSleep)
+        emit didWake();
 }
 
 QString FreedesktopWorkspace::resolved(const QString &bundleID) const
@@ -129,20 +158,12 @@ Result<InstalledApplication> FreedesktopWorkspace::applicationAt(const QString &
     return entry.value().application;
 }
 
-void FreedesktopWorkspace::fail(const QString &cause, const Completion &done)
-{
-    qCWarning(lcWorkspace).noquote() << cause;
-    if (done)
-        QMetaObject::invokeMethod(
-            this, [done, cause] { done(Error{cause}); }, Qt::QueuedConnection);
-}
-
 void FreedesktopWorkspace::open(const QString &bundleID, Completion done, const QString &activationToken)
 {
     if (const auto entry = m_installed.entry(resolved(bundleID)))
         m_launcher.launch(entry.value(), {.activationToken = activationToken, .done = std::move(done)});
     else
-        fail(entry.error(), done);
+        m_launcher.finish(done, entry.cause());
 }
 
 void FreedesktopWorkspace::openBundle(const QString &path, const QStringList &arguments, Completion done)
@@ -152,9 +173,10 @@ void FreedesktopWorkspace::openBundle(const QString &path, const QStringList &ar
     const QString name = info && info.value() ? info.value()->text("CFBundleExecutable") : QString();
     const QString program = path + QStringLiteral("/Contents/MacOS/") + name;
     if (!application)
-        return fail(application.error(), done);
+        return m_launcher.finish(done, application.cause());
     if (name.isEmpty() || name.contains(QLatin1Char('/')) || !QFileInfo(program).isExecutable())
-        return fail(QStringLiteral("“%1” cannot be opened: it holds no program.").arg(path), done);
+        return m_launcher.finish(done,
+                                 Error{QStringLiteral("“%1” cannot be opened: it holds no program.").arg(path)});
     InstalledEntry entry;
     entry.application = application.value();
     m_launcher.start(entry, QStringList{program} + arguments, {.done = std::move(done)});
@@ -164,18 +186,17 @@ void FreedesktopWorkspace::reveal(const QString &bundleID, Completion done)
 {
     const auto entry = m_installed.entry(resolved(bundleID));
     if (!entry)
-        return fail(entry.error(), done);
+        return m_launcher.finish(done, entry.cause());
     const QString path = entry.value().application.path;
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
-        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
-    call << QStringList{QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded)} << QString();
+    const QString manager = QStringLiteral("org.freedesktop.FileManager1");
+    const QStringList items{QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded)};
+    const QDBusMessage call = busCall(manager, QStringLiteral("/org/freedesktop/FileManager1"), manager,
+                                      QStringLiteral("ShowItems"), {items, QString()});
     callSessionBus(m_bus, this, call, [this, path, done](const QDBusMessage &reply) {
         if (reply.type() == QDBusMessage::ErrorMessage)
             openFolder(QFileInfo(path).absolutePath(), done);
-        else if (done)
-            QMetaObject::invokeMethod(
-                this, [done] { done({}); }, Qt::QueuedConnection);
+        else
+            m_launcher.finish(done, {});
     });
 }
 
@@ -185,7 +206,9 @@ void FreedesktopWorkspace::openFolder(const QString &folder, const Completion &d
         m_launcher.launch(manager.value(),
                           {.uris = {QUrl::fromLocalFile(folder).toString(QUrl::FullyEncoded)}, .done = done});
     else
-        fail(QStringLiteral("The folder “%1” cannot be shown: no file manager is installed.").arg(folder), done);
+        m_launcher.finish(
+            done,
+            Error{QStringLiteral("The folder “%1” cannot be shown: no file manager is installed.").arg(folder)});
 }
 
 QImage FreedesktopWorkspace::icon(const QString &bundleID, int points, qreal devicePixelRatio) const
@@ -195,13 +218,13 @@ QImage FreedesktopWorkspace::icon(const QString &bundleID, int points, qreal dev
         return {};
     const QString &name = entry.value().icon;
     const QString path = QDir::isAbsolutePath(name) ? name : m_icons.find(name, qRound(points * devicePixelRatio));
-    return path.isEmpty() ? QImage() : iconImage(path, points, devicePixelRatio);
+    return iconImage(path, points, devicePixelRatio);
 }
 
 QImage FreedesktopWorkspace::genericIcon(int points, qreal devicePixelRatio) const
 {
     const QString path = m_icons.find(QStringLiteral("application-x-executable"), qRound(points * devicePixelRatio));
-    const QImage themed = path.isEmpty() ? QImage() : iconImage(path, points, devicePixelRatio);
+    const QImage themed = iconImage(path, points, devicePixelRatio);
     return themed.isNull() ? applicationTile(points, devicePixelRatio) : themed;
 }
 

@@ -4,7 +4,6 @@
 #include "platform/freedesktop/apps/ApplicationLauncher.h"
 #include "platform/freedesktop/apps/IconFiles.h"
 #include "platform/freedesktop/apps/InstalledApplications.h"
-#include "platform/freedesktop/apps/SleepMonitor.h"
 #include "platform/freedesktop/apps/WellKnownApplications.h"
 
 namespace cobblet {
@@ -17,7 +16,7 @@ class FreedesktopWorkspace : public Workspace {
     Q_OBJECT
 public:
     /// `x11` and `bus` may be null and must outlive the workspace.
-    explicit FreedesktopWorkspace(X11Connection *x11, SessionBus *bus = nullptr, QObject *parent = nullptr);
+    explicit FreedesktopWorkspace(X11Connection *x11, SessionBus *bus = nullptr);
 
     Availability availability() const override;
     QString resolved(const QString &bundleID) const override;
@@ -37,9 +36,11 @@ public:
 protected:
     void connectNotify(const QMetaMethod &signal) override;
 
+private slots:
+    void prepareForSleep(bool aboutToSleep);
+
 private:
-    /// Logs why, and tells it later.
-    void fail(const QString &cause, const Completion &done);
+    void followSleep();
     void openFolder(const QString &folder, const Completion &done);
 
     SessionBus *const m_bus;
@@ -47,7 +48,7 @@ private:
     WellKnownApplications m_wellKnown;
     IconFiles m_icons;
     ApplicationLauncher m_launcher;
-    SleepMonitor m_sleep;
+    bool m_followsSleep = false;
 };
 
 } // namespace cobblet

@@ -2,7 +2,6 @@
 
 #include "platform/AtomicFile.h"
 
-#include <QByteArrayView>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -53,25 +52,6 @@ QString pictureAt(const QByteArray &stem)
 bool isPlainName(const QString &name)
 {
     return !name.isEmpty() && name.size() <= 200 && !name.contains(u'/') && !name.contains(QChar(0)) && name != u"..";
-}
-
-/// Calls `line` with (group, key, value) for every entry of a theme's description. GLib would need four times as long
-/// for that of "hicolor", and keep half a megabyte.
-template<class Line>
-void forEachLine(const QByteArray &bytes, Line line)
-{
-    QByteArrayView group;
-    for (qsizetype start = 0; start < bytes.size();) {
-        const qsizetype end = bytes.indexOf('\n', start);
-        const QByteArrayView text =
-            QByteArrayView(bytes).sliced(start, (end < 0 ? bytes.size() : end) - start).trimmed();
-        start = end < 0 ? bytes.size() : end + 1;
-        const qsizetype equals = text.indexOf('=');
-        if (text.startsWith('[') && text.endsWith(']'))
-            group = text.sliced(1, text.size() - 2);
-        else if (equals > 0 && !text.startsWith('#'))
-            line(group, text.first(equals).trimmed(), text.sliced(equals + 1).trimmed());
-    }
 }
 
 } // namespace
@@ -152,7 +132,7 @@ IconFiles::Theme IconFiles::readTheme(const QString &name)
     }
 
     struct Described {
-        QByteArrayView name;
+        QByteArray name;
         int size = 0;
         int scale = 1;
         bool scalable = false;
@@ -161,33 +141,39 @@ IconFiles::Theme IconFiles::readTheme(const QString &name)
     const auto finish = [&] {
         if (!current.name.isEmpty() && !current.name.contains("..") && current.size > 0)
             for (const QByteArray &root : std::as_const(roots))
-                if (const QByteArray path = root + '/' + current.name.toByteArray();
+                if (const QByteArray path = root + '/' + current.name;
                     theme.folders.size() < maximumFolders && exists(path))
                     theme.folders.push_back(
                         {path, current.size * current.scale, current.scalable, current.ofApplications});
     };
-    forEachLine(index, [&](QByteArrayView group, QByteArrayView key, QByteArrayView value) {
-        if (group == "Icon Theme") {
+    // Line by line, as GLib would keep 680 kB after parsing the description of "hicolor".
+    for (const QByteArray &line : index.split('\n')) {
+        const QByteArray text = line.trimmed();
+        const qsizetype equals = text.indexOf('=');
+        if (text.startsWith('[') && text.endsWith(']')) {
+            finish();
+            current = {.name = text.mid(1, text.size() - 2)};
+            continue;
+        }
+        if (equals <= 0 || text.startsWith('#'))
+            continue;
+        const QByteArray key = text.left(equals).trimmed();
+        const QByteArray value = text.mid(equals + 1).trimmed();
+        if (current.name == "Icon Theme") {
             if (key == "Inherits")
                 for (const QString &parent : QString::fromUtf8(value).split(u','))
                     if (!parent.trimmed().isEmpty())
                         theme.inherits.append(parent.trimmed());
-            return;
-        }
-        if (group != current.name) {
-            finish();
-            current = {};
-            current.name = group;
-        }
-        if (key == "Size")
-            current.size = std::clamp(value.toByteArray().toInt(), 0, 4096);
-        else if (key == "Scale")
-            current.scale = std::clamp(value.toByteArray().toInt(), 1, 8);
-        else if (key == "Type")
+        } else if (key == "Size") {
+            current.size = std::clamp(value.toInt(), 0, 4096);
+        } else if (key == "Scale") {
+            current.scale = std::clamp(value.toInt(), 1, 8);
+        } else if (key == "Type") {
             current.scalable = value.compare("scalable", Qt::CaseInsensitive) == 0;
-        else if (key == "Context")
+        } else if (key == "Context") {
             current.ofApplications = value.isEmpty() || value.compare("applications", Qt::CaseInsensitive) == 0;
-    });
+        }
+    }
     finish();
     theme.folders.shrink_to_fit();
     return theme;

@@ -56,7 +56,7 @@ Error refusal(const QString &id, const KeyFile &keys)
     QString name = keys.text(group, "Name");
     if (name.isEmpty())
         name = id;
-    const QStringList exec = splitExec(keys.text(group, "Exec"));
+    const QStringList exec = expandExec(keys.text(group, "Exec"));
     for (const QString &needed : {keys.text(group, "TryExec"), withoutEnvPrefix(exec).value(0), exec.value(0)})
         if (!needed.isEmpty() && QStandardPaths::findExecutable(needed).isEmpty())
             return {QStringLiteral("“%1” cannot be opened: its program “%2” is missing.").arg(name, needed)};
@@ -123,7 +123,7 @@ void watchFolders()
 
 } // namespace
 
-InstalledApplications::InstalledApplications(QObject *parent) : QObject(parent)
+InstalledApplications::InstalledApplications()
 {
     m_quiet.setSingleShot(true);
     m_quiet.setInterval(quietMilliseconds);

@@ -31,7 +31,7 @@ struct InstalledEntry {
 class InstalledApplications : public QObject {
     Q_OBJECT
 public:
-    explicit InstalledApplications(QObject *parent = nullptr);
+    InstalledApplications();
     ~InstalledApplications() override;
 
     /// The installed application with exactly this identifier, or a sentence that says why there is none: no

@@ -5,7 +5,6 @@ namespace cobblet {
 namespace {
 
 using Text = std::unique_ptr<char, Releasing<g_free>>;
-using Texts = std::unique_ptr<char *, Releasing<g_strfreev>>;
 
 QByteArray withoutControls(const QString &value)
 {
@@ -24,15 +23,6 @@ std::optional<KeyFile> KeyFile::parse(const QByteArray &bytes)
     if (!g_key_file_load_from_data(file.get(), bytes.constData(), gsize(bytes.size()), G_KEY_FILE_NONE, nullptr))
         return std::nullopt;
     return file;
-}
-
-QStringList KeyFile::groups() const
-{
-    const Texts names(g_key_file_get_groups(get(), nullptr));
-    QStringList groups;
-    for (char **name = names.get(); *name; ++name)
-        groups.append(QString::fromUtf8(*name));
-    return groups;
 }
 
 QString KeyFile::text(const char *group, const char *key) const

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/freedesktop/Releasing.h"
+#include "platform/portable/Releasing.h"
 
 #include <QByteArray>
 #include <QString>
@@ -13,8 +13,7 @@
 
 namespace cobblet {
 
-/// A file of groups with keys and values, as GLib reads and writes them: desktop entries, descriptions of icon
-/// themes. Values are untranslated.
+/// A file of groups with keys and values, as GLib reads and writes them. Values are untranslated.
 class KeyFile {
 public:
     /// An empty one.
@@ -22,7 +21,6 @@ public:
     /// Absent when the bytes are no key file.
     static std::optional<KeyFile> parse(const QByteArray &bytes);
 
-    QStringList groups() const;
     /// With its escapes undone; empty when the key is missing or its value is no text.
     QString text(const char *group, const char *key) const;
     bool flag(const char *group, const char *key) const;

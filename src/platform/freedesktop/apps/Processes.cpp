@@ -5,9 +5,11 @@
 #include <QByteArray>
 #include <QDir>
 #include <QFile>
+#include <QSocketNotifier>
 
 #include <fcntl.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -32,6 +34,12 @@ QByteArray procFile(qint64 pid, const char *name)
         content.append(buffer.data(), size);
     ::close(file);
     return content;
+}
+
+/// A descriptor that stands for the process, even after it has ended; negative where there is none.
+int opened(qint64 pid)
+{
+    return pid > 0 ? int(syscall(SYS_pidfd_open, pid_t(pid), 0U)) : -1;
 }
 
 QString controlGroupOf(qint64 pid)
@@ -147,7 +155,7 @@ bool isOrDescendsFrom(qint64 pid, qint64 ancestor)
 
 bool sendSignal(const ProcessEntry &process, int signal)
 {
-    const int descriptor = int(syscall(SYS_pidfd_open, pid_t(process.pid), 0U));
+    const int descriptor = opened(process.pid);
     if (descriptor < 0)
         return false;
     const auto now = processEntry(process.pid);
@@ -155,6 +163,29 @@ bool sendSignal(const ProcessEntry &process, int signal)
                       syscall(SYS_pidfd_send_signal, descriptor, signal, nullptr, 0U) == 0;
     ::close(descriptor);
     return sent;
+}
+
+std::unique_ptr<ProcessEnd> ProcessEnd::watch(qint64 pid)
+{
+    const int descriptor = opened(pid);
+    return std::unique_ptr<ProcessEnd>(descriptor < 0 ? nullptr : new ProcessEnd(descriptor));
+}
+
+ProcessEnd::ProcessEnd(int descriptor)
+    : m_descriptor(descriptor), m_notifier(std::make_unique<QSocketNotifier>(descriptor, QSocketNotifier::Read))
+{
+    connect(m_notifier.get(), &QSocketNotifier::activated, this, [this] {
+        m_notifier->setEnabled(false);
+        siginfo_t information{};
+        waitid(P_PIDFD, id_t(m_descriptor), &information, WEXITED | WNOHANG); // fails for others' children
+        emit ended();
+    });
+}
+
+ProcessEnd::~ProcessEnd()
+{
+    m_notifier.reset();
+    ::close(m_descriptor);
 }
 
 } // namespace cobblet

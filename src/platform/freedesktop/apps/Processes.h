@@ -3,8 +3,12 @@
 #include "platform/freedesktop/apps/WindowResolver.h"
 
 #include <QList>
+#include <QObject>
 
+#include <memory>
 #include <optional>
+
+class QSocketNotifier;
 
 namespace cobblet {
 
@@ -39,5 +43,25 @@ bool isOrDescendsFrom(qint64 pid, qint64 ancestor);
 
 /// Sends a signal to exactly this process, never to a later one with its number. False when it cannot.
 bool sendSignal(const ProcessEntry &process, int signal);
+
+/// Tells when a process ends, whoever its parent is. A child of this process is reaped, so that it leaves no
+/// zombie behind. Main thread.
+class ProcessEnd : public QObject {
+    Q_OBJECT
+public:
+    /// Null when there is no such process (any more), or the kernel cannot watch it.
+    static std::unique_ptr<ProcessEnd> watch(qint64 pid);
+    ~ProcessEnd() override;
+
+signals:
+    /// Once.
+    void ended();
+
+private:
+    explicit ProcessEnd(int descriptor);
+
+    int m_descriptor;
+    std::unique_ptr<QSocketNotifier> m_notifier;
+};
 
 } // namespace cobblet

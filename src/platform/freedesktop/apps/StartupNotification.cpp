@@ -1,6 +1,6 @@
 #include "platform/freedesktop/apps/StartupNotification.h"
 
-#include "platform/freedesktop/X11Connection.h"
+#include "platform/freedesktop/x11/X11Connection.h"
 
 #include <QSysInfo>
 

@@ -79,28 +79,27 @@ constexpr WellKnown table[] = {
     {"com.apple.iWork.Keynote", "id:libreoffice-impress category:presentation"},
 };
 
-const WellKnown *find(const QString &id)
+/// Null for an identifier that is not well known.
+const char *rulesOf(const QString &id)
 {
-    const auto found = std::find_if(std::begin(table), std::end(table), [&](const WellKnown &item) {
-        return id.compare(QLatin1String(item.id), Qt::CaseInsensitive) == 0;
-    });
-    return found == std::end(table) ? nullptr : found;
+    for (const WellKnown &item : table)
+        if (id.compare(QLatin1String(item.id), Qt::CaseInsensitive) == 0)
+            return item.rules;
+    return nullptr;
 }
 
 } // namespace
 
-WellKnownApplications::WellKnownApplications(const InstalledApplications &installed) : m_installed(installed) {}
-
 QString WellKnownApplications::resolved(const QString &id) const
 {
-    const WellKnown *item = find(id);
-    if (!item)
+    const char *rules = rulesOf(id);
+    if (!rules)
         return id;
     const QMutexLocker lock(&m_mutex);
     if (const auto known = m_resolved.constFind(id); known != m_resolved.cend())
         return *known;
     QString answer = id;
-    for (const QByteArray &rule : QByteArray(item->rules).split(' '))
+    for (const QByteArray &rule : QByteArray(rules).split(' '))
         if (const QString counterpart = candidate(rule); m_installed.entry(counterpart).ok()) {
             answer = counterpart;
             break;

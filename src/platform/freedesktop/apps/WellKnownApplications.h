@@ -11,7 +11,7 @@ namespace cobblet {
 /// This desktop's counterparts of the identifiers that applications have on other desktops. Any thread.
 class WellKnownApplications {
 public:
-    explicit WellKnownApplications(const InstalledApplications &installed);
+    explicit WellKnownApplications(const InstalledApplications &installed) : m_installed(installed) {}
 
     /// The counterpart; the identifier itself when it is not a well-known one, or nothing here fits.
     QString resolved(const QString &id) const;

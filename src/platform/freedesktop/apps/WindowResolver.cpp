@@ -96,19 +96,7 @@ int sharedArguments(const QStringList &entry, const QStringList &process)
     return int(std::min<qsizetype>(entry.size(), 1000));
 }
 
-} // namespace
-
-const QByteArrayList &resolverEnvironment()
-{
-    static const QByteArrayList names{"GIO_LAUNCHED_DESKTOP_FILE",
-                                      "GIO_LAUNCHED_DESKTOP_FILE_PID",
-                                      "FLATPAK_ID",
-                                      "SNAP_INSTANCE_NAME",
-                                      "SNAP_NAME",
-                                      "APPIMAGE",
-                                      "APPDIR"};
-    return names;
-}
+// The steps. Each gives an installed application's identifier or an empty text.
 
 QString fromStatedId(const WindowIdentity &window, const ApplicationIndex &index)
 {
@@ -240,6 +228,17 @@ QString fromExecutable(const ProcessIdentity &process, const ApplicationIndex &i
             break; // a script: the interpreter that runs it is not the application
     }
     return {};
+}
+
+} // namespace
+
+const QByteArrayList &resolverEnvironment()
+{
+    static const QByteArrayList names =
+        QByteArray("GIO_LAUNCHED_DESKTOP_FILE GIO_LAUNCHED_DESKTOP_FILE_PID FLATPAK_ID SNAP_INSTANCE_NAME SNAP_NAME "
+                   "APPIMAGE APPDIR")
+            .split(' ');
+    return names;
 }
 
 Resolution resolveWindow(const WindowIdentity &window, const ApplicationIndex &index)

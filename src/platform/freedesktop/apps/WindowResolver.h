@@ -38,13 +38,6 @@ struct Resolution {
     bool operator==(const Resolution &) const = default;
 };
 
-// The steps, in their order. Each gives an installed application's identifier or an empty text.
-QString fromStatedId(const WindowIdentity &window, const ApplicationIndex &index);
-QString fromWindowClass(const WindowIdentity &window, const ApplicationIndex &index);
-QString fromControlGroup(const ProcessIdentity &process, const ApplicationIndex &index);
-QString fromLaunchEnvironment(const ProcessIdentity &process, const ApplicationIndex &index);
-QString fromExecutable(const ProcessIdentity &process, const ApplicationIndex &index);
-
 /// The steps that need only the window.
 Resolution resolveWindow(const WindowIdentity &window, const ApplicationIndex &index);
 /// The steps that need the process.

@@ -1,6 +1,5 @@
 #include "platform/freedesktop/apps/X11RunningApplications.h"
 
-#include "platform/freedesktop/X11Windows.h"
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 
 #include <QLoggingCategory>
@@ -22,10 +21,9 @@ constexpr qint64 startingMilliseconds = 15000;
 
 } // namespace
 
-X11RunningApplications::X11RunningApplications(X11Windows *windows, FreedesktopWorkspace &workspace, QObject *parent)
+X11RunningApplications::X11RunningApplications(X11Windows *windows, FreedesktopWorkspace &workspace)
     : m_display(windows), m_workspace(workspace)
 {
-    setParent(parent);
     connect(&workspace.launcher(), &ApplicationLauncher::launched, this, &X11RunningApplications::launchedHere);
     if (!m_display)
         return;
@@ -43,8 +41,6 @@ X11RunningApplications::X11RunningApplications(X11Windows *windows, FreedesktopW
     m_display->x11().awaitReplies();
     regroup();
 }
-
-X11RunningApplications::~X11RunningApplications() = default;
 
 // Following the windows
 
@@ -85,14 +81,11 @@ RunningApplication X11RunningApplications::ownerOf(const Window &window) const
         for (auto terminal = m_terminals.cbegin(); terminal != m_terminals.cend(); ++terminal)
             if (isOrDescendsFrom(owner.processIdentifier, terminal.key()))
                 owner.bundleIdentifier = terminal.value();
-    if (owner.bundleIdentifier.isEmpty() && owner.processIdentifier > 0)
+    if (owner.processIdentifier > 0)
         for (const xcb_window_t other : m_display->windows())
-            if (const auto candidate = m_windows.constFind(other); candidate != m_windows.cend() &&
-                                                                   candidate->seen.pid == owner.processIdentifier &&
-                                                                   !candidate->resolution.id.isEmpty()) {
-                owner.bundleIdentifier = candidate->resolution.id;
-                break;
-            }
+            if (const Window candidate = m_windows.value(other);
+                owner.bundleIdentifier.isEmpty() && candidate.seen.pid == owner.processIdentifier)
+                owner.bundleIdentifier = candidate.resolution.id;
     for (const auto &application : m_applications)
         if (application->self.bundleIdentifier == owner.bundleIdentifier && application->startedHere.isValid() &&
             owner.processIdentifier > 0 &&
@@ -207,12 +200,6 @@ X11RunningApplications::Application *X11RunningApplications::find(const RunningA
     return found == m_applications.end() ? nullptr : found->get();
 }
 
-std::vector<xcb_window_t> X11RunningApplications::windowsOf(const RunningApplication &application) const
-{
-    const Application *found = find(application);
-    return found ? found->windows : std::vector<xcb_window_t>();
-}
-
 X11RunningApplications::Application &X11RunningApplications::add(const RunningApplication &application)
 {
     m_applications.push_back(std::make_unique<Application>());
@@ -256,22 +243,10 @@ bool X11RunningApplications::lacksWindows(const RunningApplication &application)
 
 // The verbs
 
-void X11RunningApplications::hide(const RunningApplication &application)
+void X11RunningApplications::tell(const RunningApplication &application, Verb verb)
 {
-    if (m_display)
-        m_display->hide(windowsOf(application));
-}
-
-void X11RunningApplications::unhide(const RunningApplication &application)
-{
-    if (m_display)
-        m_display->unhide(windowsOf(application));
-}
-
-void X11RunningApplications::unminimizeWindows(const RunningApplication &application)
-{
-    if (m_display)
-        m_display->unminimize(windowsOf(application));
+    if (const Application *found = find(application); found && m_display)
+        (m_display->*verb)(found->windows);
 }
 
 void X11RunningApplications::reopen(const RunningApplication &application)
@@ -283,12 +258,6 @@ void X11RunningApplications::reopen(const RunningApplication &application)
         m_workspace.launcher().activate(application.bundleIdentifier);
     else if (lacksWindows(application))
         m_workspace.launcher().launch(entry.value());
-}
-
-void X11RunningApplications::activate(const RunningApplication &application)
-{
-    if (m_display)
-        m_display->bringToFront(windowsOf(application));
 }
 
 bool X11RunningApplications::closeWindows(const Application &application)

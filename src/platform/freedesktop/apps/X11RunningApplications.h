@@ -2,8 +2,8 @@
 
 #include "platform/WindowAccess.h"
 #include "platform/freedesktop/apps/ClientWindow.h"
-#include "platform/freedesktop/apps/ProcessEnd.h"
 #include "platform/freedesktop/apps/Processes.h"
+#include "platform/freedesktop/x11/X11Windows.h"
 
 #include <QElapsedTimer>
 #include <QHash>
@@ -15,7 +15,6 @@
 namespace cobblet {
 
 class FreedesktopWorkspace;
-class X11Windows;
 
 /// The running applications: the windows of an X display joined with their processes, and the processes that
 /// this one launched. One application is one identifier in one main process; it runs until that process ends,
@@ -26,21 +25,23 @@ class X11RunningApplications : public RunningApplications, public WindowAccess {
     Q_OBJECT
 public:
     /// `windows` may be null: only what was launched from here is known then. Both must outlive this object.
-    X11RunningApplications(X11Windows *windows, FreedesktopWorkspace &workspace, QObject *parent = nullptr);
-    ~X11RunningApplications() override;
+    X11RunningApplications(X11Windows *windows, FreedesktopWorkspace &workspace);
 
     QList<RunningApplication> runningApplications() const override;
     Availability availability() const override;
-    void hide(const RunningApplication &application) override;
-    void unhide(const RunningApplication &application) override;
-    void activate(const RunningApplication &application) override;
+    void hide(const RunningApplication &application) override { tell(application, &X11Windows::hide); }
+    void unhide(const RunningApplication &application) override { tell(application, &X11Windows::unhide); }
+    void activate(const RunningApplication &application) override { tell(application, &X11Windows::bringToFront); }
     void terminate(const RunningApplication &application) override;
     /// Kills the main process, its descendants in the same session, and the processes of its windows; never
     /// those of another application. An application that lives in another one's process is asked to close.
     void forceTerminate(const RunningApplication &application) override;
 
     bool isTrusted(bool) override { return true; }
-    void unminimizeWindows(const RunningApplication &application) override;
+    void unminimizeWindows(const RunningApplication &application) override
+    {
+        tell(application, &X11Windows::unminimize);
+    }
     void reopen(const RunningApplication &application) override;
 
     /// It runs, has no window, and is not just being started.
@@ -70,7 +71,8 @@ private:
     Resolution resolve(const ClientWindow &window) const;
     RunningApplication ownerOf(const Window &window) const;
     Application *find(const RunningApplication &application) const;
-    std::vector<xcb_window_t> windowsOf(const RunningApplication &application) const;
+    using Verb = void (X11Windows::*)(const std::vector<xcb_window_t> &);
+    void tell(const RunningApplication &application, Verb verb);
     Application &add(const RunningApplication &application);
     void watchProcess(Application &application, qint64 pid);
     bool sharesProcess(const Application &application) const;

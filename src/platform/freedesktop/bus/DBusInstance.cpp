@@ -15,9 +15,6 @@ Q_LOGGING_CATEGORY(lcInstance, "cobblet.instance")
 
 namespace {
 
-const QString applicationInterface = QStringLiteral("org.freedesktop.Application");
-const QString commandLineInterface = QStringLiteral("com.vantor.cobblet.CommandLine");
-
 // What the bus answers to RequestName.
 constexpr uint doNotQueue = 4;
 constexpr uint primaryOwner = 1;
@@ -36,11 +33,10 @@ QVariantMap platformDataOfEnvironment()
 } // namespace
 
 DBusInstance::DBusInstance(SessionBus &bus, const QString &identifier, CallerHooks hooks,
-                           std::chrono::milliseconds patience, QObject *parent)
+                           std::chrono::milliseconds patience)
     : m_bus(bus), m_name(busName(identifier)), m_path(busPathOf(identifier)), m_patience(patience),
       m_program(std::move(hooks)), m_objects{{m_path, &m_program}}
 {
-    setParent(parent);
     new ApplicationAdaptor(&m_program); // which it belongs to
     connect(&m_program, &ProgramObject::reopen, this, &Instance::reopen);
 }
@@ -108,15 +104,15 @@ bool DBusInstance::handOver(const QStringList &arguments)
 {
     QDBusMessage request;
     if (arguments.isEmpty()) {
-        request = QDBusMessage::createMethodCall(m_name, m_path, applicationInterface, QStringLiteral("Activate"));
-        request.setArguments({platformDataOfEnvironment()});
+        request = busCall(m_name, m_path, QStringLiteral("org.freedesktop.Application"), QStringLiteral("Activate"),
+                          {platformDataOfEnvironment()});
     } else {
         qDBusRegisterMetaType<QByteArrayList>();
         QByteArrayList bytes;
         for (const QString &argument : arguments)
             bytes.append(argument.toUtf8());
-        request = QDBusMessage::createMethodCall(m_name, m_path, commandLineInterface, QStringLiteral("Run"));
-        request.setArguments({QVariant::fromValue(bytes), platformDataOfEnvironment()});
+        request = busCall(m_name, m_path, QStringLiteral("com.vantor.cobblet.CommandLine"), QStringLiteral("Run"),
+                          {QVariant::fromValue(bytes), platformDataOfEnvironment()});
     }
     request.setAutoStartService(false);
     const QDBusMessage reply = m_bus.connection().call(request, QDBus::Block, int(m_patience.count()));

@@ -19,7 +19,7 @@ class DBusInstance : public Instance {
 public:
     /// `identifier` is the bundle identifier. A running instance has `patience` to answer a later start.
     DBusInstance(SessionBus &bus, const QString &identifier, CallerHooks hooks = {},
-                 std::chrono::milliseconds patience = std::chrono::seconds(2), QObject *parent = nullptr);
+                 std::chrono::milliseconds patience = std::chrono::seconds(2));
     ~DBusInstance() override;
 
     Availability availability() const override;

@@ -15,11 +15,6 @@ constexpr qsizetype maximumText = 4096;
 
 } // namespace
 
-DBusNotifications::DBusNotifications(SessionBus &bus, QObject *parent) : m_bus(bus)
-{
-    setParent(parent);
-}
-
 Availability DBusNotifications::availability() const
 {
     return m_bus.connection().isConnected()

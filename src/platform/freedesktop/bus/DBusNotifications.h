@@ -12,7 +12,7 @@ class SessionBus;
 class DBusNotifications : public DistributedNotifications {
     Q_OBJECT
 public:
-    explicit DBusNotifications(SessionBus &bus, QObject *parent = nullptr);
+    explicit DBusNotifications(SessionBus &bus) : m_bus(bus) {}
 
     Availability availability() const override;
     Status post(const QString &name, const QString &object) override;

@@ -16,8 +16,6 @@ Q_LOGGING_CATEGORY(lcAppearance, "cobblet.appearance")
 
 namespace {
 
-const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString interface = QStringLiteral("org.freedesktop.portal.Settings");
 const QString appearance = QStringLiteral("org.freedesktop.appearance");
 const QString colorScheme = QStringLiteral("color-scheme");
@@ -37,8 +35,6 @@ QVariant unwrapped(QVariant value)
 /// Three components from 0 to 1; anything else means that no colour was chosen.
 QColor colorFrom(const QVariant &value)
 {
-    if (value.metaType() != QMetaType::fromType<QDBusArgument>())
-        return {};
     const auto argument = value.value<QDBusArgument>();
     if (argument.currentSignature() != QLatin1String("(ddd)"))
         return {};
@@ -54,16 +50,14 @@ QColor colorFrom(const QVariant &value)
 
 } // namespace
 
-PortalAppearance::PortalAppearance(SessionBus &bus, QObject *parent)
-    : m_bus(bus), m_dark(guessDark()), m_accent(standardBlue)
+PortalAppearance::PortalAppearance(SessionBus &bus) : m_bus(bus), m_dark(guessDark()), m_accent(standardBlue)
 {
-    setParent(parent);
     if (!m_bus.connection().isConnected())
         return;
     ask();
     // Any sender: naming the portal would make the toolkit wait for the bus to say who owns that name. The
     // signal is only a reason to ask the portal again.
-    m_bus.connection().connect(QString(), path, interface, QStringLiteral("SettingChanged"), this,
+    m_bus.connection().connect(QString(), portalPath, interface, QStringLiteral("SettingChanged"), this,
                                SLOT(settingChanged(QDBusMessage)));
 }
 
@@ -77,11 +71,10 @@ Availability PortalAppearance::availability() const
 
 void PortalAppearance::ask()
 {
-    for (const QString &key : {colorScheme, accent}) {
-        QDBusMessage read = QDBusMessage::createMethodCall(service, path, interface, QStringLiteral("Read"));
-        read.setArguments({appearance, key});
-        callSessionBus(&m_bus, this, read, [this, key](const QDBusMessage &reply) { answered(key, reply); });
-    }
+    for (const QString &key : {colorScheme, accent})
+        callSessionBus(&m_bus, this,
+                       busCall(portalService, portalPath, interface, QStringLiteral("Read"), {appearance, key}),
+                       [this, key](const QDBusMessage &reply) { answered(key, reply); });
 }
 
 void PortalAppearance::answered(const QString &key, const QDBusMessage &reply)

@@ -14,7 +14,7 @@ class PortalAppearance : public Appearance {
     Q_OBJECT
 public:
     /// Asks the portal at once, without waiting for the answer.
-    explicit PortalAppearance(SessionBus &bus, QObject *parent = nullptr);
+    explicit PortalAppearance(SessionBus &bus);
 
     Availability availability() const override;
     bool isDark() const override { return m_dark; }

@@ -15,8 +15,6 @@ Q_LOGGING_CATEGORY(lcPortalKeys, "cobblet.hotkeys")
 
 namespace {
 
-const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString interface = QStringLiteral("org.freedesktop.portal.GlobalShortcuts");
 const QString requestInterface = QStringLiteral("org.freedesktop.portal.Request");
 const QString sessionInterface = QStringLiteral("org.freedesktop.portal.Session");
@@ -28,20 +26,10 @@ constexpr int maximumShortcuts = 64;
 /// Empty for anything that is no list of shortcuts.
 QList<PortalShortcut> shortcutsFrom(const QVariant &value)
 {
-    QList<PortalShortcut> shortcuts;
-    if (value.metaType() != QMetaType::fromType<QDBusArgument>())
-        return shortcuts;
     const auto argument = value.value<QDBusArgument>();
-    if (argument.currentSignature() != QLatin1String("a(sa{sv})"))
-        return shortcuts;
-    argument.beginArray();
-    while (!argument.atEnd() && shortcuts.size() < maximumShortcuts) {
-        PortalShortcut shortcut;
-        argument >> shortcut;
-        shortcuts.append(shortcut);
-    }
-    argument.endArray();
-    return shortcuts;
+    return argument.currentSignature() == QLatin1String("a(sa{sv})")
+               ? qdbus_cast<QList<PortalShortcut>>(argument).mid(0, maximumShortcuts)
+               : QList<PortalShortcut>();
 }
 
 /// What the portal says of a request that failed; empty where it cannot do such things at all.
@@ -60,22 +48,6 @@ QString refusalOf(const QDBusMessage &error)
 
 } // namespace
 
-QDBusArgument &operator<<(QDBusArgument &argument, const PortalShortcut &shortcut)
-{
-    argument.beginStructure();
-    argument << shortcut.id << shortcut.fields;
-    argument.endStructure();
-    return argument;
-}
-
-const QDBusArgument &operator>>(const QDBusArgument &argument, PortalShortcut &shortcut)
-{
-    argument.beginStructure();
-    argument >> shortcut.id >> shortcut.fields;
-    argument.endStructure();
-    return argument;
-}
-
 PortalHotKeys::PortalHotKeys(SessionBus &bus) : m_bus(bus)
 {
     qDBusRegisterMetaType<PortalShortcut>();
@@ -84,7 +56,7 @@ PortalHotKeys::PortalHotKeys(SessionBus &bus) : m_bus(bus)
 
 PortalHotKeys::~PortalHotKeys()
 {
-    closeSession();
+    endSession(Portal::Told);
 }
 
 std::vector<Result<HotKeys::Handle>> PortalHotKeys::registerAll(const QList<HotKey> &keys)
@@ -102,12 +74,12 @@ std::vector<Result<HotKeys::Handle>> PortalHotKeys::registerAll(const QList<HotK
         results.emplace_back(std::make_unique<Registration>(this, key.id));
     }
     // Any sender, as the toolkit would wait for the bus to say who owns a name; who sent it is seen on arrival.
-    bus.connect(QString(), path, interface, QStringLiteral("Activated"), this, SLOT(activated(QDBusMessage)));
-    bus.connect(QString(), path, interface, QStringLiteral("ShortcutsChanged"), this,
+    bus.connect(QString(), portalPath, interface, QStringLiteral("Activated"), this, SLOT(activated(QDBusMessage)));
+    bus.connect(QString(), portalPath, interface, QStringLiteral("ShortcutsChanged"), this,
                 SLOT(shortcutsChanged(QDBusMessage)));
     m_watcher.setConnection(bus);
     m_watcher.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
-    m_watcher.addWatchedService(service);
+    m_watcher.addWatchedService(portalService);
     connect(&m_watcher, &QDBusServiceWatcher::serviceOwnerChanged, this,
             [this](const QString &, const QString &before, const QString &now) { ownerChanged(before, now); });
     createSession();
@@ -125,7 +97,7 @@ void PortalHotKeys::bind(const QVariantMap &results)
     const QVariant handle = results.value(QStringLiteral("session_handle"));
     m_session = handle.metaType() == QMetaType::fromType<QDBusObjectPath>() ? handle.value<QDBusObjectPath>().path()
                                                                             : handle.toString();
-    if (!m_session.startsWith(path))
+    if (!m_session.startsWith(portalPath))
         return fail(QStringLiteral("The desktop's answer about global shortcuts makes no sense."));
     m_bus.connection().connect(QString(), m_session, sessionInterface, QStringLiteral("Closed"), this,
                                SLOT(closed(QDBusMessage)));
@@ -143,14 +115,12 @@ void PortalHotKeys::bound(const QVariantMap &results)
 {
     const QList<PortalShortcut> shortcuts = shortcutsFrom(results.value(QStringLiteral("shortcuts")));
     QList<Key> missing;
-    if (results.contains(QStringLiteral("shortcuts"))) {
-        const auto isMissing = [&shortcuts](const Key &key) {
-            return std::none_of(shortcuts.begin(), shortcuts.end(),
-                                [&key](const PortalShortcut &s) { return s.id == key.key.name; });
-        };
-        std::copy_if(m_keys.cbegin(), m_keys.cend(), std::back_inserter(missing), isMissing);
-        m_keys.removeIf(isMissing);
-    }
+    if (results.contains(QStringLiteral("shortcuts")))
+        for (const Key &key : std::exchange(m_keys, {})) {
+            const bool isBound = std::any_of(shortcuts.begin(), shortcuts.end(),
+                                             [&key](const auto &shortcut) { return shortcut.first == key.key.name; });
+            (isBound ? m_keys : missing).append(key);
+        }
     m_unavailable.clear();
     takeTriggers(shortcuts);
     for (const Key &key : missing) {
@@ -167,11 +137,11 @@ void PortalHotKeys::ask(const QString &method, const QVariantList &arguments, QV
     QDBusConnection &bus = m_bus.connection();
     const QString token = QStringLiteral("cobblet_%1").arg(++m_requests);
     m_next = next;
-    listenTo(path + QStringLiteral("/request/") +
+    listenTo(portalPath + QStringLiteral("/request/") +
              bus.baseService().mid(1).replace(QLatin1Char('.'), QLatin1Char('_')) + QLatin1Char('/') + token);
     options.insert(QStringLiteral("handle_token"), token);
-    QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, method);
-    call.setArguments(arguments + QVariantList{options});
+    const QDBusMessage call =
+        busCall(portalService, portalPath, interface, method, arguments + QVariantList{options});
     callSessionBus(&m_bus, this, call, [this, number = m_requests](const QDBusMessage &reply) {
         if (number != m_requests || m_request.isEmpty())
             return; // its answer was quicker, or it is no longer wanted
@@ -201,6 +171,13 @@ bool PortalHotKeys::isFromPortal(const QDBusMessage &message) const
     return m_portal.isEmpty() || message.service() == m_portal;
 }
 
+/// Whether it is about the session that its first argument names.
+bool PortalHotKeys::isOfSession(const QDBusMessage &message) const
+{
+    return !m_session.isEmpty() && isFromPortal(message) &&
+           message.arguments().at(0).value<QDBusObjectPath>().path() == m_session;
+}
+
 void PortalHotKeys::answered(const QDBusMessage &message)
 {
     if (message.path() != m_request || message.signature() != QLatin1String("ua{sv}") || !isFromPortal(message))
@@ -216,30 +193,26 @@ void PortalHotKeys::answered(const QDBusMessage &message)
 
 void PortalHotKeys::activated(const QDBusMessage &message)
 {
-    if (m_session.isEmpty() || !message.signature().startsWith(QLatin1String("os")) || !isFromPortal(message) ||
-        message.arguments().at(0).value<QDBusObjectPath>().path() != m_session)
+    if (!message.signature().startsWith(QLatin1String("os")) || !isOfSession(message))
         return;
     const QString name = message.arguments().at(1).toString();
-    const auto key =
-        std::find_if(m_keys.cbegin(), m_keys.cend(), [&name](const Key &k) { return k.key.name == name; });
-    if (key != m_keys.cend())
-        emit pressed(key->key.id);
+    for (const Key &key : m_keys)
+        if (key.key.name == name)
+            return emit pressed(key.key.id);
 }
 
 void PortalHotKeys::shortcutsChanged(const QDBusMessage &message)
 {
-    if (!m_session.isEmpty() && message.signature() == QLatin1String("oa(sa{sv})") && isFromPortal(message) &&
-        message.arguments().at(0).value<QDBusObjectPath>().path() == m_session)
+    if (message.signature() == QLatin1String("oa(sa{sv})") && isOfSession(message))
         takeTriggers(shortcutsFrom(message.arguments().at(1)));
 }
 
 void PortalHotKeys::takeTriggers(const QList<PortalShortcut> &shortcuts)
 {
-    for (const PortalShortcut &shortcut : shortcuts)
+    for (const auto &[name, fields] : shortcuts)
         for (Key &key : m_keys)
-            if (key.key.name == shortcut.id)
-                key.trigger =
-                    shortcut.fields.value(QStringLiteral("trigger_description")).toString().left(maximumText);
+            if (key.key.name == name)
+                key.trigger = fields.value(QStringLiteral("trigger_description")).toString().left(maximumText);
     emit changed();
 }
 
@@ -253,7 +226,7 @@ void PortalHotKeys::closed(const QDBusMessage &message)
 void PortalHotKeys::ownerChanged(const QString &before, const QString &now)
 {
     if (!m_portal.isEmpty() && before == m_portal) {
-        forgetSession();
+        endSession(Portal::Gone);
         m_ended = true;
         m_unavailable = QStringLiteral("The desktop's service for global shortcuts has ended.");
         emit changed();
@@ -264,28 +237,24 @@ void PortalHotKeys::ownerChanged(const QString &before, const QString &now)
     }
 }
 
-void PortalHotKeys::forgetSession()
+void PortalHotKeys::endSession(Portal portal)
 {
     listenTo({});
-    if (!m_session.isEmpty())
-        m_bus.connection().disconnect(QString(), m_session, sessionInterface, QStringLiteral("Closed"), this,
-                                      SLOT(closed(QDBusMessage)));
+    if (!m_session.isEmpty()) {
+        QDBusConnection &bus = m_bus.connection();
+        if (portal == Portal::Told)
+            bus.send(busCall(portalService, m_session, sessionInterface, QStringLiteral("Close")));
+        bus.disconnect(QString(), m_session, sessionInterface, QStringLiteral("Closed"), this,
+                       SLOT(closed(QDBusMessage)));
+    }
     m_session.clear();
     m_portal.clear();
-}
-
-void PortalHotKeys::closeSession()
-{
-    if (!m_session.isEmpty())
-        m_bus.connection().send(
-            QDBusMessage::createMethodCall(service, m_session, sessionInterface, QStringLiteral("Close")));
-    forgetSession();
 }
 
 void PortalHotKeys::fail(const QString &what)
 {
     m_unavailable = what;
-    closeSession();
+    endSession(Portal::Told);
     for (const Key &key : std::exchange(m_keys, {}))
         emit refused(key.key.id, m_unavailable);
     emit changed();
@@ -293,8 +262,10 @@ void PortalHotKeys::fail(const QString &what)
 
 QString PortalHotKeys::trigger(const HotKeyID &id) const
 {
-    const auto key = std::find_if(m_keys.cbegin(), m_keys.cend(), [&id](const Key &k) { return k.key.id == id; });
-    return key == m_keys.cend() ? QString() : key->trigger;
+    for (const Key &key : m_keys)
+        if (key.key.id == id)
+            return key.trigger;
+    return {};
 }
 
 /// The portal takes no single combination back, but its presses no longer count.
@@ -302,7 +273,7 @@ void PortalHotKeys::unregister(const HotKeyID &id)
 {
     m_keys.removeIf([&id](const Key &key) { return key.key.id == id; });
     if (m_keys.isEmpty())
-        closeSession();
+        endSession(Portal::Told);
 }
 
 } // namespace cobblet

@@ -11,11 +11,8 @@ namespace cobblet {
 
 class SessionBus;
 
-/// A shortcut as the portal sends and takes it.
-struct PortalShortcut {
-    QString id;
-    QVariantMap fields;
-};
+/// A shortcut as the portal sends and takes it: its id and what belongs to it.
+using PortalShortcut = std::pair<QString, QVariantMap>;
 
 /// Hot keys through the desktop's portal for global shortcuts, where programs may not grab keys: one session, with
 /// all combinations bound in one request. The desktop may ask the user, and picks other keys if they say so.
@@ -54,12 +51,13 @@ private:
     void ask(const QString &method, const QVariantList &arguments, QVariantMap options, Next next);
     void listenTo(const QString &request);
     void ownerChanged(const QString &before, const QString &now);
-    void forgetSession();
-    void closeSession();
+    enum class Portal { Told, Gone };
+    void endSession(Portal portal);
     void fail(const QString &what);
     void takeTriggers(const QList<PortalShortcut> &shortcuts);
     void unregister(const HotKeyID &id) override;
     bool isFromPortal(const QDBusMessage &message) const;
+    bool isOfSession(const QDBusMessage &message) const;
 
     SessionBus &m_bus;
     QDBusServiceWatcher m_watcher;
@@ -73,9 +71,4 @@ private:
     int m_requests = 0;
 };
 
-QDBusArgument &operator<<(QDBusArgument &argument, const PortalShortcut &shortcut);
-const QDBusArgument &operator>>(const QDBusArgument &argument, PortalShortcut &shortcut);
-
 } // namespace cobblet
-
-Q_DECLARE_METATYPE(cobblet::PortalShortcut)

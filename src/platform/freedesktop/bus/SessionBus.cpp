@@ -78,13 +78,18 @@ void callSessionBus(SessionBus *bus, QObject *context, const QDBusMessage &call,
                      });
 }
 
+QDBusMessage busCall(const QString &service, const QString &path, const QString &interface, const QString &method,
+                     const QVariantList &arguments)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, method);
+    call.setArguments(arguments);
+    return call;
+}
+
 QDBusMessage busQuestion(const char *method, const QVariantList &arguments)
 {
     const QString name = QStringLiteral("org.freedesktop.DBus");
-    QDBusMessage question = QDBusMessage::createMethodCall(name, QStringLiteral("/org/freedesktop/DBus"), name,
-                                                           QString::fromLatin1(method));
-    question.setArguments(arguments);
-    return question;
+    return busCall(name, QStringLiteral("/org/freedesktop/DBus"), name, QString::fromLatin1(method), arguments);
 }
 
 } // namespace cobblet

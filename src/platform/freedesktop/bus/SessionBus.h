@@ -38,7 +38,14 @@ bool hasSessionBus(SessionBus *bus);
 void callSessionBus(SessionBus *bus, QObject *context, const QDBusMessage &call,
                     std::function<void(const QDBusMessage &)> answered);
 
+/// A call of a method, to be sent.
+QDBusMessage busCall(const QString &service, const QString &path, const QString &interface, const QString &method,
+                     const QVariantList &arguments = {});
 /// A question to the bus itself.
 QDBusMessage busQuestion(const char *method, const QVariantList &arguments = {});
+
+/// The desktop's portals are interfaces of one object.
+inline const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
+inline const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
 
 } // namespace cobblet

@@ -28,14 +28,13 @@ public:
     Status remove(const QString &key) override { return change(key, QCborValue()); }
     void registerDefault(const QString &key, const QVariant &value) override;
     Availability availability() const override;
-    void synchronize() override { follow(); }
+    void synchronize() override;
 
 private:
     QCborMap read(bool locked);
     bool adopt(QCborMap values);
     QCborValue stored(const QString &key) const { return m_unsaved.value(key, m_values.value(key)); }
     Status change(const QString &key, const QCborValue &value);
-    void follow();
     void watch();
 
     const Following m_following;

@@ -1,4 +1,4 @@
-#include "platform/freedesktop/FileUserDefaults.h"
+#include "platform/portable/FileUserDefaults.h"
 
 #include "platform/AtomicFile.h"
 #include "platform/FileLock.h"
@@ -167,7 +167,7 @@ Availability FileUserDefaults::availability() const
     return Availability::works(QStringLiteral("The preferences are kept in %1.").arg(m_path));
 }
 
-void FileUserDefaults::follow()
+void FileUserDefaults::synchronize()
 {
     if (m_stamp.isCurrent())
         return;
@@ -183,7 +183,7 @@ void FileUserDefaults::watch()
         return;
     if (!m_watcher) {
         m_watcher = std::make_unique<QFileSystemWatcher>();
-        connect(m_watcher.get(), &QFileSystemWatcher::directoryChanged, this, &FileUserDefaults::follow);
+        connect(m_watcher.get(), &QFileSystemWatcher::directoryChanged, this, &FileUserDefaults::synchronize);
     }
     if (m_watcher->directories().isEmpty() && QFileInfo::exists(m_folder))
         m_watcher->addPath(m_folder);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/freedesktop/X11Connection.h"
+#include "platform/freedesktop/x11/X11Connection.h"
 
 #include <QObject>
 #include <QSet>
@@ -16,7 +16,7 @@ class X11Windows : public QObject {
     Q_OBJECT
 public:
     /// Reads the display as it is. The connection outlives this object.
-    explicit X11Windows(X11Connection &x11, QObject *parent = nullptr);
+    explicit X11Windows(X11Connection &x11);
 
     X11Connection &x11() const { return m_x11; }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/freedesktop/Releasing.h"
+#include "platform/portable/Releasing.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -52,7 +52,7 @@ public:
     std::vector<uint32_t> cardinals(xcb_window_t window, xcb_atom_t name, uint32_t maximum = maximumCardinals);
     /// The same without waiting: `handler` gets them in a later turn of the loop, unless `context` is gone by then.
     void ask(xcb_window_t window, xcb_atom_t name, QObject *context,
-             std::function<void(const std::vector<uint32_t> &)> handler, uint32_t maximum = maximumCardinals);
+             std::function<void(const std::vector<uint32_t> &)> handler);
 
     /// Sends a client message with up to five numbers to the window that it is about.
     void sendTo(xcb_window_t window, xcb_atom_t type, const std::vector<uint32_t> &data);
@@ -70,6 +70,8 @@ public:
     /// Tells who owns a selection (none: XCB_WINDOW_NONE): once the server has answered, and whenever that changes.
     void followOwner(xcb_atom_t selection, QObject *context, std::function<void(xcb_window_t owner)> handler);
 
+    /// The window that has the input focus by the server's own account. Waits for one answer.
+    xcb_window_t focus();
     /// The server's clock now, as the times of events count it. Waits for one answer.
     xcb_timestamp_t serverTime();
 
@@ -92,8 +94,8 @@ private:
     X11Connection(xcb_connection_t *connection, int screenNumber);
     void drain();
     XcbReply<xcb_generic_event_t> nextEvent();
-    bool deliverReplies();
-    void handOver(const void *reply);
+    enum class Replies { All, Arrived };
+    bool deliverReplies(Replies which);
 
     struct Awaited {
         unsigned sequence;

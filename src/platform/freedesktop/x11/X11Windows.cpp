@@ -1,4 +1,4 @@
-#include "platform/freedesktop/X11Windows.h"
+#include "platform/freedesktop/x11/X11Windows.h"
 
 #include <QGuiApplication>
 
@@ -27,7 +27,7 @@ xcb_window_t firstOf(const std::vector<uint32_t> &values)
 
 } // namespace
 
-X11Windows::X11Windows(X11Connection &x11, QObject *parent) : QObject(parent), m_x11(x11)
+X11Windows::X11Windows(X11Connection &x11) : m_x11(x11)
 {
     xcb_prefetch_extension_data(m_x11.xcb(), &xcb_xfixes_id);
     const QByteArray compositor = "_NET_WM_CM_S" + QByteArray::number(m_x11.screenNumber());
@@ -97,14 +97,11 @@ void X11Windows::handle(const xcb_generic_event_t *event)
 
 void X11Windows::followActive()
 {
-    m_x11.ask(
-        m_x11.root(), m_x11.atom(activeWindowName), this,
-        [this](const std::vector<uint32_t> &values) {
-            const xcb_window_t window = firstOf(values);
-            if (std::exchange(m_active, window) != window)
-                emit activeWindowChanged();
-        },
-        1);
+    m_x11.ask(m_x11.root(), m_x11.atom(activeWindowName), this, [this](const std::vector<uint32_t> &values) {
+        const xcb_window_t window = firstOf(values);
+        if (std::exchange(m_active, window) != window)
+            emit activeWindowChanged();
+    });
 }
 
 void X11Windows::followManager()
@@ -112,22 +109,16 @@ void X11Windows::followManager()
     m_x11.ask(m_x11.root(), m_x11.atom(supportedName), this, [this](const std::vector<uint32_t> &atoms) {
         m_supported = QSet<xcb_atom_t>(atoms.begin(), atoms.end());
     });
-    m_x11.ask(
-        m_x11.root(), m_x11.atom(managerCheck), this,
-        [this](const std::vector<uint32_t> &values) {
-            m_managerNamed = firstOf(values);
-            if (m_managerNamed == XCB_WINDOW_NONE)
-                return setManager(XCB_WINDOW_NONE);
-            m_x11.select(m_managerNamed, XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE);
-            // A manager that died leaves the property behind; its window, which would name itself, is gone.
-            m_x11.ask(
-                m_managerNamed, m_x11.atom(managerCheck), this,
-                [this](const std::vector<uint32_t> &itself) {
-                    setManager(firstOf(itself) == m_managerNamed ? m_managerNamed : xcb_window_t(XCB_WINDOW_NONE));
-                },
-                1);
-        },
-        1);
+    m_x11.ask(m_x11.root(), m_x11.atom(managerCheck), this, [this](const std::vector<uint32_t> &values) {
+        m_managerNamed = firstOf(values);
+        if (m_managerNamed == XCB_WINDOW_NONE)
+            return setManager(XCB_WINDOW_NONE);
+        m_x11.select(m_managerNamed, XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE);
+        // A manager that died leaves the property behind; its window, which would name itself, is gone.
+        m_x11.ask(m_managerNamed, m_x11.atom(managerCheck), this, [this](const std::vector<uint32_t> &itself) {
+            setManager(firstOf(itself) == m_managerNamed ? m_managerNamed : xcb_window_t(XCB_WINDOW_NONE));
+        });
+    });
 }
 
 void X11Windows::setManager(xcb_window_t window)
@@ -240,13 +231,10 @@ QSet<xcb_window_t> X11Windows::iconified(const std::vector<xcb_window_t> &window
     QSet<xcb_window_t> found;
     QObject context;
     for (const xcb_window_t window : windows) {
-        m_x11.ask(
-            window, m_x11.atom("WM_STATE"), &context,
-            [&found, window](const std::vector<uint32_t> &state) {
-                if (firstOf(state) == iconicState)
-                    found.insert(window);
-            },
-            1);
+        m_x11.ask(window, m_x11.atom("WM_STATE"), &context, [&found, window](const std::vector<uint32_t> &state) {
+            if (firstOf(state) == iconicState)
+                found.insert(window);
+        });
         if (!hasList() && !m_isManaged)
             m_x11.whenReplied(xcb_get_window_attributes(m_x11.xcb(), window).sequence, &context,
                               [&found, window](const void *raw) {

@@ -1,4 +1,4 @@
-#include "platform/freedesktop/X11Connection.h"
+#include "platform/freedesktop/x11/X11Connection.h"
 
 #include <QLoggingCategory>
 #include <QSocketNotifier>
@@ -67,10 +67,8 @@ X11Connection::~X11Connection()
 {
     m_notifier.reset();
     // A server that finds a connection closed with events unread drops the requests it has not read yet either.
-    if (!xcb_connection_has_error(m_connection)) {
-        const XcbReply<xcb_get_input_focus_reply_t> answered(
-            xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
-    }
+    if (!xcb_connection_has_error(m_connection))
+        (void)focus();
     xcb_disconnect(m_connection);
 }
 
@@ -118,9 +116,10 @@ std::vector<uint32_t> X11Connection::cardinals(xcb_window_t window, xcb_atom_t n
 }
 
 void X11Connection::ask(xcb_window_t window, xcb_atom_t name, QObject *context,
-                        std::function<void(const std::vector<uint32_t> &)> handler, uint32_t maximum)
+                        std::function<void(const std::vector<uint32_t> &)> handler)
 {
-    const auto asked = xcb_get_property(m_connection, 0, window, name, XCB_GET_PROPERTY_TYPE_ANY, 0, maximum);
+    const auto asked =
+        xcb_get_property(m_connection, 0, window, name, XCB_GET_PROPERTY_TYPE_ANY, 0, maximumCardinals);
     whenReplied(asked.sequence, context, [handler = std::move(handler)](const void *reply) {
         handler(valuesIn(static_cast<const xcb_get_property_reply_t *>(reply)));
     });
@@ -160,6 +159,14 @@ void X11Connection::followOwner(xcb_atom_t selection, QObject *context, std::fun
     });
 }
 
+xcb_window_t X11Connection::focus()
+{
+    const XcbReply<xcb_get_input_focus_reply_t> reply(
+        xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+    drainSoon();
+    return reply ? reply->focus : xcb_window_t(XCB_WINDOW_NONE);
+}
+
 xcb_timestamp_t X11Connection::serverTime()
 {
     if (m_clock == XCB_WINDOW_NONE) {
@@ -190,21 +197,8 @@ void X11Connection::whenReplied(unsigned sequence, QObject *context, std::functi
 
 void X11Connection::awaitReplies()
 {
-    while (!m_awaited.empty()) {
-        xcb_generic_error_t *error = nullptr;
-        const XcbReply<void> reply(xcb_wait_for_reply(m_connection, m_awaited.front().sequence, &error));
-        std::free(error);
-        handOver(reply.get());
-    }
+    deliverReplies(Replies::All);
     drainSoon();
-}
-
-void X11Connection::handOver(const void *reply)
-{
-    const Awaited awaited = std::move(m_awaited.front());
-    m_awaited.pop_front();
-    if (awaited.context)
-        awaited.handler(reply);
 }
 
 void X11Connection::drainSoon()
@@ -229,7 +223,7 @@ void X11Connection::drain()
         while (const XcbReply<xcb_generic_event_t> event = nextEvent())
             if (event->response_type != 0)
                 emit eventArrived(event.get());
-    } while (deliverReplies()); // looking for a reply may have read further events
+    } while (deliverReplies(Replies::Arrived)); // looking for a reply may have read further events
     if (m_notifier && xcb_connection_has_error(m_connection) != 0) {
         m_notifier.reset();
         qCWarning(lcX11) << "The X server closed the connection.";
@@ -237,17 +231,23 @@ void X11Connection::drain()
     }
 }
 
-bool X11Connection::deliverReplies()
+bool X11Connection::deliverReplies(Replies which)
 {
     bool delivered = false;
     while (!m_awaited.empty()) {
+        const unsigned sequence = m_awaited.front().sequence;
         void *raw = nullptr;
         xcb_generic_error_t *error = nullptr;
-        if (!xcb_poll_for_reply(m_connection, m_awaited.front().sequence, &raw, &error))
+        if (which == Replies::All)
+            raw = xcb_wait_for_reply(m_connection, sequence, &error);
+        else if (!xcb_poll_for_reply(m_connection, sequence, &raw, &error))
             break;
         const XcbReply<void> reply(raw);
         std::free(error);
-        handOver(reply.get());
+        const Awaited awaited = std::move(m_awaited.front());
+        m_awaited.pop_front();
+        if (awaited.context)
+            awaited.handler(reply.get());
         delivered = true;
     }
     return delivered;
