@@ -1,6 +1,5 @@
 """The command on the path, with stand-ins for the running application and for the one that it starts."""
 
-import json
 import os
 import pathlib
 import shutil
@@ -8,9 +7,16 @@ import signal
 import socket
 import subprocess
 import tempfile
+import threading
 import unittest
 
-STANDIN = pathlib.Path(__file__).resolve().with_name("standin.py")
+from gi.repository import Gio, GLib
+
+INTERFACES = """<node>
+<interface name="com.vantor.cobblet.CommandLine"><method name="Run"><arg type="aay" direction="in"/>
+<arg type="a{sv}" direction="in"/>%s</method></interface>
+<interface name="org.freedesktop.Application"><method name="Activate"><arg type="a{sv}" direction="in"/></method></interface>
+</node>"""
 
 # Says what it was started with; the environment and the signals too.
 APPLICATION = """#!/bin/sh
@@ -19,7 +25,19 @@ exit 3
 """
 
 
+def answer(*values, signature="(iss)"):
+    return lambda call: call.return_value(GLib.Variant(signature, values))
+
+
 class Command(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        loop = GLib.MainLoop()
+        thread = threading.Thread(target=loop.run)
+        thread.start()
+        cls.addClassCleanup(thread.join)
+        cls.addClassCleanup(loop.quit)
+
     def setUp(self):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="command-"))
         self.addCleanup(shutil.rmtree, self.folder)
@@ -32,38 +50,45 @@ class Command(unittest.TestCase):
         self.application.chmod(0o755)
         self.command = self.folder / "cobblet"  # as installed: a link in another folder
         self.command.symlink_to("Cobblet.app/Contents/Helpers/cobblet")
-        bus = self.start("dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address")
+        bus = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address"],
+                               stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        self.addCleanup(bus.communicate)
+        self.addCleanup(bus.kill)
         self.address = bus.stdout.readline().strip()
         self.environment = {"PATH": os.environ["PATH"], "LANG": "C.UTF-8", "HOME": str(self.folder),
                             "DBUS_SESSION_BUS_ADDRESS": self.address}
 
-    def start(self, *command, **options):
-        process = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True, **options)
-        self.addCleanup(process.communicate)
-        self.addCleanup(process.kill)
-        return process
+    def stand_in(self, respond=answer(0, "", ""), shape="iss", without=None):
+        """Owns the name of the running application; `requests` are what it was asked: method, arguments, data."""
+        self.requests = []
+        flags = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
+        self.bus = Gio.DBusConnection.new_for_address_sync(self.address, flags, None, None)
 
-    def stand_in(self, **answer):
-        """The stand-in process, once it owns the name; requested() is what it was asked."""
-        instance = self.start("/usr/bin/python3", STANDIN, json.dumps(answer), env=self.environment)
-        self.requested = lambda: json.loads(instance.stdout.readline())
-        self.requested()
-        return instance
+        def run(_connection, _sender, _path, _interface, method, parameters, call):
+            *arguments, data = parameters.unpack()
+            self.requests.append((method, [bytes(argument) for given in arguments for argument in given], data))
+            (respond if method == "Run" else answer(signature="()"))(call)
+        shapes = "".join(f'<arg type="{kind}" direction="out"/>' for kind in shape)
+        for interface in Gio.DBusNodeInfo.new_for_xml(INTERFACES % shapes).interfaces:
+            if interface.name != without:
+                self.bus.register_object("/com/vantor/cobblet", interface, run, None, None)
+        self.bus.call_sync("org.freedesktop.DBus", "/", "org.freedesktop.DBus", "RequestName",
+                           GLib.Variant("(su)", ("com.vantor.cobblet", 4)), None, 0, 10000, None)
 
-    def start_command(self, *arguments, **environment):
-        process = subprocess.Popen([self.command, *arguments], env={**self.environment, **environment},
-                                   stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-        self.addCleanup(process.kill)
-        return process
+    def start_command(self, *arguments, stdout=subprocess.PIPE, restore_signals=True, **environment):
+        return subprocess.Popen([self.command, *arguments], env={**self.environment, **environment}, stdout=stdout,
+                                stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, restore_signals=restore_signals)
 
-    def run_command(self, *arguments, stdout=subprocess.PIPE, **options):
-        return subprocess.run([self.command, *arguments], env=self.environment, stdin=subprocess.DEVNULL, stdout=stdout,
-                              stderr=subprocess.PIPE, timeout=60, check=False, **options)
+    def run_command(self, *arguments, **options):
+        """The command's status, output and errors."""
+        with self.start_command(*arguments, **options) as process:
+            output, errors = process.communicate(timeout=60)
+            return process.returncode, output, errors
 
     def assert_becomes_application(self, *arguments, process=None, **environment):
         """What the application says of the variable, the ignored signals and its process."""
-        process = process or self.start_command(*arguments, **environment)
-        output, errors = process.communicate(timeout=60)
+        with process or self.start_command(*arguments, **environment) as process:
+            output, errors = process.communicate(timeout=60)
         self.assertEqual((process.returncode, errors), (3, b""))
         place, startup, ignored, pid, *given, _ = output.split(b"\0")
         self.assertEqual(pathlib.Path(os.fsdecode(place)).resolve(), self.application)
@@ -71,77 +96,72 @@ class Command(unittest.TestCase):
         self.assertEqual((int(ignored, 16), int(pid)), (0, process.pid))
         return startup
 
-    def assert_one_sentence(self, process, status, *words):
-        output, errors = process.communicate(timeout=60)
-        self.assertEqual((process.returncode, output), (status, b""), errors)
-        self.assertRegex(errors.decode(), r"\Acobblet: [^\n]+\n\Z")
-        for word in words:
-            self.assertIn(word, errors.decode())
+    def assert_one_sentence(self, status, words, *arguments):
+        """The command fails, and says a sentence with these words."""
+        result, output, errors = self.run_command(*arguments)
+        self.assertEqual((result, output), (status, b""), errors)
+        self.assertRegex(errors.decode(), rf"\Acobblet: [^\n]*{words}[^\n]*\n\Z")
 
 
 class WithAnInstance(Command):
     def test_arguments_arrive_byte_for_byte_and_the_answer_is_passed_on(self):
-        self.stand_in(status=2, output="Wörk 🧰\nno end", errors="two of them\n")
+        self.stand_in(answer(2, "Wörk 🧰\nno end", "two of them\n"))
         for arguments in (("show", "--", "--help"), ("launch", ""), ("quit", "It's \"$(x)\" `y` \\ *\n\t🧰"),
                           ("show", b"\xff\xfe"), ("show", "x" * 65536)):
             with self.subTest(arguments=str(arguments)[:60]):
-                result = self.run_command(*arguments)
-                self.assertEqual((result.returncode, result.stdout, result.stderr),
-                                 (2, "Wörk 🧰\nno end".encode(), b"two of them\n"))
-                self.assertEqual(self.requested(), {"method": "Run", "data": {}, "arguments":
-                                                    [os.fsencode(argument).hex() for argument in arguments]})
+                self.assertEqual(self.run_command(*arguments), (2, "Wörk 🧰\nno end".encode(), b"two of them\n"))
+                self.assertEqual(self.requests[-1], ("Run", [os.fsencode(argument) for argument in arguments], {}))
 
     def test_the_desktops_tokens_go_along_unless_they_are_none(self):
         self.stand_in()
         told = {"desktop-startup-id": "launch-7_TIME9", "activation-token": "token~1"}
         for startup, token, expected in (("launch-7_TIME9", "token~1", told), ("", b"\xff", {}), ("x" * 5000, "", {})):
             for arguments, method in (((), "Activate"), (("show", "Work"), "Run")):
-                self.start_command(*arguments, DESKTOP_STARTUP_ID=startup, XDG_ACTIVATION_TOKEN=token).communicate()
-                request = self.requested()
-                self.assertEqual((request["method"], request["data"]), (method, expected))
+                self.run_command(*arguments, DESKTOP_STARTUP_ID=startup, XDG_ACTIVATION_TOKEN=token)
+                self.assertEqual(self.requests[-1][::2], (method, expected))
 
     def test_more_text_than_a_name_can_be_is_refused_before_it_is_sent(self):
         self.stand_in()
         for arguments in (("show", "x" * 65537), ("say", *["x" * 65536] * 17)):
-            self.assert_one_sentence(self.start_command(*arguments), 64, "more text")
-        self.run_command("list")
-        self.assertEqual(self.requested()["arguments"], [b"list".hex()])
+            self.assert_one_sentence(64, "more text", *arguments)
+        self.assertEqual(self.requests, [])
 
     def test_what_is_no_answer_is_told(self):
-        for answer, status, word in (
-                ({"error": "org.freedesktop.DBus.Error.AccessDenied"}, 69, "refused: Not today."),
+        def refuse(call):
+            call.return_dbus_error("org.freedesktop.DBus.Error.AccessDenied", "Not today.")
+        for given, status, words in (
+                ({"respond": refuse}, 69, "refused: Not today."),
                 ({"without": "com.vantor.cobblet.CommandLine"}, 69, "another version"),
-                ({"reply": "i"}, 76, "another version"), ({"size": 65 << 20}, 76, "ended the connection")):
-            with self.subTest(answer=answer):
-                instance = self.stand_in(**answer)
-                self.assert_one_sentence(self.start_command("list"), status, word)
-                instance.kill()
-                instance.wait()
-        os.kill(self.stand_in().pid, signal.SIGSTOP)
-        self.assert_one_sentence(self.start_command("list"), 75, "running Cobblet does not answer")
+                ({"respond": answer(7, signature="(i)"), "shape": "i"}, 76, "another version"),
+                ({"respond": answer(0, "x" * (65 << 20), "")}, 76, "ended the connection"),
+                ({"respond": lambda call: None}, 75, "running Cobblet does not answer")):
+            with self.subTest(words):
+                self.stand_in(**given)
+                self.assert_one_sentence(status, words, "list")
+                self.bus.close_sync()
 
     def test_nobody_reading_is_no_failure_and_a_full_disk_is_one(self):
-        self.stand_in(size=1 << 20)
+        self.stand_in(answer(0, "x" * (1 << 20), ""))
         reading, writing = os.pipe()
         os.close(reading)
         with os.fdopen(writing, "wb") as pipe:
             for restore in (True, False):  # with the signal, and with the error in its place
-                result = self.run_command("list", stdout=pipe, restore_signals=restore)
-                self.assertEqual((result.returncode, result.stderr), (-signal.SIGPIPE if restore else 0, b""))
+                self.assertEqual(self.run_command("list", stdout=pipe, restore_signals=restore),
+                                 (-signal.SIGPIPE if restore else 0, None, b""))
         with open("/dev/full", "wb") as full:
-            result = self.run_command("list", stdout=full)
-        self.assertEqual((result.returncode, b"No space left" in result.stderr), (74, True))
+            status, _, errors = self.run_command("list", stdout=full)
+        self.assertEqual((status, b"No space left" in errors), (74, True))
 
     def test_the_bus_is_found_among_several_and_in_the_runtime_folder(self):
         self.stand_in()
         (self.folder / "bus").symlink_to(self.address.split("path=")[1].split(",")[0])
         for address in (f"tcp:host=localhost,port=1;{self.address};autolaunch:", ""):
-            process = self.start_command("list", DBUS_SESSION_BUS_ADDRESS=address, XDG_RUNTIME_DIR=str(self.folder))
-            self.assertEqual((*process.communicate(timeout=60), process.returncode), (b"", b"", 0))
+            self.assertEqual(self.run_command("list", DBUS_SESSION_BUS_ADDRESS=address, XDG_RUNTIME_DIR=str(self.folder)),
+                             (0, b"", b""))
 
     def test_what_a_new_process_does_is_not_asked_of_the_running_one(self):
         self.stand_in()
-        for argument in ("--help", "-h", "--version", "--service"):
+        for argument in ("--help", "--version", "--service"):
             self.assert_becomes_application(argument)
 
 
@@ -171,7 +191,7 @@ class WithoutAnInstance(Command):
         with socket.socket(socket.AF_UNIX) as server:
             server.bind(str(path))
             server.listen(0)
-            self.assert_one_sentence(self.start_command("list"), 75, "session bus does not answer")
+            self.assert_one_sentence(75, "session bus does not answer", "list")
             server.accept()[0].close()
             process = self.start_command("list")
             server.accept()[0].close()
@@ -179,8 +199,8 @@ class WithoutAnInstance(Command):
             # A socket that takes no connection any more.
             with socket.socket(socket.AF_UNIX) as first:
                 first.connect(str(path))
-                self.assert_one_sentence(self.start_command("list"), 75, "bus does not answer")
+                self.assert_one_sentence(75, "bus does not answer", "list")
 
     def test_an_application_that_cannot_be_started_is_said_so(self):
         self.application.chmod(0o644)
-        self.assert_one_sentence(self.start_command("list"), 69, str(self.application), "Permission denied")
+        self.assert_one_sentence(69, f"{self.application}.*Permission denied", "list")

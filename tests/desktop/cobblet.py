@@ -19,15 +19,10 @@ EXECUTABLE = os.environ.get("COBBLET", str(HERE.parents[1] / "build/dev/Cobblet.
 NAME = "com.vantor.cobblet"
 
 # The panel's measures, in points; a point is a pixel here.
-GAP = 8
+GAP, PADDING = 8, 16
 SIDEBAR = 200.5
-PADDING = 16
-CELL = 84
-COLUMN_SPACING = 8
-ROW_SPACING = 18
-ROW_HEIGHT = 103
-ICON = 48
-ICON_CENTRE = 8 + ICON / 2
+COLUMN, LAST_COLUMN = 92, 84  # with and without the space after it
+ICON, ICON_CENTRE = 48, 32
 TOOL_ROW = 46
 
 # Applications that Debian ships without a desktop entry of their own, as (identifier, name, command, WM_CLASS).
@@ -96,9 +91,9 @@ class Home:
         return json.loads(self.groups_file.read_text(encoding="utf-8"))
 
     def environment(self):
-        return {"HOME": str(self.path), "XDG_DATA_HOME": str(self.path / ".local/share"),
-                "XDG_CONFIG_HOME": str(self.path / ".config"), "XDG_CACHE_HOME": str(self.path / ".cache"),
-                "XDG_STATE_HOME": str(self.path / ".local/state"), "XDG_DATA_DIRS": "/usr/local/share:/usr/share"}
+        folders = {"DATA": ".local/share", "CONFIG": ".config", "CACHE": ".cache", "STATE": ".local/state"}
+        return {"HOME": str(self.path), "XDG_DATA_DIRS": "/usr/local/share:/usr/share",
+                **{f"XDG_{kind}_HOME": str(self.path / folder) for kind, folder in folders.items()}}
 
     def remove(self):
         shutil.rmtree(self.path, ignore_errors=True)
@@ -158,7 +153,7 @@ class Cobblet:
         selects the group of a digit."""
         self.desktop.move(2, 2)
         if not self.panel():
-            subprocess.run([EXECUTABLE], env=self.environment, stdin=subprocess.DEVNULL, cwd="/", timeout=10, check=True)
+            subprocess.run([EXECUTABLE], env=self.environment, cwd="/", timeout=10, check=True)
         panel = self.wait_painted()
         if digit:
             self.desktop.key(str(digit), "Control_L")
@@ -173,20 +168,17 @@ class Cobblet:
 
     def wait_group(self, record):
         """Waits for the panel to have the width that a group asks for."""
-        columns = record["popupColumns"]
-        width = columns * CELL + (columns - 1) * COLUMN_SPACING + 2 * PADDING + SIDEBAR
+        width = SIDEBAR + 2 * PADDING + (record["popupColumns"] - 1) * COLUMN + LAST_COLUMN
         self.desktop.wait(lambda: abs(self.wait_panel().rect().width - width) <= 1, f"the group {record['name']}")
 
-    def cell(self, index, columns=3):
-        """The middle of the icon of the application at an index."""
+    def cell(self, index):
+        """The middle of the icon of an application in the first row."""
         panel = self.panel().rect()
-        row, column = divmod(index, columns)
-        return (round(panel.x + SIDEBAR + PADDING + column * (CELL + COLUMN_SPACING) + CELL / 2),
-                round(panel.y + PADDING + row * (ROW_HEIGHT + ROW_SPACING) + ICON_CENTRE))
+        return round(panel.x + SIDEBAR + PADDING + index * COLUMN + LAST_COLUMN / 2), panel.y + PADDING + ICON_CENTRE
 
-    def below_icon(self, index, columns=3):
-        """The strip under an icon in which the running dot is drawn: above the name, as wide as the cell."""
-        x, y = self.cell(index, columns)
+    def below_icon(self, index):
+        """The strip under an icon in which the running dot is drawn, above the name."""
+        x, y = self.cell(index)
         return self.desktop.picture(Rect(x - 20, y + ICON // 2, 40, 10))
 
     def menu(self):

@@ -12,17 +12,14 @@ from desktop import Desktop
 
 
 def serve(desktop, cobblet):
-    """Keeps the desktop until the program or its user ends it, in reach of a VNC viewer where that can be."""
-    display = desktop.environment["DISPLAY"]
-    if shutil.which("x11vnc"):
-        log = desktop.folder / "x11vnc.log"
-        desktop.start(["x11vnc", "-q", "-localhost", "-nopw", "-forever", "-shared", "-autoport", "5900",
-                       "-display", display], log=log)
-        port = desktop.wait(lambda: re.search(r"^PORT=(\d+)", log.read_text(errors="replace"), re.MULTILINE),
-                            "x11vnc", timeout=10)
-        print(f"A VNC viewer on this machine reaches the desktop at localhost:{port[1]}. Ctrl-C ends it.")
-    else:
-        print(f"The desktop is X display {display}. Install x11vnc to see it in a VNC viewer. Ctrl-C ends it.")
+    """Keeps the desktop until the program or its user ends it, in reach of a VNC viewer."""
+    if not shutil.which("x11vnc"):
+        raise RuntimeError("Install x11vnc, which shows the desktop to a VNC viewer.")
+    log = desktop.folder / "x11vnc.log"
+    desktop.start(["x11vnc", "-q", "-localhost", "-nopw", "-forever", "-shared", "-autoport", "5900", "-display",
+                   desktop.environment["DISPLAY"]], log=log)
+    port = desktop.wait(lambda: re.search(r"^PORT=(\d+)", log.read_text(errors="replace"), re.MULTILINE), "x11vnc")
+    print(f"A VNC viewer on this machine reaches the desktop at localhost:{port[1]}. Ctrl-C ends it.")
     sys.stdout.flush()
     cobblet.process.wait()
 

@@ -14,9 +14,9 @@ class OneApplication(CobbletCase):
         super().setUp()
         self.cobblet = self.start()
 
-    def launch(self, index, digit=1, columns=3, name=None):
+    def launch(self, index, digit=1, name=None):
         self.cobblet.show(digit)
-        self.desktop.click(*self.cobblet.cell(index, columns))
+        self.desktop.click(*self.cobblet.cell(index))
         window = self.desktop.wait_window(name or WINDOWS[index])
         self.cobblet.wait_hidden()
         return window
@@ -33,16 +33,6 @@ class OneApplication(CobbletCase):
         self.desktop.wait_focus(calculator)
         self.assertEqual([window.name for window in self.desktop.windows()].count("XCalc"), 1)
 
-    def test_the_running_dot_comes_and_goes_with_the_application(self):
-        self.cobblet.show(1)
-        without = self.cobblet.below_icon(1)
-        self.desktop.start(["xcalc"], environment={**self.cobblet.environment, "GIO_LAUNCHED_DESKTOP_FILE": ""})
-        window = self.desktop.wait_window("XCalc")
-        self.cobblet.show(1)
-        self.desktop.wait(lambda: self.cobblet.below_icon(1) != without, "the dot")
-        window.handle.kill_client()
-        self.desktop.wait(lambda: self.cobblet.below_icon(1) == without, "the dot to go")
-
     def test_an_entry_of_the_context_menu_does_what_it_says(self):
         self.cobblet.show(1)
         self.cobblet.choose(*self.cobblet.cell(1), "Up", button=3)
@@ -56,9 +46,9 @@ class OneApplication(CobbletCase):
         self.assertTrue(self.desktop.holds(lambda: all(window.viewable() for window in windows)))
 
     def test_an_application_that_ignores_the_close_request_stays_listed_until_it_is_forced(self):
-        window = self.launch(0, digit=2, columns=6, name="Stubborn")
+        window = self.launch(0, digit=2, name="Stubborn")
         self.cobblet.show(2)
-        listed = self.cobblet.below_icon(0, columns=6)
+        listed = self.cobblet.below_icon(0)
         self.assertGreater(colours(listed), 1, "the dot is shown")
         with self.desktop.holding("Alt_L"):
             self.cobblet.wait_painted()
@@ -67,7 +57,7 @@ class OneApplication(CobbletCase):
         self.assertTrue(self.desktop.holds(window.viewable))
         self.assertEqual(window.property("_TEST_CLOSE_REQUESTS"), [1])
         self.cobblet.show(2)
-        self.assertEqual(self.cobblet.below_icon(0, columns=6), listed)
+        self.assertEqual(self.cobblet.below_icon(0), listed)
         with self.desktop.holding("Control_L"):
             self.cobblet.wait_painted()
             self.cobblet.click_tool(CLOSE_ALL)

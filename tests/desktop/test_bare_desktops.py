@@ -28,7 +28,8 @@ class Homes(CobbletCase):
         # A file where the home should be: nothing can be made below it, by nobody.
         wall = self.home.path / "wall"
         wall.touch()
-        cobblet = self.start(**{name: str(wall / "home") for name in self.home.environment() if name != "XDG_DATA_DIRS"})
+        homes = [name for name in self.home.environment() if name.endswith("HOME")]
+        cobblet = self.start(**{name: str(wall / "home") for name in homes})
         cobblet.wait_painted()
         cobblet.hide()
         self.assertTrue(cobblet.running())

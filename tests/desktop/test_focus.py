@@ -28,12 +28,6 @@ class Focus(CobbletCase):
         self.cobblet.hide()
         self.desktop.wait_focus(self.terminal)
 
-    def test_a_second_start_opens_the_panel_of_the_first_and_ends_well(self):
-        for _ in range(2):
-            self.cobblet.hide()
-            self.desktop.wait_focus(self.cobblet.show())
-        self.assertTrue(self.cobblet.running())
-
     def test_the_keyboard_alone_opens_an_application(self):
         self.cobblet.show(1)
         for key in ("Right", "Return"):

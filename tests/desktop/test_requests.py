@@ -2,6 +2,7 @@
 desktop asks of an installation."""
 
 import json
+import os
 import pathlib
 import shutil
 import subprocess
@@ -11,9 +12,11 @@ import unittest
 from cobblet import EXECUTABLE, GROUPS, NAME, OTHERS, TOOLS, XCALC, XCLOCK, CobbletCase, Home, bus, call, group, panels
 from desktop import Desktop
 
+SHARED = [f"applications/{NAME}.desktop", f"dbus-1/services/{NAME}.service", "man/man1/cobblet.1",
+          f"gnome-shell/search-providers/{NAME}.search-provider.ini", f"krunner/dbusplugins/{NAME}.desktop",
+          "bash-completion/completions/cobblet", "zsh/site-functions/_cobblet", "fish/vendor_completions.d/cobblet.fish",
+          f"icons/hicolor/scalable/apps/{NAME}.svg", f"icons/hicolor/64x64/apps/{NAME}.png"]
 BUILD = pathlib.Path(EXECUTABLE).resolve().parents[3]
-NOPE = (1, "", "There's no group named “Nope”. It may have been renamed or deleted.\n")
-SEARCH = "/com/vantor/cobblet/SearchProvider", "org.gnome.Shell.SearchProvider2."
 
 
 class WithoutAnInstance(CobbletCase):
@@ -33,10 +36,6 @@ class WithoutAnInstance(CobbletCase):
         self.assertEqual(self.ask("cobblet://quit/My%20Clocks"),
                          (0, f"xclock: {ended}\nxcalc: {ended}\ngone: not running\n", ""))
         self.assertFalse(any(window.viewable() for window in windows))
-
-    def test_a_group_that_is_not_there_starts_nothing(self):
-        for arguments in (["show", "Nope"], ["cobblet://show/Nope"], ["launch", "Nope"]):
-            self.assertEqual(self.ask(*arguments), NOPE)
 
 
 class AnInstance(CobbletCase):
@@ -61,8 +60,8 @@ class AnInstance(CobbletCase):
         cobblet.wait_group(OTHERS)
 
     def test_odd_names_arrive_and_wrong_ones_are_told_of(self):
-        odd = [group(10, "It's \"odd\" $(touch owned) `x`; \\", []), group(11, "🧰 Wörk", []), group(12, "two\nlines", []),
-               group(13, "\x1b[31mRed", []), group(14, "-dash", []), group(15, "Twin", []), group(16, "Twin", [])]
+        odd = [group(10 + index, name, []) for index, name in enumerate(
+            ("It's \"odd\" $(touch owned) `x`; \\", "🧰 Wörk", "two\nlines", "\x1b[31mRed", "-dash", "Twin", "Twin"))]
         self.home.write([TOOLS, *odd])
         alone = [self.ask("list"), self.ask("list", "--json")]
         self.start().wait_painted()
@@ -78,7 +77,9 @@ class AnInstance(CobbletCase):
         status, output, errors = self.ask("launch", "Twin")
         self.assertEqual((status, output), (2, ""))
         self.assertEqual([record["id"] in errors for record in odd], [record["name"] == "Twin" for record in odd])
-        self.assertEqual(self.ask("quit", "Nope"), NOPE)
+        for arguments in (["show", "Nope"], ["cobblet://show/Nope"], ["launch", "Nope"]):
+            self.assertEqual(self.ask(*arguments)[2],
+                             "There's no group named “Nope”. It may have been renamed or deleted.\n")
         for arguments in (["hide", "-dash"], ["show", b"a\xff"], ["cobblet://erase/Tools"]):
             status, output, errors = self.ask(*arguments)
             self.assertEqual((status, output, bool(errors)), (64, "", True), arguments)
@@ -87,12 +88,15 @@ class AnInstance(CobbletCase):
 class Installed(unittest.TestCase):
     """A desktop that knows the program only by what an installation has put there."""
 
+    def install(self, prefix, **environment):
+        return subprocess.run(["cmake", "--install", BUILD, "--prefix", prefix], env={**os.environ, **environment},
+                              capture_output=True, text=True, timeout=120, check=False)
+
     def setUp(self):
-        folder = pathlib.Path(tempfile.mkdtemp(prefix="installed-"))
-        self.addCleanup(shutil.rmtree, folder)
-        prefix = folder / "a prefix"
-        subprocess.run(["cmake", "--install", BUILD, "--prefix", prefix], check=True, timeout=120,
-                       stdout=subprocess.DEVNULL)
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="installed-"))
+        self.addCleanup(shutil.rmtree, self.folder)
+        prefix = self.folder / "odd & far (away)"
+        self.assertEqual(self.install(prefix).returncode, 0)
         self.command = prefix / "bin/cobblet"
         home = Home(GROUPS)
         self.addCleanup(home.remove)
@@ -108,16 +112,31 @@ class Installed(unittest.TestCase):
         return subprocess.run(command, env=self.desktop.environment, stdin=subprocess.DEVNULL, cwd="/", timeout=60,
                               check=True, capture_output=True, text=True).stdout
 
+    def test_everything_is_there_and_names_its_place(self):
+        self.assertEqual(self.install("/usr", DESTDIR=str(self.folder)).returncode, 0)
+        share = self.folder / "usr/share"
+        self.assertEqual([name for name in SHARED if not (share / name).exists()], [])
+        self.assertIn('\nExec="/usr/bin/cobblet" %u\n', (share / SHARED[0]).read_text())
+        self.assertRegex((share / SHARED[1]).read_text(), r'\nExec="/usr/.*/MacOS/cobblet" --service\n')
+        self.assertEqual(self.run_here("desktop-file-validate", share / SHARED[0]), "")
+        self.assertEqual(self.run_here("mandoc", "-Tlint", "-W", "warning", share / SHARED[2]), "")
+        refused = self.install(self.folder / "100%")
+        self.assertNotEqual(refused.returncode, 0)
+        self.assertIn("choose a prefix", refused.stderr, "entries cannot name it")
+
     def test_a_search_starts_it_without_a_panel_and_an_activation_shows_one(self):
-        path, interface = SEARCH
         connection = bus(self.desktop.environment)
-        self.assertIn(TOOLS["id"], str(call(connection, NAME, path, interface + "GetInitialResultSet", "(as)", ["Too"])))
-        self.assertIn("Tools", str(call(connection, NAME, path, interface + "GetResultMetas", "(as)",
-                                        ["show:" + TOOLS["id"]])))
-        self.assertIn(TOOLS["id"], str(call(connection, NAME, "/com/vantor/cobblet/Runner", "org.kde.krunner1.Match", "(s)",
-                                            "Tools")))
+        result = "show:" + TOOLS["id"]
+
+        def search(method, *arguments):
+            return str(call(connection, NAME, "/com/vantor/cobblet/SearchProvider",
+                            f"org.gnome.Shell.SearchProvider2.{method}", *arguments))
+        self.assertIn(result, search("GetInitialResultSet", "(as)", ["Too"]))
+        self.assertIn("Tools", search("GetResultMetas", "(as)", [result]))
+        runner = "/com/vantor/cobblet/Runner"
+        self.assertIn(TOOLS["id"], str(call(connection, NAME, runner, "org.kde.krunner1.Match", "(s)", "Tools")))
         self.assertTrue(self.desktop.holds(lambda: not panels(self.desktop)))
-        call(connection, NAME, path, interface + "ActivateResult", "(sasu)", "show:" + TOOLS["id"], ["Too"], 0)
+        search("ActivateResult", "(sasu)", result, ["Too"], 0)
         self.wait_panel()
         self.desktop.key("Escape")
         self.desktop.wait(lambda: not panels(self.desktop), "the panel to go")

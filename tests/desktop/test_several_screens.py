@@ -17,43 +17,33 @@ def inside(screen, rect):
 
 
 class SeveralScreens(unittest.TestCase):
-    def start(self, desktop, **fields):
-        home = Home([{**TOOLS, **fields}])
-        self.addCleanup(home.remove)
-        cobblet = Cobblet(desktop, home.environment())
-        cobblet.wait_painted()
-        cobblet.show(1)
-        return cobblet
-
-    def dock(self, desktop, screen):
-        return desktop.wait(lambda: next((window.rect() for window in desktop.windows() if window.name == "Tint2"
-                                          and window.viewable() and inside(screen, window.rect())), None),
-                            "the dock of that screen")
-
-    def open(self, cobblet, x, y):
-        """Where the panel is when it was opened with the pointer at a place."""
-        cobblet.hide()
-        cobblet.desktop.move(x, y)
-        cobblet.reopen()
-        return cobblet.wait_painted().rect()
+    def check(self, side, screens, anchor, visits):
+        """Opens the panel with the pointer on a screen, so far from its left side and from its top or, negative, its
+        bottom. The panel must be beside the dock of the screen that is named then."""
+        with self.subTest(side, anchor=anchor), Desktop(dock=side, screens=screens) as desktop:
+            home = Home([{**TOOLS, "popupAnchor": anchor}])
+            self.addCleanup(home.remove)
+            cobblet = Cobblet(desktop, home.environment())
+            cobblet.wait_painted()
+            cobblet.show(1)
+            for pointer, x, y, screen in visits:
+                cobblet.hide()
+                desktop.move(pointer.x + x, (pointer.y if y > 0 else bottom(pointer)) + y)
+                cobblet.reopen()
+                panel = cobblet.wait_painted().rect()
+                self.assertTrue(inside(screen, panel), f"{panel} on {screen}")
+                dock = next(window.rect() for window in desktop.windows() if window.name == "Tint2"
+                            and window.viewable() and inside(screen, window.rect()))
+                gap = {"bottom": dock.y - bottom(panel), "left": panel.x - right(dock), "right": dock.x - right(panel)}
+                self.assertAlmostEqual(gap[side], GAP, delta=1)
+                if anchor == "dockIcon":
+                    self.assertAlmostEqual(panel.x + panel.width / 2, pointer.x + x, delta=1)
 
     def test_the_panel_stands_on_the_main_screen_beside_its_dock_wherever_the_pointer_is(self):
         for side, screens in (("bottom", BESIDE), ("left", BELOW), ("right", BELOW)):
-            with self.subTest(side), Desktop(dock=side, screens=screens) as desktop:
-                cobblet = self.start(desktop)
-                dock = self.dock(desktop, screens[0])
-                for screen in reversed(screens):
-                    panel = self.open(cobblet, screen.x + 300, screen.y + 20)
-                    self.assertTrue(inside(screens[0], panel), f"{panel} on {screens[0]}")
-                    gaps = {"bottom": dock.y - bottom(panel), "left": panel.x - right(dock), "right": dock.x - right(panel)}
-                    self.assertAlmostEqual(gaps[side], GAP, delta=1)
+            main, other = screens
+            self.check(side, screens, "dockCenter", [(other, 300, 20, main), (main, 300, 20, main)])
 
     def test_a_group_that_opens_at_the_click_opens_on_the_screen_whose_dock_was_clicked(self):
-        with Desktop(screens=BESIDE) as desktop:
-            cobblet = self.start(desktop, popupAnchor="dockIcon")
-            for screen, x in ((BESIDE[1], 420), (BESIDE[0], 1700)):
-                dock = self.dock(desktop, screen)
-                panel = self.open(cobblet, x, dock.y + dock.height / 2)
-                self.assertTrue(inside(screen, panel), f"{panel} on {screen}")
-                self.assertAlmostEqual(dock.y - bottom(panel), GAP, delta=1)
-                self.assertAlmostEqual(panel.x + panel.width / 2, x, delta=1)
+        main, other = BESIDE
+        self.check("bottom", BESIDE, "dockIcon", [(other, 420, -26, other), (main, 700, -26, main)])
