@@ -26,7 +26,6 @@ TEST(GroupEncoding, WritesKeysInFieldOrderAndReadsThemAgain)
     const auto group = decodeGroup(QByteArray::fromStdString(full));
     ASSERT_TRUE(group) << group.error().toStdString();
     EXPECT_EQ(group.value().apps[0].name, QStringLiteral(u"Über\t\u0001"));
-    EXPECT_EQ(group.value().iconFill, GroupIconFill::Glass);
     EXPECT_EQ(group.value().popupMaxRows, -2);
     EXPECT_EQ(encodeGroup(group.value()).toStdString(), full);
     EXPECT_EQ(encodeGroups({group.value(), group.value()}).toStdString(), "[" + full + "," + full + "]");

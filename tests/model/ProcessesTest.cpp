@@ -22,17 +22,11 @@ using namespace Qt::StringLiterals;
 /// A list in which every value comes from the number, and whose length changes with it.
 QList<AppGroup> numberedList(int number)
 {
-    QList<AppGroup> list;
-    const auto length = ushort(20 + number % 7);
-    for (ushort g = 0; g < length; ++g) {
-        AppGroup group;
-        group.id = QUuid(uint(number), g, 1, 1, 1, 1, 1, 1, 1, 1, 1);
-        group.name = QString::number(number);
-        for (int a = 0; a < 20; ++a)
-            group.apps.append({group.name, u"app%1.%2"_s.arg(a).arg(number)});
-        list.append(group);
-    }
-    return list;
+    AppGroup group;
+    group.id = QUuid(uint(number), 1, 1, 1, 1, 1, 1, 1, 1, 1, 1);
+    group.name = QString::number(number);
+    group.apps.fill({group.name, group.name}, 400 + number % 7 * 50);
+    return {group};
 }
 
 /// The number that a list was made from; 0 for any other list.

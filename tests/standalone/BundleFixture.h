@@ -91,12 +91,7 @@ protected:
         return names + QDir(agents + u"/.staging"_s).entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot);
     }
 
-    /// The name in the bundle's group; empty where that can't be read.
-    QString builtName() const
-    {
-        const auto config = readAgentGroupConfig(destination);
-        return config ? config.value().group.name : QString();
-    }
+    QString builtName() const { return readAgentGroupConfig(destination).value().group.name; }
 
     QTemporaryDir folder;
     const QString source = folder.filePath(u"Cobblet.app"_s);
