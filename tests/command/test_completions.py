@@ -53,8 +53,8 @@ class Bash(unittest.TestCase):
         process, self.terminal = pty.fork()
         if process == 0:
             os.chdir(self.folder)
-            environment = {"PATH": f"{self.folder}:/usr/bin:/bin", "HOME": str(self.folder), "LANG": "C.UTF-8", "TERM": "xterm"}
-            os.execve("/bin/bash", ["bash", "--norc", "--noprofile", "-i"], environment)
+            os.environ.update(PATH=f"{self.folder}:/usr/bin:/bin", HOME=str(self.folder), LANG="C.UTF-8", TERM="xterm")
+            os.execv("/bin/bash", ["bash", "--norc", "--noprofile", "-i"])
         self.addCleanup(os.waitpid, process, 0)
         self.addCleanup(os.close, self.terminal)
 

@@ -103,7 +103,7 @@ class Desktop:
         self._processes = []
         self.display = None
         # Nothing of a session that this process may be part of, but where the person keeps things.
-        foreign = r"(?!XDG_\w+_(?:HOME|DIRS)$)(?:XDG_|DBUS_|QT_|DISPLAY$|WAYLAND_DISPLAY$|XAUTHORITY$|DESKTOP_STARTUP_ID$)"
+        foreign = r"(?!XDG_\w+_(HOME|DIRS)$)(XDG_|DBUS_|QT_|(WAYLAND_)?DISPLAY$|XAUTHORITY$|DESKTOP_STARTUP_ID$)"
         self.environment = {name: value for name, value in os.environ.items() if not re.match(foreign, name)}
 
     def __enter__(self):
@@ -305,18 +305,10 @@ class Desktop:
         self.wait(above, f"{upper} above {lower}")
 
     def minimise(self, window):
-        self._tell_root(window, "WM_CHANGE_STATE", [3, 0, 0, 0, 0])
-        self.wait(window.minimised, f"{window} to be minimised")
-
-    def activate(self, window):
-        """As a pager does on a person's click."""
-        self._tell_root(window, "_NET_ACTIVE_WINDOW", [2, X.CurrentTime, 0, 0, 0])
-        self.wait_focus(window)
-
-    def _tell_root(self, window, message, values):
-        told = x_event.ClientMessage(window=window.handle, client_type=self.atom(message), data=(32, values))
+        told = x_event.ClientMessage(window=window.handle, client_type=self.atom("WM_CHANGE_STATE"),
+                                     data=(32, [3, 0, 0, 0, 0]))
         self.root.handle.send_event(told, event_mask=X.SubstructureRedirectMask | X.SubstructureNotifyMask)
-        self.display.sync()
+        self.wait(window.minimised, f"{window} to be minimised")
 
     def close_applications(self):
         """Ends every application on this desktop but the dock."""

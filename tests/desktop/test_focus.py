@@ -13,9 +13,13 @@ class Focus(CobbletCase):
         self.cobblet = self.start()
         self.desktop.wait_focus(self.cobblet.wait_painted())
 
-    def test_a_click_on_another_window_hides_the_panel_and_goes_to_that_window(self):
+    def click_terminal(self):
         place = self.terminal.rect()
         self.desktop.click(place.x + 30, place.y + 30)
+        self.desktop.wait_focus(self.terminal)
+
+    def test_a_click_on_another_window_hides_the_panel_and_goes_to_that_window(self):
+        self.click_terminal()
         self.cobblet.wait_hidden()
         self.assertTrue(self.desktop.holds(lambda: self.desktop.focused() == self.terminal))
 
@@ -23,7 +27,7 @@ class Focus(CobbletCase):
         self.cobblet.hide()
         self.desktop.start(["xclock"])
         self.desktop.wait_window("XClock")
-        self.desktop.activate(self.terminal)
+        self.click_terminal()
         self.cobblet.show()
         self.cobblet.hide()
         self.desktop.wait_focus(self.terminal)
