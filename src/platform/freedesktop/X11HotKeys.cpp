@@ -6,7 +6,6 @@
 
 #include <QLoggingCategory>
 
-#include <algorithm>
 #include <utility>
 
 namespace cobblet {

@@ -55,8 +55,7 @@ void AgentApplications::askForOwner(const QString &name, Found found)
 {
     callSessionBus(&m_bus, this, busQuestion("GetConnectionUnixProcessID", {name}),
                    [this, name, found](const QDBusMessage &answer) {
-                       const auto process =
-                           processEntry(answer.arguments().value(0).toLongLong()); // none in an error
+                       const auto process = processEntry(answer.arguments().value(0).toLongLong());
                        if (!process || m_agents.value(name) == *process)
                            return;
                        m_agents.insert(name, *process);

@@ -5,7 +5,6 @@
 #include <QStandardPaths>
 
 #include <algorithm>
-#include <iterator>
 #include <optional>
 #include <tuple>
 
