@@ -2,7 +2,6 @@
 
 #include <QAbstractButton>
 #include <QApplication>
-#include <QFileDialog>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QTemporaryDir>
@@ -13,51 +12,40 @@
 namespace cobblet {
 namespace {
 
-template<class Dialog>
-Dialog *open()
-{
-    return qobject_cast<Dialog *>(QApplication::activeModalWidget());
-}
+using namespace Qt::StringLiterals;
 
 TEST(QtDialogs, AnAlertAnswersWithTheButtonPressedOrNothingWhenCancelled)
 {
-    const Alert alert{
-        .message = QStringLiteral("Import?"),
-        .informativeText = QStringLiteral("<b>Group</b>"),
-        .details = QStringLiteral("Every group"),
-        .buttons = {{QStringLiteral("Replace"), true}, {QStringLiteral("Merge")}, {QStringLiteral("No")}},
-        .defaultButton = 1,
-        .cancelButton = 2};
-    struct Row {
-        const char *what;
-        std::function<void(QMessageBox &)> act;
-        std::optional<int> answer;
-    };
-    const auto press = [](const char *label) {
+    const Alert alert{.message = u"Import?"_s,
+                      .informativeText = u"<b>Group</b>"_s,
+                      .details = u"Every group"_s,
+                      .buttons = {{u"Replace"_s, true}, {u"Merge"_s}, {u"No"_s}},
+                      .defaultButton = 1,
+                      .cancelButton = 2};
+    const auto press = [](const QString &label) {
         return [label](QMessageBox &box) {
             for (QAbstractButton *button : box.buttons())
-                if (button->text() == QLatin1String(label))
+                if (button->text() == label)
                     return button->click();
-            FAIL() << label;
+            FAIL() << label.toStdString();
         };
     };
-    const Row rows[] = {
-        {"the first", press("Replace"), 0},
-        {"the second", press("Merge"), 1},
-        {"the cancel button", press("No"), {}},
-        {"Return", [](QMessageBox &box) { QTest::keyClick(&box, Qt::Key_Return); }, 1},
-        {"Escape", [](QMessageBox &box) { QTest::keyClick(&box, Qt::Key_Escape); }, {}},
-        {"closing", [](QMessageBox &box) { box.close(); }, {}},
+    const std::pair<std::function<void(QMessageBox &)>, std::optional<int>> rows[] = {
+        {press(u"Replace"_s), 0},
+        {press(u"No"_s), {}},
+        {[](QMessageBox &box) { QTest::keyClick(&box, Qt::Key_Return); }, 1},
+        {[](QMessageBox &box) { QTest::keyClick(&box, Qt::Key_Escape); }, {}},
+        {[](QMessageBox &box) { box.close(); }, {}},
     };
     QtDialogs dialogs;
-    for (const Row &row : rows) {
+    for (const auto &[act, answer] : rows) {
         QList<std::optional<int>> answers;
         dialogs.ask(alert, [&](std::optional<int> button) { answers.append(button); });
-        auto *box = open<QMessageBox>();
-        ASSERT_NE(box, nullptr) << row.what;
-        EXPECT_EQ(box->informativeText(), QStringLiteral("&lt;b&gt;Group&lt;/b&gt;"));
-        row.act(*box);
-        EXPECT_EQ(answers, QList<std::optional<int>>{row.answer}) << row.what;
+        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        ASSERT_NE(box, nullptr);
+        EXPECT_EQ(box->informativeText(), u"&lt;b&gt;Group&lt;/b&gt;"_s);
+        act(*box);
+        EXPECT_EQ(answers, QList{answer}) << "row " << &act - &rows[0].first;
         QTest::qWait(0);
     }
 }
@@ -65,28 +53,20 @@ TEST(QtDialogs, AnAlertAnswersWithTheButtonPressedOrNothingWhenCancelled)
 TEST(QtDialogs, AFileIsSavedUnderTheProposedNameOrWithTheSuffix)
 {
     const QTemporaryDir folder;
-    const FileRequest request{.title = QStringLiteral("Export"),
-                              .acceptLabel = QStringLiteral("Save"),
-                              .folder = folder.path(),
-                              .name = QStringLiteral("Backup.json"),
-                              .suffix = QStringLiteral("json")};
-    const std::pair<const char *, const char *> cases[] = {{nullptr, "/Backup.json"}, {"mine", "/mine.json"}};
+    const FileRequest request{
+        .title = u"Export"_s, .folder = folder.path(), .name = u"Backup.json"_s, .suffix = u"json"_s};
     QtDialogs dialogs;
-    for (const auto &[typed, path] : cases) {
+    for (const auto &[typed, name] : {std::pair(u""_s, u"Backup.json"_s), {u"mine"_s, u"mine.json"_s}}) {
         std::optional<QString> saved;
         dialogs.saveFile(request, [&](const std::optional<QString> &chosen) { saved = chosen; });
-        auto *panel = open<QFileDialog>();
+        auto *panel = qobject_cast<QDialog *>(QApplication::activeModalWidget());
         ASSERT_NE(panel, nullptr);
-        if (typed)
-            panel->findChild<QLineEdit *>()->setText(QLatin1String(typed));
-        static_cast<QDialog *>(panel)->accept();
-        EXPECT_EQ(saved, folder.path() + QLatin1String(path));
+        if (!typed.isEmpty())
+            panel->findChild<QLineEdit *>()->setText(typed);
+        panel->accept();
+        EXPECT_EQ(saved, folder.filePath(name));
         QTest::qWait(0);
     }
-    std::optional<QString> saved = QStringLiteral("unanswered");
-    dialogs.saveFile(request, [&](const std::optional<QString> &chosen) { saved = chosen; });
-    open<QFileDialog>()->reject();
-    EXPECT_EQ(saved, std::nullopt);
 }
 
 } // namespace

@@ -1,5 +1,9 @@
 #pragma once
 
+#include "platform/freedesktop/bus/SessionBus.h"
+
+#include <QDBusMessage>
+#include <QDBusVirtualObject>
 #include <QProcess>
 #include <QTest>
 
@@ -7,13 +11,14 @@
 
 namespace cobblet::test {
 
+using namespace Qt::StringLiterals;
+
 /// A session bus of its own, which the environment names for the life of the object.
 class PrivateBus {
 public:
     PrivateBus()
     {
-        m_daemon.start(QStringLiteral("dbus-daemon"),
-                       {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address")});
+        m_daemon.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address"_s});
         EXPECT_TRUE(m_daemon.waitForReadyRead(10'000)) << "dbus-daemon does not start";
         qputenv("DBUS_SESSION_BUS_ADDRESS", m_daemon.readLine().trimmed());
     }
@@ -23,8 +28,6 @@ public:
         m_daemon.waitForFinished();
         qunsetenv("DBUS_SESSION_BUS_ADDRESS");
     }
-    PrivateBus(const PrivateBus &) = delete;
-    PrivateBus &operator=(const PrivateBus &) = delete;
 
 private:
     QProcess m_daemon;
@@ -32,9 +35,34 @@ private:
 
 /// Each test on a bus of its own.
 class PrivateBusTest : public testing::Test {
+protected:
+    static bool becomes(const std::function<bool()> &condition) { return QTest::qWaitFor(condition, 10'000); }
+
 private:
     PrivateBus m_bus;
 };
+
+/// Has a name and an object on the bus, on a connection of its own.
+class BusService : public QDBusVirtualObject {
+public:
+    BusService(const QString &name, const QString &path)
+    {
+        m_bus.connection().registerVirtualObject(path, this, QDBusConnection::SubPath);
+        m_bus.connection().registerService(name);
+    }
+    QString introspect(const QString &) const override { return {}; }
+    void send(const QString &from, const QString &interface, const QString &member, const QVariantList &arguments)
+    {
+        QDBusMessage signal = QDBusMessage::createSignal(from, interface, member);
+        signal.setArguments(arguments);
+        m_bus.connection().send(signal);
+    }
+
+private:
+    SessionBus m_bus;
+};
+
+const QString portalName = u"org.freedesktop.portal.Desktop"_s, portalPath = u"/org/freedesktop/portal/desktop"_s;
 
 #ifdef PLATFORM_HELPER
 /// Another process that has claimed an identifier or tried to.
@@ -43,7 +71,7 @@ public:
     explicit Claimer(const QString &identifier, const QStringList &environment = {})
     {
         m_process.setEnvironment(QProcess::systemEnvironment() + environment);
-        m_process.start(QStringLiteral(PLATFORM_HELPER), {QStringLiteral("claim"), identifier});
+        m_process.start(QStringLiteral(PLATFORM_HELPER), {u"claim"_s, identifier});
     }
     ~Claimer() { end(); }
     void end()

@@ -1,73 +1,48 @@
 #include "platform/XSession.h"
 
-#include <QElapsedTimer>
 #include <QProcessEnvironment>
-#include <QRect>
-#include <QThread>
+#include <QTest>
 
-#include <algorithm>
 #include <csignal>
-#include <cstdlib>
-#include <cstring>
-#include <functional>
 
 #include <sys/prctl.h>
-#include <xcb/shape.h>
 
 namespace cobblet::test {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-template<class T>
-std::unique_ptr<T, decltype(&std::free)> owned(T *reply)
+std::unique_ptr<QProcess> started(const QString &program, const QStringList &arguments)
 {
-    return {reply, &std::free};
-}
-
-bool eventually(const std::function<bool()> &condition)
-{
-    QElapsedTimer clock;
-    for (clock.start(); clock.elapsed() < 10'000; QThread::msleep(10))
-        if (condition())
-            return true;
-    return false;
-}
-
-} // namespace
-
-XSession::XSession() : m_connection(xcb_connect(nullptr, nullptr)) {}
-
-XSession::~XSession()
-{
-    for (const auto &program : m_programs) {
-        program->kill();
-        program->waitForFinished();
-    }
-    stop(m_compositor);
-    stop(m_windowManager);
-    xcb_disconnect(m_connection);
-}
-
-bool XSession::start(std::unique_ptr<QProcess> &process, const QString &program, const QStringList &arguments)
-{
-    process = std::make_unique<QProcess>();
+    auto process = std::make_unique<QProcess>();
     // Its themes and defaults are the machine's, whatever applications the test pretends are installed.
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const char *name : {"XDG_DATA_DIRS", "XDG_CONFIG_DIRS"})
-        environment.remove(QLatin1String(name));
+    environment.remove(u"XDG_DATA_DIRS"_s);
+    environment.remove(u"XDG_CONFIG_DIRS"_s);
     process->setProcessEnvironment(environment);
     // A test that crashes takes its desktop with it.
     process->setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
     process->setStandardErrorFile(QProcess::nullDevice());
     process->setStandardOutputFile(QProcess::nullDevice());
     process->start(program, arguments);
-    return process->waitForStarted(10'000);
+    process->waitForStarted(10'000);
+    return process;
+}
+
+} // namespace
+
+XSession::~XSession()
+{
+    for (auto &program : m_programs)
+        stop(program);
+    stop(m_compositor);
+    stop(m_windowManager);
 }
 
 QProcess &XSession::start(const QString &program, const QStringList &arguments)
 {
-    start(m_programs.emplace_back(), program, arguments);
-    return *m_programs.back();
+    return *m_programs.emplace_back(started(program, arguments));
 }
 
 void XSession::stop(std::unique_ptr<QProcess> &process)
@@ -75,114 +50,79 @@ void XSession::stop(std::unique_ptr<QProcess> &process)
     if (!process)
         return;
     process->terminate();
-    if (!process->waitForFinished(5'000)) {
+    if (!process->waitForFinished(5'000))
         process->kill();
-        process->waitForFinished();
-    }
+    process->waitForFinished();
     process.reset();
 }
 
 bool XSession::startWindowManager()
 {
-    return start(m_windowManager, QStringLiteral("openbox"), {QStringLiteral("--sm-disable")}) &&
-           eventually([this] { // one that ended leaves the root window's property behind
-               const auto check = property(root(), "_NET_SUPPORTING_WM_CHECK");
-               return !check.empty() && property(check[0], "_NET_SUPPORTING_WM_CHECK") == check;
-           }) &&
-           eventually([this] { // it announces itself before it listens: windows mapped in between stay unmanaged
-               const xcb_window_t probe = makeWindow();
-               QThread::msleep(50);
-               const bool managed = !property(probe, "WM_STATE").empty();
-               xcb_destroy_window(m_connection, probe);
-               xcb_flush(m_connection);
-               return managed;
-           });
+    m_windowManager = started(u"openbox"_s, {u"--sm-disable"_s});
+    return QTest::qWaitFor(
+        [this] { // it announces itself before it listens: windows mapped in between stay unmanaged
+            const xcb_window_t probe = makeWindow();
+            QTest::qSleep(50);
+            const bool managed = !property(probe, "WM_STATE").empty();
+            destroy(probe);
+            return managed;
+        },
+        10'000);
 }
 
 bool XSession::startCompositor()
 {
-    return start(m_compositor, QStringLiteral("picom"),
-                 {QStringLiteral("--backend"), QStringLiteral("xrender"), QStringLiteral("--config"),
-                  QStringLiteral("/dev/null")}) &&
-           eventually([this] { return selectionOwned("_NET_WM_CM_S0"); });
-}
-
-bool XSession::selectionOwned(const char *selection)
-{
-    const auto reply =
-        owned(xcb_get_selection_owner_reply(xcb(), xcb_get_selection_owner(xcb(), atom(selection)), nullptr));
-    return reply && reply->owner != XCB_WINDOW_NONE;
-}
-
-xcb_connection_t *XSession::xcb()
-{
-    return m_connection;
-}
-
-xcb_window_t XSession::root()
-{
-    return xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
-}
-
-xcb_atom_t XSession::atom(const char *name)
-{
-    const auto reply = owned(xcb_intern_atom_reply(
-        m_connection, xcb_intern_atom(m_connection, 0, uint16_t(std::strlen(name)), name), nullptr));
-    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
+    m_compositor = started(u"picom"_s, {u"--backend"_s, u"xrender"_s, u"--config"_s, u"/dev/null"_s});
+    return m_compositor->state() == QProcess::Running;
 }
 
 std::vector<uint32_t> XSession::property(xcb_window_t window, const char *name)
 {
-    const auto reply = owned(xcb_get_property_reply(
-        m_connection, xcb_get_property(m_connection, 0, window, atom(name), XCB_GET_PROPERTY_TYPE_ANY, 0, 1024),
-        nullptr));
-    if (!reply || reply->format != 32)
-        return {};
-    const auto *values = static_cast<const uint32_t *>(xcb_get_property_value(reply.get()));
-    return {values, values + xcb_get_property_value_length(reply.get()) / 4};
+    return x11->cardinals(window, x11->atom(name));
 }
 
-bool XSession::hasAtom(xcb_window_t window, const char *name, const char *value)
+bool XSession::hasState(xcb_window_t window, const char *state)
 {
-    const auto values = property(window, name);
-    return std::find(values.begin(), values.end(), atom(value)) != values.end();
+    return std::ranges::count(property(window, "_NET_WM_STATE"), x11->atom(state)) > 0;
 }
 
 xcb_window_t XSession::activeWindow()
 {
-    const auto values = property(root(), "_NET_ACTIVE_WINDOW");
+    const auto values = property(x11->root(), "_NET_ACTIVE_WINDOW");
     return values.empty() ? xcb_window_t(XCB_WINDOW_NONE) : values[0];
 }
 
 xcb_window_t XSession::focus()
 {
-    const auto reply = owned(xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+    const XcbReply<xcb_get_input_focus_reply_t> reply(
+        xcb_get_input_focus_reply(x11->xcb(), xcb_get_input_focus(x11->xcb()), nullptr));
     return reply ? reply->focus : xcb_window_t(XCB_WINDOW_NONE);
 }
 
 QRect XSession::geometry(xcb_window_t window)
 {
-    const auto size = owned(xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, window), nullptr));
-    const auto place = owned(xcb_translate_coordinates_reply(
-        m_connection, xcb_translate_coordinates(m_connection, window, root(), 0, 0), nullptr));
+    xcb_connection_t *xcb = x11->xcb();
+    const XcbReply<xcb_get_geometry_reply_t> size(
+        xcb_get_geometry_reply(xcb, xcb_get_geometry(xcb, window), nullptr));
+    const XcbReply<xcb_translate_coordinates_reply_t> place(
+        xcb_translate_coordinates_reply(xcb, xcb_translate_coordinates(xcb, window, x11->root(), 0, 0), nullptr));
     return size && place ? QRect(place->dst_x, place->dst_y, size->width, size->height) : QRect();
-}
-
-int XSession::shapeRectangles(xcb_window_t window)
-{
-    const auto reply = owned(xcb_shape_get_rectangles_reply(
-        m_connection, xcb_shape_get_rectangles(m_connection, window, XCB_SHAPE_SK_BOUNDING), nullptr));
-    return reply ? int(reply->rectangles_len) : 0;
 }
 
 xcb_window_t XSession::makeWindow()
 {
-    const xcb_window_t window = xcb_generate_id(m_connection);
-    xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, window, root(), 50, 50, 200, 200, 0,
+    const xcb_window_t window = xcb_generate_id(x11->xcb());
+    xcb_create_window(x11->xcb(), XCB_COPY_FROM_PARENT, window, x11->root(), 50, 50, 200, 200, 0,
                       XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
-    xcb_map_window(m_connection, window);
-    xcb_flush(m_connection);
+    xcb_map_window(x11->xcb(), window);
+    x11->flush();
     return window;
+}
+
+void XSession::destroy(xcb_window_t window)
+{
+    xcb_destroy_window(x11->xcb(), window);
+    x11->flush();
 }
 
 } // namespace cobblet::test

@@ -1,6 +1,5 @@
 #include "platform/freedesktop/apps/AgentApplications.h"
 
-#include "platform/freedesktop/bus/SessionBus.h"
 #include "support/FakeDesktop.h"
 
 #include "../PrivateBus.h"
@@ -10,59 +9,43 @@
 namespace cobblet {
 namespace {
 
-const QString agent = QStringLiteral("com.cobblet.agent.8F3A0C52-1B2D-4E6F-9A7B-0C1D2E3F4A5B");
+using namespace Qt::StringLiterals;
 
-class AgentApplicationsTest : public test::PrivateBusTest {
-protected:
-    test::FakeRunningApplications others;
-};
+const QString prefix = u"com.cobblet.agent."_s;
+const QString agent = prefix + u"8F3A0C52-1B2D-4E6F-9A7B-0C1D2E3F4A5B"_s;
+
+using AgentApplicationsTest = test::PrivateBusTest;
 
 TEST_F(AgentApplicationsTest, AgentsAreKnownByTheirNamesOnTheBus)
 {
     test::Claimer before(agent);
-    ASSERT_EQ(before.line(), QStringLiteral("first"));
+    ASSERT_EQ(before.line(), u"first"_s);
     SessionBus bus;
-    AgentApplications applications(others, bus, QStringLiteral("com.cobblet.agent."));
+    test::FakeRunningApplications others;
+    AgentApplications applications(others, bus, prefix);
     QSignalSpy launched(&applications, &RunningApplications::didLaunch);
     QSignalSpy ended(&applications, &RunningApplications::didTerminate);
-    const RunningApplication running{agent, before.pid()};
-    ASSERT_TRUE(QTest::qWaitFor([&] { return applications.runningApplications().contains(running); }, 10'000));
+    const RunningApplication running{agent, before.pid()}, other{u"org.other"_s, 7};
+    ASSERT_TRUE(becomes([&] { return applications.runningApplications().contains(running); }));
     EXPECT_EQ(launched.size(), 0) << "it ran already";
 
     // Windows of agents tell the same again; those of others do not change.
-    const RunningApplication other{QStringLiteral("org.other"), 7};
     others.launch(other);
-    others.launch({agent, before.pid()});
-    EXPECT_EQ(applications.runningApplications(), (QList<RunningApplication>{other, running}));
+    others.launch(running);
+    EXPECT_EQ(applications.runningApplications(), (QList{other, running}));
     EXPECT_EQ(launched.size(), 1);
     applications.forceTerminate(other);
-    EXPECT_EQ(others.calls, QStringList(QStringLiteral("forceTerminate org.other 7")));
+    EXPECT_EQ(others.calls, QStringList(u"forceTerminate org.other 7"_s));
 
     applications.forceTerminate({agent, before.pid() + 1});
-    EXPECT_FALSE(QTest::qWaitFor([&] { return !ended.isEmpty(); }, 200)) << "no such process";
+    EXPECT_FALSE(ended.wait(200)) << "no such process";
     applications.forceTerminate(running);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !ended.isEmpty(); }, 10'000));
-    EXPECT_EQ(ended.takeFirst().first().value<RunningApplication>(), running);
-    EXPECT_EQ(applications.runningApplications(), QList<RunningApplication>{other});
+    ASSERT_TRUE(becomes([&] { return !ended.isEmpty(); }));
+    EXPECT_EQ(applications.runningApplications(), QList{other});
 
-    test::Claimer stranger(QStringLiteral("com.cobblet.agents"));
-    test::Claimer again(agent);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return launched.size() == 2; }, 10'000));
-    EXPECT_EQ(launched.last().first().value<RunningApplication>(), (RunningApplication{agent, again.pid()}));
-    EXPECT_EQ(applications.runningApplications().size(), 2);
-}
-
-TEST(AgentApplicationsWithoutABusTest, AgentsAreKnownAsAnyApplicationIs)
-{
-    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
-    SessionBus bus;
-    test::FakeRunningApplications others;
-    AgentApplications applications(others, bus, QStringLiteral("com.cobblet.agent."));
-    others.launch({agent, 9});
-    EXPECT_EQ(applications.runningApplications(), (QList<RunningApplication>{{agent, 9}}));
-    applications.forceTerminate({agent, 9});
-    EXPECT_EQ(others.calls.size(), 1);
-    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    test::Claimer stranger(u"com.cobblet.agents"_s), again(agent);
+    ASSERT_TRUE(becomes([&] { return launched.size() == 2; }));
+    EXPECT_EQ(applications.runningApplications(), (QList<RunningApplication>{other, {agent, again.pid()}}));
 }
 
 } // namespace

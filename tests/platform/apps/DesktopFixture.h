@@ -2,11 +2,9 @@
 
 #include "support/TemporaryHome.h"
 
-#include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
-#include <QThread>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -14,18 +12,12 @@
 
 namespace cobblet::test {
 
+using namespace Qt::StringLiterals;
+
 /// Runs the event loop until the condition holds; false when it does not within the time.
-inline bool waitFor(const std::function<bool()> &condition, int milliseconds = 2000)
+inline bool waitFor(const std::function<bool()> &condition, int milliseconds = 10'000)
 {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition()) {
-        if (timer.elapsed() > milliseconds)
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        QThread::msleep(2);
-    }
-    return true;
+    return QTest::qWaitFor(condition, milliseconds);
 }
 
 inline void write(const QString &path, const QByteArray &bytes)
@@ -36,40 +28,35 @@ inline void write(const QString &path, const QByteArray &bytes)
     file.write(bytes);
 }
 
-/// A user and a system with no applications but the ones a test writes.
+inline void writeProgram(const QString &path, const QByteArray &script)
+{
+    write(path, "#!/bin/sh\n" + script);
+    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+}
+
+/// A user and a system with no applications but the ones a test writes, on a desktop of a certain name.
 class DesktopFixture : public testing::Test {
 protected:
     DesktopFixture()
     {
-        m_systemBefore = qgetenv("XDG_DATA_DIRS");
-        m_configBefore = qgetenv("XDG_CONFIG_DIRS");
-        m_desktopBefore = qgetenv("XDG_CURRENT_DESKTOP");
-        qputenv("XDG_DATA_DIRS",
-                (home.path(QStringLiteral("system")) + QStringLiteral(":") + home.path(QStringLiteral("vendor")))
-                    .toLocal8Bit());
-        qputenv("XDG_CONFIG_DIRS", home.path(QStringLiteral("etc")).toLocal8Bit());
-        qputenv("XDG_CURRENT_DESKTOP", "GNOME");
+        set("XDG_DATA_DIRS", (home.path(u"system"_s) + u':' + home.path(u"vendor"_s)).toLocal8Bit());
+        set("XDG_CONFIG_DIRS", home.path(u"etc"_s).toLocal8Bit());
+        set("XDG_CURRENT_DESKTOP", "GNOME");
     }
     ~DesktopFixture() override
     {
-        qputenv("XDG_DATA_DIRS", m_systemBefore);
-        qputenv("XDG_CONFIG_DIRS", m_configBefore);
-        qputenv("XDG_CURRENT_DESKTOP", m_desktopBefore);
+        for (const auto &[name, value] : m_before)
+            qputenv(name, value);
     }
 
-    QString user(const QString &id) const
+    /// Sets an environment variable for the time of the test.
+    void set(const char *name, const QByteArray &value)
     {
-        return home.path(QStringLiteral(".local/share/applications/%1.desktop").arg(id));
+        m_before.insert(m_before.begin(), {name, qgetenv(name)});
+        qputenv(name, value);
     }
-    QString system(const QString &id) const
-    {
-        return home.path(QStringLiteral("system/applications/%1.desktop").arg(id));
-    }
-    QString vendor(const QString &id) const
-    {
-        return home.path(QStringLiteral("vendor/applications/%1.desktop").arg(id));
-    }
-
+    QString user(const QString &id) const { return home.path(u".local/share/applications/%1.desktop"_s.arg(id)); }
+    QString system(const QString &id) const { return home.path(u"system/applications/%1.desktop"_s.arg(id)); }
     static QByteArray entry(const QByteArray &name, const QByteArray &exec, const QByteArray &more = {})
     {
         return "[Desktop Entry]\nType=Application\nName=" + name + "\nExec=" + exec + "\n" + more + "\n";
@@ -78,9 +65,7 @@ protected:
     TemporaryHome home;
 
 private:
-    QByteArray m_systemBefore;
-    QByteArray m_configBefore;
-    QByteArray m_desktopBefore;
+    std::vector<std::pair<const char *, QByteArray>> m_before;
 };
 
 } // namespace cobblet::test

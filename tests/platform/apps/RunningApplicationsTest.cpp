@@ -9,9 +9,6 @@
 
 #include <QSignalSpy>
 
-#include <algorithm>
-#include <map>
-
 namespace {
 
 using namespace cobblet;
@@ -21,20 +18,17 @@ class RunningApplicationsTest : public DesktopFixture {
 protected:
     void SetUp() override
     {
-        ASSERT_TRUE(server.isReady());
-        write(system(QStringLiteral("clock")), entry("Clock", "xclock -update 3600", "StartupWMClass=XClock"));
-        write(system(QStringLiteral("term")),
-              entry("Term", "xterm", "StartupWMClass=XTerm\nCategories=TerminalEmulator;"));
-        write(system(QStringLiteral("stubborn")),
-              entry("Stubborn", "/usr/bin/python3 \"" COBBLET_STUBBORN_WINDOW "\""));
-        write(system(QStringLiteral("guest")), entry("Guest", "true", "StartupWMClass=guest"));
+        ASSERT_TRUE(server.x11);
+        write(system(u"clock"_s), entry("Clock", "xclock -update 3600", "StartupWMClass=XClock"));
+        write(system(u"term"_s), entry("Term", "xterm", "StartupWMClass=XTerm\nCategories=TerminalEmulator;"));
+        write(system(u"stubborn"_s), entry("Stubborn", "/usr/bin/python3 \"" COBBLET_STUBBORN_WINDOW "\""));
+        write(system(u"guest"_s), entry("Guest", "true", "StartupWMClass=guest"));
     }
 
     void connectToDesktop(bool windowManager)
     {
         ASSERT_TRUE(!windowManager || server.startWindowManager());
         x11 = X11Connection::open();
-        ASSERT_TRUE(x11);
         windows = std::make_unique<X11Windows>(*x11);
         ASSERT_EQ(windows->hasManager(), windowManager);
         workspace = std::make_unique<FreedesktopWorkspace>(x11.get());
@@ -43,34 +37,31 @@ protected:
 
     QProcess &startClock(const QStringList &more = {})
     {
-        return server.start(QStringLiteral("xclock"),
-                            QStringList{QStringLiteral("-update"), QStringLiteral("3600")} + more);
+        return server.start(u"xclock"_s, QStringList{u"-update"_s, u"3600"_s} + more);
     }
-    int count(const char *id) const
+    QList<RunningApplication> all(const QString &id) const
     {
-        const auto list = running->runningApplications();
-        return int(std::count_if(list.begin(), list.end(),
-                                 [&](const auto &a) { return a.bundleIdentifier == QLatin1String(id); }));
-    }
-    RunningApplication first(const char *id) const
-    {
-        for (const auto &application : running->runningApplications())
-            if (application.bundleIdentifier == QLatin1String(id))
-                return application;
-        return {};
-    }
-    ClientWindow read(xcb_window_t window) const
-    {
-        ClientWindow seen;
-        ClientWindow::read(*x11, window, x11.get(), [&seen](const ClientWindow &read) { seen = read; });
-        x11->awaitReplies();
-        return seen;
-    }
-    std::vector<xcb_window_t> windowsOf(qint64 pid) const
-    {
-        std::vector<xcb_window_t> found = windows->windows();
-        std::erase_if(found, [&](xcb_window_t window) { return read(window).pid != pid; });
+        QList<RunningApplication> found = running->runningApplications();
+        found.removeIf([&](const auto &application) { return application.bundleIdentifier != id; });
         return found;
+    }
+    bool becomes(const QString &id, qsizetype count) const
+    {
+        return waitFor([&] { return all(id).size() == count; });
+    }
+    qint64 pidOf(xcb_window_t window) const
+    {
+        qint64 pid = 0;
+        ClientWindow::read(*x11, window, x11.get(), [&pid](const ClientWindow &read) { pid = read.pid; });
+        x11->awaitReplies();
+        return pid;
+    }
+    xcb_window_t windowOf(qint64 pid) const
+    {
+        for (const xcb_window_t window : windows->windows())
+            if (pidOf(window) == pid)
+                return window;
+        return XCB_WINDOW_NONE;
     }
     bool isIconified(xcb_window_t window) const { return windows->iconified({window}).contains(window); }
 
@@ -84,75 +75,63 @@ protected:
 TEST_F(RunningApplicationsTest, FollowsWhatRunsAndLeavesAloneWhatTheUserIconified)
 {
     startClock(); // before anybody looks
-    {
-        // openbox loses a window that is mapped while it takes over the screen: this one is there before.
-        const auto early = X11Connection::open();
-        ASSERT_TRUE(early);
-        const X11Windows tree(*early);
-        ASSERT_TRUE(waitFor([&] { return tree.windows().size() == 1; }, 15000));
-    }
+    const X11Windows tree(*server.x11);
+    // openbox loses a window that is mapped while it takes over the screen: this one is there before.
+    ASSERT_TRUE(waitFor([&] { return tree.windows().size() == 1; }));
     ASSERT_NO_FATAL_FAILURE(connectToDesktop(true));
-    ASSERT_TRUE(waitFor([&] { return count("clock") == 1; }, 10000));
+    ASSERT_TRUE(becomes(u"clock"_s, 1));
     QSignalSpy launches(running.get(), &RunningApplications::didLaunch);
     QSignalSpy ends(running.get(), &RunningApplications::didTerminate);
 
-    QProcess &term = server.start(QStringLiteral("xterm"), {QStringLiteral("-title"), QStringLiteral("Clock")});
-    ASSERT_TRUE(waitFor([&] { return count("term") == 1; }, 10000));
-    EXPECT_EQ(first("term").processIdentifier, term.processId());
-    EXPECT_EQ(count("clock"), 1) << "a title decides nothing";
+    QProcess &term = server.start(u"xterm"_s, {u"-title"_s, u"Clock"_s});
+    const RunningApplication first{u"term"_s, term.processId()};
+    ASSERT_TRUE(becomes(u"term"_s, 1));
+    EXPECT_EQ(all(u"term"_s), QList{first});
+    EXPECT_EQ(all(u"clock"_s).size(), 1) << "a title decides nothing";
     EXPECT_EQ(launches.count(), 1);
-    QProcess &second = server.start(QStringLiteral("xterm"));
-    ASSERT_TRUE(waitFor([&] { return count("term") == 2; }, 10000)) << "each process is an application of its own";
-
-    const RunningApplication clock = first("clock");
-    const std::vector<xcb_window_t> face = windowsOf(clock.processIdentifier);
-    ASSERT_EQ(face.size(), 1u);
-    // Iconified by the user: no business of unhide(), but of unminimize.
-    x11->sendToRoot(face[0], x11->atom("WM_CHANGE_STATE"), {3});
-    EXPECT_TRUE(waitFor([&] { return isIconified(face[0]); }));
-    EXPECT_EQ(count("clock"), 1);
-    running->unhide(clock);
-    EXPECT_FALSE(waitFor([&] { return !isIconified(face[0]); }, 300));
-    running->unminimizeWindows(clock);
-    EXPECT_TRUE(waitFor([&] { return !isIconified(face[0]); }));
-
-    running->forceTerminate({QStringLiteral("term"), second.processId()});
-    EXPECT_TRUE(waitFor([&] { return count("term") == 1; }));
+    QProcess &second = server.start(u"xterm"_s);
+    ASSERT_TRUE(becomes(u"term"_s, 2)) << "each process is an application of its own";
+    running->forceTerminate({u"term"_s, second.processId()});
+    EXPECT_TRUE(becomes(u"term"_s, 1));
     EXPECT_EQ(ends.count(), 1);
-    EXPECT_EQ(first("term").processIdentifier, term.processId());
+    EXPECT_EQ(all(u"term"_s), QList{first});
+
+    // Iconified by the user: no business of unhide(), but of unminimize.
+    const RunningApplication clock = all(u"clock"_s).first();
+    const xcb_window_t face = windowOf(clock.processIdentifier);
+    x11->sendToRoot(face, x11->atom("WM_CHANGE_STATE"), {3});
+    EXPECT_TRUE(waitFor([&] { return isIconified(face); }));
+    EXPECT_EQ(all(u"clock"_s).size(), 1);
+    running->unhide(clock);
+    EXPECT_FALSE(waitFor([&] { return !isIconified(face); }, 300));
+    running->unminimizeWindows(clock);
+    EXPECT_TRUE(waitFor([&] { return !isIconified(face); }));
+
+    // A class that comes late moves the window.
+    const char late[] = "guest\0Guest";
+    xcb_change_property(x11->xcb(), XCB_PROP_MODE_REPLACE, face, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8, sizeof late,
+                        late);
+    x11->flush();
+    EXPECT_TRUE(becomes(u"guest"_s, 1));
+    EXPECT_TRUE(becomes(u"clock"_s, 0));
 }
 
 TEST_F(RunningApplicationsTest, KillingOneOfTwoApplicationsInAProcessLeavesTheOther)
 {
     ASSERT_NO_FATAL_FAILURE(connectToDesktop(true));
-    QProcess &shared = server.start(QStringLiteral("/usr/bin/python3"),
-                                    {QStringLiteral(COBBLET_STUBBORN_WINDOW), QStringLiteral("guest")});
-    ASSERT_TRUE(waitFor([&] { return count("guest") == 1 && count("stubborn") == 1; }, 10000));
-    EXPECT_EQ(count("term"), 0) << "they are only titled like one";
-    running->forceTerminate(first("guest"));
+    QProcess &shared = server.start(u"/usr/bin/python3"_s, {QStringLiteral(COBBLET_STUBBORN_WINDOW), u"guest"_s});
+    ASSERT_TRUE(becomes(u"guest"_s, 1) && becomes(u"stubborn"_s, 1));
+    EXPECT_EQ(all(u"term"_s).size(), 0) << "they are only titled like one";
+    running->forceTerminate(all(u"guest"_s).first());
     EXPECT_FALSE(waitFor([&] { return shared.state() == QProcess::NotRunning; }, 500));
-    EXPECT_EQ(count("stubborn"), 1);
-}
-
-TEST_F(RunningApplicationsTest, AClassThatComesLateMovesTheWindow)
-{
-    ASSERT_NO_FATAL_FAILURE(connectToDesktop(true));
-    QProcess &clock = startClock({QStringLiteral("-name"), QStringLiteral("clock-face")});
-    ASSERT_TRUE(waitFor([&] { return count("clock") == 1; }, 10000));
-    const xcb_window_t window = windowsOf(clock.processId()).front();
-    const char late[] = "guest\0Guest";
-    xcb_change_property(x11->xcb(), XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8, sizeof late,
-                        late);
-    x11->flush();
-    EXPECT_TRUE(waitFor([&] { return count("guest") == 1 && count("clock") == 0; }));
+    EXPECT_EQ(all(u"stubborn"_s).size(), 1);
 }
 
 TEST_F(RunningApplicationsTest, WhatIsLaunchedBecomesOneApplicationWithItsWindow)
 {
-    // A wrapper that stays: the window comes from its child. What is launched gets this process's first
-    // environment, which knows another display.
-    QFile::remove(system(QStringLiteral("clock")));
-    write(system(QStringLiteral("wrapper")),
+    // A wrapper that stays: the window comes from its child. It gets this process's first environment.
+    QFile::remove(system(u"clock"_s));
+    write(system(u"wrapper"_s),
           entry("Wrapper", "env DISPLAY=" + qgetenv("DISPLAY") + " sh -c \"xclock -update 3600; true\"",
                 "StartupWMClass=XClock"));
     ASSERT_NO_FATAL_FAILURE(connectToDesktop(true));
@@ -161,18 +140,18 @@ TEST_F(RunningApplicationsTest, WhatIsLaunchedBecomesOneApplicationWithItsWindow
     for (const bool force : {false, true}) {
         launches.clear();
         ends.clear();
-        workspace->open(QStringLiteral("wrapper"));
-        EXPECT_EQ(count("wrapper"), 1) << "it runs from the launch on";
-        const RunningApplication application = first("wrapper");
-        EXPECT_FALSE(running->lacksWindows(application)) << "it is only starting";
-        ASSERT_TRUE(waitFor([&] { return windows->windows().size() == 1; }, 10000));
-        EXPECT_FALSE(waitFor([&] { return count("wrapper") != 1; }, 300));
-        EXPECT_EQ(first("wrapper"), application);
-        const qint64 child = read(windows->windows().front()).pid;
-        EXPECT_NE(child, application.processIdentifier);
-        force ? running->forceTerminate(application) : running->terminate(application);
-        EXPECT_TRUE(waitFor([&] { return count("wrapper") == 0; }));
-        EXPECT_TRUE(waitFor([&] { return !processEntry(child) && !processEntry(application.processIdentifier); }));
+        workspace->open(u"wrapper"_s);
+        const auto launched = all(u"wrapper"_s);
+        ASSERT_EQ(launched.size(), 1) << "it runs from the launch on";
+        EXPECT_FALSE(running->lacksWindows(launched[0])) << "it is only starting";
+        ASSERT_TRUE(waitFor([&] { return windows->windows().size() == 1; }));
+        EXPECT_FALSE(waitFor([&] { return all(u"wrapper"_s).size() != 1; }, 300));
+        EXPECT_EQ(all(u"wrapper"_s), launched);
+        const qint64 child = pidOf(windows->windows().front());
+        EXPECT_NE(child, launched[0].processIdentifier);
+        force ? running->forceTerminate(launched[0]) : running->terminate(launched[0]);
+        EXPECT_TRUE(becomes(u"wrapper"_s, 0));
+        EXPECT_TRUE(waitFor([&] { return !processEntry(child) && !processEntry(launched[0].processIdentifier); }));
         EXPECT_EQ(launches.count(), 1);
         EXPECT_EQ(ends.count(), 1);
     }
@@ -182,48 +161,46 @@ TEST_F(RunningApplicationsTest, WorksWithoutAWindowManagerAndWithOneThatComesLat
 {
     ASSERT_NO_FATAL_FAILURE(connectToDesktop(false));
     startClock();
-    ASSERT_TRUE(waitFor([&] { return count("clock") == 1; }, 10000));
-    const RunningApplication clock = first("clock");
-    const xcb_window_t face = windowsOf(clock.processIdentifier).front();
+    ASSERT_TRUE(becomes(u"clock"_s, 1));
+    const RunningApplication clock = all(u"clock"_s).first();
+    const xcb_window_t face = windowOf(clock.processIdentifier);
     running->hide(clock);
     EXPECT_TRUE(waitFor([&] { return isIconified(face); }));
     running->unhide(clock);
     running->activate(clock);
     EXPECT_TRUE(waitFor([&] { return !isIconified(face); }));
 
-    server.start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
-    server.start(QStringLiteral("xterm"));
-    EXPECT_TRUE(waitFor([&] { return count("term") == 1; }, 15000));
-    EXPECT_TRUE(waitFor([&] { return count("clock") == 1; }));
+    server.start(u"openbox"_s, {u"--sm-disable"_s});
+    server.start(u"xterm"_s);
+    EXPECT_TRUE(becomes(u"term"_s, 1));
+    EXPECT_TRUE(becomes(u"clock"_s, 1));
     running->terminate(clock);
-    EXPECT_TRUE(waitFor([&] { return count("clock") == 0; }));
+    EXPECT_TRUE(becomes(u"clock"_s, 0));
 }
 
 TEST_F(RunningApplicationsTest, TheDesktopHearsAMessageAboutALaunchInPieces)
 {
     const auto here = X11Connection::open();
-    const auto desktop = X11Connection::open();
-    ASSERT_TRUE(here && desktop);
-    desktop->select(desktop->root(), XCB_EVENT_MASK_PROPERTY_CHANGE);
-    desktop->cardinals(desktop->root(), XCB_ATOM_WM_NAME); // the server has read the request by now
-    QHash<xcb_window_t, QByteArray> heard;
-    QObject::connect(desktop.get(), &X11Connection::eventArrived, [&](const xcb_generic_event_t *event) {
+    X11Connection &desktop = *server.x11;
+    desktop.select(desktop.root(), XCB_EVENT_MASK_PROPERTY_CHANGE);
+    desktop.cardinals(desktop.root(), XCB_ATOM_WM_NAME); // the server has read the request by now
+    QByteArray heard;
+    QObject::connect(&desktop, &X11Connection::eventArrived, [&](const xcb_generic_event_t *event) {
         const auto *message = reinterpret_cast<const xcb_client_message_event_t *>(event);
         if ((event->response_type & 0x7f) != XCB_CLIENT_MESSAGE)
             return;
-        const bool begins = message->type == desktop->atom("_NET_STARTUP_INFO_BEGIN");
-        EXPECT_EQ(begins, !heard.contains(message->window));
-        heard[message->window] += QByteArray(reinterpret_cast<const char *>(message->data.data8), 20);
+        EXPECT_EQ(message->type == desktop.atom("_NET_STARTUP_INFO_BEGIN"), heard.isEmpty());
+        heard += QByteArray(reinterpret_cast<const char *>(message->data.data8), 20);
     });
     StartupNotification startup(here.get());
     for (const int size : {0, 4, 5, 45}) { // of 20 bytes, as a piece is, at 5
         heard.clear();
-        startup.remove(QString(size, u'x') + QStringLiteral("\n\""));
-        ASSERT_TRUE(waitFor([&] { return heard.size() == 1 && heard.begin()->endsWith('\0'); }, 5000)) << size;
-        EXPECT_EQ(QByteArray(heard.begin()->constData()), "remove: ID=\"" + QByteArray(size, 'x') + "\\\"\"");
+        startup.remove(QString(size, u'x') + u"\n\""_s);
+        ASSERT_TRUE(waitFor([&] { return heard.endsWith('\0'); })) << size;
+        EXPECT_EQ(QByteArray(heard.constData()), "remove: ID=\"" + QByteArray(size, 'x') + "\\\"\"");
     }
     EXPECT_GT(StartupNotification::timeOf(startup.mint()), 0u) << "the server's clock";
-    EXPECT_EQ(StartupNotification::timeOf(QStringLiteral("a_TIME1_TIMEx")), 0u);
+    EXPECT_EQ(StartupNotification::timeOf(u"a_TIME1_TIMEx"_s), 0u);
 }
 
 } // namespace
