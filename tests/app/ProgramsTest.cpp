@@ -11,24 +11,17 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
-
-inline void PrintTo(const QStringList &list, std::ostream *out)
-{
-    *out << list.join(QStringLiteral(", ")).toStdString();
-}
-
 namespace cobblet {
 namespace {
 
+using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-class FakeIntentsHost : public IntentsHost {
+class FakeIntentsHost : public test::Fake<IntentsHost> {
 public:
     explicit FakeIntentsHost(test::Log &log) : m_log(log) {}
-    Availability availability() const override { return {}; }
-    void serve(IntentRequests &) override { m_log.append(QStringLiteral("serve")); }
-    void stop() override { m_log.append(QStringLiteral("stop")); }
+    void serve(IntentRequests &) override { m_log.append(u"serve"_s); }
+    void stop() override { m_log.append(u"stop"_s); }
     void groupsChanged() override {}
 
 private:
@@ -38,103 +31,83 @@ private:
 /// Notes when a program first takes what it takes in a certain order, or only in one of the two programs.
 class FakePlatform : public Platform {
 public:
-    explicit FakePlatform(QString folder) : m_folder(std::move(folder)) {}
-
-    QString applicationSupportFolder() const override { return m_folder; }
+    QString applicationSupportFolder() const override { return home.path(u"Cobblet"_s); }
     Instance &instance() override { return theInstance; }
-    IntentsHost &intentsHost() override { return m_intents; }
+    IntentsHost &intentsHost() override { return intents; }
     Scheduler &scheduler() override { return clock; }
-    UserDefaults &standardDefaults() override { return m_standard; }
-    UserDefaults &sharedDefaults() override { return m_shared; }
-    DistributedNotifications &distributedNotifications() override { return m_distributed; }
-    Appearance &appearance() override { return m_appearance; }
-    Screens &screens() override { return m_screens; }
-    Workspace &workspace() override { return m_workspace; }
-    RunningApplications &runningApplications() override { return m_running; }
-    WindowAccess &windowAccess() override { return m_windowAccess; }
+    UserDefaults &standardDefaults() override { return standard; }
+    UserDefaults &sharedDefaults() override { return shared; }
+    DistributedNotifications &distributedNotifications() override { return distributed; }
+    Appearance &appearance() override { return theAppearance; }
+    Screens &screens() override { return theScreens; }
+    Workspace &workspace() override { return theWorkspace; }
+    RunningApplications &runningApplications() override { return running; }
+    WindowAccess &windowAccess() override { return access; }
     LaunchRegistry &launchRegistry() override { qFatal("no agent is built here"); }
     BundleTools bundleTools() const override { return {}; }
-    Dialogs &dialogs() override { return m_dialogs; }
-    Pasteboard &pasteboard() override { return m_pasteboard; }
-    Menus &menus() override { return m_menus; }
+    Dialogs &dialogs() override { return theDialogs; }
+    Pasteboard &pasteboard() override { return thePasteboard; }
+    Menus &menus() override { return theMenus; }
     DockTile &dockTile() override { return tile; }
     HotKeys &hotKeys() override
     {
-        log.append(QStringLiteral("hot keys"));
+        log.append(u"hot keys"_s);
         return keys;
     }
     std::unique_ptr<StatusItem> makeStatusItem() override
     {
-        log.append(QStringLiteral("status item"));
+        log.append(u"status item"_s);
         return std::make_unique<test::FakeStatusItem>();
     }
     std::unique_ptr<PanelSurface> makePanelSurface(QWindow &, double) override
     {
-        log.append(QStringLiteral("panel"));
+        log.append(u"panel"_s);
         auto made = std::make_unique<test::FakePanelSurface>();
         surface = made.get();
         return made;
     }
     void releaseMemory() override {}
 
+    test::TemporaryHome home;
     test::Log log;
     test::VirtualScheduler clock;
     test::FakeInstance theInstance;
+    FakeIntentsHost intents{log};
+    test::FakeDefaults standard, shared;
+    test::FakeDistributedNotifications distributed;
+    test::FakeAppearance theAppearance;
+    test::FakeScreens theScreens;
+    test::FakeWorkspace theWorkspace;
+    test::FakeRunningApplications running;
+    test::FakeWindowAccess access;
+    test::FakeDialogs theDialogs;
+    test::FakePasteboard thePasteboard;
+    test::FakeMenus theMenus;
     test::FakeDockTile tile;
     test::FakeHotKeys keys;
     test::FakePanelSurface *surface = nullptr; ///< null before it is made
-
-private:
-    const QString m_folder;
-    FakeIntentsHost m_intents{log};
-    test::FakeDefaults m_standard, m_shared;
-    test::FakeDistributedNotifications m_distributed;
-    test::FakeAppearance m_appearance;
-    test::FakeScreens m_screens;
-    test::FakeWorkspace m_workspace;
-    test::FakeRunningApplications m_running;
-    test::FakeWindowAccess m_windowAccess;
-    test::FakeDialogs m_dialogs;
-    test::FakePasteboard m_pasteboard;
-    test::FakeMenus m_menus;
 };
 
-class ProgramsTest : public testing::Test {
-protected:
-    test::TemporaryHome home;
+struct ProgramsTest : testing::Test {
     Bundle bundle;
-    CommandLine request;
-    FakePlatform platform{home.path(QStringLiteral("Cobblet"))};
+    FakePlatform platform;
 };
 
 TEST_F(ProgramsTest, CobbletStartsInOrderThenShowsThePanelAndOnlyThenAnswersOthers)
 {
     {
-        MainProgram program(bundle, platform, request);
+        MainProgram program(bundle, platform, CommandLine());
         program.start();
-        EXPECT_EQ(platform.log,
-                  (QStringList{QStringLiteral("status item"), QStringLiteral("panel"), QStringLiteral("hot keys")}));
+        EXPECT_EQ(platform.log, (QStringList{u"status item"_s, u"panel"_s, u"hot keys"_s}));
         EXPECT_EQ(platform.keys.held.size(), 9);
         EXPECT_FALSE(platform.surface->visible) << "not before the event loop runs";
         platform.clock.advance(0ms);
         EXPECT_TRUE(platform.surface->visible);
         EXPECT_EQ(platform.tile.activations, 1);
-        EXPECT_EQ(platform.log.last(), QStringLiteral("serve"));
+        EXPECT_EQ(platform.log.last(), u"serve"_s);
     }
-    EXPECT_EQ(platform.log.last(), QStringLiteral("stop")) << "who still asks gets an error instead of no answer";
+    EXPECT_EQ(platform.log.last(), u"stop"_s) << "who still asks gets an error instead of no answer";
     EXPECT_TRUE(platform.keys.held.isEmpty());
-}
-
-TEST_F(ProgramsTest, StartedAsAServiceCobbletIsReadyAndShowsNothingUntilItIsAsked)
-{
-    request.verb = CommandLine::Verb::Service;
-    MainProgram program(bundle, platform, request);
-    program.start();
-    platform.clock.advance(1s);
-    ASSERT_TRUE(platform.surface);
-    EXPECT_FALSE(platform.surface->visible);
-    platform.theInstance.sendReopen();
-    EXPECT_TRUE(platform.surface->visible);
 }
 
 TEST_F(ProgramsTest, AnAgentHasAMenuInTheDockAndNoneOfCobbletsEntries)
@@ -142,7 +115,7 @@ TEST_F(ProgramsTest, AnAgentHasAMenuInTheDockAndNoneOfCobbletsEntries)
     bundle.identifier = identifier::agentPrefix + uuidText(QUuid::createUuid());
     AgentProgram program(bundle, platform);
     program.start();
-    EXPECT_EQ(platform.log, QStringList(QStringLiteral("panel")));
+    EXPECT_EQ(platform.log, QStringList(u"panel"_s));
     EXPECT_TRUE(platform.tile.menu);
     platform.clock.advance(0ms);
     EXPECT_TRUE(platform.surface->visible);

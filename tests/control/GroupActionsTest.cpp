@@ -195,7 +195,7 @@ TEST_F(GroupReportsTest, AQuitEndsWithTheLastApplicationOrAfterFiveSeconds)
 TEST_F(GroupReportsTest, SaysWhyApplicationsCannotBeReached)
 {
     run("started.here", 1);
-    running.seen = Availability::partly(u"No display."_s);
+    running.available = Availability::partly(u"No display."_s);
     reports->hide(items({"started.here"}), noting());
     EXPECT_EQ(told.takeFirst(), u"STARTED.HERE failed: No display."_s);
     reports->quit(items({"started.here", "b"}), noting());

@@ -8,11 +8,15 @@
 namespace cobblet {
 namespace {
 
+using namespace Qt::StringLiterals;
 using Verb = CommandLine::Verb;
 
 class CommandLineTest : public test::IntentTest {
 protected:
-    static QStringList words(const char *line) { return text(line).split(QLatin1Char(' '), Qt::SkipEmptyParts); }
+    static CommandLine parsed(const char *line)
+    {
+        return CommandLine::parse(text(line).split(u' ', Qt::SkipEmptyParts));
+    }
 };
 
 TEST_F(CommandLineTest, UnderstandsCommandsOptionsAndNamesOfSeveralWords)
@@ -27,132 +31,102 @@ TEST_F(CommandLineTest, UnderstandsCommandsOptionsAndNamesOfSeveralWords)
           Row{"-h", Verb::Help, ""}, Row{"launch Work --help", Verb::Help, ""}, Row{"show Work", Verb::Show, "Work"},
           Row{"launch My Work", Verb::Launch, "My Work"}, Row{"quit -- --help", Verb::Quit, "--help"},
           Row{"hide My -- -x -- y", Verb::Hide, "My -x -- y"}, Row{"show -", Verb::Show, "-"},
-          Row{"show show", Verb::Show, "show"}, Row{"list", Verb::List, ""}, Row{"list --json", Verb::ListJson, ""},
+          Row{"list", Verb::List, ""}, Row{"list --json", Verb::ListJson, ""},
           Row{"say Go to Work group in Cobblet", Verb::Say, "Go to Work group in Cobblet"},
           Row{"cobblet://show/Work", Verb::Open, "cobblet://show/Work"},
-          Row{"show", Verb::Invalid, "“show” needs the name or id of a group."},
           Row{"show --", Verb::Invalid, "“show” needs the name or id of a group."},
           Row{"say", Verb::Invalid, "“say” needs a phrase, such as “Launch Work group in Cobblet”."}})
-        EXPECT_EQ(CommandLine::parse(words(row.line)), (CommandLine{row.verb, text(row.text)})) << row.line;
+        EXPECT_EQ(parsed(row.line), (CommandLine{row.verb, text(row.text)})) << row.line;
     for (const auto &[line, word] : {std::pair("show -x Work", "-x"),
-                                     {"dance", "dance"},
                                      {"SHOW Work", "SHOW"},
                                      {"-- show Work", "--"},
-                                     {"list all", "all"},
                                      {"list --json all", "all"},
                                      {"--version now", "now"},
                                      {"cobblet://show/a b", "b"},
                                      {"http://show/a", "http://show/a"}})
-        EXPECT_EQ(CommandLine::parse(words(line)),
-                  (CommandLine{Verb::Invalid, text("“%1” is not understood.").arg(text(word))}));
+        EXPECT_EQ(parsed(line), (CommandLine{Verb::Invalid, u"“%1” is not understood."_s.arg(text(word))}));
 
-    EXPECT_EQ(CommandLine::parse(QStringList{text("show"), text("  ")}).verb, Verb::Invalid);
-    EXPECT_EQ(CommandLine::parse(QByteArrayList{"show", "Caf\xc3\xa9"}).text, text("Café"));
+    EXPECT_EQ(CommandLine::parse(QStringList{u"show"_s, u"  "_s}).verb, Verb::Invalid);
+    EXPECT_EQ(CommandLine::parse(QByteArrayList{"show", "Caf\xc3\xa9"}).text, u"Café"_s);
     for (const char *bytes : {"Caf\xe9", "\xf0\x9f\xa7", "\xed\xa0\x80"})
         EXPECT_EQ(CommandLine::parse(QByteArrayList{"show", bytes}),
-                  (CommandLine{Verb::Invalid, text("argument 2 is no text in UTF-8.")}));
+                  (CommandLine{Verb::Invalid, u"argument 2 is no text in UTF-8."_s}));
 }
 
 TEST_F(CommandLineTest, KnowsWhichRequestsNeedThePanel)
 {
-    struct Row {
-        const char *line;
-        bool panel;
-        const char *group;
-    };
-    for (const Row &row :
-         {Row{"", true, nullptr}, Row{"--service", true, nullptr}, Row{"show Work", true, "Work"},
-          Row{"cobblet://show/My%20Work", true, "My Work"}, Row{"say show Work group in Cobblet", true, "Work"},
-          Row{"say stop Work group in Cobblet", false, nullptr}, Row{"say gibberish", false, nullptr},
-          Row{"cobblet://quit/Work", false, nullptr}, Row{"cobblet://x", false, nullptr},
-          Row{"launch Work", false, nullptr}, Row{"list", false, nullptr}}) {
-        const CommandLine line = CommandLine::parse(words(row.line));
-        EXPECT_EQ(line.needsPanel(), row.panel) << row.line;
-        EXPECT_EQ(line.groupToShow(), row.group ? std::optional(text(row.group)) : std::nullopt) << row.line;
+    for (const auto &[line, group] : {std::pair("", ""),
+                                      {"--service", ""},
+                                      {"show Work", "Work"},
+                                      {"cobblet://show/My%20Work", "My Work"},
+                                      {"say show Work group in Cobblet", "Work"}}) {
+        EXPECT_TRUE(parsed(line).needsPanel()) << line;
+        EXPECT_EQ(parsed(line).groupToShow().value_or(QString()), text(group)) << line;
     }
+    for (const char *line : {"say stop Work group in Cobblet", "cobblet://quit/Work", "cobblet://x", "list"})
+        EXPECT_FALSE(parsed(line).needsPanel() || parsed(line).groupToShow()) << line;
 }
 
 TEST_F(CommandLineTest, AnswersWithAStatusForEachKindOfEnd)
 {
-    setGroups({text("Work"), text("Twin"), text("Twin"), text("Empty"), text("Ev\nil\x1b[2J")});
-    config.removeApp(text("a"), id(4));
+    setGroups({u"Work"_s, u"Twin"_s, u"Twin"_s, u"Empty"_s});
+    config.removeApp(u"a"_s, id(4));
     struct Row {
-        const char *line;
+        QString line;
         int status;
-        QString output;
-        QString errors; ///< what they begin with
+        QString output, errors;
     };
-    const QString missing = text("There's no group named “%1”. It may have been renamed or deleted.\n");
+    const QString missing = u"There's no group named “%1”. It may have been renamed or deleted.\n"_s;
+    const QString twins = u"There are 2 groups named “Twin”. Use an id:\n%1 💼 Twin\n%2 💼 Twin\n"_s;
     for (const Row &row :
-         {Row{"launch Work", 0, text("Editor: launched\n"), {}},
-          Row{"hide Work", 0, text("Editor: not running\n"), {}}, Row{"show Work", 0, {}, {}},
-          Row{"quit Empty", 0, {}, {}},
-          Row{"say fire up Work group in Cobblet", 0, text("Launching Work.\nEditor: launched\n"), {}},
-          Row{"say show Work group in Cobblet", 0, {}, {}},
-          Row{"cobblet://launch/work", 0, text("Editor: launched\n"), {}},
-          Row{"--version", 0, text("Cobblet 1.2.3\n"), {}}, Row{"--service", 0, {}, {}},
-          Row{"show Nope", 1, {}, missing.arg(text("Nope"))},
-          Row{"cobblet://show/No\x1bpe%0A", 1, {}, missing.arg(text("No�pe�"))},
-          Row{"say launch Nope group in Cobblet", 1, {}, missing.arg(text("Nope"))},
-          Row{"quit Twin",
-              2,
-              {},
-              text("There are 2 groups named “Twin”. Use an id:\n%1 💼 Twin\n%2 💼 Twin\n").arg(idText(2), idText(3))},
-          Row{"dance", 64, {}, text("cobblet: “dance” is not understood.\nUsage: cobblet ")},
-          Row{"say sing", 64, {}, text("“sing” is not understood. Say, ")},
-          Row{"cobblet://hide/Work",
+         {Row{u"launch Work"_s, 0, u"Editor: launched\n"_s, {}}, Row{u"quit Empty"_s, 0, {}, {}},
+          Row{u"say fire up Work group in Cobblet"_s, 0, u"Launching Work.\nEditor: launched\n"_s, {}},
+          Row{u"say show Work group in Cobblet"_s, 0, {}, {}},
+          Row{u"cobblet://launch/work"_s, 0, u"Editor: launched\n"_s, {}},
+          Row{u"--version"_s, 0, u"Cobblet 1.2.3\n"_s, {}}, Row{u"show Nope"_s, 1, {}, missing.arg(u"Nope"_s)},
+          Row{u"cobblet://show/No\x1bpe%0A"_s, 1, {}, missing.arg(u"No�pe�"_s)},
+          Row{u"quit Twin"_s, 2, {}, twins.arg(idText(2), idText(3))},
+          Row{u"cobblet://hide/Work"_s,
               64,
               {},
-              text("“cobblet://hide/Work” is no address that can be opened here.\n")}}) {
-        const CommandReply reply = command(words(row.line));
-        EXPECT_EQ(reply.status, row.status) << row.line;
-        EXPECT_EQ(reply.output.toStdString(), row.output.toStdString()) << row.line;
-        EXPECT_EQ(reply.errors.left(row.errors.size()).toStdString(), row.errors.toStdString()) << row.line;
-        EXPECT_EQ(reply.errors.isEmpty(), row.errors.isEmpty()) << row.line;
+              u"“cobblet://hide/Work” is no address that can be opened here.\n"_s}}) {
+        const CommandReply reply = command(row.line);
+        EXPECT_EQ(reply.status, row.status) << row.line.toStdString();
+        EXPECT_EQ(reply.output, row.output) << row.line.toStdString();
+        EXPECT_EQ(reply.errors, row.errors) << row.line.toStdString();
     }
+    EXPECT_TRUE(command(u"dance"_s).errors.startsWith(u"cobblet: “dance” is not understood.\nUsage: cobblet "_s));
     log.clear();
     EXPECT_EQ(command({}).status, 0);
-    EXPECT_EQ(log, QStringList{text("panel")});
-    EXPECT_EQ(service.refusal(CommandLine::parse(words("show Nope")))->status, 1);
-    EXPECT_EQ(service.refusal(CommandLine::parse(words("cobblet://show/Twin")))->status, 2);
-    EXPECT_FALSE(service.refusal(CommandLine::parse(words("show Work"))));
-    EXPECT_FALSE(service.refusal(CommandLine::parse(words("launch Nope"))));
-}
+    EXPECT_EQ(log, QStringList{u"panel"_s});
+    EXPECT_EQ(service.refusal(parsed("show Nope"))->status, 1);
+    EXPECT_EQ(service.refusal(parsed("cobblet://show/Twin"))->status, 2);
+    EXPECT_FALSE(service.refusal(parsed("show Work")));
+    EXPECT_FALSE(service.refusal(parsed("launch Nope"))) << "only what is shown needs to be there at the start";
 
-TEST_F(CommandLineTest, TellsOfEachApplicationAndWhetherAllWasDone)
-{
-    setGroups({text("Work")});
-    config.addApps({{text("Gone"), text("gone")}, {text("Stub\nborn"), text("s")}}, id(1));
-    EXPECT_EQ(command(words("launch Work")).status, 3);
-    workspace.install(text("gone"));
-    running.running = {{text("s"), 4}};
-    const CommandReply launched = command(words("launch Work"));
-    EXPECT_EQ(launched.status, 0);
-    EXPECT_EQ(launched.output, text("Editor: launched\nGone: launched\nStub�born: brought forward\n"));
-    const CommandReply quit = command(words("quit Work"));
+    config.addApps({{u"Stub\nborn"_s, u"s"_s}}, id(1));
+    running.running = {{u"s"_s, 4}};
+    const CommandReply quit = command(u"quit Work"_s);
     EXPECT_EQ(quit.status, 3);
-    EXPECT_EQ(
-        quit.output,
-        text(
-            "Editor: not running\nGone: not running\nStub�born: asked to quit, and still running after 5 seconds\n"));
+    EXPECT_EQ(quit.output, u"Editor: not running\nStub�born: asked to quit, and still running after 5 seconds\n"_s);
 }
 
 TEST_F(CommandLineTest, ListsAreHarmlessAndJsonKeepsEveryName)
 {
-    const std::vector<QString> names{text("Work"), text("\"\\/\b\f\n\r\t\x01\x7f"), text("\u009b31m \u202e \u2028"),
-                                     text("👨‍👩‍👧 中"), QString()};
+    const QStringList names{
+        u"Work"_s, u"\"\\/\b\f\n\r\t\x01\x7f"_s, u"\u009b31m \u202e \u2028"_s, u"👨‍👩‍👧 中"_s, {}};
     setGroups(names);
-    const QString lines = command(words("list")).output, json = command(words("list --json")).output;
-    EXPECT_EQ(lines.section(QLatin1Char('\n'), 0, 0), idText(1) + text(" 💼 Work"));
-    EXPECT_EQ(lines.count(QLatin1Char('\n')), qsizetype(names.size()));
+    const QString lines = command(u"list"_s).output, json = command(u"list --json"_s).output;
+    EXPECT_EQ(lines.section(u'\n', 0, 0), idText(1) + u" 💼 Work"_s);
+    EXPECT_EQ(lines.count(u'\n'), names.size());
     for (const QChar c : lines + json)
-        ASSERT_TRUE(c == QLatin1Char('\n') || (c.category() != QChar::Other_Control && c != QChar(0x202e)));
+        ASSERT_TRUE(c == u'\n' || (c.category() != QChar::Other_Control && c != QChar(0x202e)));
     const QJsonArray list = QJsonDocument::fromJson(json.toUtf8()).array();
-    ASSERT_EQ(list.size(), qsizetype(names.size()));
+    ASSERT_EQ(list.size(), names.size());
     for (qsizetype i = 0; i < list.size(); ++i) {
-        EXPECT_EQ(list[i][QLatin1String("id")].toString(), idText(int(i) + 1));
-        EXPECT_EQ(list[i][QLatin1String("name")].toString(), names[size_t(i)]);
-        EXPECT_EQ(list[i][QLatin1String("apps")][0][QLatin1String("bundleID")].toString(), text("a"));
+        EXPECT_EQ(list[i]["id"_L1].toString(), idText(int(i) + 1));
+        EXPECT_EQ(list[i]["name"_L1].toString(), names[i]);
+        EXPECT_EQ(list[i]["apps"_L1][0]["bundleID"_L1].toString(), u"a"_s);
     }
 }
 

@@ -1,13 +1,13 @@
+#include "integration/CobbletShortcuts.h"
 #include "integration/GroupUrl.h"
 #include "integration/IntentFixture.h"
-
-#include <QElapsedTimer>
 
 #include <gmock/gmock.h>
 
 namespace cobblet {
 namespace {
 
+using namespace Qt::StringLiterals;
 using testing::ElementsAre;
 using Verb = IntentVerb;
 
@@ -21,10 +21,10 @@ protected:
             names.push_back(entity.name.toStdString());
         return names;
     }
-    std::vector<std::string> keysFor(const QString &typed)
+    std::vector<std::string> keysFor(const char *typed)
     {
         std::vector<std::string> keys;
-        for (const IntentMatch &match : service.search(typed)) {
+        for (const IntentMatch &match : service.search(text(typed))) {
             EXPECT_GT(match.relevance, 0);
             EXPECT_LE(match.relevance, 1);
             EXPECT_EQ(service.match(match.verb, match.group.id)->title, match.title);
@@ -41,10 +41,8 @@ protected:
 
 TEST_F(IntentServiceTest, FindsGroupsByAPartOfTheirNameInListOrder)
 {
-    setGroups(
-        {text("Work"), text("Play"), text("Homework"), text("Straße"), text("CAFÉ"), text("ΟΔΟΣ"), text("IĞDIR")});
-    EXPECT_THAT(namesMatching("wor"), ElementsAre("Work", "Homework"));
-    EXPECT_THAT(namesMatching("WORK"), ElementsAre("Work", "Homework"));
+    setGroups({u"Work"_s, u"Play"_s, u"Homework"_s, u"Straße"_s, u"CAFÉ"_s, u"ΟΔΟΣ"_s, u"IĞDIR"_s});
+    EXPECT_THAT(namesMatching("WOR"), ElementsAre("Work", "Homework"));
     EXPECT_THAT(namesMatching("nowhere"), ElementsAre());
     EXPECT_EQ(namesMatching("").size(), 7u);
     EXPECT_THAT(namesMatching("STRAß"), ElementsAre("Straße"));
@@ -52,91 +50,65 @@ TEST_F(IntentServiceTest, FindsGroupsByAPartOfTheirNameInListOrder)
     EXPECT_THAT(namesMatching("οδος"), ElementsAre("ΟΔΟΣ"));
     EXPECT_THAT(namesMatching("ığdır", "tr_TR"), ElementsAre("IĞDIR"));
     EXPECT_THAT(namesMatching("ığdır", "en_US"), ElementsAre());
-    EXPECT_TRUE(service.groupsMatching(QString(1001, QLatin1Char('w'))).isEmpty());
+    EXPECT_TRUE(service.groupsMatching(QString(1001, u'w')).isEmpty());
 
-    const GroupQuery query(config);
-    const auto found = query.entitiesFor({id(3), id(99), id(1)});
+    const auto found = GroupQuery(config).entitiesFor({id(3), id(99), id(1)});
     ASSERT_EQ(found.size(), 2);
-    EXPECT_EQ(found[0].id, id(1)) << "in list order";
+    EXPECT_EQ(found[0], (GroupEntity{id(1), u"Work"_s, u"💼"_s})) << "in list order";
     EXPECT_EQ(found[1].id, id(3));
-    EXPECT_EQ(service.groups().size(), 7);
-    EXPECT_EQ(service.groups().first(), (GroupEntity{id(1), text("Work"), text("💼")}));
 }
 
 TEST_F(IntentServiceTest, ResolvesAnIdThenAnExactNameThenALooseOne)
 {
-    setGroups({text("Work"), text("work"), text("Play  time"), text("Twin"), text("Twin"), idText(1), idText(77),
-               text("WORK")});
-    const GroupQuery query(config);
+    setGroups({u"Work"_s, u"work"_s, u"Play  time"_s, u"Twin"_s, u"Twin"_s, idText(1), idText(77), u"WORK"_s});
     struct Row {
         QString wanted;
         QList<int> groups; ///< none: not found; several: ambiguous
     };
     for (const Row &row :
-         {Row{text("Work"), {1}}, Row{text("work"), {2}}, Row{text("wOrk"), {1, 2, 8}}, Row{text(" play TIME "), {3}},
-          Row{text("Twin"), {4, 5}}, Row{text("Play"), {}}, Row{idText(4), {4}}, Row{idText(4).toLower(), {4}},
-          Row{idText(1), {1}}, Row{idText(77), {7}}, Row{idText(99), {}},
-          Row{QLatin1Char('{') + idText(1) + QLatin1Char('}'), {}}}) {
-        const auto found = query.resolve(row.wanted);
-        if (row.groups.size() == 1) {
-            ASSERT_TRUE(found) << row.wanted.toStdString();
-            EXPECT_EQ(found.value().id, id(row.groups[0])) << row.wanted.toStdString();
+         {Row{u"work"_s, {2}}, Row{u"wOrk"_s, {1, 2, 8}}, Row{u" play TIME "_s, {3}}, Row{u"Twin"_s, {4, 5}},
+          Row{u"Play"_s, {}}, Row{idText(4).toLower(), {4}}, Row{idText(1), {1}}, Row{idText(77), {7}},
+          Row{idText(99), {}}, Row{u'{' + idText(1) + u'}', {}}}) {
+        SCOPED_TRACE(row.wanted.toStdString());
+        const auto found = GroupQuery(config).resolve(row.wanted);
+        ASSERT_EQ(found.ok(), row.groups.size() == 1);
+        if (found) {
+            EXPECT_EQ(found.value().id, id(row.groups[0]));
             continue;
         }
-        ASSERT_FALSE(found) << row.wanted.toStdString();
         const auto &failure = found.cause();
-        QStringList ids, wanted;
-        for (const GroupEntity &candidate : failure.candidates)
-            ids.append(candidate.id.toString(QUuid::WithoutBraces).toUpper());
-        for (const int number : row.groups)
-            wanted.append(idText(number));
-        EXPECT_EQ(ids, wanted) << row.wanted.toStdString();
         EXPECT_EQ(failure.kind,
                   row.groups.isEmpty() ? IntentFailure::Kind::GroupNotFound : IntentFailure::Kind::AmbiguousGroup);
-        for (const QString &candidate : wanted)
-            EXPECT_TRUE(failure.message.contains(candidate));
+        ASSERT_EQ(failure.candidates.size(), row.groups.size());
+        for (qsizetype i = 0; i < row.groups.size(); ++i) {
+            EXPECT_EQ(failure.candidates[i].id, id(row.groups[i]));
+            EXPECT_TRUE(failure.message.contains(idText(row.groups[i])));
+        }
     }
-    EXPECT_EQ(performed(Verb::Show, text("Nope")),
+    EXPECT_EQ(performed(Verb::Show, u"Nope"_s),
               "not found: There's no group named “Nope”. It may have been renamed or deleted.");
     EXPECT_EQ(performed(Verb::Show, {}), "invalid: Say which group: its name or id.");
-    EXPECT_EQ(performed(Verb::Quit, QString(1'000'000, QLatin1Char('x'))),
+    EXPECT_EQ(performed(Verb::Quit, QString(1'000'000, u'x')),
               "invalid: A group is named by at most 1,000 characters.");
 }
 
 TEST_F(IntentServiceTest, AnEntityIsFoundAgainByItsIdAlone)
 {
-    setGroups({text("Work")});
+    setGroups({u"Work"_s});
     const GroupEntity chosen = GroupQuery(config).suggestedEntities().first();
-    const IntentTargets targets{config, notifications, dockTile, [this]() -> GroupReports & { return reports; }};
     const auto launch = [&](auto done) { LaunchGroupIntent.perform(chosen, targets, done); };
-
-    config.renameGroup(id(1), text("Office"));
+    config.renameGroup(id(1), u"Office"_s);
     const auto launched = answer(launch);
     EXPECT_EQ(said(launched), "Launching Office.");
     EXPECT_EQ(launched->value().outcomes,
-              (QList<IntentOutcome>{{text("a"), text("Editor"), IntentOutcome::Kind::Launched, {}}}));
+              (QList<IntentOutcome>{{u"a"_s, u"Editor"_s, IntentOutcome::Kind::Launched, {}}}));
     config.deleteGroup(id(1));
     EXPECT_EQ(said(answer(launch)), "not found: There's no group named “Work”. It may have been renamed or deleted.");
 }
 
-TEST_F(IntentServiceTest, CarriesOutEachVerb)
+TEST_F(IntentServiceTest, SearchOrdersByHowWellANameAnswersAndIsBounded)
 {
-    setGroups({text("Work"), text("Play")});
-    EXPECT_EQ(performed(Verb::Show, text("play")), "");
-    EXPECT_EQ(dockTile.activations, 1);
-    EXPECT_EQ(log.join(QLatin1Char(';')), QStringLiteral("Cobblet.showPanel;Cobblet.selectGroupByID ") + idText(2));
-    log.clear();
-    EXPECT_EQ(performed(Verb::Launch, text("Work")), "Launching Work.");
-    running.running.append({text("a"), 5});
-    EXPECT_EQ(performed(Verb::Hide, text("Work")), "Hiding Work.");
-    EXPECT_EQ(performed(Verb::Quit, text("Work")), "Quitting Work.");
-    EXPECT_EQ(log, (QStringList{text("open a"), text("hide a 5"), text("terminate a 5")}));
-}
-
-TEST_F(IntentServiceTest, SearchOrdersByHowWellANameAnswers)
-{
-    setGroups(
-        {text("Homework"), text("My Work"), text("Workshop tools"), text("Work"), text("Show biz"), text("Quiet")});
+    setGroups({u"Homework"_s, u"My Work"_s, u"Workshop tools"_s, u"Work"_s, u"Show biz"_s, u"Quiet"_s});
     struct Row {
         const char *typed;
         std::vector<std::string> keys;
@@ -145,72 +117,92 @@ TEST_F(IntentServiceTest, SearchOrdersByHowWellANameAnswers)
          {Row{"work", {"show:4", "show:3", "show:2", "show:1"}}, Row{"  TOOLS  work ", {"show:3"}}, Row{"", {}},
           Row{"xyz", {}}, Row{"show", {"show:5"}}, Row{"show biz", {"show:5"}},
           Row{"launch work", {"launch:4", "launch:3", "launch:2", "launch:1"}}, Row{"Fire up My Wo", {"launch:2"}},
-          Row{"end my work gro", {"quit:2"}}, Row{"wind down quiet group in Cobblet.", {"quit:6"}},
-          Row{"go to work group in cobblet", {"show:4"}}})
-        EXPECT_EQ(keysFor(text(row.typed)), row.keys) << row.typed;
+          Row{"end my work gro", {"quit:2"}}, Row{"wind down quiet group in Cobblet.", {"quit:6"}}})
+        EXPECT_EQ(keysFor(row.typed), row.keys) << row.typed;
 
-    EXPECT_EQ(service.search(text("work")).first().relevance, 1);
-    const IntentMatch launch = service.search(text("start work group")).first();
-    EXPECT_EQ(launch.title, text("Launch Work"));
-    EXPECT_EQ(launch.subtitle, text("Opens every app in the group."));
-    EXPECT_EQ(launch.group.emoji, text("💼"));
+    EXPECT_EQ(service.search(u"work"_s).first().relevance, 1);
+    EXPECT_EQ(service.search(u"start work group"_s).first().title, u"Launch Work"_s);
     EXPECT_FALSE(service.match(Verb::Hide, id(4))) << "hiding is for scripts only";
     EXPECT_FALSE(service.match(Verb::Show, id(99)));
-}
 
-TEST_F(IntentServiceTest, ManyGroupsAndLongTextsAreAnsweredShortly)
-{
-    setGroups(std::vector<QString>(500, QString(1000, QLatin1Char('w'))));
-    EXPECT_EQ(service.search(text("w")).size(), 200);
-    const QString tooLong(1'000'000, QLatin1Char('w'));
+    setGroups(QStringList(500, QString(1000, u'w')));
+    EXPECT_EQ(service.search(u"w"_s).size(), 200);
+    const QString tooLong(1'000'000, u'w');
     EXPECT_TRUE(service.search(tooLong).isEmpty());
     EXPECT_EQ(said(answer([&](auto done) { service.say(tooLong, done); })).substr(0, 9), "invalid: ");
 }
 
 TEST_F(IntentServiceTest, AddressesNameAVerbAndAGroup)
 {
-    struct Row {
-        QString url;
-        GroupRequest meaning;
-    };
-    const auto show = [](const QString &group) { return GroupRequest{Verb::Show, group}; };
     const QString longName(1000, QChar(0x4e2d));
-    for (const Row &row :
-         {Row{text("cobblet://show/Work"), show(text("Work"))},
-          Row{text("COBBLET://Launch/Work"), GroupRequest{Verb::Launch, text("Work")}},
-          Row{text("cobblet://quit/") + idText(1), GroupRequest{Verb::Quit, idText(1)}},
-          Row{text("cobblet://show/My%20Work%2Fplay%3F%23"), show(text("My Work/play?#"))},
-          Row{text("cobblet://show/a/b"), show(text("a/b"))},
-          Row{text("cobblet://show/%F0%9F%A7%AA 中"), show(text("🧪 中"))},
-          Row{text("cobblet://show/%25"), show(text("%"))},
-          Row{text("cobblet://show/") + QString::fromLatin1(longName.toUtf8().toPercentEncoding()), show(longName)}})
-        EXPECT_EQ(GroupUrl::parse(row.url), row.meaning) << row.url.left(80).toStdString();
-    for (const QString &rest :
-         {text("//show/"), text("//show"), text("//hide/Work"), text("show/Work"), text("///show/Work"),
-          text("//user@show/Work"), text("//show:80/Work"), text("//show.example/Work"), text("//show/Work?x"),
-          text("//show/Work#x"), text("//show/%"), text("//show/a%2"), text("//show/%zz"), text("//show/%ff"),
-          text("//show/%e4%b8"), text("//show/a%00b"), text("//show/") + longName + QLatin1Char('x'),
-          text("//show/") + QString(1'000'000, QLatin1Char('a'))})
-        EXPECT_FALSE(GroupUrl::parse(text("cobblet:") + rest)) << rest.left(80).toStdString();
-    EXPECT_FALSE(GroupUrl::parse(text("http://show/Work")));
+    const auto show = [](const QString &group) { return GroupRequest{Verb::Show, group}; };
+    for (const auto &[url, meaning] :
+         {std::pair(u"COBBLET://Launch/Work"_s, GroupRequest{Verb::Launch, u"Work"_s}),
+          {u"cobblet://quit/"_s + idText(1), GroupRequest{Verb::Quit, idText(1)}},
+          {u"cobblet://show/My%20Work%2Fplay%3F%23"_s, show(u"My Work/play?#"_s)},
+          {u"cobblet://show/a/b"_s, show(u"a/b"_s)},
+          {u"cobblet://show/%F0%9F%A7%AA 中"_s, show(u"🧪 中"_s)},
+          {u"cobblet://show/%25"_s, show(u"%"_s)},
+          {u"cobblet://show/"_s + QString::fromLatin1(longName.toUtf8().toPercentEncoding()), show(longName)}})
+        EXPECT_EQ(GroupUrl::parse(url), meaning) << url.left(80).toStdString();
+    for (const QString &url :
+         {u"http://show/Work"_s, u"cobblet://show/"_s, u"cobblet://hide/Work"_s, u"cobblet:show/Work"_s,
+          u"cobblet:///show/Work"_s, u"cobblet://user@show/Work"_s, u"cobblet://show:80/Work"_s,
+          u"cobblet://show/Work?x"_s, u"cobblet://show/Work#x"_s, u"cobblet://show/a%2"_s, u"cobblet://show/%zz"_s,
+          u"cobblet://show/%ff"_s, u"cobblet://show/%e4%b8"_s, u"cobblet://show/a%00b"_s,
+          u"cobblet://show/"_s + longName + u'x', u"cobblet://show/"_s + QString(1'000'000, u'a')})
+        EXPECT_FALSE(GroupUrl::parse(url)) << url.left(80).toStdString();
 }
 
 TEST_F(IntentServiceTest, OpensAddressesAndRefusesOthersWithOneLogLineEach)
 {
-    setGroups({text("My Work")});
+    setGroups({u"My Work"_s});
     static QStringList logged;
     logged.clear();
     const auto before = qInstallMessageHandler(
         [](QtMsgType, const QMessageLogContext &, const QString &message) { logged.append(message); });
-    service.open({text("cobblet://show/my%20work"), text("cobblet://show/Nope"), text("cobblet://erase/My%20Work"),
-                  text("file:///etc/passwd\n\x1b[31m") + QString(5000, QLatin1Char('x'))});
+    service.open({u"cobblet://show/my%20work"_s, u"cobblet://show/Nope"_s, u"cobblet://erase/My%20Work"_s,
+                  u"file:///etc/passwd\n\x1b[31m"_s + QString(5000, u'x')});
     qInstallMessageHandler(before);
-    EXPECT_EQ(log.last(), QStringLiteral("Cobblet.selectGroupByID ") + idText(1));
+    EXPECT_EQ(log, (QStringList{u"Cobblet.showPanel"_s, u"Cobblet.selectGroupByID "_s + idText(1)}));
+    EXPECT_EQ(dockTile.activations, 1);
     ASSERT_EQ(logged.size(), 3);
-    EXPECT_TRUE(logged[0].contains(text("“Nope”")));
-    EXPECT_TRUE(logged[1].contains(text("cobblet://erase/My%20Work")));
+    EXPECT_TRUE(logged[0].contains(u"“Nope”"_s));
+    EXPECT_TRUE(logged[1].contains(u"cobblet://erase/My%20Work"_s));
     EXPECT_LT(logged[2].size(), 300);
-    EXPECT_FALSE(logged[2].contains(QLatin1Char('\n')) || logged[2].contains(QChar(0x1b)));
+    EXPECT_FALSE(logged[2].contains(u'\n') || logged[2].contains(QChar(0x1b)));
+}
+
+TEST_F(IntentServiceTest, EveryPhraseThatIsOfferedIsUnderstood)
+{
+    int offered = 0;
+    for (const AppShortcut &shortcut : CobbletShortcuts::appShortcuts())
+        for (const QString &phrase : shortcut.phrases(text("Work"))) {
+            ++offered;
+            EXPECT_EQ(CobbletShortcuts::understood(phrase), (GroupRequest{shortcut.intent.verb, text("Work")}))
+                << phrase.toStdString();
+        }
+    EXPECT_EQ(offered, 9);
+}
+
+TEST_F(IntentServiceTest, APhraseMayBeSaidFreelyAndTheNameIsKept)
+{
+    for (const auto &[phrase, group] : {std::pair("LAUNCH work GROUP IN COBBLET", "work"),
+                                        {"  fire \t up  My  Work\n group  in cobblet . ", "My  Work"},
+                                        {"launch group in Cobblet group in Cobblet", "group in Cobblet"},
+                                        {"start a group in b group in Cobblet", "a group in b"},
+                                        {"show Fire up group in Cobblet", "Fire up"},
+                                        {"go to U.S. group in Cobblet.", "U.S."},
+                                        {"launch 🧪 group in Cobblet", "🧪"}}) {
+        const auto request = CobbletShortcuts::understood(text(phrase));
+        ASSERT_TRUE(request) << phrase;
+        EXPECT_EQ(request->group.toStdString(), group) << phrase;
+    }
+    for (const char *other :
+         {"launch group in Cobblet", "launch Work group in Cobblet..", "launch Work", "launchWork group in Cobblet",
+          "launch Workgroup in Cobblet", "launch Work group in Cobblets", "please launch Work group in Cobblet",
+          "fire Work group in Cobblet", "hide Work group in Cobblet", ""})
+        EXPECT_FALSE(CobbletShortcuts::understood(text(other))) << other;
 }
 
 } // namespace

@@ -16,46 +16,124 @@
 #include "platform/WindowAccess.h"
 #include "platform/Workspace.h"
 
+#include <QDebug>
 #include <QMap>
 #include <QSet>
 #include <QStringList>
 
-/// An in-memory desktop that records what is asked of it. Every fake writes its calls, as text, into one shared
-/// log where a log is given, so that a test can compare order across services.
+#include <ostream>
+
+/// How GoogleTest prints the toolkit's values.
+template<class T>
+requires std::same_as<T, QString> || std::same_as<T, QStringList> || std::same_as<T, QSizeF> ||
+    std::same_as<T, QPointF> || std::same_as<T, QRectF>
+void PrintTo(const T &value, std::ostream *out)
+{
+    QString text;
+    QDebug(&text) << value;
+    *out << text.toStdString();
+}
+
+/// An in-memory desktop that records what is asked of it. A fake that is given a log writes its calls into it, as
+/// text, so that a test can compare order across services.
 namespace cobblet::test {
+
+using namespace Qt::StringLiterals;
 
 using Log = QStringList;
 
-class FakeDefaults : public UserDefaults {
+/// A service whose availability a test may set.
+template<class Service>
+class Fake : public Service {
 public:
-    std::optional<QVariant> object(const QString &key) const override;
-    bool contains(const QString &key) const override { return stored.contains(key); }
-    Status set(const QString &key, const QVariant &value) override;
-    Status remove(const QString &key) override;
-    void registerDefault(const QString &key, const QVariant &value) override { registered[key] = value; }
-    Availability availability() const override { return Availability::works(); }
+    Availability availability() const override { return available; }
 
-    QMap<QString, QVariant> stored;
-    QMap<QString, QVariant> registered;
+    Availability available;
 };
 
-class FakeWorkspace : public Workspace {
+inline void noteIn(Log *log, const QString &line)
+{
+    if (log)
+        log->append(line);
+}
+
+class FakeDefaults : public Fake<UserDefaults> {
+public:
+    std::optional<QVariant> object(const QString &key) const override
+    {
+        for (const auto *map : {&stored, &registered})
+            if (map->contains(key))
+                return map->value(key);
+        return std::nullopt;
+    }
+    bool contains(const QString &key) const override { return stored.contains(key); }
+    Status set(const QString &key, const QVariant &value) override
+    {
+        stored[key] = value.metaType() == QMetaType::fromType<int>() ? QVariant(qint64(value.toInt())) : value;
+        emit didChange();
+        return {};
+    }
+    Status remove(const QString &key) override
+    {
+        stored.remove(key);
+        emit didChange();
+        return {};
+    }
+    void registerDefault(const QString &key, const QVariant &value) override { registered[key] = value; }
+
+    QMap<QString, QVariant> stored, registered;
+};
+
+class FakeWorkspace : public Fake<Workspace> {
 public:
     explicit FakeWorkspace(Log *log = nullptr) : m_log(log) {}
 
     QString resolved(const QString &bundleID) const override { return aliases.value(bundleID, bundleID); }
-    std::optional<InstalledApplication> application(const QString &bundleID) const override;
-    Result<InstalledApplication> applicationAt(const QString &path) const override;
-    Availability availability() const override { return {}; }
-    void open(const QString &bundleID, Completion done, const QString &activationToken) override;
-    void openBundle(const QString &path, const QStringList &arguments, Completion done) override;
-    void reveal(const QString &bundleID, Completion done) override;
-    QImage icon(const QString &bundleID, int points, qreal ratio) const override;
-    QImage genericIcon(int points, qreal ratio) const override;
-    QString applicationsFolder() const override { return QStringLiteral("/apps"); }
+    std::optional<InstalledApplication> application(const QString &bundleID) const override
+    {
+        const auto it = installed.constFind(resolved(bundleID));
+        return it == installed.cend() ? std::nullopt : std::optional(*it);
+    }
+    Result<InstalledApplication> applicationAt(const QString &path) const override
+    {
+        for (const InstalledApplication &application : installed)
+            if (application.path == path)
+                return application;
+        return Error{u"%1 is not an application."_s.arg(path)};
+    }
+    void open(const QString &bundleID, Completion done, const QString &) override
+    {
+        opened.append(bundleID);
+        noteIn(m_log, u"open "_s + bundleID);
+        if (done)
+            done(application(bundleID) ? Status() : Error{u"%1 is not installed."_s.arg(bundleID)});
+    }
+    void openBundle(const QString &path, const QStringList &arguments, Completion done) override
+    {
+        openedBundles.append(path + QLatin1Char(' ') + arguments.join(QLatin1Char(' ')));
+        if (done)
+            done(bundleOutcome);
+    }
+    void reveal(const QString &bundleID, Completion done) override
+    {
+        noteIn(m_log, u"reveal "_s + bundleID);
+        if (done)
+            done({});
+    }
+    QImage icon(const QString &bundleID, int points, qreal ratio) const override
+    {
+        const QColor color = QColor::fromHsv(int(qHash(resolved(bundleID)) % 360), 160, 210);
+        return application(bundleID) ? square(points, ratio, color) : QImage();
+    }
+    QImage genericIcon(int points, qreal ratio) const override { return square(points, ratio, Qt::gray); }
+    QString applicationsFolder() const override { return u"/apps"_s; }
 
     /// Adds an application whose file is "/apps/ID.desktop".
-    void install(const QString &bundleID, const QString &name = {});
+    void install(const QString &bundleID, const QString &name = {})
+    {
+        const QString path = u"/apps/%1.desktop"_s.arg(bundleID);
+        installed[bundleID] = {bundleID, name.isEmpty() ? bundleID : name, path};
+    }
 
     QMap<QString, InstalledApplication> installed;
     QMap<QString, QString> aliases;
@@ -64,40 +142,66 @@ public:
     Status bundleOutcome;      ///< of every openBundle()
 
 private:
+    static QImage square(int points, qreal ratio, const QColor &color)
+    {
+        QImage image(QSize(1, 1) * qRound(points * ratio), QImage::Format_ARGB32_Premultiplied);
+        image.setDevicePixelRatio(ratio);
+        image.fill(color);
+        return image;
+    }
     Log *m_log;
 };
 
-class FakeRunningApplications : public RunningApplications {
+class FakeRunningApplications : public Fake<RunningApplications> {
 public:
     explicit FakeRunningApplications(Log *log = nullptr) : m_log(log) {}
 
     QList<RunningApplication> runningApplications() const override { return running; }
-    Availability availability() const override { return seen; }
-    void hide(const RunningApplication &a) override { record(QStringLiteral("hide"), a); }
-    void unhide(const RunningApplication &a) override { record(QStringLiteral("unhide"), a); }
-    void activate(const RunningApplication &a) override { record(QStringLiteral("activate"), a); }
-    void terminate(const RunningApplication &a) override { record(QStringLiteral("terminate"), a); }
-    void forceTerminate(const RunningApplication &a) override { record(QStringLiteral("forceTerminate"), a); }
+    void hide(const RunningApplication &a) override { record(u"hide"_s, a); }
+    void unhide(const RunningApplication &a) override { record(u"unhide"_s, a); }
+    void activate(const RunningApplication &a) override { record(u"activate"_s, a); }
+    void terminate(const RunningApplication &a) override { record(u"terminate"_s, a); }
+    void forceTerminate(const RunningApplication &a) override { record(u"forceTerminate"_s, a); }
 
-    void launch(const RunningApplication &application);
-    void quit(const RunningApplication &application);
+    void launch(const RunningApplication &application)
+    {
+        running.append(application);
+        emit didLaunch(application);
+    }
+    void quit(const RunningApplication &application)
+    {
+        running.removeOne(application);
+        emit didTerminate(application);
+    }
 
     QList<RunningApplication> running;
     QStringList calls; ///< "hide ID PID"
-    Availability seen; ///< whether other applications can be seen
 
 private:
-    void record(const QString &verb, const RunningApplication &application);
+    void record(const QString &verb, const RunningApplication &application)
+    {
+        calls.append(u"%1 %2 %3"_s.arg(verb, application.bundleIdentifier).arg(application.processIdentifier));
+        noteIn(m_log, calls.last());
+    }
     Log *m_log;
 };
 
-class FakeWindowAccess : public WindowAccess {
+class FakeWindowAccess : public Fake<WindowAccess> {
 public:
     explicit FakeWindowAccess(Log *log = nullptr) : m_log(log) {}
-    Availability availability() const override { return Availability::works(); }
-    bool isTrusted(bool prompt) override;
-    void unminimizeWindows(const RunningApplication &application) override;
-    void reopen(const RunningApplication &application) override;
+    bool isTrusted(bool prompt) override
+    {
+        prompts += prompt;
+        return trusted;
+    }
+    void unminimizeWindows(const RunningApplication &application) override
+    {
+        noteIn(m_log, u"unminimize "_s + application.bundleIdentifier);
+    }
+    void reopen(const RunningApplication &application) override
+    {
+        noteIn(m_log, u"reopen "_s + application.bundleIdentifier);
+    }
 
     bool trusted = true;
     int prompts = 0;
@@ -106,9 +210,8 @@ private:
     Log *m_log;
 };
 
-class FakeScreens : public Screens {
+class FakeScreens : public Fake<Screens> {
 public:
-    Availability availability() const override { return Availability::works(); }
     QList<Screen> screens() const override { return list; }
     std::optional<QPointF> pointer() const override { return pointerPosition; }
     QRectF toWindowSystem(const QRectF &yUp) const override { return yUp; }
@@ -118,20 +221,36 @@ public:
         emit changed();
     }
 
-    QList<Screen> list{{QStringLiteral("main"), QRectF(0, 0, 1440, 900), QRectF(0, 60, 1440, 840)}};
+    QList<Screen> list{{u"main"_s, QRectF(0, 0, 1440, 900), QRectF(0, 60, 1440, 840)}};
     std::optional<QPointF> pointerPosition;
 };
 
 /// Fades and frame animations are held until finishFade().
-class FakePanelSurface : public PanelSurface {
+class FakePanelSurface : public Fake<PanelSurface> {
 public:
-    Availability availability() const override { return Availability::works(); }
     bool isVisible() const override { return visible; }
     void setPlace(const PanelPlace &place) override { frame = place.frame; }
-    void animatePlace(const PanelPlace &place, double seconds, Easing easing) override;
-    void setAlpha(double a) override;
-    void fade(double a, double seconds, Easing easing, std::function<void()> done) override;
-    void makeKeyAndOrderFront() override;
+    void animatePlace(const PanelPlace &place, double seconds, Easing easing) override
+    {
+        frame = place.frame;
+        note(u"frame %1x%2"_s.arg(frame.width()).arg(frame.height()), seconds, easing);
+    }
+    void setAlpha(double a) override
+    {
+        alpha = m_target = a;
+        m_done = nullptr;
+    }
+    void fade(double a, double seconds, Easing easing, std::function<void()> done) override
+    {
+        m_target = a;
+        m_done = std::move(done);
+        note(u"fade %1"_s.arg(a), seconds, easing);
+    }
+    void makeKeyAndOrderFront() override
+    {
+        visible = true;
+        ++madeKey;
+    }
     void orderOut() override { visible = false; }
     KeyWindow otherKeyWindow() const override { return otherKey; }
     void orderOutOtherKeyWindow() override
@@ -141,47 +260,72 @@ public:
     }
     bool hasModalWindow() const override { return modal; }
 
-    void finishFade();
+    void finishFade()
+    {
+        alpha = m_target;
+        if (const auto done = std::exchange(m_done, nullptr))
+            done();
+    }
     void resignKey() { emit resignedKey(); }
 
-    bool visible = false;
-    bool modal = false;
+    bool visible = false, modal = false;
     KeyWindow otherKey = KeyWindow::None;
     QRectF frame;
     double alpha = 1;
-    int madeKey = 0;
-    int orderedOutOther = 0;
+    int madeKey = 0, orderedOutOther = 0;
     QStringList animations; ///< "fade 1 0.18 out", "frame 600x340 0.18 out"
 
 private:
+    void note(const QString &what, double seconds, Easing easing)
+    {
+        const auto curve = QLatin1String(easing == Easing::In ? "in" : "out");
+        animations.append(u"%1 %2 %3"_s.arg(what).arg(seconds).arg(curve));
+    }
     double m_target = 1;
     std::function<void()> m_done;
 };
 
-class FakeAppearance : public Appearance {
+class FakeAppearance : public Fake<Appearance> {
 public:
-    Availability availability() const override { return {}; }
     bool isDark() const override { return dark; }
     QColor accentColor() const override { return QColor(0, 122, 255); }
-    void setDark(bool value);
+    void setDark(bool value)
+    {
+        dark = value;
+        emit changed();
+    }
 
     bool dark = false;
 };
 
-class FakeDistributedNotifications : public DistributedNotifications {
+class FakeDistributedNotifications : public Fake<DistributedNotifications> {
 public:
-    Availability availability() const override { return {}; }
-    Status post(const QString &name, const QString &object) override;
+    Status post(const QString &name, const QString &object) override
+    {
+        posted.append(name + QLatin1Char(' ') + object);
+        emit received(name, object);
+        return {};
+    }
     QStringList posted; ///< "NAME OBJECT"
 };
 
 /// Answers alerts with `button` unless `waits` is set, file panels with `files`, at once.
-class FakeDialogs : public Dialogs {
+class FakeDialogs : public Fake<Dialogs> {
 public:
-    Availability availability() const override { return Availability::works(); }
-    void ask(const Alert &alert, std::function<void(std::optional<int>)> answer) override;
-    void chooseFiles(const FileRequest &request, std::function<void(const QStringList &)> answer) override;
-    void saveFile(const FileRequest &request, std::function<void(const std::optional<QString> &)> answer) override;
+    void ask(const Alert &alert, std::function<void(std::optional<int>)> answer) override
+    {
+        alerts.append(alert);
+        if (waits)
+            pending = std::move(answer);
+        else if (answer)
+            answer(button);
+    }
+    void chooseFiles(const FileRequest &request, std::function<void(const QStringList &)> answer) override
+    {
+        requests.append(request);
+        answer(files);
+    }
+    void saveFile(const FileRequest &, std::function<void(const std::optional<QString> &)>) override {}
 
     std::optional<int> button;
     bool waits = false;
@@ -191,42 +335,33 @@ public:
     QList<FileRequest> requests;
 };
 
-class FakePasteboard : public Pasteboard {
+class FakePasteboard : public Fake<Pasteboard> {
 public:
-    Availability availability() const override { return Availability::works(); }
     void setText(const QString &value) override { text = value; }
 
     QString text;
 };
 
-class FakeMenus : public Menus {
+class FakeMenus : public Fake<Menus> {
 public:
-    Availability availability() const override { return Availability::works(); }
     void popUp(const QList<MenuItem> &items, QWindow *, const QPointF &) override { last = items; }
 
     QList<MenuItem> last;
 };
 
-class FakeStatusItem : public StatusItem {
+class FakeStatusItem : public Fake<StatusItem> {
 public:
-    Availability availability() const override { return Availability::works(); }
-    void setImage(Template value, const QString &accessibilityDescription) override
-    {
-        image = std::move(value);
-        description = accessibilityDescription;
-    }
+    void setImage(Template value, const QString &) override { image = std::move(value); }
     void setMenu(const QList<MenuItem> &items) override { menu = items; }
     void show() override { ++shown; }
 
     Template image;
-    QString description;
     QList<MenuItem> menu;
     int shown = 0;
 };
 
-class FakeDockTile : public DockTile {
+class FakeDockTile : public Fake<DockTile> {
 public:
-    Availability availability() const override { return Availability::works(); }
     void setIcon(const QImage &image) override { icon = image; }
     void activateApplication() override { ++activations; }
     void setMenu(std::function<QList<DockMenuItem>()> items, std::function<bool(const QString &)> chosen) override
@@ -241,18 +376,28 @@ public:
     int activations = 0;
 };
 
-/// Refuses the ids in `taken`, and gives an empty handle for those in `empty`.
-class FakeHotKeys : public HotKeys {
+/// Refuses the ids in `taken`.
+class FakeHotKeys : public Fake<HotKeys> {
 public:
-    std::vector<Result<Handle>> registerAll(const QList<HotKey> &keys) override;
-    Availability availability() const override { return available; }
+    std::vector<Result<Handle>> registerAll(const QList<HotKey> &keys) override
+    {
+        asked = keys;
+        std::vector<Result<Handle>> results;
+        for (const HotKey &key : keys) {
+            if (taken.contains(key.id.id)) {
+                results.emplace_back(Error{u"taken"_s});
+                continue;
+            }
+            held.append(key.id.id);
+            results.emplace_back(std::make_unique<Registration>(this, key.id));
+        }
+        return results;
+    }
     QString trigger(const HotKeyID &) const override { return {}; }
     void press(quint32 id) { emit pressed({0, id}); }
-    void refuse(quint32 id) { emit refused({0, id}, QStringLiteral("refused")); }
+    void refuse(quint32 id) { emit refused({0, id}, u"refused"_s); }
 
-    Availability available;
     QSet<quint32> taken;
-    QSet<quint32> empty;
     QList<HotKey> asked;
     QList<quint32> held; ///< registered and not unregistered
 
@@ -260,13 +405,10 @@ private:
     void unregister(const HotKeyID &id) override { held.removeOne(id.id); }
 };
 
-class FakeInstance : public Instance {
+class FakeInstance : public Fake<Instance> {
 public:
-    Availability availability() const override { return {}; }
-    Role claim(const QStringList &) override { return role; }
-    void sendReopen(const QString &token = {}) { emit reopen(token); }
-
-    Role role = Role::First;
+    Role claim(const QStringList &) override { return Role::First; }
+    void sendReopen() { emit reopen({}); }
 };
 
 } // namespace cobblet::test

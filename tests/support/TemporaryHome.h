@@ -9,14 +9,18 @@ class TemporaryHome {
 public:
     TemporaryHome()
     {
-        for (const auto &[name, folder] : variables)
-            m_before.append({QByteArray(name), qEnvironmentVariableIsSet(name), qgetenv(name)}),
-                qputenv(name, m_dir.filePath(QLatin1String(folder)).toLocal8Bit());
+        for (const auto &[name, folder] : {std::pair("HOME", "."),
+                                           {"XDG_CONFIG_HOME", ".config"},
+                                           {"XDG_DATA_HOME", ".local/share"},
+                                           {"XDG_CACHE_HOME", ".cache"}}) {
+            m_before.append({name, qgetenv(name)});
+            qputenv(name, path(QLatin1String(folder)).toLocal8Bit());
+        }
     }
     ~TemporaryHome()
     {
-        for (const Saved &saved : m_before)
-            saved.wasSet ? qputenv(saved.name.constData(), saved.value) : qunsetenv(saved.name.constData());
+        for (const auto &[name, value] : m_before)
+            value.isNull() ? qunsetenv(name) : qputenv(name, value);
     }
     TemporaryHome(const TemporaryHome &) = delete;
     TemporaryHome &operator=(const TemporaryHome &) = delete;
@@ -24,22 +28,8 @@ public:
     QString path(const QString &relative = {}) const { return m_dir.filePath(relative); }
 
 private:
-    struct Saved {
-        QByteArray name;
-        bool wasSet;
-        QByteArray value;
-    };
-    struct Variable {
-        const char *name;
-        const char *folder;
-    };
-    static constexpr Variable variables[] = {{"HOME", "."},
-                                             {"XDG_CONFIG_HOME", ".config"},
-                                             {"XDG_DATA_HOME", ".local/share"},
-                                             {"XDG_CACHE_HOME", ".cache"}};
-
     QTemporaryDir m_dir;
-    QList<Saved> m_before;
+    QList<std::pair<const char *, QByteArray>> m_before;
 };
 
 } // namespace cobblet::test

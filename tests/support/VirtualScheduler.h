@@ -3,7 +3,7 @@
 #include "platform/Scheduler.h"
 
 #include <algorithm>
-#include <vector>
+#include <map>
 
 namespace cobblet::test {
 
@@ -12,54 +12,45 @@ class VirtualScheduler : public Scheduler {
 public:
     Handle after(std::chrono::milliseconds delay, std::function<void()> work) override
     {
-        auto entry = std::make_shared<Entry>(Entry{m_now + delay, std::move(work)});
-        m_entries.push_back(entry);
-        return std::make_unique<Cancel>(std::move(entry));
+        return std::make_unique<Cancel>(add(delay, std::move(work)));
     }
     void detached(std::chrono::milliseconds delay, std::function<void()> work) override
     {
-        m_entries.push_back(std::make_shared<Entry>(Entry{m_now + delay, std::move(work)}));
+        add(delay, std::move(work));
     }
 
     /// Runs what falls due within `span`, in order of time and then of scheduling.
     void advance(std::chrono::milliseconds span)
     {
         const auto end = m_now + span;
-        while (true) {
-            const auto next = std::min_element(m_entries.begin(), m_entries.end(),
-                                               [](const auto &a, const auto &b) { return a->due < b->due; });
-            if (next == m_entries.end() || (*next)->due > end)
-                break;
-            const auto entry = *next;
-            m_entries.erase(next);
-            m_now = std::max(m_now, entry->due);
-            if (const auto work = std::exchange(entry->work, nullptr))
+        while (!m_due.empty() && m_due.begin()->first <= end) {
+            const auto next = m_due.extract(m_due.begin());
+            m_now = next.key();
+            if (const auto work = std::exchange(*next.mapped(), nullptr))
                 work();
         }
         m_now = end;
     }
-
-    std::chrono::milliseconds now() const { return m_now; }
     /// Work that is still to run.
     int pending() const
     {
-        return int(
-            std::count_if(m_entries.begin(), m_entries.end(), [](const auto &e) { return e->work != nullptr; }));
+        return int(std::count_if(m_due.begin(), m_due.end(), [](const auto &due) { return bool(*due.second); }));
     }
 
 private:
-    struct Entry {
-        std::chrono::milliseconds due;
-        std::function<void()> work;
-    };
+    using Work = std::shared_ptr<std::function<void()>>;
     struct Cancel : Task {
-        explicit Cancel(std::shared_ptr<Entry> e) : entry(std::move(e)) {}
-        ~Cancel() override { entry->work = nullptr; }
-        std::shared_ptr<Entry> entry;
+        explicit Cancel(Work w) : work(std::move(w)) {}
+        ~Cancel() override { *work = nullptr; }
+        Work work;
     };
+    Work add(std::chrono::milliseconds delay, std::function<void()> work)
+    {
+        return m_due.emplace(m_now + delay, std::make_shared<std::function<void()>>(std::move(work)))->second;
+    }
 
     std::chrono::milliseconds m_now{0};
-    std::vector<std::shared_ptr<Entry>> m_entries;
+    std::multimap<std::chrono::milliseconds, Work> m_due;
 };
 
 } // namespace cobblet::test

@@ -1,67 +1,58 @@
 #pragma once
 
-#include "control/GroupActions.h"
 #include "control/RunningAppsMonitor.h"
-#include "control/UsageTracker.h"
-#include "model/ConfigManager.h"
-#include "model/Notifications.h"
 #include "model/PopupSettings.h"
 #include "model/Theme.h"
 #include "standalone/IconProvider.h"
-#include "support/FakeDesktop.h"
-#include "support/TemporaryHome.h"
-#include "support/VirtualScheduler.h"
+#include "support/GroupsFixture.h"
 #include "ui/panel/PanelViewModel.h"
-
-#include <ostream>
-
-inline void PrintTo(const QString &text, std::ostream *out)
-{
-    *out << '"' << text.toStdString() << '"';
-}
-
-inline void PrintTo(const QSizeF &size, std::ostream *out)
-{
-    *out << size.width() << 'x' << size.height();
-}
 
 namespace cobblet::test {
 
-/// Everything the panel needs, on the fake desktop. The store starts with the groups it is given.
-struct PanelFixture {
-    explicit PanelFixture(const QList<AppGroup> &groups = {}, std::unique_ptr<FakeWorkspace> desktop = {});
-
-    PanelDependencies dependencies();
+/// Everything the panel needs, on the fake desktop.
+struct PanelFixture : GroupsFixture {
+    PanelDependencies dependencies()
+    {
+        return {config,
+                popupSettings,
+                theme,
+                notifications,
+                actions,
+                runningApps,
+                usage,
+                icons,
+                workspace,
+                dialogs,
+                menus,
+                appearance,
+                [this](const QUuid &id) { madeStandalone.append(id); }};
+    }
     /// A group of installed applications "PREFIX.1" to "PREFIX.N".
-    AppGroup group(const QString &name, int apps, const QString &prefix = QStringLiteral("app"));
-    /// The application starts to run.
-    void run(const QString &bundleID);
-    void setPreference(const QString &key, const QVariant &value);
+    AppGroup group(const QString &name, int apps, const QString &prefix = u"app"_s)
+    {
+        AppGroup made;
+        made.name = name;
+        made.emoji = u"📁"_s;
+        for (int i = 1; i <= apps; ++i) {
+            made.apps.append({u"App %1"_s.arg(i), u"%1.%2"_s.arg(prefix).arg(i)});
+            workspace.install(made.apps.last().bundleID, made.apps.last().name);
+        }
+        return made;
+    }
+    /// The application starts to run, as process 100 or one of the next ones.
+    void run(const QString &bundleID) { running.launch({bundleID, 100 + running.running.size()}); }
+    void setPreference(const QString &key, const QVariant &value) { (void)sharedDefaults.set(key, value); }
     /// How often this message was sent so far ("Cobblet.closePanel").
-    int posted(const char *message) const;
+    qsizetype posted(const char *message) const { return log.count(QLatin1String(message)); }
 
-    TemporaryHome home;
-    Log log;
-    std::unique_ptr<FakeWorkspace> ownedWorkspace;
-    FakeWorkspace &workspace;
-    FakeDefaults standardDefaults;
-    FakeDefaults sharedDefaults;
-    FakeRunningApplications running{&log};
-    FakeWindowAccess windowAccess{&log};
     FakeAppearance appearance;
     FakeDialogs dialogs;
     FakeMenus menus;
-    VirtualScheduler scheduler;
-    NotificationCenter notifications;
-    QStringList messages; ///< see record()
     QList<QUuid> madeStandalone;
-    ConfigManager config;
-    PopupSettings popupSettings;
-    ThemeManager theme;
-    RunningAppsMonitor runningApps;
-    UsageTracker usage;
-    GroupActions groupActions;
-    IconProvider icons;
+    PopupSettings popupSettings{sharedDefaults};
+    ThemeManager theme{sharedDefaults, appearance};
+    RunningAppsMonitor runningApps{running};
+    IconProvider icons{workspace, 1};
 };
 
 } // namespace cobblet::test

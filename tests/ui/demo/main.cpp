@@ -1,12 +1,10 @@
 // cobblet-demo: the launcher panel on a fake desktop, to look at or to take a picture of.
 
 #include "ui/PanelFixture.h"
-#include "ui/demo/DemoDesktop.h"
 #include "ui/panel/PanelView.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
-#include <QCursor>
 #include <QPainter>
 #include <QQuickItem>
 #include <QQuickView>
@@ -16,8 +14,31 @@
 #include <cstdio>
 
 using namespace cobblet;
+using namespace Qt::StringLiterals;
 
 namespace {
+
+/// A group of sample applications, of which the fourth is not installed.
+AppGroup sampleGroup(test::FakeWorkspace &workspace, const char *name, const char *emoji, int apps)
+{
+    constexpr const char *names[] = {"Mail",
+                                     "A Rather Long Application Name That Cannot Fit",
+                                     "Photos",
+                                     "Gone App",
+                                     "محرر النصوص والمستندات",
+                                     "<b>Bold</b>\nMaps",
+                                     "Terminal",
+                                     "Calculator"};
+    AppGroup made;
+    made.name = QString::fromUtf8(name);
+    made.emoji = QString::fromUtf8(emoji);
+    for (int i = 0; i < apps; ++i) {
+        made.apps.append({QString::fromUtf8(names[i % std::size(names)]), u"org.example.%1"_s.arg(i)});
+        if (i != 3)
+            workspace.install(made.apps.last().bundleID, made.apps.last().name);
+    }
+    return made;
+}
 
 /// The window's picture over a backdrop that shows what is translucent.
 QImage onBackdrop(const QImage &window)
@@ -28,11 +49,7 @@ QImage onBackdrop(const QImage &window)
     QImage image((size * ratio).toSize(), QImage::Format_RGB32);
     image.setDevicePixelRatio(ratio);
     QPainter painter(&image);
-    QLinearGradient wallpaper(0, 0, size.width(), size.height());
-    wallpaper.setColorAt(0, QColor(92, 138, 196));
-    wallpaper.setColorAt(0.55, QColor(150, 120, 190));
-    wallpaper.setColorAt(1, QColor(222, 150, 120));
-    painter.fillRect(QRectF(QPointF(0, 0), size), wallpaper);
+    painter.fillRect(QRectF(QPointF(0, 0), size), QColor(150, 120, 190));
     painter.drawImage(QPointF(margin, margin), window);
     return image;
 }
@@ -47,12 +64,6 @@ QQuickItem *findItem(QQuickItem *root, const QString &label)
     return nullptr;
 }
 
-void movePointer(QQuickWindow &window, const QPointF &to)
-{
-    QMouseEvent move(QEvent::MouseMove, to, window.mapToGlobal(to), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
-    QCoreApplication::sendEvent(&window, &move);
-}
-
 } // namespace
 
 int main(int argc, char **argv)
@@ -62,88 +73,88 @@ int main(int argc, char **argv)
         if (qstrcmp(argv[i], "--scale") == 0)
             qputenv("QT_SCALE_FACTOR", argv[i + 1]);
     QApplication application(argc, argv);
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Shows the launcher panel on a fake desktop."));
-    parser.addHelpOption();
-    const auto option = [&](const char *name, const char *description, const char *value = "",
-                            const char *standard = "") {
-        parser.addOption({QString::fromLatin1(name), QString::fromLatin1(description), QString::fromLatin1(value),
-                          QString::fromLatin1(standard)});
-    };
-    option("theme", "The palette: light or dark.", "name", "light");
-    option("glassy", "The glassy palette.");
-    option("apps", "Applications in the first group.", "count", "11");
-    option("columns", "Fixed columns; 0 is automatic.", "count", "0");
-    option("rows", "Rows before the panel scrolls; 0 is no cap.", "count", "0");
-    option("group", "The group to select, from 1; 0 is Most Used.", "number", "1");
-    option("scale", "Device pixels per point.", "ratio", "1");
-    option("no-titles", "Without names under the icons.");
-    option("no-groups", "An empty list of groups.");
-    option("no-launches", "No launches counted.");
-    option("collapsed", "With the sidebar collapsed.");
-    option("focus", "With the keyboard's focus shown.");
-    option("hover", "Point at the control with this label.", "label");
-    option("popover", "Open a popover: group or hint.", "name");
-    option("shot", "Save a picture and quit.", "file");
-    parser.process(application);
+    QCommandLineParser options;
+    options.setApplicationDescription(u"Shows the launcher panel on a fake desktop."_s);
+    options.addHelpOption();
+    options.addOptions({{u"theme"_s, u"The palette: light or dark."_s, u"name"_s, u"light"_s},
+                        {u"glassy"_s, u"The glassy palette."_s},
+                        {u"apps"_s, u"Applications in the first group."_s, u"count"_s, u"11"_s},
+                        {u"columns"_s, u"Fixed columns; 0 is automatic."_s, u"count"_s, u"0"_s},
+                        {u"rows"_s, u"Rows before the panel scrolls; 0 is no cap."_s, u"count"_s, u"0"_s},
+                        {u"group"_s, u"The group to select, from 1; 0 is Most Used."_s, u"number"_s, u"1"_s},
+                        {u"scale"_s, u"Device pixels per point."_s, u"ratio"_s, u"1"_s},
+                        {u"no-titles"_s, u"Without names under the icons."_s},
+                        {u"no-groups"_s, u"An empty list of groups."_s},
+                        {u"no-launches"_s, u"Nothing runs, and no launches were counted."_s},
+                        {u"collapsed"_s, u"With the sidebar collapsed."_s},
+                        {u"focus"_s, u"With the keyboard's focus shown."_s},
+                        {u"hover"_s, u"Point at the control with this label."_s, u"label"_s},
+                        {u"popover"_s, u"Open a popover: group or hint."_s, u"name"_s},
+                        {u"shot"_s, u"Save a picture and quit."_s, u"file"_s}});
+    options.process(application);
+    const auto number = [&options](const QString &name) { return options.value(name).toInt(); };
 
-    auto desktop = std::make_unique<demo::DemoWorkspace>();
-    const QList<AppGroup> groups = parser.isSet(QStringLiteral("no-groups"))
-                                       ? QList<AppGroup>()
-                                       : demo::sampleGroups(*desktop, parser.value(QStringLiteral("apps")).toInt());
-    test::PanelFixture f(groups, std::move(desktop));
-    f.appearance.setDark(parser.value(QStringLiteral("theme")) == QLatin1String("dark"));
-    f.setPreference(QStringLiteral("glassyStyle"), parser.isSet(QStringLiteral("glassy")));
-    f.setPreference(QStringLiteral("popupColumns"), parser.value(QStringLiteral("columns")).toInt());
-    f.setPreference(QStringLiteral("popupMaxRows"), parser.value(QStringLiteral("rows")).toInt());
-    f.setPreference(QStringLiteral("popupShowsTitles"), !parser.isSet(QStringLiteral("no-titles")));
+    test::PanelFixture f;
+    QList<AppGroup> groups;
+    if (!options.isSet(u"no-groups"_s))
+        groups = {sampleGroup(f.workspace, "Work", "💼", number(u"apps"_s)),
+                  sampleGroup(f.workspace, "Utilities", "🔧", 9),
+                  sampleGroup(f.workspace, "Reading and Research in the Evening", "📚", 4),
+                  sampleGroup(f.workspace, "ألعاب ومرح", "🎮", 3), sampleGroup(f.workspace, "Empty", "📦", 0)};
+    f.config.replaceGroups(groups);
+    QMap<int, QUuid> digits;
+    for (const AppGroup &group : groups)
+        digits[int(digits.size()) + 1] = group.id;
+    f.config.replaceShortcuts(digits);
+    f.appearance.setDark(options.value(u"theme"_s) == u"dark"_s);
+    f.setPreference(u"glassyStyle"_s, options.isSet(u"glassy"_s));
+    f.setPreference(u"popupColumns"_s, number(u"columns"_s));
+    f.setPreference(u"popupMaxRows"_s, number(u"rows"_s));
+    f.setPreference(u"popupShowsTitles"_s, !options.isSet(u"no-titles"_s));
     f.theme.refresh();
-    if (!groups.isEmpty() && !parser.isSet(QStringLiteral("no-launches")))
-        for (int i = 0; i < 4 && i < groups[0].apps.size(); i += 2)
-            f.run(groups[0].apps[i].bundleID);
-    if (!parser.isSet(QStringLiteral("no-launches")) && !groups.isEmpty())
-        for (int i = 0; i < groups[0].apps.size() && i < 11; ++i)
-            for (int n = 0; n < 40 - 3 * i; ++n)
-                f.usage.recordLaunch(groups[0].apps[i].bundleID);
+    const QList<AppItem> used =
+        groups.isEmpty() || options.isSet(u"no-launches"_s) ? QList<AppItem>() : groups[0].apps.mid(0, 11);
+    for (qsizetype i = 0; i < used.size(); ++i) {
+        if (i == 0 || i == 2)
+            f.run(used[i].bundleID);
+        for (qsizetype n = 0; n < 40 - 3 * i; ++n)
+            f.usage.recordLaunch(used[i].bundleID);
+    }
 
     PanelView panel(f.dependencies());
-    const int number = parser.value(QStringLiteral("group")).toInt();
-    if (number >= 1 && number <= groups.size())
-        panel.model().select(SidebarSelection::group(groups[number - 1].id));
-    if (parser.isSet(QStringLiteral("collapsed")))
+    if (const int chosen = number(u"group"_s); chosen >= 1 && chosen <= groups.size())
+        panel.model().select(SidebarSelection::group(groups[chosen - 1].id));
+    if (options.isSet(u"collapsed"_s))
         panel.model().setProperty("sidebarExpanded", false);
     QQuickWindow &window = panel.window();
-    const QSize size(qRound(panel.model().desiredSize().width()), qRound(panel.model().desiredSize().height()));
     const QRect screen = window.screen()->availableGeometry();
     window.setFlags(Qt::Window | Qt::FramelessWindowHint);
-    window.setGeometry(QRect(screen.topLeft() + QPoint(60, 60), size.boundedTo(screen.size())));
+    window.setGeometry(
+        QRect(screen.topLeft() + QPoint(60, 60), panel.model().desiredSize().toSize().boundedTo(screen.size())));
     QObject::connect(&f.notifications, &NotificationCenter::panelDesiredSizeChanged, &window,
                      [&window](const QSizeF &size) { window.resize(size.toSize()); });
     QObject::connect(&f.notifications, &NotificationCenter::closePanel, &window, &QCoreApplication::quit);
     window.show();
     window.requestActivate();
-    panel.engine().decorations().setKeyboardFocus(parser.isSet(QStringLiteral("focus")));
+    panel.engine().decorations().setKeyboardFocus(options.isSet(u"focus"_s));
 
     QTimer::singleShot(400, &window, [&] {
         QQuickItem *root = window.contentItem();
-        if (QQuickItem *item = findItem(root, parser.value(QStringLiteral("hover")));
-            item && parser.isSet(QStringLiteral("hover")))
-            movePointer(window, item->mapToScene(QPointF(item->width() / 2, item->height() / 2)));
-        const QString popover = parser.value(QStringLiteral("popover"));
-        const QString opener = popover == QLatin1String("group")  ? QStringLiteral("New Group")
-                               : popover == QLatin1String("hint") ? QStringLiteral("Close All Button Shortcuts")
-                                                                  : QString();
-        if (QQuickItem *button = opener.isEmpty() ? nullptr : findItem(root, opener))
-            QMetaObject::invokeMethod(button, "triggered");
+        if (QQuickItem *item = options.isSet(u"hover"_s) ? findItem(root, options.value(u"hover"_s)) : nullptr) {
+            const QPointF to = item->mapToScene(item->boundingRect().center());
+            QMouseEvent move(QEvent::MouseMove, to, window.mapToGlobal(to), Qt::NoButton, Qt::NoButton, {});
+            QCoreApplication::sendEvent(&window, &move);
+        }
+        const QMap<QString, QString> openers{{u"group"_s, u"New Group"_s},
+                                             {u"hint"_s, u"Close All Button Shortcuts"_s}};
+        if (const QString opener = openers.value(options.value(u"popover"_s)); !opener.isEmpty())
+            QMetaObject::invokeMethod(findItem(root, opener), "triggered");
     });
-    if (parser.isSet(QStringLiteral("shot")))
+    if (options.isSet(u"shot"_s))
         QTimer::singleShot(1600, &window, [&] {
             QQuickWindow *popover = panel.engine().popovers().window();
-            QImage image = popover ? popover->grabWindow() : window.grabWindow();
-            image = onBackdrop(image);
-            const QString file = parser.value(QStringLiteral("shot"));
-            if (!image.save(file))
-                std::fprintf(stderr, "The picture could not be saved to %s.\n", qPrintable(file));
+            if (!onBackdrop((popover ? popover : &window)->grabWindow()).save(options.value(u"shot"_s)))
+                std::fprintf(stderr, "The picture could not be saved.\n");
             QCoreApplication::quit();
         });
     return application.exec();
