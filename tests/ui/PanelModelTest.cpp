@@ -56,7 +56,6 @@ TEST_F(PanelModel, SidebarListsPinnedGroupsThenTheRestWithTheirDigits)
     EXPECT_EQ(model.selectedRow(), -1) << "Most Used";
     f.setPreference(u"popupShowsMostUsed"_s, false);
     EXPECT_EQ(shown(), u"Pinned"_s) << "what is no longer offered gives way to the first group";
-    EXPECT_EQ(model.selectedRow(), 0);
     f.config.setPinned(play.id, true);
     EXPECT_EQ(tabs(), u"Play5, Pinned, Work1"_s);
 }
@@ -86,7 +85,6 @@ TEST_F(PanelModel, SizeIsPostedWhenGroupsOrPreferencesChangeOrTheSelectionIsDele
     own.popupShowsTitles = false;
     f.config.updateGroup(own);
     EXPECT_EQ(postedSize(), u"500.5x300"_s);
-    EXPECT_EQ(model.columns(), 3);
     EXPECT_FALSE(model.showsTitles());
 
     f.config.deleteGroup(work.id);
