@@ -12,7 +12,7 @@ endif()
 
 # Reading the toolkit's headers is half of the work of compiling most files: they are read once for all targets.
 # The preset "clang" is without, so that every file still includes what it uses.
-file(WRITE ${CMAKE_BINARY_DIR}/precompiled.cpp "")
+file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/precompiled.cpp CONTENT "")
 add_library(cobblet_precompiled OBJECT ${CMAKE_BINARY_DIR}/precompiled.cpp)
 target_link_libraries(cobblet_precompiled PRIVATE Qt6::Gui cobblet_options)
 target_precompile_headers(cobblet_precompiled PRIVATE
