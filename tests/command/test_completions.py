@@ -14,19 +14,13 @@ RESOURCES = pathlib.Path(__file__).resolve().parents[2] / "resources"
 
 NAMES = ["Work", "Side projects", "It's", "Tom & Jerry; rm *", "$HOME `touch owned` $(touch owned)", "key=a:b@c",
          "🧰 Tools", "!bang!", "*", "-dash", "two\nlines", "twin", "twin", ""]
-# Of no use alone: twice there, empty, with line breaks or with a dash in front. Their identifiers stand in their place.
-USELESS = ["-dash", "two\nlines", "twin", ""]
 
 LINES = [("cobblet sho\tWo\t", ["show", "Work"]),
-         ("cobblet launch Sid\t", ["launch", "Side projects"]),
          ("cobblet quit Tom\t", ["quit", "Tom & Jerry; rm *"]),
          ("cobblet show \\$H\t", ["show", "$HOME `touch owned` $(touch owned)"]),
          ("cobblet show \"\\$H\t", ["show", "$HOME `touch owned` $(touch owned)"]),
          ("cobblet show key=a:\t", ["show", "key=a:b@c"]),
-         ("cobblet show 🧰\t", ["show", "🧰 Tools"]),
-         ("cobblet show \\*\t", ["show", "*"]),
          ("cobblet show -- -d\t", ["show", "--", "-dash"]),
-         ("cobblet show 'It\t", ["show", "It's"]),
          ("cobblet show '!b\t", ["show", "!bang!"]),
          ("cobblet list --j\t; cobblet show Wo\t", ["show", "Work"])]
 
@@ -72,10 +66,9 @@ class Bash(unittest.TestCase):
 
     def test_what_is_completed_arrives_as_it_was_meant(self):
         self.type(f"bind 'set bell-style none'; . {RESOURCES / 'completions/cobblet.bash'}; : >ready", "ready")
-        rows = LINES + [(f"cobblet show {identifier(index)[:-1]}\t",
-                         ["show", identifier(index) if name in USELESS else identifier(index)[:-1]])
-                        for index, name in enumerate(NAMES)]
-        for line, expected in rows:
+        # What is twice there is told apart by its identifier.
+        twin = identifier(NAMES.index("twin"))
+        for line, expected in [*LINES, (f"cobblet show {twin[:-1]}\t", ["show", twin])]:
             with self.subTest(line=line):
                 self.assertEqual(self.type(line, "arguments"), expected)
         self.assertFalse((self.folder / "owned").exists())

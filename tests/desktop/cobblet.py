@@ -5,7 +5,6 @@ import os
 import pathlib
 import re
 import shutil
-import signal
 import subprocess
 import tempfile
 import unittest
@@ -22,7 +21,7 @@ NAME = "com.vantor.cobblet"
 GAP, PADDING = 8, 16
 SIDEBAR = 200.5
 COLUMN, LAST_COLUMN = 92, 84  # with and without the space after it
-ICON, ICON_CENTRE = 48, 32
+ICON_CENTRE = 32
 TOOL_ROW = 46
 
 # Applications that Debian ships without a desktop entry of their own, as (identifier, name, command, WM_CLASS).
@@ -111,9 +110,6 @@ class Cobblet:
     def messages(self):
         return self.log.read_text(encoding="utf-8", errors="replace")
 
-    def running(self):
-        return self.process.poll() is None
-
     def end(self):
         self.desktop.end(self.process)
 
@@ -130,7 +126,7 @@ class Cobblet:
 
     def wait_panel(self):
         def there():
-            if not self.running():
+            if self.process.poll() is not None:
                 raise AssertionError(f"the program ended with {self.process.returncode}:\n{self.messages()}")
             return self.panel()
         return self.desktop.wait(there, "the panel")
@@ -175,11 +171,6 @@ class Cobblet:
         """The middle of the icon of an application in the first row."""
         panel = self.panel().rect()
         return round(panel.x + SIDEBAR + PADDING + index * COLUMN + LAST_COLUMN / 2), panel.y + PADDING + ICON_CENTRE
-
-    def below_icon(self, index):
-        """The strip under an icon in which the running dot is drawn, above the name."""
-        x, y = self.cell(index)
-        return self.desktop.picture(Rect(x - 20, y + ICON // 2, 40, 10))
 
     def menu(self):
         """The window of an open menu."""

@@ -23,7 +23,6 @@ from PIL import Image
 from Xlib import X, XK, error
 from Xlib.display import Display
 from Xlib.ext import xtest
-from Xlib.protocol import event as x_event
 
 HERE = pathlib.Path(__file__).resolve().parent
 DOCK_THICKNESS = 52
@@ -89,17 +88,17 @@ class Window:
 
 
 class Desktop:
-    """An X server with, as asked for, a session bus, a window manager, a dock on a side and a compositor.
+    """An X server with, as asked for, a session bus, a window manager and a dock on a side.
 
     Used in a `with` statement. `environment` is what programs on this desktop run with. `screens` are rectangles, the
     main screen first; without them the server has one screen.
     """
 
-    def __init__(self, dock="bottom", bus=True, window_manager=True, compositor=False, size=(1280, 800), screens=()):
+    def __init__(self, dock="bottom", bus=True, window_manager=True, size=(1280, 800), screens=()):
         self.dock_side = dock
         self.screens = screens
         self.size = (max(map(right, screens)), max(map(bottom, screens))) if screens else size
-        self.has_bus, self.has_window_manager, self.has_compositor = bus, window_manager, compositor
+        self.has_bus, self.has_window_manager = bus, window_manager
         self._processes = []
         self.display = None
         # Nothing of a session that this process may be part of, but where the person keeps things.
@@ -169,10 +168,6 @@ class Desktop:
         if self.has_window_manager:
             self.start(["openbox", "--sm-disable", "--config-file", str(HERE / "session/openbox.xml")])
             self.wait(lambda: self.root.property("_NET_SUPPORTING_WM_CHECK"), "the window manager")
-        if self.has_compositor:
-            self.start(["picom", "--config", os.devnull, "--backend", "xrender", "--no-use-damage"])
-            selection = self.atom("_NET_WM_CM_S0")
-            self.wait(lambda: self.display.get_selection_owner(selection) != X.NONE, "the compositor")
         if self.dock_side:
             self.start_dock(self.dock_side)
 
@@ -225,12 +220,14 @@ class Desktop:
         return value
 
     def wait_still(self, look, what):
-        """Waits until what is looked at is true, and the same five times."""
-        seen = collections.deque(maxlen=5)
+        """Waits until what is looked at is true, and has stayed the same for 0.3 seconds."""
+        seen, since = None, 0
 
         def still():
-            seen.append(look())
-            return len(seen) == 5 and all(each == seen[0] for each in seen) and seen[0]
+            nonlocal seen, since
+            if (now := look()) != seen:
+                seen, since = now, time.monotonic()
+            return time.monotonic() >= since + 0.3 and seen
         return self.wait(still, f"{what} to be there and still", timeout=20)
 
     def holds(self, condition, seconds=0.4):
@@ -297,18 +294,6 @@ class Desktop:
 
     def wait_focus(self, window):
         self.wait(lambda: self.focused() == window, f"{window} to have the keyboard")
-
-    def wait_on_top(self, upper, lower):
-        def above():
-            order = self.windows()
-            return upper in order and lower in order and order.index(upper) > order.index(lower)
-        self.wait(above, f"{upper} above {lower}")
-
-    def minimise(self, window):
-        told = x_event.ClientMessage(window=window.handle, client_type=self.atom("WM_CHANGE_STATE"),
-                                     data=(32, [3, 0, 0, 0, 0]))
-        self.root.handle.send_event(told, event_mask=X.SubstructureRedirectMask | X.SubstructureNotifyMask)
-        self.wait(window.minimised, f"{window} to be minimised")
 
     def close_applications(self):
         """Ends every application on this desktop but the dock."""

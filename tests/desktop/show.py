@@ -19,8 +19,7 @@ def serve(desktop, cobblet):
     desktop.start(["x11vnc", "-q", "-localhost", "-nopw", "-forever", "-shared", "-autoport", "5900", "-display",
                    desktop.environment["DISPLAY"]], log=log)
     port = desktop.wait(lambda: re.search(r"^PORT=(\d+)", log.read_text(errors="replace"), re.MULTILINE), "x11vnc")
-    print(f"A VNC viewer on this machine reaches the desktop at localhost:{port[1]}. Ctrl-C ends it.")
-    sys.stdout.flush()
+    print(f"A VNC viewer on this machine reaches the desktop at localhost:{port[1]}. Ctrl-C ends it.", flush=True)
     cobblet.process.wait()
 
 

