@@ -159,7 +159,7 @@ std::vector<Record> readTree(const std::string &bundle)
     }
     if (errno != 0) { // the walk did not come to its end
         records.push_back(unreadable(errno));
-        records.back().path = ".";
+        records.back().path += '.';
     }
     std::sort(records.begin(), records.end(), [](const Record &a, const Record &b) { return a.path < b.path; });
     return records;
