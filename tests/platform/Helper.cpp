@@ -11,16 +11,7 @@
 #include <cstdio>
 
 using namespace cobblet;
-
-namespace {
-
-void say(const QByteArray &line)
-{
-    std::puts(line.constData());
-    std::fflush(stdout);
-}
-
-} // namespace
+using namespace Qt::StringLiterals;
 
 int main(int argc, char **argv)
 {
@@ -33,11 +24,12 @@ int main(int argc, char **argv)
                 return 1;
         return 0;
     }
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
     SessionBus bus;
     DBusInstance instance(bus, arguments.value(2));
     QObject::connect(&instance, &Instance::reopen,
-                     [](const QString &token) { say("reopen " + token.toLocal8Bit()); });
+                     [](const QString &token) { std::puts(qPrintable(u"reopen "_s + token)); });
     const bool isFirst = instance.claim() == Instance::Role::First;
-    say(isFirst ? "first" : "handed over");
+    std::puts(isFirst ? "first" : "handed over");
     return isFirst ? QCoreApplication::exec() : 0;
 }

@@ -150,7 +150,6 @@ TEST_F(IntentsTest, WhatThePersonDidIsKnownBeforeTheRequest)
         {"", groups, "Show", {s("Work"), startup}, "token s_TIME7, show Work"},
         {"", commandLine, "Run", {words({"show", "M\xc3\xbcsik", ""}), activation}, "token t, run show|Müsik|"},
         {"", commandLine, "Run", {words({QByteArray("a\0b", 3)}), QVariantMap()}, ""},
-        {"", app, "Activate", {activation}, "token t, reopen"},
         {"", app, "Open", {QStringList{s("cobblet:x")}, startup}, "token s_TIME7, open cobblet:x"},
         {"/SearchProvider", provider, "ActivateResult", {id, terms, 81u}, "time 81, show ID"},
         {"/SearchProvider", provider, "LaunchSearch", {terms, 0u}, "panel"},
@@ -169,50 +168,38 @@ TEST_F(IntentsTest, WhatThePersonDidIsKnownBeforeTheRequest)
 TEST_F(IntentsTest, WhatDoesNotFitIsRefusedWithTheReason)
 {
     intents->serve(requests);
-    const QString invalid = s("InvalidArgs"), tooMuch = s("LimitsExceeded"), noMethod = s("UnknownMethod");
-    const QString notFound = s("com.vantor.cobblet.Error.GroupNotFound");
-    const QString ambiguous = s("com.vantor.cobblet.Error.AmbiguousGroup");
-    const QVariantMap none, much{{s("key"), QByteArray(1024 * 1024, 'x')}};
+    const QString error = s("org.freedesktop.DBus.Error."), ambiguous = s("com.vantor.cobblet.Error.AmbiguousGroup");
+    const QString invalid = error + s("InvalidArgs"), tooMuch = error + s("LimitsExceeded");
+    const QVariantMap none;
+    const QVariant large = QVariant::fromValue(QByteArrayList(2, QByteArray(33'000, 'x')));
     QVariant deep = QString(66'000, u'x');
     for (int i = 0; i < 50; ++i)
         deep = QVariant::fromValue(QDBusVariant(deep));
-    const auto bytes = [](qsizetype count, qsizetype size) {
-        return QVariant::fromValue(QByteArrayList(count, QByteArray(size, 'x')));
-    };
     const struct {
         const char *child, *interface, *method;
         QVariantList arguments;
         QString error;
         const char *why;
     } cases[] = {
-        {"", groups, "Launch", {s("Gone")}, notFound, "There is no such group."},
         {"", groups, "Show", {s("Twice"), none}, ambiguous, "Two.\nA\nB"},
         {"", groups, "Say", {QString()}, invalid, "Nothing was said."},
-        {"", groups, "Show", {1}, noMethod, "(signature 'i')"},
-        {"", runner, "Match", {s("")}, s("UnknownInterface"), "krunner"},
-        {"/Nothing", groups, "List", {}, s("UnknownObject"), "/Nothing"},
+        {"", groups, "Show", {1}, error + s("UnknownMethod"), "(signature 'i')"},
+        {"/Nothing", groups, "List", {}, error + s("UnknownObject"), "/Nothing"},
         {"/Runner", runner, "Run", {s("show:Work"), s("")}, invalid, "nothing that was found"},
         {"", app, "ActivateAction", {s("new"), QVariantList(), none}, invalid, "no action “new”."},
         {"", groups, "Show", {s(""), QVariantMap{{s("key"), deep}}}, tooMuch, "64 KiB"},
-        {"", app, "Activate", {much}, tooMuch, "64 KiB"},
-        {"", commandLine, "Run", {bytes(2, 33'000), none}, tooMuch, "64 KiB"},
-        {"/SearchProvider", provider, "GetInitialResultSet", {QStringList(8'200)}, tooMuch, "64 KiB"},
+        {"", commandLine, "Run", {large, none}, tooMuch, "64 KiB"},
         {"", app, "ActivateAction", {s(""), QVariantList(8'200, 1), none}, tooMuch, "64 KiB"},
     };
     for (const auto &each : cases) {
         const QDBusMessage answer = call(each.child, each.interface, each.method, each.arguments);
-        EXPECT_EQ(answer.errorName(),
-                  each.error.contains(u'.') ? each.error : s("org.freedesktop.DBus.Error.") + each.error)
-            << each.method;
+        EXPECT_EQ(answer.errorName(), each.error) << each.method;
         EXPECT_TRUE(answer.errorMessage().contains(s(each.why)))
             << each.method << ": " << qPrintable(answer.errorMessage());
     }
-    EXPECT_EQ(requests.log, (QStringList{s("launch Gone"), s("show Twice")}));
+    EXPECT_EQ(requests.log, QStringList{s("show Twice")});
 
-    // Odd, and within the bounds.
     EXPECT_EQ(call("", "", "List", {}).errorMessage(), QString()) << "a call may leave the interface out";
-    const QStringList unknown{s(""), s("show:x")};
-    EXPECT_EQ(call("/SearchProvider", provider, "GetResultMetas", {unknown}).signature(), s("aa{sv}"));
     for (const auto &[method, signature] : {std::pair("Actions", "a(sss)"), {"Config", "a{sv}"}, {"Teardown", ""}})
         EXPECT_EQ(call("/Runner", runner, method, {}).signature(), s(signature)) << method;
 }
@@ -220,23 +207,13 @@ TEST_F(IntentsTest, WhatDoesNotFitIsRefusedWithTheReason)
 /// A value of some type that the toolkit can send, a few levels deep.
 QVariant anything(QRandomGenerator &random, int depth = 0)
 {
-    QVariantMap map;
-    switch (random.bounded(depth > 6 ? 4 : 6)) {
-    case 0:
-        return s("desktop-startup-id");
-    case 1:
-        return random.generateDouble() * 1e300;
-    case 2:
+    const int kind = random.bounded(depth > 6 ? 2 : 4);
+    if (kind == 0)
         return QRect(1, 2, 3, 4); // a structure
-    case 3:
+    if (kind == 1)
         return QVariant::fromValue(QByteArrayList(random.bounded(3), QByteArray("\xff\0\xc3", 3)));
-    case 4:
-        return QVariant::fromValue(QDBusVariant(anything(random, depth + 1)));
-    default:
-        for (int i = random.bounded(4); i > 0; --i)
-            map[QString::number(i)] = anything(random, depth + 1);
-        return map;
-    }
+    const QVariant inner = anything(random, depth + 1);
+    return kind == 2 ? QVariant::fromValue(QDBusVariant(inner)) : QVariantMap{{s("key"), inner}, {QString(), inner}};
 }
 
 TEST_F(IntentsTest, AnyMessageIsAnsweredAndItServesAsBefore)
@@ -299,15 +276,12 @@ TEST_F(IntentsTest, OnlySoManyCallsWaitForTheirAnswerAndEachGetsOne)
     EXPECT_EQ(launches[0].reply().signature(), s("sa(ssss)"));
     requests.keeps = false;
     EXPECT_EQ(call("", groups, "List", {}).errorName(), QString()) << "its place is free again";
-
-    // One that is never answered gets an error, so that nobody waits for what cannot come.
     requests.pending.removeLast();
     ASSERT_TRUE(finish({launches.last()}));
-    EXPECT_EQ(launches.last().error().type(), QDBusError::NoReply);
-    // Callers that are gone leave nothing behind.
+    EXPECT_EQ(launches.last().error().type(), QDBusError::NoReply) << "nobody waits for what cannot come";
     other = std::make_unique<SessionBus>();
     for (const auto &each : std::exchange(requests.pending, {}))
-        each(IntentReply{});
+        each(IntentReply{}); // to callers that are gone
     EXPECT_EQ(call("", groups, "Launch", {s("Work")}).signature(), s("sa(ssss)"));
 }
 

@@ -21,16 +21,11 @@ constexpr int virtualKeys[] = {18, 19, 20, 21, 23, 22, 26, 28, 25};
 constexpr uint16_t altShift = XCB_MOD_MASK_1 | XCB_MOD_MASK_SHIFT;
 const QList<quint32> all{1, 2, 3, 4, 5, 6, 7, 8, 9};
 
-bool run(const QString &program, const QStringList &arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    return process.waitForFinished(20'000) && process.exitCode() == 0;
-}
-
 bool setLayout(const QStringList &arguments)
 {
-    return run(u"setxkbmap"_s, arguments);
+    QProcess process;
+    process.start(u"setxkbmap"_s, arguments);
+    return process.waitForFinished(20'000) && process.exitCode() == 0;
 }
 
 class X11HotKeysTest : public testing::Test {
@@ -79,7 +74,7 @@ protected:
     QList<quint32> pressed(qsizetype count)
     {
         EXPECT_TRUE(QTest::qWaitFor([&] { return heard.size() >= count; }, 10'000));
-        session.focus(); // its answer says that the server has dealt with what the test did before
+        session.x11->focus(); // its answer says that the server has dealt with what the test did before
         bool answered = false;
         const unsigned question = xcb_get_input_focus(x11->xcb()).sequence;
         x11->whenReplied(question, x11.get(), [&](const void *) { answered = true; });
@@ -106,40 +101,30 @@ protected:
 
 TEST_F(X11HotKeysTest, TheDigitRowWorksOnEveryLayoutAndWithEveryLock)
 {
-    const std::pair<QStringList, std::vector<uint8_t>> layouts[] = {
-        // and the key to the second group
-        {{u"us"_s}, {}},
-        {{u"fr"_s}, {}},
-        {{u"us,fr"_s, u"-option"_s, u"grp:menu_toggle"_s}, {menu}}};
-    for (const auto &[layout, toSecondGroup] : layouts) {
-        ASSERT_TRUE(setLayout(layout));
-        ASSERT_TRUE(registerNine().isEmpty());
-        tap(toSecondGroup);
+    ASSERT_TRUE(setLayout({u"us,fr"_s, u"-option"_s, u"grp:menu_toggle"_s}) && registerNine().isEmpty());
+    for (const auto &toOtherLayout : std::vector<std::vector<uint8_t>>{{}, {menu}}) {
+        tap(toOtherLayout);
         for (const auto &locks : std::vector<std::vector<uint8_t>>{{}, {numLock}, {capsLock}, {numLock, capsLock}}) {
             tap(locks);
             tapDigits();
-            EXPECT_EQ(pressed(9), all) << layout[0].toStdString() << " with locks " << locks.size();
+            EXPECT_EQ(pressed(9), all) << "layout " << toOtherLayout.size() << " with locks " << locks.size();
             tap(locks);
         }
     }
     EXPECT_NE(windows->userTime(), 0u) << "the panel may take the focus by what the user did";
-    for (const std::vector<uint8_t> &modifiers : {std::vector{alt}, {shift}, {control, alt, shift}})
-        tap({digit1}, modifiers);
+    tap({digit1}, {alt});
+    tap({digit1}, {control, alt, shift});
     EXPECT_TRUE(pressed(0).isEmpty());
 }
 
 TEST_F(X11HotKeysTest, WhatAnotherProgramHoldsIsRefusedAndTheOthersWork)
 {
-    const std::pair<const char *, std::function<bool()>> others[] = {
-        {"plain", [this] { return grabElsewhere(digit5); }},
-        {"with Num Lock only", [this] { return grabElsewhere(digit5, altShift | XCB_MOD_MASK_2); }},
-    };
-    for (const auto &[what, grab] : others) {
-        ASSERT_TRUE(grab()) << what;
-        EXPECT_EQ(registerNine(), QList<quint32>{5}) << what;
+    for (const uint16_t modifiers : {altShift, uint16_t(altShift | XCB_MOD_MASK_2)}) { // without and with Num Lock
+        ASSERT_TRUE(grabElsewhere(digit5, modifiers));
+        EXPECT_EQ(registerNine(), QList<quint32>{5}) << modifiers;
         tapDigits();
-        EXPECT_EQ(pressed(8), (QList<quint32>{1, 2, 3, 4, 6, 7, 8, 9})) << what;
-        EXPECT_TRUE(grabElsewhere(digit5, altShift | XCB_MOD_MASK_LOCK)) << "nothing is kept of it: " << what;
+        EXPECT_EQ(pressed(8), (QList<quint32>{1, 2, 3, 4, 6, 7, 8, 9})) << modifiers;
+        EXPECT_TRUE(grabElsewhere(digit5, altShift | XCB_MOD_MASK_LOCK)) << "nothing is kept of it: " << modifiers;
         EXPECT_FALSE(grabElsewhere(digit1)) << "the others are held against later programs";
         handles.clear();
         pressed(0);
@@ -162,26 +147,6 @@ TEST_F(X11HotKeysTest, ChangingTheLayoutLosesNoPress)
     ASSERT_TRUE(changing.state() == QProcess::NotRunning || changing.waitForFinished(20'000));
     ASSERT_EQ(changing.exitCode(), 0);
     EXPECT_EQ(pressed(expected.size()), expected);
-}
-
-TEST_F(X11HotKeysTest, FollowsTheBitOfNumLock)
-{
-    ASSERT_TRUE(registerNine().isEmpty());
-    // As people's own start-up scripts have it.
-    ASSERT_TRUE(run(u"xmodmap"_s, {u"-e"_s, u"clear mod2"_s, u"-e"_s, u"add mod3 = Num_Lock"_s}));
-    tap({numLock});
-    EXPECT_TRUE(QTest::qWaitFor(
-        [&] {
-            tap({digit1}, {alt, shift});
-            return pressed(0).contains(1);
-        },
-        10'000));
-    tapDigits();
-    EXPECT_EQ(pressed(9), all);
-    tap({numLock});
-    handles.clear();
-    pressed(0);
-    EXPECT_TRUE(grabElsewhere(digit1) && grabElsewhere(digit1, altShift | XCB_MOD_MASK_3)) << "all given back";
 }
 
 } // namespace

