@@ -4,9 +4,11 @@
 #include "platform/InfoPlist.h"
 
 #include <QProcess>
+#include <QScopeGuard>
 
 #include <thread>
 
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
@@ -103,6 +105,36 @@ TEST_F(BundleBuilderTest, AFailureLeavesWhatWasThere)
             EXPECT_TRUE(first || (isSound() && builtName() == u"Work"_s));
         }
     }
+}
+
+TEST_F(BundleBuilderTest, AFullDiskLeavesTheOldBundleOrNone)
+{
+    const QByteArray disk = agents.toLocal8Bit();
+    int failures = 0;
+    for (const bool first : {true, false}) {
+        bool succeeded = false;
+        for (int size = 8; !succeeded && size < 4096; size += 72) {
+            SCOPED_TRACE(testing::Message() << size << " KiB, first build: " << first);
+            const QByteArray option = "size=" + QByteArray::number(first ? size : size + 512) + "k";
+            if (::mount("tmpfs", disk.constData(), "tmpfs", 0, option.constData()) != 0)
+                GTEST_SKIP() << "this user may mount nothing";
+            const auto unmount = qScopeGuard([&] { ::umount2(disk.constData(), MNT_DETACH); });
+            if (!first) {
+                // What is left of the disk is what the rebuild finds.
+                ASSERT_EQ(build(), u"ok"_s);
+                write(agents + u"/ballast"_s, QByteArray(qMax(0, 512 - size) * 1024, 'b'));
+            }
+            succeeded = build(u"Changed"_s) == u"ok"_s;
+            failures += !succeeded;
+            QFile::remove(agents + u"/ballast"_s);
+            EXPECT_EQ(leftovers(), first && !succeeded ? QStringList() : built);
+            if (!first || succeeded) {
+                EXPECT_TRUE(isSound() && builtName() == (succeeded ? u"Changed"_s : u"Work"_s));
+            }
+        }
+        EXPECT_TRUE(succeeded);
+    }
+    EXPECT_GT(failures, 3);
 }
 
 TEST_F(BundleBuilderTest, WhatWasNotMadeHereIsLeftAlone)
