@@ -19,8 +19,8 @@ Availability DBusNotifications::availability() const
 {
     return m_bus.connection().isConnected()
                ? Availability::works()
-               : Availability::unavailable(QStringLiteral(
-                     "Without a session bus agents show changes only once they start again."));
+               : Availability::unavailable(
+                     QStringLiteral("Without a session bus agents show changes only once they start again."));
 }
 
 Status DBusNotifications::post(const QString &name, const QString &object)
