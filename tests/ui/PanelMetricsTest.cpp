@@ -40,16 +40,11 @@ TEST(Metrics, DesiredSizeFollowsTheGroupAndItsLayout)
 
 TEST(Metrics, ColumnsFollowTheWidthOrTheFixedNumber)
 {
-    struct Case {
-        int fixed;
-        double width;
-        int columns;
-    };
-    for (const Case &c : {Case{0, 399.5, 4}, Case{0, 492, 5}, Case{0, 80, 1}, // automatic
-                          Case{4, 391, 4},     // a window rounded down keeps its columns
-                          Case{2, 399.5, 2},   // fewer than would fit
-                          Case{20, 399.5, 4}}) // more than there is room for
-        EXPECT_EQ(PanelMetrics::columnCount(c.fixed, c.width), c.columns) << c.fixed << " in " << c.width;
+    for (const double width : {80.0, 399.5, 492.0})
+        EXPECT_EQ(PanelMetrics::columnCount(0, width), width < 100 ? 1 : width < 400 ? 4 : 5) << width;
+    EXPECT_EQ(PanelMetrics::columnCount(4, 391), 4) << "a window rounded down keeps its columns";
+    EXPECT_EQ(PanelMetrics::columnCount(2, 399.5), 2) << "fewer than would fit";
+    EXPECT_EQ(PanelMetrics::columnCount(20, 399.5), 4) << "more than there is room for";
 }
 
 TEST(DisplayText, IsOneLineOfBoundedLength)
@@ -67,14 +62,8 @@ TEST(Symbols, EveryNameTheViewsUseIsDrawnInTheColourAskedFor)
           "arrow.up.forward.square", "trash", "macwindow", "gear", "square.grid.2x2", "folder"}) {
         const QImage image = symbolImage(QLatin1String(name), Qt::red, 16, 2);
         ASSERT_EQ(image.size(), QSize(32, 32)) << name;
-        int drawn = 0, red = 0;
-        for (int i = 0; i < 32 * 32; ++i) {
-            const QColor pixel = image.pixelColor(i % 32, i / 32);
-            drawn += pixel.alpha() > 200;
-            red += pixel.alpha() > 200 && pixel.red() > 200 && pixel.green() == 0;
-        }
-        EXPECT_GT(drawn, 20) << name;
-        EXPECT_EQ(red, drawn) << name;
+        const QColor mean = image.scaled(1, 1, {}, Qt::SmoothTransformation).pixelColor(0, 0);
+        EXPECT_TRUE(mean.alpha() > 5 && mean.red() > 200 && mean.green() == 0) << name << ' ' << mean.alpha();
     }
     EXPECT_TRUE(symbolImage(u"no.such.symbol"_s, Qt::red, 16, 1).isNull());
 }
