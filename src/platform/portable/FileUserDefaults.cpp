@@ -87,12 +87,14 @@ QCborMap FileUserDefaults::read(bool locked)
 }
 
 /// Remembers the values; whether they differ from those that were known.
-bool FileUserDefaults::adopt(QCborMap values)
+bool FileUserDefaults::adopt(const QCborMap &values)
 {
-    for (auto value : values)
-        if (const QByteArray bytes = value.second.toByteArray(); bytes.size() > largeValueBytes)
-            value.second = QCborArray{qint64(qHash(bytes))};
-    return std::exchange(m_values, values) != values;
+    QCborMap kept; // a map of its own: one whose values are replaced keeps their bytes
+    for (const auto &[key, value] : values) {
+        const QByteArray bytes = value.toByteArray();
+        kept.insert(key, bytes.size() > largeValueBytes ? QCborArray{qint64(qHash(bytes))} : QCborValue(value));
+    }
+    return std::exchange(m_values, kept) != kept;
 }
 
 std::optional<QVariant> FileUserDefaults::object(const QString &key) const

@@ -32,7 +32,7 @@ public:
 
 private:
     QCborMap read(bool locked);
-    bool adopt(QCborMap values);
+    bool adopt(const QCborMap &values);
     QCborValue stored(const QString &key) const { return m_unsaved.value(key, m_values.value(key)); }
     Status change(const QString &key, const QCborValue &value);
     void watch();

@@ -153,10 +153,10 @@ void InstalledApplications::lookAgain()
 {
     watchFolders();
     Files files = listed();
-    Stamps now = stamps(files);
+    const size_t now = stampOf(files);
     {
         const QMutexLocker lock(&m_mutex);
-        if (std::exchange(m_stamps, now) == now)
+        if (std::exchange(m_stamp, now) == now)
             return; // another program's preferences, in one of the folders
         m_files = std::move(files);
         m_entries.clear();
@@ -197,17 +197,17 @@ InstalledApplications::Files InstalledApplications::files() const
     const QMutexLocker lock(&m_mutex);
     if (m_files.isEmpty()) {
         m_files = listed();
-        m_stamps = stamps(m_files);
+        m_stamp = stampOf(m_files);
     }
     return m_files;
 }
 
-/// When each file was last written, and its size: the entries and the lists of default applications.
-InstalledApplications::Stamps InstalledApplications::stamps(const Files &files)
+/// Of when each file was last written, and its size: the entries and the lists of default applications.
+size_t InstalledApplications::stampOf(const Files &files)
 {
-    Stamps stamps;
+    size_t stamp = 0;
     const auto add = [&](const QFileInfo &info) {
-        stamps.insert(info.filePath(), {info.lastModified().toMSecsSinceEpoch(), info.size()});
+        stamp = qHashMulti(stamp, info.filePath(), info.lastModified().toMSecsSinceEpoch(), info.size());
     };
     for (const QString &path : files)
         add(QFileInfo(path));
@@ -215,7 +215,7 @@ InstalledApplications::Stamps InstalledApplications::stamps(const Files &files)
         for (const QFileInfo &info : QDir(folder).entryInfoList(
                  {QStringLiteral("*mimeapps.list"), QStringLiteral("mimeinfo.cache")}, QDir::Files))
             add(info);
-    return stamps;
+    return stamp;
 }
 
 Result<InstalledEntry> InstalledApplications::entry(const QString &id) const

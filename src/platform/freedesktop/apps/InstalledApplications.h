@@ -58,19 +58,18 @@ signals:
 
 private:
     using Files = QMap<QString, QString>; ///< the entries' files by identifier
-    using Stamps = QMap<QString, std::pair<qint64, qint64>>;
 
     void follow();
     void lookAgain();
     Files files() const;
     static Files listed();
-    static Stamps stamps(const Files &files);
+    static size_t stampOf(const Files &files);
 
     QTimer m_quiet;
     std::shared_ptr<void> m_monitor; ///< GIO's
     mutable QMutex m_mutex;
     mutable Files m_files;
-    mutable Stamps m_stamps; ///< of the time when they were listed
+    mutable size_t m_stamp = 0; ///< of the time when they were listed
     mutable QHash<QString, Result<InstalledEntry>> m_entries;
     mutable std::shared_ptr<const ApplicationIndex> m_index;
     mutable quint64 m_generation = 0;
