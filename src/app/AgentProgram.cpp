@@ -18,12 +18,7 @@ constexpr auto tileDelay = 400ms;
 void AgentProgram::start()
 {
     migratePreferences();
-    loadStores({.dropGroupIcons =
-                    [this] {
-                        if (m_groupIcons)
-                            m_groupIcons->clearCache();
-                    },
-                .refreshShortcutParameters = {}});
+    loadStores();
     m_core->usage();
     makePanelController();
     m_agentController.emplace(AgentController::Services{m_bundle, m_core->config(), m_core->notifications(),

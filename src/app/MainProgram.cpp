@@ -58,16 +58,10 @@ MainProgram::~MainProgram()
 void MainProgram::start()
 {
     migratePreferences();
-    loadStores({.dropGroupIcons =
-                    [this] {
-                        if (m_groupIcons)
-                            m_groupIcons->clearCache();
-                    },
-                .refreshShortcutParameters =
-                    [this] {
-                        if (m_serves)
-                            m_platform.intentsHost().groupsChanged();
-                    }});
+    loadStores([this] {
+        if (m_serves)
+            m_platform.intentsHost().groupsChanged();
+    });
     m_core->usage();
     m_statusBarController.emplace(StatusBarController::Services{m_platform.makeStatusItem(), m_core->notifications(),
                                                                 m_platform.dockTile(), symbolImage,

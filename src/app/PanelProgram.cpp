@@ -41,13 +41,19 @@ void PanelProgram::migratePreferences()
     migrateThemePreferences(m_platform.standardDefaults(), m_platform.sharedDefaults());
 }
 
-void PanelProgram::loadStores(ConfigManager::Hooks hooks)
+void PanelProgram::loadStores(std::function<void()> refreshShortcutParameters)
 {
     m_popupSettings.emplace(m_platform.sharedDefaults());
     m_theme.emplace(m_platform.sharedDefaults(), m_platform.appearance());
     m_core.emplace(
         m_platform, m_bundle.version, Core::Follows::OtherProcesses,
-        [this] { m_delegate->applicationShouldHandleReopen(); }, std::move(hooks));
+        [this] { m_delegate->applicationShouldHandleReopen(); },
+        ConfigManager::Hooks{.dropGroupIcons =
+                                 [this] {
+                                     if (m_groupIcons)
+                                         m_groupIcons->clearCache();
+                                 },
+                             .refreshShortcutParameters = std::move(refreshShortcutParameters)});
 }
 
 void PanelProgram::makePanelController()

@@ -39,8 +39,9 @@ protected:
 
     /// Preferences of earlier versions, and what is the default.
     void migratePreferences();
-    /// The preferences and the groups. `hooks` as the store's save sequence calls them.
-    void loadStores(ConfigManager::Hooks hooks);
+    /// The preferences and the groups. The hook is called when the assistants' parameters are out of date; may be
+    /// empty.
+    void loadStores(std::function<void()> refreshShortcutParameters = {});
     void makePanelController();
     /// `openStandalone` makes a group an application of its own; empty where that is not offered.
     void makePanelWindow(const std::function<void(const QUuid &)> &openStandalone);

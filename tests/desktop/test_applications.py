@@ -12,6 +12,8 @@ class Applications(CobbletCase):
     def setUp(self):
         super().setUp()
         self.cobblet = self.start()
+        # A second start before the first one is on the bus could itself become the program.
+        self.cobblet.wait_panel()
 
     def launch(self, index, digit=1, name=None):
         self.cobblet.show(digit)

@@ -41,7 +41,10 @@ Result<ToolEnd> ToolRunner::run(const ToolCall &call)
     }
     const QDeadlineTimer deadline(patience);
     QByteArray output;
-    const auto keep = [&] { output.append(process.readAll().left(maximumOutput - output.size())); };
+    const auto keep = [&] {
+        if (call.keepsOutput) // else there is nothing that could be read
+            output.append(process.readAll().left(maximumOutput - output.size()));
+    };
     while (process.waitForReadyRead(int(deadline.remainingTime())))
         keep();
     const bool inTime =
