@@ -37,8 +37,8 @@ void AgentProgram::start()
 
 void AgentProgram::showPanel()
 {
+    m_agentController->selectGroup(); // first: where the panel opens and how large it is are the group's
     PanelProgram::showPanel();
-    m_agentController->selectGroup();
 }
 
 void AgentProgram::firstPanelPainted()

@@ -61,16 +61,20 @@ void PanelProgram::makePanelController()
     const auto makePanel = [this] {
         auto surface = m_platform.makePanelSurface(m_view->window(), PanelView::cornerRadius());
         const auto followDesktop = [this, &panel = *surface] {
-            m_view->setBlending(panel.blendsWithDesktop());
+            m_view->setBackdrop(panel.backdrop());
             panel.setWantsBlur(m_theme->glassyStyle());
         };
-        connect(surface.get(), &PanelSurface::blendingChanged, surface.get(), followDesktop);
+        connect(surface.get(), &PanelSurface::backdropChanged, surface.get(), followDesktop);
         connect(&*m_theme, &ThemeManager::changed, surface.get(), followDesktop);
         followDesktop();
         return surface;
     };
     m_panelController.emplace(makePanel, m_platform.screens(), *m_popupSettings, m_core->notifications(),
                               scheduler());
+    connect(&*m_panelController, &FloatingPanelController::roomChanged, this, [this](const QSizeF &room) {
+        if (m_view)
+            m_view->model().setRoomWidth(room.width());
+    });
     m_panelController->setGroupProvider([this] { return m_view ? m_view->selectedGroup() : std::nullopt; });
 }
 

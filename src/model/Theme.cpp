@@ -65,8 +65,6 @@ CBTheme darkSolid()
             .selShadow = {white(0.07), 0, 0}};
 }
 
-// The tints of the material are dense enough to read text over any wallpaper where nothing blurs it.
-
 CBTheme lightGlassy()
 {
     CBTheme theme = lightSolid();

@@ -31,6 +31,13 @@ struct PanelPlace {
 /// Timing curve of an animation.
 enum class Easing { In, Out };
 
+/// What lies behind a translucent panel.
+enum class Backdrop {
+    Nothing, ///< the desktop does not blend windows: what the content leaves transparent shows black
+    Sharp,   ///< windows and wallpaper as they are
+    Blurred, ///< the same, blurred where the panel asks for it
+};
+
 /// What took the keyboard focus from the panel.
 enum class KeyWindow {
     None,       ///< no window of this process
@@ -73,17 +80,16 @@ public:
     /// A modal dialog of this process is open.
     virtual bool hasModalWindow() const = 0;
 
-    /// Whether the desktop blends the window with what lies behind it. Where it does not, the surface cuts the
-    /// corners itself: the content then paints itself opaque and to its square edge, for what it leaves
-    /// transparent shows black.
-    virtual bool blendsWithDesktop() const { return true; }
+    /// Where it is nothing, the surface cuts the corners itself, and the content paints itself opaque and to its
+    /// square edge.
+    virtual Backdrop backdrop() const { return Backdrop::Sharp; }
+    bool blendsWithDesktop() const { return backdrop() != Backdrop::Nothing; }
     /// Asks for a blurred background, where the desktop offers it.
     virtual void setWantsBlur(bool) {}
 
 signals:
-    /// blendsWithDesktop() changed.
-    void blendingChanged();
-    /// The panel lost the keyboard focus.
+    void backdropChanged();
+    /// The panel lost the keyboard focus, or the user turned to what takes none, such as a dock.
     void resignedKey();
 };
 

@@ -136,8 +136,9 @@ bool FloatingPanelController::choosePlacement(bool maybeClicked)
     return true;
 }
 
-PanelPlace FloatingPanelController::place() const
+PanelPlace FloatingPanelController::place()
 {
+    emit roomChanged(placement::room(*m_placementScreen));
     return placement::place(*m_placementScreen, m_desiredSize, m_placementAnchor);
 }
 

@@ -51,14 +51,18 @@ public:
     /// The key monitor: to be installed on the windows of the panel and its popovers.
     bool eventFilter(QObject *watched, QEvent *event) override;
 
+signals:
+    /// How large the panel can be at most where it is about to be placed, in points.
+    void roomChanged(const QSizeF &room);
+
 private:
     PanelSurface &panel();
     void open(bool maybeClicked);
     /// Chooses the screen and, where the dock may have been clicked, the click point for the next placement; false
     /// when there is no screen.
     bool choosePlacement(bool maybeClicked);
-    /// Of the desired size, on the chosen screen.
-    PanelPlace place() const;
+    /// Of the desired size, on the chosen screen, whose room is announced.
+    PanelPlace place();
     void followScreens();
     void resize();
     void resignedKey();

@@ -43,12 +43,16 @@ std::optional<QPointF> dockClickPoint(const Screen &screen, const QPointF &point
     return inStrip ? std::optional(pointer) : std::nullopt;
 }
 
+QSizeF room(const Screen &screen)
+{
+    // A frame smaller than both gaps still gets a window that can exist.
+    return (screen.visibleFrame.size() - QSizeF(2 * gap, 2 * gap)).expandedTo({1, 1});
+}
+
 PanelPlace place(const Screen &screen, const QSizeF &desired, std::optional<QPointF> anchor)
 {
     const QRectF &visible = screen.visibleFrame;
-    // A frame smaller than both gaps still gets a window that can exist.
-    const QSizeF room(visible.width() - 2 * gap, visible.height() - 2 * gap);
-    const QSizeF size = desired.boundedTo(room).expandedTo({1, 1});
+    const QSizeF size = desired.boundedTo(room(screen));
     const DockEdge edge = dockEdge(screen);
     const QPointF middle = anchor.value_or(screen.frame.center());
     QPointF origin;

@@ -20,8 +20,11 @@ DockEdge dockEdge(const Screen &screen);
 /// The pointer, when it lies in the screen's dock strip; absent anywhere else.
 std::optional<QPointF> dockClickPoint(const Screen &screen, const QPointF &pointer);
 
+/// The largest panel that a screen holds: its visible frame with a gap on both sides.
+QSizeF room(const Screen &screen);
+
 /// Where a panel that asks for this size goes: beside the dock at the click point, or centred without one, and no
-/// larger than the visible frame with a gap on both sides.
+/// larger than the screen's room.
 PanelPlace place(const Screen &screen, const QSizeF &desired, std::optional<QPointF> anchor);
 
 } // namespace cobblet::placement

@@ -117,6 +117,26 @@ TEST_F(ProgramsTest, AnAgentHasAMenuInTheDockAndNoneOfCobbletsEntries)
     EXPECT_EQ(platform.tile.activations, 2);
 }
 
+TEST_F(ProgramsTest, AReopenedAgentOpensWhereItsOwnGroupWantsNotTheTabLeftOnShow)
+{
+    AppGroup own, other;
+    own.popupAnchor = PopupAnchor::DockIcon;
+    other.popupAnchor = PopupAnchor::DockCenter;
+    bundle.identifier = identifier::agentPrefix + uuidText(own.id);
+    struct Agent : AgentProgram {
+        using AgentProgram::AgentProgram;
+        using AgentProgram::m_core;
+    } agent(bundle, platform);
+    agent.start();
+    agent.m_core->config().replaceGroups({own, other});
+    platform.clock.advance(0ms);
+    emit agent.m_core->notifications().selectGroupByID(other.id);
+    platform.surface->visible = false;
+    platform.theScreens.pointerPosition = QPointF(800, 10);
+    platform.theInstance.sendReopen();
+    EXPECT_EQ(platform.surface->frame.center().x(), 800);
+}
+
 TEST(AppDelegate, AReopenShowsThePanelUnlessTheSettingsWindowIsOpenAndNoCountIsLostAtTheEnd)
 {
     test::GroupsFixture f;

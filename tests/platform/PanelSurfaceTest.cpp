@@ -14,6 +14,7 @@
 #include <array>
 
 #include <xcb/shape.h>
+#include <xcb/xtest.h>
 
 using namespace cobblet;
 
@@ -65,6 +66,18 @@ protected:
         return reply && reply->rectangles_len > 10;
     }
 
+    void press(const QPoint &at, uint8_t button)
+    {
+        const auto fake = [this](uint8_t type, uint8_t detail, const QPoint &to) {
+            xcb_test_fake_input(session.x11->xcb(), type, detail, XCB_CURRENT_TIME, session.x11->root(),
+                                int16_t(to.x()), int16_t(to.y()), 0);
+        };
+        fake(XCB_MOTION_NOTIFY, 0, at);
+        fake(XCB_BUTTON_PRESS, button, {});
+        fake(XCB_BUTTON_RELEASE, button, {});
+        session.x11->flush();
+    }
+
     test::XSession session;
     std::unique_ptr<X11Connection> x11;
     std::unique_ptr<X11Windows> windows;
@@ -99,6 +112,30 @@ TEST_F(PanelSurfaceTest, FloatsWithoutDecorationWhereItWasPut)
     EXPECT_TRUE(isAt(QRect(-40, 520, 400, 300)));
     QTest::qWait(60);
     EXPECT_EQ(session.geometry(id()), QRect(-40, 520, 400, 300));
+    panel->setPlace(at(QRectF(300.25, 58, 592.5, 302.5)));
+    EXPECT_TRUE(isAt(QRect(QPoint(300, 440), QPoint(892, 741)))) << "each edge is rounded by itself";
+}
+
+TEST_F(PanelSurfaceTest, APressOnWhatTakesNoFocusIsALossOfTheKeyStatus)
+{
+    const xcb_window_t dock = session.makeWindow(); // at (50, 50)
+    const uint32_t type = x11->atom("_NET_WM_WINDOW_TYPE_DOCK");
+    ASSERT_TRUE(becomes([&] { return windows->contains(dock); }));
+    xcb_change_property(session.x11->xcb(), XCB_PROP_MODE_REPLACE, dock, x11->atom("_NET_WM_WINDOW_TYPE"),
+                        XCB_ATOM_ATOM, 32, 1, &type);
+    show();
+    QSignalSpy lost(panel.get(), &PanelSurface::resignedKey);
+    const QPoint inside(400, 500), bare(20, 700);
+    for (const auto &[where, button] : {std::pair(inside, 1), {bare, 4}, {bare, 7}}) {
+        press(where, uint8_t(button));
+        QTest::qWait(150);
+        EXPECT_EQ(lost.size(), 0) << button;
+    }
+    for (const auto &[where, button] : {std::pair(bare, 1), {session.geometry(dock).center(), 3}}) {
+        press(where, uint8_t(button));
+        EXPECT_TRUE(becomes([&] { return lost.size() == 1; })) << button;
+        lost.clear();
+    }
 }
 
 TEST_F(PanelSurfaceTest, LeavesIconifiedWindowsAlone)
@@ -150,13 +187,17 @@ TEST_F(PanelSurfaceTest, CutsItsCornersOnlyWhileNothingIsBlended)
     const auto isBlurred = [&] { return !session.property(id(), "_KDE_NET_WM_BLUR_BEHIND_REGION").empty(); };
     EXPECT_TRUE(isCut() && !panel->blendsWithDesktop());
 
-    QSignalSpy blending(panel.get(), &PanelSurface::blendingChanged);
+    QSignalSpy changed(panel.get(), &PanelSurface::backdropChanged);
     ASSERT_TRUE(session.startCompositor());
-    EXPECT_TRUE(becomes([&] { return panel->blendsWithDesktop() && !isCut() && isBlurred(); }));
+    EXPECT_TRUE(becomes([&] { return panel->backdrop() == Backdrop::Sharp && !isCut() && isBlurred(); }));
+    const xcb_atom_t blur = x11->atom("_KDE_NET_WM_BLUR_BEHIND_REGION");
+    xcb_change_property(session.x11->xcb(), XCB_PROP_MODE_REPLACE, x11->root(), blur, blur, 8, 1, "");
+    session.x11->flush();
+    EXPECT_TRUE(becomes([&] { return panel->backdrop() == Backdrop::Blurred; })) << "as compositors announce it";
 
     session.stopCompositor();
     EXPECT_TRUE(becomes([&] { return !panel->blendsWithDesktop() && isCut() && !isBlurred(); }));
-    EXPECT_EQ(blending.size(), 2);
+    EXPECT_EQ(changed.size(), 3);
 }
 
 } // namespace

@@ -159,6 +159,9 @@ TEST_F(FloatingPanelControllerTest, AnOpenPanelFollowsTheDockAndItsScreen)
     controller.show();
     EXPECT_FALSE(controller.isVisible()) << "there is no screen";
     screens.list = before;
+    QList<QSizeF> rooms;
+    QObject::connect(&controller, &FloatingPanelController::roomChanged, &controller,
+                     [&rooms](const QSizeF &room) { rooms.append(room); });
     auto &shown = shownPanel();
     screens.replace({{before.first().name, QRectF(0, 0, 1440, 900), QRectF(0, 90, 1440, 810)}});
     scheduler.advance(1ms);
@@ -167,6 +170,7 @@ TEST_F(FloatingPanelControllerTest, AnOpenPanelFollowsTheDockAndItsScreen)
     screens.replace({{u"other"_s, QRectF(0, 0, 1000, 700), QRectF(0, 0, 1000, 700)}});
     scheduler.advance(1ms);
     EXPECT_EQ(shown.frame.topLeft(), QPointF(200, 8));
+    EXPECT_EQ(rooms, (QList<QSizeF>{{1424, 824}, {1424, 794}, {984, 684}})) << "told before each placement";
 
     shown.animations.clear();
     screens.replace(screens.list);

@@ -2,9 +2,12 @@
 #include "ui/PanelFixture.h"
 #include "ui/common/DisplayText.h"
 #include "ui/common/Symbols.h"
+#include "ui/common/ThemeColors.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <limits>
 
 namespace cobblet {
@@ -41,10 +44,51 @@ TEST(Metrics, DesiredSizeFollowsTheGroupAndItsLayout)
 TEST(Metrics, ColumnsFollowTheWidthOrTheFixedNumber)
 {
     for (const double width : {80.0, 399.5, 492.0})
-        EXPECT_EQ(PanelMetrics::columnCount(0, width), width < 100 ? 1 : width < 400 ? 4 : 5) << width;
-    EXPECT_EQ(PanelMetrics::columnCount(4, 391), 4) << "a window rounded down keeps its columns";
-    EXPECT_EQ(PanelMetrics::columnCount(2, 399.5), 2) << "fewer than would fit";
-    EXPECT_EQ(PanelMetrics::columnCount(20, 399.5), 4) << "more than there is room for";
+        EXPECT_EQ(PanelMetrics::columnCount(0, width, 1000), width < 100 ? 1 : width < 400 ? 4 : 5) << width;
+    EXPECT_EQ(PanelMetrics::columnCount(8, 150, 1000), 8) << "the panel is on its way to its size";
+    EXPECT_EQ(PanelMetrics::columnCount(4, 391, 391), 4) << "a screen rounded down keeps its columns";
+    EXPECT_EQ(PanelMetrics::columnCount(20, 399.5, 399.5), 4) << "more than the screen has room for";
+}
+
+double luminance(const QColor &color)
+{
+    const auto linear = [](double c) { return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4); };
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
+}
+
+double contrast(const QColor &one, const QColor &other)
+{
+    const double ratio = (luminance(one) + 0.05) / (luminance(other) + 0.05);
+    return std::max(ratio, 1 / ratio);
+}
+
+TEST(ThemeColors, TextIsReadOverAnythingThatIsNotBlurredAndTheOutlineStandsOffWithoutAShadow)
+{
+    test::PanelFixture f;
+    ThemeColors colors(f.theme, f.appearance);
+    for (const bool dark : {false, true}) {
+        f.appearance.setDark(dark);
+        const auto read = [&](const QColor &text, const QColor &behind) {
+            const QColor panel = over(colors.palette().panelBG, behind);
+            return contrast(over(text, panel), panel);
+        };
+        f.setPreference(u"glassyStyle"_s, false);
+        const double solid = read(colors.palette().text2, Qt::black);
+        f.setPreference(u"glassyStyle"_s, true);
+        for (const QColor behind : {Qt::black, Qt::white}) {
+            EXPECT_GE(read(colors.palette().text, behind), 4.5);
+            EXPECT_GE(read(colors.palette().text2, behind), std::min(4.5, 0.9 * solid));
+        }
+        const QColor border = colors.outline();
+        colors.setBackdrop(Backdrop::Nothing);
+        EXPECT_EQ(colors.palette().panelBG.alpha(), 255);
+        EXPECT_GE(contrast(colors.windowColor(), dark ? Qt::black : Qt::white), 3);
+        colors.setBackdrop(Backdrop::Blurred);
+        EXPECT_EQ(colors.palette().panelBG, CBTheme::palette(f.theme.effectiveScheme(), true).panelBG);
+        EXPECT_EQ(colors.outline(), border);
+        EXPECT_EQ(colors.windowColor().alpha(), 0);
+        colors.setBackdrop(Backdrop::Sharp);
+    }
 }
 
 TEST(DisplayText, IsOneLineOfBoundedLength)

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace cobblet {
 namespace {
 
@@ -102,6 +104,20 @@ TEST_F(PanelWindow, EveryStateLoadsWithoutWarningsAndMakesOnlyVisibleCells)
     EXPECT_TRUE(cells >= 6 && cells <= 24) << cells;
     f.config.replaceGroups({});
     shoot();
+}
+
+TEST_F(PanelWindow, FixedColumnsAreExactBeforeThePanelHasItsSizeAndFewerOnANarrowScreen)
+{
+    const auto becomes = [this](int columns) {
+        return QTest::qWaitFor([&] {
+            return columns == std::ranges::count_if(items("isAdd", false),
+                                                    [](const QQuickItem *cell) { return cell->y() == 0; });
+        });
+    };
+    f.setPreference(u"popupColumns"_s, 8); // the window keeps its 600 points here
+    EXPECT_TRUE(becomes(8));
+    view->model().setRoomWidth(700);
+    EXPECT_TRUE(becomes(5));
 }
 
 TEST_F(PanelWindow, ClicksOpenSelectAndShowMenus)

@@ -49,7 +49,8 @@ QWindow *ownWindow(xcb_window_t id)
 
 X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Screens &screens, X11Windows &windows)
     : QtPanelSurface(window, screens, Focus::Derived), m_windows(windows),
-      m_toolkit(qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection()), m_radius(cornerRadius)
+      m_toolkit(qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection()),
+      m_presses(windows, m_toolkit), m_radius(cornerRadius)
 {
     m_windows.x11().intern({timeMark, windowState, "WM_STATE", hiddenState, blurRegion, "_NET_WM_WINDOW_TYPE",
                             "_NET_WM_WINDOW_TYPE_UTILITY", "_NET_WM_STATE_ABOVE", "_NET_WM_STATE_STICKY",
@@ -79,8 +80,10 @@ X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Scr
     connect(&m_windows, &X11Windows::compositingChanged, this, [this] {
         updateEffects();
         applyAlpha();
-        emit blendingChanged();
+        emit backdropChanged();
     });
+    // Docks and desktops take no focus. The one that takes it after all gets the time to do so.
+    connect(&m_presses, &X11OutsidePresses::pressed, this, [this] { m_loss.start(graceForFocus); });
     // A popover that takes the keyboard is a window of its own to the desktop, yet none to switch to.
     connect(qGuiApp, &QGuiApplication::focusWindowChanged, this, [this](QWindow *now) {
         if (now && now != &this->window() && isFamily(now))
@@ -101,12 +104,16 @@ Availability X11PanelSurface::availability() const
         return Availability::partly(noManager);
     if (!blendsWithDesktop())
         return Availability::partly(noCompositor);
-    // A compositing manager that blurs says so by a property of this name on the root window.
-    X11Connection &x11 = m_windows.x11();
-    return x11.cardinals(x11.root(), x11.atom(blurRegion), 1).empty()
-               ? Availability::works(
-                     QStringLiteral("This compositing manager does not blur what is behind the panel."))
-               : Availability::works();
+    return backdrop() == Backdrop::Blurred ? Availability::works()
+                                           : Availability::works(QStringLiteral(
+                                                 "This compositing manager does not blur what is behind the panel."));
+}
+
+Backdrop X11PanelSurface::backdrop() const
+{
+    return m_windows.isBlurring()      ? Backdrop::Blurred
+           : m_windows.isCompositing() ? Backdrop::Sharp
+                                       : Backdrop::Nothing;
 }
 
 void X11PanelSurface::set(const char *property, xcb_atom_t type, const std::vector<uint32_t> &values)
@@ -202,6 +209,7 @@ void X11PanelSurface::makeKeyAndOrderFront()
         m_previous = m_windows.hasManager() ? m_windows.activeWindow() : m_windows.x11().focus();
         prepareToMap();
         window().show();
+        m_presses.listen(true);
     }
     takeFocus();
 }
@@ -232,6 +240,7 @@ bool X11PanelSurface::holdsFocus(xcb_window_t focus) const
 void X11PanelSurface::orderOut()
 {
     const bool wasVisible = isVisible();
+    m_presses.listen(false);
     m_loss.stop();
     m_holder = XCB_WINDOW_NONE;
     m_awaitsTime = false;

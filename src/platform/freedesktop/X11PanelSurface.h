@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/freedesktop/X11OutsidePresses.h"
 #include "platform/freedesktop/x11/X11Windows.h"
 #include "platform/portable/QtPanelSurface.h"
 
@@ -20,7 +21,7 @@ public:
     Availability availability() const override;
     void makeKeyAndOrderFront() override;
     void orderOut() override;
-    bool blendsWithDesktop() const override { return m_windows.isCompositing(); }
+    Backdrop backdrop() const override;
     void setWantsBlur(bool wanted) override;
 
 protected:
@@ -45,6 +46,7 @@ private:
 
     X11Windows &m_windows;
     xcb_connection_t *m_toolkit; ///< the toolkit's connection: what it carries stays in order with the mapping
+    X11OutsidePresses m_presses;
     xcb_window_t m_id = XCB_WINDOW_NONE;
     double m_radius;
     bool m_wantsBlur = false;

@@ -81,8 +81,9 @@ void QtPanelSurface::animatePlace(const PanelPlace &place, double seconds, Easin
 void QtPanelSurface::applyFrame(const QRectF &frame)
 {
     m_frame = frame;
+    // Each edge by itself: rounding the size would move the edge beside the dock.
     const QRectF placed = m_screens.toWindowSystem(frame);
-    setGeometry(QRect(qRound(placed.x()), qRound(placed.y()), qRound(placed.width()), qRound(placed.height())));
+    setGeometry(QRect(placed.topLeft().toPoint(), placed.bottomRight().toPoint() - QPoint(1, 1)));
 }
 
 void QtPanelSurface::setGeometry(const QRect &geometry)

@@ -2,9 +2,9 @@
 
 #include "platform/Appearance.h"
 
-namespace cobblet {
+#include <algorithm>
 
-namespace {
+namespace cobblet {
 
 QColor over(const QColor &top, const QColor &bottom)
 {
@@ -13,8 +13,6 @@ QColor over(const QColor &top, const QColor &bottom)
     return QColor::fromRgbF(mix(top.redF(), bottom.redF()), mix(top.greenF(), bottom.greenF()),
                             mix(top.blueF(), bottom.blueF()));
 }
-
-} // namespace
 
 ThemeColors::ThemeColors(ThemeManager &manager, Appearance &appearance) : m_manager(manager), m_appearance(appearance)
 {
@@ -29,8 +27,13 @@ void ThemeColors::update()
     const bool dark = scheme == ColorScheme::Dark;
     const QColor solid = CBTheme::palette(scheme, false).panelBG;
     CBTheme::operator=(m_manager.theme());
-    if (panelIsMaterial && !m_blending)
+    m_outline = border;
+    if (m_backdrop == Backdrop::Nothing) {
         panelBG = over(panelBG, solid);
+        m_outline.setAlphaF(dark ? 0.25f : 0.4f);
+    } else if (panelIsMaterial && m_backdrop == Backdrop::Sharp) {
+        panelBG.setAlphaF(std::max(panelBG.alphaF(), float(unblurredTint)));
+    }
     // A touch lighter than the panel, so that it stands off where it lies over it.
     m_popoverBG = over(QColor::fromRgbF(1, 1, 1, dark ? 0.05f : 0.55f), solid);
     m_fieldBG = dark ? QColor(255, 255, 255, 20) : QColor(255, 255, 255);
@@ -42,11 +45,17 @@ QColor ThemeColors::accent() const
     return m_appearance.accentColor(); // asked when it is needed: it may cost a round trip
 }
 
-void ThemeColors::setBlending(bool blending)
+/// Where the mask cuts through a pixel of the rounded edge, the rest of it is more of the outline.
+QColor ThemeColors::windowColor() const
 {
-    if (m_blending == blending)
+    return m_backdrop == Backdrop::Nothing ? over(m_outline, panelBG) : QColor(Qt::transparent);
+}
+
+void ThemeColors::setBackdrop(Backdrop backdrop)
+{
+    if (m_backdrop == backdrop)
         return;
-    m_blending = blending;
+    m_backdrop = backdrop;
     update();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/Theme.h"
+#include "platform/PanelSurface.h"
 #include "ui/common/EngineSingleton.h"
 
 #include <QObject>
@@ -8,6 +9,9 @@
 #include <QtQml/qqmlregistration.h>
 
 namespace cobblet {
+
+/// What a colour makes of an opaque one beneath it.
+QColor over(const QColor &top, const QColor &bottom);
 
 /// The palette in force, as the views bind to it.
 class ThemeColors : public QObject, public EngineSingleton<ThemeColors>, private CBTheme {
@@ -24,18 +28,22 @@ class ThemeColors : public QObject, public EngineSingleton<ThemeColors>, private
     Q_PROPERTY(QColor kbd MEMBER kbd NOTIFY changed)
     Q_PROPERTY(QColor toolHover MEMBER toolHover NOTIFY changed)
     Q_PROPERTY(QColor border MEMBER border NOTIFY changed)
+    Q_PROPERTY(QColor outline MEMBER m_outline NOTIFY changed)
     Q_PROPERTY(QColor accent READ accent NOTIFY changed)
     Q_PROPERTY(QColor popoverBG MEMBER m_popoverBG NOTIFY changed)
     Q_PROPERTY(QColor fieldBG MEMBER m_fieldBG NOTIFY changed)
 public:
     ThemeColors(ThemeManager &manager, Appearance &appearance);
 
-    /// The palette; its background is opaque where the desktop does not blend windows.
+    /// The palette; its background is as dense as what lies behind the panel asks for.
     const CBTheme &palette() const { return *this; }
     QColor accent() const;
+    /// Around the panel: the palette's border, or one that stands off by itself where nothing casts a shadow.
+    QColor outline() const { return m_outline; }
+    /// Of the panel's window, beneath all that is painted: transparent wherever that can be.
+    QColor windowColor() const;
 
-    /// Whether what lies beneath the panel shows through its translucent parts.
-    void setBlending(bool blending);
+    void setBackdrop(Backdrop backdrop);
 
 signals:
     void changed();
@@ -45,7 +53,8 @@ private:
 
     ThemeManager &m_manager;
     Appearance &m_appearance;
-    bool m_blending = true;
+    Backdrop m_backdrop = Backdrop::Sharp;
+    QColor m_outline;
     QColor m_popoverBG; ///< of popovers and tips: opaque in every palette, because they lie over anything
     QColor m_fieldBG;   ///< inside of a text field
 };

@@ -7,8 +7,10 @@ Item {
     id: page
 
     required property real hair
-    readonly property int columns: PanelMetrics.columnCount(Panel.columns, width)
-    readonly property int pitch: Math.floor((width - 2 * PanelMetrics.gridPadding + PanelMetrics.columnSpacing) / columns)
+    readonly property int columns: PanelMetrics.columnCount(Panel.columns, width, Panel.roomWidth - x)
+    // A panel that is still growing shows the last columns as it gets to them.
+    readonly property int pitch: Math.max(PanelMetrics.columnPitch,
+                                          Math.floor((width - 2 * PanelMetrics.gridPadding + PanelMetrics.columnSpacing) / columns))
     readonly property string contentID: Panel.contentID
 
     signal leftEdgePassed
@@ -24,7 +26,7 @@ Item {
 
     GridView {
         id: view
-        x: Math.round((page.width - width + PanelMetrics.columnSpacing) / 2)
+        x: Math.max(PanelMetrics.gridPadding, Math.round((page.width - width + PanelMetrics.columnSpacing) / 2))
         width: page.columns * page.pitch
         height: page.height - (tools.visible ? tools.height : 0)
         // A header, because positioning a view does not count its margin. The last row brings its spacing along.

@@ -87,6 +87,6 @@ FocusScope {
         radius: PanelMetrics.panelRadius
         color: "transparent"
         border.width: panel.hair
-        border.color: CBTheme.border
+        border.color: CBTheme.outline
     }
 }

@@ -26,7 +26,7 @@ QSizeF PanelMetrics::desiredPanelSize(const AppGroup *group, const EffectivePopu
             std::max(gridHeight + toolRow, minimumPanel.height())};
 }
 
-int PanelMetrics::columnCount(int fixedColumns, double gridWidth)
+int PanelMetrics::columnCount(int fixedColumns, double gridWidth, double gridRoom)
 {
     const auto fitting = [](double width) {
         return std::max(1, int((width - 2 * gridPadding + columnSpacing) / (cellWidth + columnSpacing)));
@@ -35,7 +35,7 @@ int PanelMetrics::columnCount(int fixedColumns, double gridWidth)
         return fitting(gridWidth);
     // Windows measure whole pixels: the point or two that rounding takes must not cost a column.
     constexpr double rounding = 4;
-    return std::min(fixedColumns, fitting(gridWidth + rounding));
+    return std::min(fixedColumns, fitting(gridRoom + rounding));
 }
 
 } // namespace cobblet

@@ -21,6 +21,7 @@ class PanelMetrics : public QObject {
     Q_PROPERTY(int sidebarToggle MEMBER sidebarToggle CONSTANT)
     Q_PROPERTY(int cellHeight MEMBER cellHeight CONSTANT)
     Q_PROPERTY(int titledCellHeight MEMBER titledCellHeight CONSTANT)
+    Q_PROPERTY(int columnPitch MEMBER columnPitch CONSTANT)
     Q_PROPERTY(int columnSpacing MEMBER columnSpacing CONSTANT)
     Q_PROPERTY(int rowSpacing MEMBER rowSpacing CONSTANT)
     Q_PROPERTY(int gridPadding MEMBER gridPadding CONSTANT)
@@ -38,6 +39,7 @@ public:
     static constexpr int cellHeight = 81;
     static constexpr int titledCellHeight = 103;
     static constexpr int columnSpacing = 8;
+    static constexpr int columnPitch = cellWidth + columnSpacing - 1; ///< at least, in a window rounded down
     static constexpr int rowSpacing = 18;
     static constexpr int gridPadding = 16;
     static constexpr int toolRowHeight = 46;
@@ -47,8 +49,9 @@ public:
     /// expanded sidebar counts even while it is collapsed, so that collapsing never resizes the panel.
     static QSizeF desiredPanelSize(const AppGroup *group, const EffectivePopupLayout &layout);
 
-    /// How many columns a grid of this width has: the fixed number as far as it fits, or as many as fit.
-    Q_INVOKABLE static int columnCount(int fixedColumns, double gridWidth);
+    /// How many columns a grid of this width has: the fixed number, which the panel is perhaps still on its way to,
+    /// as far as the screen has room for the grid; or as many as fit.
+    Q_INVOKABLE static int columnCount(int fixedColumns, double gridWidth, double gridRoom);
 };
 
 } // namespace cobblet

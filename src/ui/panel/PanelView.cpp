@@ -35,15 +35,17 @@ PanelView::PanelView(const PanelDependencies &dependencies)
     QSurfaceFormat format = m_view->format();
     format.setAlphaBufferSize(8);
     m_view->setFormat(format);
-    m_view->setColor(Qt::transparent);
     m_view->setTitle(QStringLiteral("Cobblet"));
     m_view->setResizeMode(QQuickView::SizeRootObjectToView);
     m_view->resize(PanelMetrics::standardPanel.toSize());
     m_model.setWindow(m_view.get());
 
-    const auto colorTiles = [this] { m_model.tiles().setColor(m_engine.theme().palette().text2); };
-    colorTiles();
-    connect(&m_engine.theme(), &ThemeColors::changed, this, colorTiles);
+    const auto followColors = [this] {
+        m_view->setColor(m_engine.theme().windowColor());
+        m_model.tiles().setColor(m_engine.theme().palette().text2);
+    };
+    followColors();
+    connect(&m_engine.theme(), &ThemeColors::changed, this, followColors);
     followPixelRatio();
     connect(m_view.get(), &QWindow::screenChanged, this, &PanelView::followPixelRatio);
     connect(m_view.get(), &QWindow::visibleChanged, this, [this](bool visible) {

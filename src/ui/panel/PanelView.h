@@ -24,8 +24,8 @@ public:
     ControlsEngine &engine() { return m_engine; }
     /// The group on show, whose anchor decides where the panel opens.
     std::optional<AppGroup> selectedGroup() const { return m_model.selectedGroup(); }
-    /// Whether the desktop blends windows: without it the glassy palettes are drawn opaque.
-    void setBlending(bool blending) { m_engine.theme().setBlending(blending); }
+    /// The glassy palettes are as dense as what lies behind the panel asks for.
+    void setBackdrop(Backdrop backdrop) { m_engine.theme().setBackdrop(backdrop); }
     /// An event filter that sees the keys of the panel and its popovers first.
     void setKeyMonitor(QObject &monitor);
 

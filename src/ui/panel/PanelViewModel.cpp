@@ -9,6 +9,8 @@
 #include "platform/Workspace.h"
 #include "ui/panel/PanelMetrics.h"
 
+#include <utility>
+
 namespace cobblet {
 
 namespace {
@@ -113,6 +115,12 @@ QSizeF PanelViewModel::desiredSize() const
 void PanelViewModel::postDesiredSize()
 {
     emit m_d.notifications.panelDesiredSizeChanged(desiredSize());
+}
+
+void PanelViewModel::setRoomWidth(double width)
+{
+    if (std::exchange(m_roomWidth, width) != width)
+        emit roomWidthChanged();
 }
 
 int PanelViewModel::selectedRow() const

@@ -31,6 +31,7 @@ class PanelViewModel : public QObject, public EngineSingleton<PanelViewModel> {
     Q_PROPERTY(bool showsToolRow READ showsToolRow NOTIFY contentChanged)
     Q_PROPERTY(bool offersStandalone READ offersStandalone NOTIFY contentChanged)
     Q_PROPERTY(int columns READ columns NOTIFY contentChanged)
+    Q_PROPERTY(double roomWidth READ roomWidth NOTIFY roomWidthChanged)
     Q_PROPERTY(bool showsTitles READ showsTitles NOTIFY contentChanged)
     Q_PROPERTY(bool sidebarExpanded MEMBER m_sidebarExpanded NOTIFY sidebarExpandedChanged)
     Q_PROPERTY(QString closeAllLabel READ closeAllLabel NOTIFY modifiersChanged)
@@ -73,6 +74,9 @@ public:
     bool offersStandalone() const { return m_d.openStandalone && groupOnShow(); }
     bool showsMostUsed() const { return m_d.popupSettings.showsMostUsed(); }
     int columns() const { return m_layout.columns; }
+    /// How wide the panel can be at most, in points. More than any screen has until it is told.
+    double roomWidth() const { return m_roomWidth; }
+    void setRoomWidth(double width);
     bool showsTitles() const { return m_layout.showsTitles; }
     QString closeAllLabel() const { return closeAllButton(m_isCommandPressed, m_isOptionPressed).label; }
     QString closeAllSymbol() const { return closeAllButton(m_isCommandPressed, m_isOptionPressed).symbol; }
@@ -104,6 +108,7 @@ public:
 
 signals:
     void contentChanged();
+    void roomWidthChanged();
     void sidebarExpandedChanged();
     void modifiersChanged();
     void shownChanged();
@@ -123,6 +128,7 @@ private:
     QList<AppGroup> m_order; ///< the groups in sidebar order
     AppGroup m_mostUsed;
     EffectivePopupLayout m_layout;
+    double m_roomWidth = 100'000;
     bool m_sidebarExpanded = true;
     bool m_isCommandPressed = false;
     bool m_isOptionPressed = false;

@@ -15,6 +15,7 @@ constexpr const char *activeWindowName = "_NET_ACTIVE_WINDOW";
 constexpr const char *managerCheck = "_NET_SUPPORTING_WM_CHECK";
 constexpr const char *supportedName = "_NET_SUPPORTED";
 constexpr const char *clientList = "_NET_CLIENT_LIST";
+constexpr const char *blurRegion = "_KDE_NET_WM_BLUR_BEHIND_REGION";
 
 constexpr size_t maximumWindows = 4096;
 constexpr uint32_t iconicState = 3;
@@ -31,7 +32,7 @@ X11Windows::X11Windows(X11Connection &x11) : m_x11(x11)
 {
     xcb_prefetch_extension_data(m_x11.xcb(), &xcb_xfixes_id);
     const QByteArray compositor = "_NET_WM_CM_S" + QByteArray::number(m_x11.screenNumber());
-    m_x11.intern({activeWindowName, managerCheck, supportedName, clientList, compositor.constData(),
+    m_x11.intern({activeWindowName, managerCheck, supportedName, clientList, blurRegion, compositor.constData(),
                   "_NET_CLIENT_LIST_STACKING", "_NET_CLOSE_WINDOW", "_NET_RESTACK_WINDOW", "WM_CHANGE_STATE",
                   "WM_STATE", "WM_PROTOCOLS", "WM_DELETE_WINDOW"});
     // A process that carries out a single command has no toolkit, and no windows.
@@ -50,6 +51,7 @@ X11Windows::X11Windows(X11Connection &x11) : m_x11(x11)
         if (std::exchange(m_compositing, compositing) != compositing)
             emit compositingChanged();
     });
+    followBlur();
     followManager();
     m_x11.awaitReplies();
 }
@@ -67,6 +69,8 @@ void X11Windows::handle(const xcb_generic_event_t *event)
                 followManager();
             else if (is(clientList))
                 followWindows();
+            else if (is(blurRegion))
+                followBlur();
         } else if (notify->window == m_managerNamed && is(managerCheck)) {
             followManager();
         } else if (contains(notify->window)) {
@@ -121,6 +125,18 @@ void X11Windows::followManager()
     });
 }
 
+/// The root window has a property of this name, whatever is in it, while a compositing manager blurs.
+void X11Windows::followBlur()
+{
+    const auto asked = xcb_get_property(m_x11.xcb(), 0, m_x11.root(), m_x11.atom(blurRegion), XCB_ATOM_ANY, 0, 0);
+    m_x11.whenReplied(asked.sequence, this, [this](const void *raw) {
+        const auto *reply = static_cast<const xcb_get_property_reply_t *>(raw);
+        const bool blurs = reply && reply->type != XCB_ATOM_NONE;
+        if (std::exchange(m_blurs, blurs) != blurs)
+            emit compositingChanged();
+    });
+}
+
 void X11Windows::setManager(xcb_window_t window)
 {
     m_manager = window;
@@ -145,9 +161,7 @@ void X11Windows::followWindows()
 
 void X11Windows::setWindows(std::vector<xcb_window_t> windows)
 {
-    const uint32_t base = ~xcb_get_setup(m_x11.xcb())->resource_id_mask;
-    std::erase_if(windows,
-                  [&](xcb_window_t window) { return window == XCB_WINDOW_NONE || (window & base) == m_ownBase; });
+    std::erase_if(windows, [this](xcb_window_t window) { return window == XCB_WINDOW_NONE || isOwn(window); });
     const QSet<xcb_window_t> now(windows.begin(), windows.end());
     const QSet<xcb_window_t> before(m_windows.begin(), m_windows.end());
     m_windows = std::move(windows);
@@ -166,6 +180,11 @@ void X11Windows::setWindows(std::vector<xcb_window_t> windows)
 bool X11Windows::contains(xcb_window_t window) const
 {
     return std::find(m_windows.begin(), m_windows.end(), window) != m_windows.end();
+}
+
+bool X11Windows::isOwn(xcb_window_t window) const
+{
+    return (window & ~xcb_get_setup(m_x11.xcb())->resource_id_mask) == m_ownBase;
 }
 
 std::vector<xcb_window_t> X11Windows::tree()

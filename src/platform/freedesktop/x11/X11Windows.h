@@ -27,6 +27,8 @@ public:
     /// Whether the window is the window manager's own, which takes the focus when no other window can.
     bool isManagerWindow(xcb_window_t window) const { return hasManager() && window == m_manager; }
     bool isCompositing() const { return m_compositing; }
+    /// Whether the compositing manager blurs what lies behind the windows that ask for it.
+    bool isBlurring() const { return m_compositing && m_blurs; }
     /// None when no window is active or nobody tells.
     xcb_window_t activeWindow() const { return m_active; }
 
@@ -34,6 +36,8 @@ public:
     /// manager's list, or what the window tree shows where there is none.
     const std::vector<xcb_window_t> &windows() const { return m_windows; }
     bool contains(xcb_window_t window) const;
+    /// Whether the window is one of this process.
+    bool isOwn(xcb_window_t window) const;
     /// The ones of these that are iconified, or unmapped where nobody iconifies. Waits for one answer.
     QSet<xcb_window_t> iconified(const std::vector<xcb_window_t> &windows) const;
 
@@ -62,6 +66,7 @@ signals:
     /// Of one of windows().
     void propertyChanged(xcb_window_t window, xcb_atom_t property);
     void activeWindowChanged();
+    /// isCompositing() or isBlurring() changed.
     void compositingChanged();
     /// This process asked for the window to be activated.
     void activationSent(xcb_window_t window);
@@ -70,6 +75,7 @@ private:
     void handle(const xcb_generic_event_t *event);
     void followActive();
     void followManager();
+    void followBlur();
     void followWindows();
     void setManager(xcb_window_t window);
     void setWindows(std::vector<xcb_window_t> windows);
@@ -87,6 +93,7 @@ private:
     bool m_isManaged = false; ///< by a manager of any kind; known where there is no list
     xcb_window_t m_active = XCB_WINDOW_NONE;
     bool m_compositing = false;
+    bool m_blurs = false;
     std::vector<xcb_window_t> m_windows;
     QSet<xcb_window_t> m_hidden;    ///< by hide()
     QSet<xcb_window_t> m_restoring; ///< on their way back: the window manager has not mapped them yet
