@@ -8,6 +8,7 @@
 #include <QSizeF>
 #include <QString>
 
+#include <cmath>
 #include <functional>
 #include <optional>
 
@@ -27,6 +28,13 @@ struct PanelPlace {
 
     bool operator==(const PanelPlace &) const = default;
 };
+
+/// How many points a window is wider and higher than what it shows: at a fractional scale the toolkit paints its last
+/// point in part or not at all.
+inline int overhang(double scale)
+{
+    return scale == std::floor(scale) ? 0 : 1;
+}
 
 /// Timing curve of an animation.
 enum class Easing { In, Out };

@@ -3,7 +3,7 @@
 import unittest
 
 from cobblet import GROUPS, Cobblet, Home
-from desktop import Desktop
+from desktop import Desktop, Rect
 
 
 class BareDesktops(unittest.TestCase):
@@ -21,3 +21,15 @@ class BareDesktops(unittest.TestCase):
                 self.assertEqual(len(said), 1, cobblet.messages())
                 cobblet.hide()
                 self.assertIsNone(cobblet.process.poll())
+
+    def test_without_a_compositor_nothing_shows_that_the_panel_leaves_transparent(self):
+        with Desktop() as desktop:
+            home = Home(GROUPS)
+            self.addCleanup(home.remove)
+            cobblet = Cobblet(desktop, {**home.environment(), "QT_SCALE_FACTOR": "1.33"})
+            panel = cobblet.wait_painted().rect()
+            around = desktop.picture(Rect(panel.x - 2, panel.y - 2, panel.width + 4, panel.height + 4))
+            inside = (20, 20, around.width - 20, around.height - 20)
+            around.paste((255, 255, 255), inside)
+            dark = [pixel for pixel in around.getdata() if max(pixel) < 100]
+            self.assertEqual(dark, [], "the outline is brighter, and so is the desktop")

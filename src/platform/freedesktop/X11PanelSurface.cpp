@@ -89,7 +89,10 @@ X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Scr
         if (now && now != &this->window() && isFamily(now))
             addStates(xcb_window_t(now->winId()), "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER");
     });
-    connect(&window, &QWindow::screenChanged, this, [this] { updateShape(this->window().size()); });
+    connect(&window, &QWindow::screenChanged, this, &X11PanelSurface::updateShape);
+    // The window manager may have given it another size.
+    connect(&window, &QWindow::widthChanged, this, &X11PanelSurface::updateShape);
+    connect(&window, &QWindow::heightChanged, this, &X11PanelSurface::updateShape);
     qGuiApp->installNativeEventFilter(this);
 }
 
@@ -132,7 +135,7 @@ void X11PanelSurface::prepareToMap()
         {x11.atom("_NET_WM_STATE_ABOVE"), x11.atom("_NET_WM_STATE_STICKY"), x11.atom("_NET_WM_STATE_SKIP_TASKBAR"),
          x11.atom("_NET_WM_STATE_SKIP_PAGER")});
     set("_NET_WM_DESKTOP", XCB_ATOM_CARDINAL, {allDesktops});
-    updateShape(window().size());
+    updateShape();
 }
 
 /// A state that was said before the window manager dealt with the last unmapping goes with it.
@@ -163,12 +166,13 @@ void X11PanelSurface::applyAlpha()
 void X11PanelSurface::setGeometry(const QRect &geometry)
 {
     QtPanelSurface::setGeometry(geometry);
-    updateShape(geometry.size());
+    updateShape();
 }
 
-void X11PanelSurface::updateShape(const QSize &points)
+void X11PanelSurface::updateShape()
 {
     const double scale = window().devicePixelRatio();
+    const QSize points = window().size() - QSize(overhang(scale), overhang(scale));
     const QSize pixels(qRound(points.width() * scale), qRound(points.height() * scale));
     if (std::exchange(m_shapedPixels, pixels) != pixels)
         updateEffects();

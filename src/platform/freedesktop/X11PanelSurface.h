@@ -39,7 +39,7 @@ private:
     void repeatState();
     bool holdsFocus(xcb_window_t focus) const;
     void returnFocus();
-    void updateShape(const QSize &points);
+    void updateShape();
     void updateEffects();
     void set(const char *property, xcb_atom_t type, const std::vector<uint32_t> &values);
     void addStates(xcb_window_t window, const char *first, const char *second);

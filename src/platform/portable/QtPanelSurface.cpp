@@ -83,7 +83,8 @@ void QtPanelSurface::applyFrame(const QRectF &frame)
     m_frame = frame;
     // Each edge by itself: rounding the size would move the edge beside the dock.
     const QRectF placed = m_screens.toWindowSystem(frame);
-    setGeometry(QRect(placed.topLeft().toPoint(), placed.bottomRight().toPoint() - QPoint(1, 1)));
+    const int over = overhang(m_window.devicePixelRatio());
+    setGeometry(QRect(placed.topLeft().toPoint(), placed.bottomRight().toPoint() + QPoint(over - 1, over - 1)));
 }
 
 void QtPanelSurface::setGeometry(const QRect &geometry)

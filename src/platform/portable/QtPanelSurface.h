@@ -37,7 +37,8 @@ protected:
     QWindow &window() const { return m_window; }
     /// The panel, what is transient for it, and menus.
     bool isFamily(const QWindow *other) const;
-    /// Moves the window (y-down points); where it lies already, nothing is asked of the window system.
+    /// Moves the window (y-down points, with the overhang); where it lies already, nothing is asked of the window
+    /// system.
     virtual void setGeometry(const QRect &geometry);
     /// Gives the window the current alpha, or full opacity where nothing is blended.
     virtual void applyAlpha();

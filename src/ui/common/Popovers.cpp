@@ -1,5 +1,7 @@
 #include "ui/common/Popovers.h"
 
+#include "platform/PanelSurface.h"
+
 #include <QMouseEvent>
 #include <QQuickWindow>
 #include <QScreen>
@@ -60,6 +62,7 @@ void Popovers::open(QQmlComponent &component, QQuickItem &anchor)
 
     constexpr int gap = 6;
     const QSize size = content->size().toSize();
+    const int over = overhang(owner.devicePixelRatio());
     const QRectF beside = anchor.mapRectToScene(QRectF(QPointF(0, 0), anchor.size()));
     QPoint at = owner.mapToGlobal(QPoint(0, 0));
     if (content->property("opensAbove").toBool())
@@ -71,7 +74,7 @@ void Popovers::open(QQmlComponent &component, QQuickItem &anchor)
         at.setX(std::max(area.left(), std::min(at.x(), area.right() + 1 - size.width())));
         at.setY(std::max(area.top(), std::min(at.y(), area.bottom() + 1 - size.height())));
     }
-    m_window->setGeometry(QRect(at, size));
+    m_window->setGeometry(QRect(at, size + QSize(over, over)));
     m_window->setMask(roundedRegion(size, content->property("radius").toDouble()));
     if (m_keyMonitor)
         m_window->installEventFilter(m_keyMonitor);

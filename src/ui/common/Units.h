@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/PanelSurface.h"
+
 #include <QEasingCurve>
 #include <QFont>
 #include <QObject>
@@ -34,6 +36,8 @@ public:
     /// A spring with a response of 0.22 s and a damping fraction of 0.55, released at rest.
     static double springProgress(double seconds);
     static QEasingCurve spring();
+    /// What a view leaves free at the right and lower edge of its window at this scale, in points.
+    Q_INVOKABLE static int overhang(double scale) { return cobblet::overhang(scale); }
     /// The desktop's fixed-width family.
     static QString fixedFont();
     /// The emoji of a tab. Other fonts have drawings of some emoji, too: the coloured ones come first.
