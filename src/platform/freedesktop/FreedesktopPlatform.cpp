@@ -186,7 +186,10 @@ private:
         return QStandardPaths::locate(QStandardPaths::GenericDataLocation, file).isEmpty() ? QString() : name;
     }
 
-    FreedesktopWorkspace &theWorkspace() { return made(m_workspace, x11(), &m_bus); }
+    FreedesktopWorkspace &theWorkspace()
+    {
+        return made(m_workspace, x11(), &m_bus, m_options.bundlePath + QStringLiteral("/Contents/Helpers/svg-image"));
+    }
     X11RunningApplications &running() { return made(m_running, windows(), theWorkspace()); }
 
     const PlatformOptions m_options;

@@ -25,6 +25,7 @@ protected:
     }
 };
 
+const QString svgProgram = QStringLiteral(COBBLET_SVG_IMAGE);
 const QByteArray redSvg = "<svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 20 10'>"
                           "<rect width='20' height='10' fill='red'/></svg>";
 
@@ -63,6 +64,42 @@ TEST_F(IconTest, TheBestFileOfTheFirstThemeIsFound)
         EXPECT_EQ(files.find(name, 48), QString()) << qPrintable(name.left(50));
 }
 
+TEST_F(IconTest, DocumentsAreDrawnWholeAndHostileOnesHoldNothingUp)
+{
+    const auto document = [](const QByteArray &content) {
+        return "<svg xmlns='http://www.w3.org/2000/svg' xmlns:x='http://www.w3.org/1999/xlink' viewBox='0 0 9 9'>" +
+               content + "</svg>";
+    };
+    QByteArray loop = "<filter id='f'><feGaussianBlur stdDeviation='1'/></filter><rect id='u0' width='9' height='9' "
+                      "filter='url(#f)'/>";
+    for (int i = 1; i < 18; ++i)
+        loop += QStringLiteral("<g id='u%1'><use x:href='#u%2'/><use x:href='#u%2'/></g>").arg(i).arg(i - 1).toUtf8();
+    png(home.path(u"outside.png"_s), 9, 9, Qt::red);
+    const std::pair<QByteArray, std::optional<QColor>> rows[] = {
+        // and the colour in the middle, or none where nothing is drawn
+        {document("<style>.a{fill:#00f}</style><mask id='m'><path d='M3 3h3v3H3z' fill='#fff'/></mask>"
+                  "<path class='a' mask='url(#m)' d='M0 0h9v9H0z'/>"),
+         QColor(Qt::blue)},
+        {document("<filter id='f'><feFlood flood-color='#0f0'/></filter><path filter='url(#f)' d='M3 3h3v3H3z'/>"),
+         QColor(Qt::green)},
+        {document("<image width='9' height='9' x:href='file://" + home.path(u"outside.png"_s).toUtf8() + "'/>"),
+         QColor(Qt::transparent)},
+        {"<!DOCTYPE svg [<!ENTITY e SYSTEM 'file:///etc/passwd'>]>" + document("<text>&e;</text>"), std::nullopt},
+        {document(loop), std::nullopt},
+        {redSvg, QColor(Qt::red)}, // after the one that ended the program
+    };
+    std::thread([&] {
+        for (const auto &[content, middle] : rows) {
+            write(home.path(u"icon.svg"_s), content);
+            const QImage image = iconImage(home.path(u"icon.svg"_s), 32, 1, svgProgram);
+            EXPECT_EQ(image.isNull(), !middle) << content.left(200).constData();
+            EXPECT_TRUE(image.isNull() ||
+                        (image.pixelColor(16, 16) == *middle && image.pixelColor(16, 1).alpha() == 0))
+                << content.left(200).constData();
+        }
+    }).join();
+}
+
 TEST_F(IconTest, PicturesComeInExactlyTheAskedSizeAndWhatIsNoneIsRefused)
 {
     png(home.path(u"wide.png"_s), 64, 32, Qt::blue);
@@ -81,14 +118,14 @@ TEST_F(IconTest, PicturesComeInExactlyTheAskedSizeAndWhatIsNoneIsRefused)
         bool filled; ///< covers the square up to its upper edge
     } rows[] = {{"wide.png", Qt::blue, false}, {"vector.svg", Qt::red, false}, {"pixels.xpm", Qt::green, true}};
     for (const auto &row : rows) {
-        const QImage image = iconImage(home.path(QLatin1String(row.file)), 36, 1.25);
+        const QImage image = iconImage(home.path(QLatin1String(row.file)), 36, 1.25, svgProgram);
         ASSERT_EQ(image.size(), QSize(45, 45)) << row.file;
         EXPECT_EQ(image.devicePixelRatio(), 1.25) << row.file;
         EXPECT_EQ(image.pixelColor(22, 22), row.middle) << row.file;
         EXPECT_EQ(image.pixelColor(22, 1).alpha() > 0, row.filled) << row.file;
     }
     for (const char *name : {"garbage.png", "bomb.svg", "huge.png", "sheet.png", "missing.png"})
-        EXPECT_TRUE(iconImage(home.path(QLatin1String(name)), 64, 1).isNull()) << name;
+        EXPECT_TRUE(iconImage(home.path(QLatin1String(name)), 64, 1, svgProgram).isNull()) << name;
 }
 
 TEST_F(IconTest, ApplicationsHaveTheirIconOrNoneOnAnyThread)

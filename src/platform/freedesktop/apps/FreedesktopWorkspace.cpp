@@ -54,8 +54,8 @@ Result<InstalledApplication> bundleAt(const QString &path)
 
 } // namespace
 
-FreedesktopWorkspace::FreedesktopWorkspace(X11Connection *x11, SessionBus *bus)
-    : m_bus(bus), m_wellKnown(m_installed), m_icons(iconThemes()), m_launcher(x11, bus)
+FreedesktopWorkspace::FreedesktopWorkspace(X11Connection *x11, SessionBus *bus, const QString &svgProgram)
+    : m_bus(bus), m_svgProgram(svgProgram), m_wellKnown(m_installed), m_icons(iconThemes()), m_launcher(x11, bus)
 {
     connect(&m_installed, &InstalledApplications::changed, this, [this] {
         m_wellKnown.forget();
@@ -211,20 +211,25 @@ void FreedesktopWorkspace::openFolder(const QString &folder, const Completion &d
             Error{QStringLiteral("The folder “%1” cannot be shown: no file manager is installed.").arg(folder)});
 }
 
-QImage FreedesktopWorkspace::icon(const QString &bundleID, int points, qreal devicePixelRatio) const
+QString FreedesktopWorkspace::iconName(const QString &bundleID) const
 {
     const auto entry = m_installed.entry(resolved(bundleID));
-    if (!entry || entry.value().icon.isEmpty())
+    return entry ? entry.value().icon : QString();
+}
+
+QImage FreedesktopWorkspace::icon(const QString &bundleID, int points, qreal devicePixelRatio) const
+{
+    const QString name = iconName(bundleID);
+    if (name.isEmpty())
         return {};
-    const QString &name = entry.value().icon;
     const QString path = QDir::isAbsolutePath(name) ? name : m_icons.find(name, qRound(points * devicePixelRatio));
-    return iconImage(path, points, devicePixelRatio);
+    return iconImage(path, points, devicePixelRatio, m_svgProgram);
 }
 
 QImage FreedesktopWorkspace::genericIcon(int points, qreal devicePixelRatio) const
 {
     const QString path = m_icons.find(QStringLiteral("application-x-executable"), qRound(points * devicePixelRatio));
-    const QImage themed = iconImage(path, points, devicePixelRatio);
+    const QImage themed = iconImage(path, points, devicePixelRatio, m_svgProgram);
     return themed.isNull() ? applicationTile(points, devicePixelRatio) : themed;
 }
 

@@ -15,8 +15,9 @@ class X11Connection;
 class FreedesktopWorkspace : public Workspace {
     Q_OBJECT
 public:
-    /// `x11` and `bus` may be null and must outlive the workspace.
-    explicit FreedesktopWorkspace(X11Connection *x11, SessionBus *bus = nullptr);
+    /// `x11` and `bus` may be null and must outlive the workspace. Without `svgProgram`, a full path, icons that are
+    /// SVG documents are not drawn.
+    explicit FreedesktopWorkspace(X11Connection *x11, SessionBus *bus = nullptr, const QString &svgProgram = {});
 
     Availability availability() const override;
     QString resolved(const QString &bundleID) const override;
@@ -30,6 +31,8 @@ public:
     QString applicationsFolder() const override;
 
     /// For the backend's other parts.
+    /// What the application's icon is called: a theme's name or a full path; empty when it has none. Any thread.
+    QString iconName(const QString &bundleID) const;
     const InstalledApplications &installed() const { return m_installed; }
     ApplicationLauncher &launcher() { return m_launcher; }
 
@@ -44,6 +47,7 @@ private:
     void openFolder(const QString &folder, const Completion &done);
 
     SessionBus *const m_bus;
+    const QString m_svgProgram;
     InstalledApplications m_installed;
     WellKnownApplications m_wellKnown;
     IconFiles m_icons;

@@ -1,6 +1,7 @@
 #include "platform/freedesktop/apps/IconImage.h"
 
 #include "platform/AtomicFile.h"
+#include "platform/freedesktop/apps/SvgImage.h"
 
 #include <QBuffer>
 #include <QImageReader>
@@ -16,44 +17,32 @@ namespace {
 constexpr qint64 maximumBytes = 8 * 1024 * 1024;
 constexpr int maximumSide = 4096;
 
-/// A transparent square of the asked size; painting on it happens in pixels until the ratio is set.
-QImage canvas(int points, qreal devicePixelRatio)
+int sideOf(int points, qreal devicePixelRatio)
 {
-    const int side = std::clamp(qRound(points * devicePixelRatio), 1, maximumSide);
+    return std::clamp(qRound(points * devicePixelRatio), 1, maximumSide);
+}
+
+/// A transparent square.
+QImage canvas(int side)
+{
     QImage image(side, side, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     return image;
 }
 
-/// The largest rectangle of these proportions in the middle of a square.
-QRectF fitted(const QSizeF &size, int side)
-{
-    const QSizeF scaled = size.scaled(side, side, Qt::KeepAspectRatio);
-    return {(side - scaled.width()) / 2, (side - scaled.height()) / 2, scaled.width(), scaled.height()};
-}
-
-bool drawVector(const QByteArray &bytes, QImage &image)
-{
-    QSvgRenderer renderer;
-    // Compressed data could grow without bound.
-    if (bytes.startsWith("\x1f\x8b") || !renderer.load(bytes) || renderer.viewBoxF().isEmpty())
-        return false;
-    QPainter painter(&image);
-    renderer.render(&painter, fitted(renderer.viewBoxF().size(), image.width()));
-    return true;
-}
-
-bool drawRaster(QByteArray bytes, QImage &image)
+QImage rasterImage(QByteArray bytes, int side)
 {
     QBuffer buffer(&bytes);
     QImageReader reader(&buffer);
     const QSize size = reader.size();
     if (size.isEmpty() || size.width() > maximumSide || size.height() > maximumSide)
-        return false;
+        return {};
     const QImage picture = reader.read();
     if (picture.isNull())
-        return false;
-    const QRect target = fitted(size, image.width()).toRect();
+        return {};
+    QRect target({}, size.scaled(side, side, Qt::KeepAspectRatio));
+    target.moveCenter(QRect(0, 0, side, side).center());
+    QImage image = canvas(side);
     QPainter painter(&image);
     if (target.size() == size)
         painter.drawImage(target.topLeft(), picture);
@@ -61,21 +50,20 @@ bool drawRaster(QByteArray bytes, QImage &image)
         painter.drawImage(target.topLeft(),
                           picture.convertToFormat(QImage::Format_ARGB32_Premultiplied)
                               .scaled(target.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
-    return true;
+    painter.end();
+    return image;
 }
 
 } // namespace
 
-QImage iconImage(const QString &path, int points, qreal devicePixelRatio)
+QImage iconImage(const QString &path, int points, qreal devicePixelRatio, const QString &svgProgram)
 {
     const auto bytes = readBounded(path, maximumBytes);
     if (!bytes)
         return {};
-    QImage image = canvas(points, devicePixelRatio);
-    const bool drawn = path.endsWith(u".svg", Qt::CaseInsensitive) ? drawVector(bytes.value(), image)
-                                                                   : drawRaster(bytes.value(), image);
-    if (!drawn)
-        return {};
+    const int side = sideOf(points, devicePixelRatio);
+    QImage image = path.endsWith(u".svg", Qt::CaseInsensitive) ? svgImage(svgProgram, bytes.value(), side)
+                                                               : rasterImage(bytes.value(), side);
     image.setDevicePixelRatio(devicePixelRatio);
     return image;
 }
@@ -88,8 +76,10 @@ QImage applicationTile(int points, qreal devicePixelRatio)
 <rect x="4" y="4" width="40" height="40" rx="9.6" fill="url(#a)" stroke="#000" stroke-opacity=".16" stroke-width=".75"/>
 <rect x="12" y="13.6" width="24" height="20.8" rx="2" fill="#fff" fill-opacity=".78" stroke="#6b7280" stroke-width="1.7"/>
 <path d="M12 18.8V15.6q0-2 2-2H34q2 0 2 2V18.8z" fill="#6b7280"/></svg>)svg";
-    QImage image = canvas(points, devicePixelRatio);
-    drawVector(picture, image);
+    QImage image = canvas(sideOf(points, devicePixelRatio));
+    QPainter painter(&image);
+    QSvgRenderer(picture).render(&painter);
+    painter.end();
     image.setDevicePixelRatio(devicePixelRatio);
     return image;
 }
