@@ -26,6 +26,8 @@ constexpr int tileSide = 512;
 AgentController::AgentController(Services services, QObject *parent)
     : QObject(parent), m_services(std::move(services))
 {
+    m_worker.setMaxThreadCount(1); // one tile after the other
+    m_worker.setExpiryTimeout(0);
     m_services.dockTile.setMenu(
         [this] {
             const auto own = group();
@@ -44,6 +46,12 @@ AgentController::AgentController(Services services, QObject *parent)
             });
 }
 
+AgentController::~AgentController()
+{
+    m_worker.clear();
+    m_worker.waitForDone();
+}
+
 std::optional<AppGroup> AgentController::group() const
 {
     const auto own = ownGroup(m_services.bundle, m_services.config);
@@ -58,10 +66,13 @@ void AgentController::refreshTile()
     const auto own = group();
     if (!own)
         return;
-    GroupIconProvider &icons = m_services.icons();
-    icons.clearCache();
-    m_services.dockTile.setIcon(icons.image(*own, tileSide));
-    icons.clearCache(); // nobody else here asks for a tile of a megabyte
+    m_worker.start([this, &icons = m_services.icons(), group = *own] {
+        icons.clearCache();
+        const QImage tile = icons.image(group, tileSide);
+        icons.clearCache(); // nobody else here asks for a tile of a megabyte
+        QMetaObject::invokeMethod(
+            this, [this, tile] { m_services.dockTile.setIcon(tile); }, Qt::QueuedConnection);
+    });
 }
 
 void AgentController::selectGroup()

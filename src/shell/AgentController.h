@@ -3,6 +3,7 @@
 #include "model/AppGroup.h"
 
 #include <QObject>
+#include <QThreadPool>
 
 #include <functional>
 #include <optional>
@@ -34,16 +35,19 @@ public:
 
     /// Offers the menu, and follows the messages that ask for a new tile. The references outlive the object.
     explicit AgentController(Services services, QObject *parent = nullptr);
+    /// Waits for the tile that is being drawn.
+    ~AgentController() override;
 
     /// The bundle's group, as the store has it where it does; absent when the bundle holds none of its own.
     std::optional<AppGroup> group() const;
-    /// Draws the group's tile anew and puts it into the dock.
+    /// Draws the group's tile anew, on another thread, and puts it into the dock.
     void refreshTile();
     /// Makes the panel show the group.
     void selectGroup();
 
 private:
     const Services m_services;
+    QThreadPool m_worker;
 };
 
 } // namespace cobblet

@@ -361,7 +361,11 @@ public:
 
 class FakeDockTile : public Fake<DockTile> {
 public:
-    void setIcon(const QImage &image) override { icon = image; }
+    void setIcon(const QImage &image) override
+    {
+        icon = image;
+        ++icons;
+    }
     void activateApplication() override { ++activations; }
     void setMenu(std::function<QList<DockMenuItem>()> items, std::function<bool(const QString &)> chosen) override
     {
@@ -370,6 +374,7 @@ public:
     }
 
     QImage icon;
+    int icons = 0; ///< that were set
     std::function<QList<DockMenuItem>()> menu;
     std::function<bool(const QString &)> choose;
     int activations = 0;
