@@ -33,7 +33,7 @@ public:
 
     /// The tile, drawn now and not kept.
     QImage cgImage(const AppGroup &group, int size) const;
-    /// The tile in the seven sizes of an icon file; empty when there is no memory for any.
+    /// The tile in the sizes of an icon file and of icon themes; empty when there is no memory for any.
     QList<IconFileImage> images(const AppGroup &group) const;
 
 private:

@@ -24,7 +24,10 @@ public:
     Availability availability() const override { return {}; }
     Status registerBundle(const Registration &registration) override
     {
-        EXPECT_EQ(registration.icons.size(), 7);
+        QList<int> sides;
+        for (const IconFileImage &icon : registration.icons)
+            sides.append(icon.side);
+        EXPECT_EQ(sides, (QList<int>{16, 24, 32, 48, 64, 128, 256, 512, 1024}));
         menus.insert(registration.bundle, registration.menu);
         ++registrations;
         return {};

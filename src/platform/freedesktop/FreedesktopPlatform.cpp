@@ -64,7 +64,10 @@ public:
         return made(m_agents, running(), m_bus, m_options.windowlessPrefix);
     }
     WindowAccess &windowAccess() override { return running(); }
-    LaunchRegistry &launchRegistry() override { return m_registry; }
+    LaunchRegistry &launchRegistry() override
+    {
+        return made(m_registry, [&workspace = theWorkspace()](const QString &id) { return workspace.iconName(id); });
+    }
     BundleTools bundleTools() const override { return freedesktop::bundleTools(m_options.bundlePath); }
     Pasteboard &pasteboard() override { return m_pasteboard; }
     Dialogs &dialogs() override { return m_dialogs; }
@@ -196,7 +199,6 @@ private:
     std::jthread m_fonts;
     QtScheduler m_scheduler;
     WindowDockTile m_dockTile;
-    DesktopEntryRegistry m_registry;
     QtPasteboard m_pasteboard;
     QtDialogs m_dialogs;
     QtMenus m_menus;
@@ -212,6 +214,7 @@ private:
     std::unique_ptr<PortalAppearance> m_appearance;
     std::unique_ptr<DesktopScreens> m_screens;
     std::unique_ptr<FreedesktopWorkspace> m_workspace;
+    std::unique_ptr<DesktopEntryRegistry> m_registry;
     std::unique_ptr<X11RunningApplications> m_running;
     std::unique_ptr<AgentApplications> m_agents;
     std::unique_ptr<HotKeys> m_hotKeys;

@@ -57,8 +57,8 @@ protected:
                 name,
                 u"Opens this group of applications"_s,
                 program,
-                icons({16, 32, 64, 128, 256, 512, 1024}, Qt::red),
-                {{u"app-1"_s, u"Mail; 100% “safe” \\n"_s, {}},
+                icons({16, 24, 32, 48, 64, 128, 256, 512, 1024}, Qt::red),
+                {{u"app-1"_s, u"Mail; 100% “safe” \\n"_s, u"org.mail"_s},
                  {},
                  {u"x]\nExec=evil"_s, u"x"_s, {}},
                  {u"open-all"_s, u"Open All"_s, {}}}};
@@ -87,7 +87,8 @@ protected:
         return words;
     }
 
-    DesktopEntryRegistry registry;
+    DesktopEntryRegistry registry{
+        [](const QString &id) { return id == u"org.mail" ? u"/a b;\\n.png"_s : QString(); }};
 };
 
 TEST_F(DesktopEntryRegistryTest, OddNamesAndPlacesAreReadAsTheyAre)
@@ -119,6 +120,8 @@ TEST_F(DesktopEntryRegistryTest, OddNamesAndPlacesAreReadAsTheyAre)
         EXPECT_EQ(QString::fromUtf8(title.get()), made.menu.first().title);
         EXPECT_EQ(g_desktop_app_info_list_actions(info.get())[2], nullptr) << "two entries can be named";
 
+        EXPECT_EQ(content(user(identifier)).count("\nIcon=/a b;\\\\n.png\n"), 1) << "of the one that has an icon";
+
         const QByteArray program = QFile::encodeName(made.program);
         EXPECT_TRUE(g_app_info_launch(G_APP_INFO(info.get()), nullptr, nullptr, nullptr));
         EXPECT_EQ(started(), QList<QByteArray>{program});
@@ -127,12 +130,27 @@ TEST_F(DesktopEntryRegistryTest, OddNamesAndPlacesAreReadAsTheyAre)
     }
 }
 
+TEST_F(DesktopEntryRegistryTest, EveryApplicationOfALargeGroupIsInTheMenu)
+{
+    Registration made = bundle();
+    for (int i = 0; i < 100; ++i)
+        made.menu.prepend({u"many-%1"_s.arg(i), u"Many"_s, {}});
+    ASSERT_TRUE(registry.registerBundle(made).ok());
+    EXPECT_EQ(content(user(identifier)).count("[Desktop Action "), 102);
+    made.menu.insert(50, 2000, made.menu.first());
+    for (int i = 0; i < 2000; ++i)
+        made.menu[50 + i].action += QString::number(i);
+    ASSERT_TRUE(registry.registerBundle(made).ok());
+    EXPECT_EQ(content(user(identifier)).count("[Desktop Action "), DesktopEntryRegistry::maximumActions);
+    EXPECT_TRUE(content(user(identifier)).contains("[Desktop Action open-all]"));
+}
+
 TEST_F(DesktopEntryRegistryTest, IconsFollowTheBundleAndForeignLinksAreNotWrittenThrough)
 {
     Registration made = bundle();
     ASSERT_TRUE(registry.registerBundle(made).ok());
     EXPECT_EQ(QImage(icon(128)).size(), QSize(128, 128));
-    EXPECT_EQ(files().size(), 7) << "the entry and six sizes: themes have no 1024";
+    EXPECT_EQ(files().size(), 9) << "the entry and eight sizes: themes have no 1024";
     // Nothing is written twice; but whoever holds icons in memory is told to look again.
     const QString theme = home.path(u".local/share/icons/hicolor"_s);
     const timespec past[2] = {{1000, 0}, {1000, 0}};

@@ -23,7 +23,7 @@ namespace cobblet {
 namespace {
 
 /// The sizes that the theme has folders for.
-constexpr int sides[] = {16, 32, 64, 128, 256, 512};
+constexpr int sides[] = {16, 24, 32, 48, 64, 128, 256, 512};
 constexpr auto mainGroup = "Desktop Entry";
 const QLatin1String suffix(".desktop");
 
@@ -100,7 +100,7 @@ Result<bool> putIcons(const QString &identifier, const QList<IconFileImage> &ima
         if (image == images.end() ? !QFileInfo(path).isSymLink() && !QFileInfo::exists(path)
                                   : isUnchanged(path, image->png))
             continue;
-        // Six flushes would take as long as everything else here, and the bundle is not flushed either.
+        // So many flushes would take longer than everything else here, and the bundle is not flushed either.
         const Status done = image == images.end() ? removeFile(path) : replaceAtomically(path, image->png, Flush::No);
         if (!done)
             return Error{done.error()};
@@ -159,7 +159,7 @@ QString command(const QStringList &arguments)
     return line;
 }
 
-QByteArray entry(const Registration &registration)
+QByteArray entry(const Registration &registration, const DesktopEntryRegistry::IconNames &iconNames)
 {
     KeyFile file;
     const auto text = [&](const char *key, const QString &value) { file.setText(mainGroup, key, value); };
@@ -182,6 +182,8 @@ QByteArray entry(const Registration &registration)
         file.setText(group.constData(), "Name", shortened(item.title));
         file.setText(group.constData(), "Exec",
                      command({registration.program, QStringLiteral("--action"), item.action}));
+        if (const QString icon = iconNames ? iconNames(item.bundleID) : QString(); !icon.isEmpty())
+            file.setText(group.constData(), "Icon", icon);
         actions.append(item.action);
     }
     if (!actions.isEmpty())
@@ -218,7 +220,7 @@ Status DesktopEntryRegistry::registerBundle(const Registration &registration)
 
     const QString file = entryFile(identifier);
     const bool isNew = !QFileInfo::exists(file);
-    const QByteArray bytes = entry(registration);
+    const QByteArray bytes = entry(registration, m_iconNames);
     const auto icons = putIcons(identifier, registration.icons);
     Status status = icons ? Status() : Status(Error{icons.error()});
     // Docks look at the icon again when its entry is a new file.

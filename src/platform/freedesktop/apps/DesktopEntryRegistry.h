@@ -2,6 +2,8 @@
 
 #include "platform/LaunchRegistry.h"
 
+#include <functional>
+
 namespace cobblet {
 
 /// Bundles as applications of the desktop: an entry and icons below the user's data folder, named by the bundle's
@@ -11,16 +13,24 @@ namespace cobblet {
 /// already is not written again, and a link in the place of a file is replaced.
 class DesktopEntryRegistry : public LaunchRegistry {
 public:
-    /// So many of the menu's entries are offered: docks show them as one list, which has to fit on a screen. The last
-    /// ones, which are about the whole group, stay.
-    static constexpr qsizetype maximumActions = 27;
+    /// So many of the menu's entries are offered. The last ones, which are about the whole group, stay.
+    static constexpr qsizetype maximumActions = 1000;
     static constexpr qsizetype lastActions = 3;
     static constexpr qsizetype maximumText = 1000; ///< of a name, in UTF-16 units; what is longer is cut
+
+    /// What an application's icon is called, as a theme's name or a full path; empty where it has none.
+    using IconNames = std::function<QString(const QString &bundleID)>;
+
+    /// `iconNames` is asked on the caller's thread, for the entries of the menu; without it they have no icons.
+    explicit DesktopEntryRegistry(IconNames iconNames = {}) : m_iconNames(std::move(iconNames)) {}
 
     Availability availability() const override;
     Status registerBundle(const Registration &registration) override;
     Status unregisterBundle(const QString &identifier) override;
     QStringList registered(const QString &prefix) const override;
+
+private:
+    const IconNames m_iconNames;
 };
 
 } // namespace cobblet
