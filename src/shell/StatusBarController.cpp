@@ -3,7 +3,6 @@
 #include "model/Notifications.h"
 #include "platform/DockTile.h"
 
-#include <QFileInfo>
 #include <QPainter>
 
 namespace cobblet {
@@ -41,15 +40,11 @@ StatusBarController::StatusBarController(Services services, const QString &image
 
 void StatusBarController::setUp(const QString &imageFile)
 {
-    StatusItem::Template image;
-    if (QFileInfo::exists(imageFile))
-        image = [imageFile](const QColor &color, double points, qreal ratio) {
-            return tinted(imageFile, color, points, ratio);
-        };
-    else
-        image = [symbol = m_services.symbol](const QColor &color, double points, qreal ratio) {
-            return symbol(symbolName, color, points, ratio);
-        };
+    StatusItem::Template image = [imageFile, symbol = m_services.symbol](const QColor &color, double points,
+                                                                         qreal ratio) {
+        const QImage own = tinted(imageFile, color, points, ratio);
+        return own.isNull() ? symbol(symbolName, color, points, ratio) : own;
+    };
     m_services.statusItem->setImage(std::move(image), QStringLiteral("Cobblet"));
     m_services.statusItem->setMenu({
         {.title = QStringLiteral("Groups"),

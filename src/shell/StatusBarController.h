@@ -22,7 +22,8 @@ public:
         std::function<void()> terminate;
     };
 
-    /// `imageFile` is the application's own picture for the item; where there is no such file, a symbol stands in.
+    /// `imageFile` is the application's own picture for the item; a symbol stands in for one
+    /// that is missing or can't be read.
     StatusBarController(Services services, const QString &imageFile);
 
     /// Puts the item into the bar.
