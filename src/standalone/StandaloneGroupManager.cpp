@@ -353,13 +353,16 @@ void StandaloneGroupManager::alert(const AppGroup &group, const BuildFailure &fa
         return; // one is enough where nine groups fail for one reason; the log has them all
     m_alertIsOpen = true;
     const QString text = failureDetails(group, failure, m_services.bundle, m_services.tools);
+    const bool isOfSigning = std::holds_alternative<CodesignError>(failure);
     const int copy = 1;
     m_services.dialogs.ask(
         {.message = QStringLiteral("Couldn't make “") + group.name + QStringLiteral("” a standalone app"),
          .informativeText =
-             QStringLiteral("macOS requires every app to be code-signed, and the signing step failed on this Mac, so "
-                            "nothing was installed.\n\n") +
-             text,
+             (isOfSigning
+                  ? QStringLiteral("macOS requires every app to be code-signed, and the signing step failed on "
+                                   "this Mac, so nothing was installed.")
+                  : message(failure)) +
+             QStringLiteral("\n\n") + text,
          .buttons = {{QStringLiteral("OK")}, {QStringLiteral("Copy Details")}},
          .cancelButton = 0,
          .warning = true},

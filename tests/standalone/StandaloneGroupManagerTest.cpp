@@ -90,23 +90,34 @@ TEST_F(StandaloneGroupManagerTest, AGroupBecomesAnAgentThatStartsWithoutThePanel
 TEST_F(StandaloneGroupManagerTest, AFailureIsToldOnceAndChangesNothing)
 {
     dialogs.waits = true;
-    tools.codesign = u"/bin/false"_s;
+    qputenv("CB_SIMULATE_SIGN_FAILURE", {});
     attach(work, true);
     attach(work, true);
+    qunsetenv("CB_SIMULATE_SIGN_FAILURE");
     EXPECT_TRUE(leftovers().isEmpty() && !isStandalone());
     ASSERT_EQ(dialogs.alerts.size(), 1);
     const Alert &warning = dialogs.alerts.first();
     EXPECT_EQ(warning.message, u"Couldn't make “Work” a standalone app"_s);
+    EXPECT_TRUE(warning.informativeText.startsWith(u"macOS requires every app to be code-signed"_s));
     dialogs.pending(1);
     EXPECT_EQ(pasteboard.text, warning.informativeText.section(u"\n\n"_s, 1));
+    EXPECT_TRUE(pasteboard.text.startsWith(u"Group: Work\nError: codesign exited with status 1 — simulated failure "
+                                           "(CB_SIMULATE_SIGN_FAILURE)\nmacOS: "_s));
 
-    // The next attempt is a new one; its agent does not start.
-    m_manager.reset();
-    tools.codesign = QStringLiteral(COBBLET_CODESIGN);
+    // What is no failure to sign says what it is.
+    test::write(destination, "a file");
+    attach(work);
+    ASSERT_EQ(dialogs.alerts.size(), 2);
+    EXPECT_EQ(dialogs.alerts.last().informativeText.section(u"\n\n"_s, 0, 0),
+              u"“%1” was not made by Cobblet. Move it away, or give the group another name."_s.arg(destination));
+    EXPECT_TRUE(QFile::remove(destination));
+    dialogs.pending(0);
+
+    // It is built, and its agent does not start.
     workspace.bundleOutcome = Error{u"No program."_s};
     attach(work, true);
     EXPECT_TRUE(leftovers() == built && !isStandalone());
-    EXPECT_EQ(dialogs.alerts.size(), 1) << "it was signed";
+    EXPECT_EQ(dialogs.alerts.size(), 2) << "it was signed";
 }
 
 TEST_F(StandaloneGroupManagerTest, OpeningBuildsOnlyWhatIsMissingOrOld)
