@@ -80,38 +80,25 @@ std::string variable(const char *name)
     return value ? value : "";
 }
 
-Connection connectTo(const char *key, const std::string &value)
-{
-    const std::unique_ptr<char, void (*)(void *)> escaped(dbus_address_escape_value(value.c_str()), dbus_free);
-    const std::string address = std::string("unix:") + key + '=' + escaped.get();
-    return {dbus_connection_open_private(address.c_str(), nullptr), [](DBusConnection *connection) {
-                dbus_connection_close(connection);
-                dbus_connection_unref(connection);
-            }};
-}
-
 /// Tries the sockets of the session bus; only those of this machine count: a bus is never started, and no address
 /// makes a program run or reaches over a network. Null when none takes the connection.
 Connection connectToBus()
 {
-    Connection bus(nullptr, nullptr);
-    const std::string addresses = variable("DBUS_SESSION_BUS_ADDRESS");
-    if (addresses.empty()) {
-        const std::string folder = variable("XDG_RUNTIME_DIR");
-        return folder.starts_with('/') ? connectTo("path", folder + "/bus") : std::move(bus);
+    std::string addresses = variable("DBUS_SESSION_BUS_ADDRESS");
+    if (const std::string folder = variable("XDG_RUNTIME_DIR"); addresses.empty() && folder.starts_with('/')) {
+        const std::unique_ptr<char, void (*)(void *)> path(dbus_address_escape_value((folder + "/bus").c_str()),
+                                                           dbus_free);
+        addresses = std::string("unix:path=") + path.get();
     }
-    DBusAddressEntry **entries = nullptr;
-    int count = 0;
-    if (!dbus_parse_address(addresses.c_str(), &entries, &count, nullptr))
-        return bus;
-    for (int i = 0; i < count && !bus; ++i) {
-        if (dbus_address_entry_get_method(entries[i]) != std::string_view("unix"))
-            continue;
-        for (const char *key : {"path", "abstract"})
-            if (const char *value = dbus_address_entry_get_value(entries[i], key); value && !bus)
-                bus = connectTo(key, value);
+    Connection bus(nullptr, [](DBusConnection *connection) {
+        dbus_connection_close(connection);
+        dbus_connection_unref(connection);
+    });
+    for (size_t from = 0, end = 0; !bus && from < addresses.size(); from = end + 1) {
+        end = std::min(addresses.find(';', from), addresses.size());
+        if (const std::string address = addresses.substr(from, end - from); address.starts_with("unix:"))
+            bus.reset(dbus_connection_open_private(address.c_str(), nullptr));
     }
-    dbus_address_entries_free(entries);
     return bus;
 }
 

@@ -4,6 +4,7 @@
 #include "command/RunningInstance.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <string_view>
 
@@ -25,26 +26,20 @@ bool keepStandardStreams()
 }
 
 /// False when the text could not be written whole; errno says why.
-bool write(int stream, std::string_view text)
+bool write(FILE *stream, const std::string &text)
 {
-    while (!text.empty()) {
-        const ssize_t written = ::write(stream, text.data(), text.size());
-        if (written < 0 && errno != EINTR)
-            return false;
-        text.remove_prefix(size_t(written < 0 ? 0 : written));
-    }
-    return true;
+    return std::fwrite(text.data(), 1, text.size(), stream) == text.size() && std::fflush(stream) == 0;
 }
 
 void complain(const std::string &sentence)
 {
-    write(STDERR_FILENO, "cobblet: " + sentence + "\n");
+    write(stderr, "cobblet: " + sentence + "\n");
 }
 
 int print(const Answer &answer)
 {
-    write(STDERR_FILENO, answer.errors);
-    if (write(STDOUT_FILENO, answer.output) || errno == EPIPE)
+    write(stderr, answer.errors);
+    if (write(stdout, answer.output) || errno == EPIPE)
         return answer.status;
     complain(std::string("the answer can't be written: ") + std::strerror(errno) + ".");
     return EX_IOERR;

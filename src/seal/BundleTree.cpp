@@ -1,10 +1,10 @@
 #include "seal/BundleTree.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstring>
 #include <memory>
+#include <vector>
 
 #include <fcntl.h>
 #include <fts.h>
@@ -15,8 +15,6 @@
 namespace cobblet::seal {
 
 namespace {
-
-using Kind = Record::Kind;
 
 /// Stays in the processor's cache: a buffer of 1 MiB takes a sixth longer. A mapping is no quicker, and would end the
 /// program when the file shrinks.
@@ -30,18 +28,12 @@ std::string hexadecimal(std::string_view bytes, const char *digits)
     return text;
 }
 
-/// What is wrong with a thing; its path is filled in later.
-Record unusable(const std::string &predicate)
+std::string unreadable(int error)
 {
-    return {{}, Kind::Unusable, predicate, {}};
+    return std::string("?can't be read: ") + std::strerror(error);
 }
 
-Record unreadable(int error)
-{
-    return unusable(std::string("can't be read: ") + std::strerror(error));
-}
-
-Record file(const std::string &path, mode_t mode)
+std::string file(const std::string &path, mode_t mode)
 {
     sha256_ctx context;
     sha256_init(&context);
@@ -52,50 +44,41 @@ Record file(const std::string &path, mode_t mode)
         return unreadable(errno);
     char digest[SHA256_DIGEST_SIZE];
     sha256_digest(&context, sizeof digest, reinterpret_cast<uint8_t *>(digest));
-    std::string execute;
+    std::string what = "F\t" + hexadecimal({digest, sizeof digest}, "0123456789abcdef") + '\t';
     for (const auto &[bit, letter] : {std::pair(S_IXUSR, 'u'), {S_IXGRP, 'g'}, {S_IXOTH, 'o'}})
         if (mode & bit)
-            execute += letter;
-    return {{}, Kind::File, hexadecimal({digest, sizeof digest}, "0123456789abcdef"), execute};
+            what += letter;
+    return what;
 }
 
-Record link(const char *path)
+std::string link(const char *path)
 {
     char target[PATH_MAX];
     const ssize_t size = readlink(path, target, sizeof target);
-    return size < 0 ? unreadable(errno) : Record{{}, Kind::Link, encoded({target, size_t(size)}), {}};
-}
-
-Record special(mode_t mode)
-{
-    return unusable(S_ISFIFO(mode)                   ? "is a named pipe"
-                    : S_ISSOCK(mode)                 ? "is a socket"
-                    : S_ISCHR(mode) || S_ISBLK(mode) ? "is a device"
-                                                     : "is of an unknown kind");
+    return size < 0 ? unreadable(errno) : "L\t" + encoded({target, size_t(size)}) + '\t';
 }
 
 /// What the walk is at; `path` is relative to the bundle.
-Record recordOf(const FTSENT &entry, std::string_view path)
+std::string what(const FTSENT &entry, std::string_view path)
 {
     if (entry.fts_errno != 0)
         return unreadable(entry.fts_errno);
     if (path == sealFolder && entry.fts_info != FTS_D)
-        return unusable("is no folder");
+        return "?is no folder";
     if (path == sealFile)
-        return unusable("is no file");
+        return "?is no file";
     if (path.starts_with(std::string(sealFolder) + '/'))
-        return unusable("is no part of a seal");
+        return "?is no part of a seal";
     switch (entry.fts_info) {
     case FTS_D:
-        return entry.fts_level > maximumDepth ? unusable("is a folder in too many others")
-                                              : Record{{}, Kind::Folder, {}, {}};
+        return entry.fts_level > maximumDepth ? "?is a folder in too many others" : "D";
     case FTS_F:
         return file(entry.fts_accpath, entry.fts_statp->st_mode);
     case FTS_SL:
     case FTS_SLNONE:
         return link(entry.fts_accpath);
     default:
-        return special(entry.fts_statp->st_mode);
+        return "?is a pipe, a socket or a device";
     }
 }
 
@@ -132,37 +115,33 @@ bool readFile(const std::string &path, const std::function<void(std::string_view
     return size == 0;
 }
 
-std::vector<Record> readTree(const std::string &bundle)
+Tree readTree(const std::string &bundle)
 {
-    std::vector<Record> records;
+    Tree tree;
     std::string root = bundle;
     while (root.size() > 1 && root.ends_with('/'))
         root.pop_back();
     char *const roots[] = {root.data(), nullptr};
-    const std::unique_ptr<FTS, int (*)(FTS *)> tree(
+    const std::unique_ptr<FTS, int (*)(FTS *)> walk(
         fts_open(roots, FTS_PHYSICAL | FTS_COMFOLLOW | FTS_NOCHDIR, nullptr), fts_close);
-    while (FTSENT *entry = tree ? (errno = 0, fts_read(tree.get())) : nullptr) {
+    while (FTSENT *entry = walk ? (errno = 0, fts_read(walk.get())) : nullptr) {
         std::string_view path(entry->fts_path + root.size());
         if (path.starts_with('/'))
             path.remove_prefix(1);
         if (entry->fts_info == FTS_DP || (path.empty() && entry->fts_info == FTS_D) ||
             (path == sealFile && entry->fts_info == FTS_F))
             continue;
-        Record record = records.size() == maximumRecords ? unusable("is one file more than a bundle may hold")
-                                                         : recordOf(*entry, path);
-        record.path = encoded(path);
-        records.push_back(std::move(record));
-        if (records.size() > maximumRecords)
-            return records;
+        if (tree.size() == maximumEntries) {
+            tree[encoded(path)] = "?is one file more than a bundle may hold";
+            return tree;
+        }
+        tree[encoded(path)] = what(*entry, path);
         if (entry->fts_level > maximumDepth)
-            fts_set(tree.get(), entry, FTS_SKIP);
+            fts_set(walk.get(), entry, FTS_SKIP);
     }
-    if (errno != 0) { // the walk did not come to its end
-        records.push_back(unreadable(errno));
-        records.back().path += '.';
-    }
-    std::sort(records.begin(), records.end(), [](const Record &a, const Record &b) { return a.path < b.path; });
-    return records;
+    if (errno != 0) // the walk did not come to its end
+        tree["."] = unreadable(errno);
+    return tree;
 }
 
 } // namespace cobblet::seal

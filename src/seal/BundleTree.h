@@ -2,9 +2,9 @@
 
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace cobblet::seal {
 
@@ -13,22 +13,13 @@ constexpr const char *sealFolder = "Contents/_CodeSignature";
 constexpr const char *sealFile = "Contents/_CodeSignature/CodeResources";
 
 constexpr int maximumDepth = 32;
-constexpr size_t maximumRecords = 20000;
+constexpr size_t maximumEntries = 20000;
 
-/// One thing below the bundle.
-struct Record {
-    enum class Kind : char {
-        File = 'F',
-        Link = 'L',
-        Folder = 'D',
-        Unusable = '?' ///< a seal can't vouch for it: a pipe, a file that can't be read, a stranger beside the seal
-    };
-
-    std::string path; ///< relative to the bundle, as encoded() writes it
-    Kind kind = Kind::File;
-    std::string value;   ///< the SHA-256 in hexadecimal, where a link leads, or what is wrong: "is a named pipe"
-    std::string execute; ///< who may execute a file: some of "ugo"
-};
+/// What lies below a bundle, by its path, which is relative to the bundle and as encoded() writes it. A file is "F",
+/// its SHA-256 in hexadecimal and which of "ugo" may execute it; a link is "L", where it leads as encoded() writes
+/// it, and nothing; a tab stands between each two. A folder is "D". What a seal can't vouch for, as a pipe, a file
+/// that can't be read or a stranger beside the seal, is "?" and what is wrong: "?is a named pipe".
+using Tree = std::map<std::string, std::string>;
 
 /// The bytes in printable ASCII, all others and "%" as "%XX": terminals obey some of them.
 std::string encoded(std::string_view bytes);
@@ -37,7 +28,7 @@ std::string encoded(std::string_view bytes);
 /// followed, and a pipe in the file's place is not waited for.
 bool readFile(const std::string &path, const std::function<void(std::string_view)> &take);
 
-/// Everything below the bundle but the seal, in the order of the paths. Links are not followed.
-std::vector<Record> readTree(const std::string &bundle);
+/// Everything below the bundle but the seal. Links are not followed.
+Tree readTree(const std::string &bundle);
 
 } // namespace cobblet::seal

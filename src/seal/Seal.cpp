@@ -4,18 +4,16 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <optional>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace cobblet::seal {
 
 namespace {
-
-using Kind = Record::Kind;
 
 constexpr std::string_view firstLine = "Cobblet seal 2\n";
 constexpr size_t maximumManifestBytes = 8 * 1024 * 1024;
@@ -41,93 +39,75 @@ bool isFolder(const std::string &path)
     return S_ISDIR(status.st_mode);
 }
 
-// The manifest is a line for each file and link, in the order of the paths: its kind, what it holds, who may execute
-// it, and its path, which holds no tab and no line break.
-
-std::string lineOf(const Record &record)
-{
-    return char(record.kind) + ('\t' + record.value) + '\t' + record.execute + '\t' + record.path + '\n';
-}
-
-/// Cuts off what stands before the separator; absent when there is none.
-std::optional<std::string> cut(std::string_view &text, char separator)
-{
-    const size_t end = text.find(separator);
-    if (end == text.npos)
-        return {};
-    std::string part(text.substr(0, end));
-    text.remove_prefix(end + 1);
-    return part;
-}
-
-/// Absent for a text that no seal has.
-std::optional<std::vector<Record>> parsed(std::string_view text)
+/// The manifest is a line for each file and link, in the order of the paths: what it is, a tab, and its path, which
+/// holds no tab and no line break. Absent for a text that no seal has.
+std::optional<Tree> parsed(std::string_view text)
 {
     const bool isPlain = std::all_of(text.begin(), text.end(),
                                      [](char c) { return (c >= ' ' && c <= '~') || c == '\t' || c == '\n'; });
-    if (!isPlain || !text.starts_with(firstLine))
+    if (!isPlain || !text.starts_with(firstLine) || !text.ends_with('\n'))
         return {};
     text.remove_prefix(firstLine.size());
-    std::vector<Record> records;
+    Tree sealed;
     while (!text.empty()) {
-        const auto kind = cut(text, '\t'), value = cut(text, '\t'), execute = cut(text, '\t'), path = cut(text, '\n');
-        if (!path || (*kind != "F" && *kind != "L") || (!records.empty() && records.back().path >= *path))
+        const std::string line(text.substr(0, text.find('\n')));
+        const size_t end = line.rfind('\t');
+        if (end == line.npos || (!line.starts_with("F\t") && !line.starts_with("L\t")) ||
+            (!sealed.empty() && sealed.rbegin()->first >= line.substr(end + 1)))
             return {};
-        records.push_back({*path, Kind(kind->front()), *value, *execute});
+        sealed[line.substr(end + 1)] = line.substr(0, end);
+        text.remove_prefix(line.size() + 1);
     }
-    return records;
+    return sealed;
 }
 
 /// False, with errno, when the file could not be written whole. The old one stays until the new one is.
-bool store(const std::string &path, std::string_view text)
+bool store(const std::string &path, const std::string &text)
 {
     const std::string temporary = path + ".tmp";
     unlink(temporary.c_str()); // of a process that was killed
-    const int file = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644);
-    if (file < 0)
+    FILE *file = fopen(temporary.c_str(), "wxe");
+    if (!file)
         return false;
-    ssize_t written = 0;
-    while (!text.empty() && (written = write(file, text.data(), text.size())) >= 0)
-        text.remove_prefix(size_t(written));
-    bool isWhole = written >= 0 && fsync(file) == 0;
-    isWhole = isWhole && rename(temporary.c_str(), path.c_str()) == 0;
-    const int error = errno;
-    close(file);
-    if (!isWhole)
-        unlink(temporary.c_str());
+    const bool isWritten =
+        fwrite(text.data(), 1, text.size(), file) == text.size() && fflush(file) == 0 && fsync(fileno(file)) == 0;
+    int error = errno;
+    fclose(file);
+    if (isWritten && rename(temporary.c_str(), path.c_str()) == 0)
+        return true;
+    error = isWritten ? errno : error;
+    unlink(temporary.c_str());
     errno = error;
-    return isWhole;
+    return false;
 }
 
-/// How a thing differs from what was sealed; empty when it does not.
-std::string difference(const Record &sealed, const Record &found)
+/// What is wrong with a thing that was found; empty when it is as it was sealed.
+std::string difference(const std::string *was, const std::string &is)
 {
-    return found.kind != sealed.kind         ? "is of another kind than when the bundle was sealed"
-           : found.value != sealed.value     ? "was changed after the bundle was sealed"
-           : found.execute != sealed.execute ? "can be executed by others than when the bundle was sealed"
-                                             : "";
+    const auto content = [](const std::string &what) { return what.substr(0, what.rfind('\t')); };
+    if (is.starts_with('?'))
+        return is.substr(1);
+    if (!was)
+        return is == "D" ? "" : "was added after the bundle was sealed";
+    return *was == is                     ? ""
+           : was->front() != is.front()   ? "is of another kind than when the bundle was sealed"
+           : content(*was) != content(is) ? "was changed after the bundle was sealed"
+                                          : "can be executed by others than when the bundle was sealed";
 }
 
-/// Both in the order of their paths.
-Faults differences(const std::vector<Record> &sealed, const std::vector<Record> &found)
+Faults differences(const Tree &sealed, const Tree &found)
 {
-    Faults faults;
-    auto was = sealed.begin();
-    const auto missingBefore = [&](const std::string *path) {
-        for (; was != sealed.end() && (!path || was->path < *path); ++was)
-            faults.push_back(sentence(was->path, "is missing"));
-    };
-    for (const Record &is : found) {
-        missingBefore(&is.path);
-        const Record *same = was != sealed.end() && was->path == is.path ? &*was++ : nullptr;
-        const std::string predicate = is.kind == Kind::Unusable ? is.value
-                                      : same                    ? difference(*same, is)
-                                      : is.kind == Kind::Folder ? std::string()
-                                                                : "was added after the bundle was sealed";
-        if (!predicate.empty())
-            faults.push_back(sentence(is.path, predicate));
+    std::map<std::string, std::string> predicates;
+    for (const auto &[path, was] : sealed)
+        predicates[path] = "is missing";
+    for (const auto &[path, is] : found) {
+        const auto was = sealed.find(path);
+        predicates[path] = difference(was == sealed.end() ? nullptr : &was->second, is);
     }
-    missingBefore(nullptr);
+    Faults faults;
+    for (const auto &[path, predicate] : predicates)
+        if (!predicate.empty())
+            faults.push_back(sentence(path, predicate));
     return faults;
 }
 
@@ -146,18 +126,16 @@ Faults makeSeal(const char *path, bool replace)
 
     Faults faults;
     std::string text(firstLine);
-    for (const Record &record : readTree(path)) {
+    for (const auto &[name, what] : readTree(path)) {
         // What an interrupted sealing left, and a seal that is no file, are about to be replaced.
-        const bool isOurs = record.path == sealFile || record.path == std::string(sealFile) + ".tmp";
-        if (record.kind == Kind::Unusable && !isOurs)
-            faults.push_back(sentence(record.path, record.value));
-        else if (record.kind == Kind::File || record.kind == Kind::Link)
-            text += lineOf(record);
+        const bool isOurs = name == sealFile || name == std::string(sealFile) + ".tmp";
+        if (what.starts_with('?') && !isOurs)
+            faults.push_back(sentence(name, what.substr(1)));
+        else if (what.starts_with('F') || what.starts_with('L'))
+            text += what + '\t' + name + '\n';
     }
     if (!faults.empty())
         return faults;
-    if (text.size() > maximumManifestBytes)
-        return {sentence(encoded(path), "holds more names than a seal can")};
     if (!store(bundle + sealFile, text))
         return {sentence(sealFolder, "can't be written" + because(errno))};
     return {};
@@ -166,9 +144,8 @@ Faults makeSeal(const char *path, bool replace)
 Faults checkSeal(const char *path)
 {
     const std::string bundle = path + std::string("/");
-    struct stat status {};
-    if (const int error = stat(path, &status) != 0 ? errno : S_ISDIR(status.st_mode) ? 0 : ENOTDIR; error != 0)
-        return {sentence(encoded(path), "is no bundle" + because(error))};
+    if (!isFolder(bundle))
+        return {sentence(encoded(path), "is no bundle" + because(errno))};
     std::string text;
     const auto take = [&](std::string_view bytes) {
         if (text.size() <= maximumManifestBytes)

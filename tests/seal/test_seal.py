@@ -81,7 +81,7 @@ class Seal(unittest.TestCase):
                  [f"{LINK} was changed after the bundle was sealed."]),
                 (lambda: at(PLIST).chmod(0o755),
                  [f"{PLIST} can be executed by others than when the bundle was sealed."]),
-                (lambda: replace(PLIST, os.mkfifo), [f"{PLIST} is a named pipe."]),
+                (lambda: replace(PLIST, os.mkfifo), [f"{PLIST} is a pipe, a socket or a device."]),
                 (lambda: at(SEAL + "/other").touch(), [f"{SEAL}/other is no part of a seal."]),
                 (lambda: at("d/" * 40).mkdir(parents=True), ["d/" * 32 + "d is a folder in too many others."]),
                 (lambda: [at(f"{number:02}").touch() for number in range(23)],
@@ -113,7 +113,7 @@ class Seal(unittest.TestCase):
 
     def test_what_cannot_be_sealed_is_named_and_leaves_no_seal(self):
         os.mkfifo(self.at("pipe"))
-        self.assert_says(SIGN, "pipe is a named pipe.")
+        self.assert_says(SIGN, "pipe is a pipe, a socket or a device.")
         self.assert_says(VERIFY, f"{self.bundle} is not sealed.")
         self.at("pipe").unlink()
 
@@ -121,11 +121,6 @@ class Seal(unittest.TestCase):
         self.at(SEAL).symlink_to("Resources")
         self.assertRegex(run(*SIGN, self.bundle)[1], f"codesign: {SEAL} can't ")
         self.assertFalse(self.at("Contents/Resources/CodeResources").exists())
-        self.at(SEAL).unlink()
-        self.at("many").mkdir()
-        for number in range(20001):
-            self.at(f"many/{number}").touch()
-        self.assertRegex(run(*SIGN, self.bundle)[1], "one file more than a bundle may hold")
 
     def test_an_existing_seal_is_replaced_with_force_only_and_whole(self):
         self.assert_says(SIGN)
