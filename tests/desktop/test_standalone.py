@@ -81,9 +81,6 @@ class Standalone(CobbletCase):
         self.desktop.key("Escape")
         self.desktop.wait(lambda: not panels(self.desktop, AGENT), "the panel to be hidden")
 
-    def wait_gone(self):
-        self.desktop.wait(lambda: not (self.bundle.exists() or self.processes() or self.entry.exists()), "all to be gone")
-
     def click_standalone(self, cobblet):
         """Makes the group standalone as a person does. Beside three tools the row tells of their keys."""
         self.desktop.wait(lambda: cobblet.panel() and len(cobblet.tool_buttons()) == 4, "the tools of the group")
@@ -98,7 +95,7 @@ class Standalone(CobbletCase):
         self.assertEqual(self.run_here(tool, "--verify", "--strict", str(self.bundle)), (0, "", ""))
         self.assertEqual(self.run_here("desktop-file-validate", str(self.entry))[:2], (0, ""))
 
-    def test_it_is_found_started_used_renamed_and_deleted(self):
+    def test_it_is_found_started_used_and_deleted(self):
         cobblet = self.start("show", "My Clocks")
         self.click_standalone(cobblet)
         panel = self.wait_panel()
@@ -111,7 +108,7 @@ class Standalone(CobbletCase):
         seen = self.look()
         self.assertEqual(seen[:4], [True, "My Clocks", AGENT, AGENT])
         self.assertEqual(list(seen[4]), ["xclock", "xcalc", "Open All", "Hide All", "Quit All"])
-        self.assertEqual(len(list(self.icons.glob(f"*/apps/{AGENT}.png"))), 6)
+        self.assertEqual(len(list(self.icons.glob(f"*/apps/{AGENT}.png"))), 8)
 
         # Started, and clicked again while it runs.
         self.end_agents()
@@ -136,38 +133,15 @@ class Standalone(CobbletCase):
         self.desktop.wait_window("XClock")
         self.desktop.wait(lambda: not self.processes(), "the helper to end")
 
-        # Renamed by another program: the agent stays where it is, under its new name.
+        # Deleted by another program while it runs: nothing of it is left.
         self.launch("gtk-launch", AGENT)
         self.hide_panel()
-        name = 'Time "%U" 🕑'
-        self.home.write([TOOLS, {**CLOCKS, "name": name, "isStandalone": True}])
-        self.desktop.wait(lambda: self.look()[1] == name, "the new name")
-        self.assertEqual([path.name for path in self.agents.iterdir() if path.suffix], ["My Clocks.app"])
-        self.assert_sound()
-
-        # Deleted: nothing of it is left.
         self.home.write([TOOLS])
-        self.wait_gone()
+        self.desktop.wait(lambda: not (self.bundle.exists() or self.processes() or self.entry.exists()), "all to be gone")
         self.assertEqual(list(self.icons.rglob(f"*{AGENT}*")), [])
         self.assertIsNone(cobblet.process.poll())
 
-    def test_a_failure_to_sign_is_told_and_its_details_can_be_copied(self):
-        cobblet = self.start("show", "My Clocks", CB_SIMULATE_SIGN_FAILURE="1")
-        self.click_standalone(cobblet)
-        dialog = self.desktop.atom("_NET_WM_WINDOW_TYPE_DIALOG")
-
-        def in_alert():
-            return (window := self.desktop.focused()) and dialog in window.property("_NET_WM_WINDOW_TYPE")
-        self.desktop.wait(in_alert, "the alert")
-        self.desktop.key("Tab")
-        self.desktop.key("space")
-        self.desktop.wait(lambda: not in_alert(), "the alert to close")
-        copied = self.run_here("xclip", "-selection", "clipboard", "-o")[1]
-        self.assertRegex(copied, r"\AGroup: My Clocks\nError: codesign exited with status 1 — simulated failure "
-                         r"\(CB_SIMULATE_SIGN_FAILURE\)\nmacOS: .*\nApp: ")
-        self.assertEqual((list(self.agents.glob("*.app")), self.is_standalone()), ([], [False, False]))
-
-    def test_agents_follow_the_program_and_the_groups(self):
+    def test_an_agent_follows_another_build_of_the_program(self):
         cobblet = self.start("show", "My Clocks")
         self.click_standalone(cobblet)
         self.hide_panel()
@@ -176,15 +150,9 @@ class Standalone(CobbletCase):
         # Another build of the program: the bundle is rebuilt where it is, and its agent goes on without a panel.
         os.utime(self.program / "Contents/MacOS/cobblet", (1_700_000_000, 1_700_000_000))
         cobblet.end()
-        cobblet = self.start("--service")
+        self.start("--service")
         information = self.bundle / "Contents/Info.plist"
         self.desktop.wait(lambda: b"<string>1700000000<" in information.read_bytes(), "the new build")
         self.desktop.wait(lambda: self.processes() and self.processes() != first, "the new agent")
         self.assertEqual(panels(self.desktop, AGENT), [])
         self.assert_sound()
-
-        # The group is deleted while the program does not run.
-        cobblet.end()
-        self.home.write([TOOLS])
-        self.start("--service")
-        self.wait_gone()
