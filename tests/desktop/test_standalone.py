@@ -5,7 +5,6 @@ import contextlib
 import json
 import os
 import pathlib
-import shutil
 import signal
 import subprocess
 
@@ -40,10 +39,6 @@ class Standalone(CobbletCase):
         self.bundle = self.agents / "My Clocks.app"
         self.entry = self.home.path / f".local/share/applications/{AGENT}.desktop"
         self.icons = self.home.path / ".local/share/icons/hicolor"
-        # A program of its own, which a test can replace by a newer one.
-        self.program = self.home.path / "program/Cobblet.app"
-        shutil.copytree(pathlib.Path(EXECUTABLE).parents[2], self.program)
-        self.PROGRAM = str(self.program / "Contents/Helpers/cobblet")
         self.addCleanup(self.end_agents, signal.SIGKILL)
 
     def launch(self, *command):
@@ -91,7 +86,7 @@ class Standalone(CobbletCase):
         return [record.get("isStandalone", False) for record in self.home.read()]
 
     def assert_sound(self):
-        tool = str(self.program / "Contents/Helpers/codesign")
+        tool = str(pathlib.Path(EXECUTABLE).with_name("codesign"))
         self.assertEqual(self.run_here(tool, "--verify", "--strict", str(self.bundle)), (0, "", ""))
         self.assertEqual(self.run_here("desktop-file-validate", str(self.entry))[:2], (0, ""))
 
@@ -140,19 +135,3 @@ class Standalone(CobbletCase):
         self.desktop.wait(lambda: not (self.bundle.exists() or self.processes() or self.entry.exists()), "all to be gone")
         self.assertEqual(list(self.icons.rglob(f"*{AGENT}*")), [])
         self.assertIsNone(cobblet.process.poll())
-
-    def test_an_agent_follows_another_build_of_the_program(self):
-        cobblet = self.start("show", "My Clocks")
-        self.click_standalone(cobblet)
-        self.hide_panel()
-        first = self.processes()
-
-        # Another build of the program: the bundle is rebuilt where it is, and its agent goes on without a panel.
-        os.utime(self.program / "Contents/MacOS/cobblet", (1_700_000_000, 1_700_000_000))
-        cobblet.end()
-        self.start("--service")
-        information = self.bundle / "Contents/Info.plist"
-        self.desktop.wait(lambda: b"<string>1700000000<" in information.read_bytes(), "the new build")
-        self.desktop.wait(lambda: self.processes() and self.processes() != first, "the new agent")
-        self.assertEqual(panels(self.desktop, AGENT), [])
-        self.assert_sound()

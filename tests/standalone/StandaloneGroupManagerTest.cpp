@@ -3,6 +3,7 @@
 #include "model/ConfigManager.h"
 #include "model/GroupCoding.h"
 #include "platform/FileTree.h"
+#include "platform/InfoPlist.h"
 #include "standalone/BundleFixture.h"
 #include "support/VirtualScheduler.h"
 
@@ -130,6 +131,15 @@ TEST_F(StandaloneGroupManagerTest, OpeningBuildsOnlyWhatIsMissingOrOld)
     EXPECT_EQ(workspace.opened, QStringList({identifier, identifier}));
     restart();
     EXPECT_EQ(registry.registrations, 1) << "it was there, and nothing was old";
+    running.launch(agent);
+    QFile executable(program.executable);
+    ASSERT_TRUE(executable.open(QIODevice::ReadWrite) &&
+                executable.setFileTime(QDateTime::fromSecsSinceEpoch(1'700'000'000), QFile::FileModificationTime));
+    restart();
+    running.quit(agent);
+    waitUntilIdle();
+    EXPECT_EQ(InfoPlist::read(destination).value()->text("CBBinaryStamp"), u"1700000000"_s) << "of another build";
+    EXPECT_EQ(workspace.openedBundles.size(), 1) << "its agent ran";
 
     // Its bundle was deleted while its agent ran.
     ASSERT_TRUE(removeTree(destination));
@@ -138,7 +148,7 @@ TEST_F(StandaloneGroupManagerTest, OpeningBuildsOnlyWhatIsMissingOrOld)
     running.quit(agent);
     waitUntilIdle();
     EXPECT_EQ(builtName(), work.name);
-    EXPECT_EQ(workspace.openedBundles.size(), 1) << "its agent ran";
+    EXPECT_EQ(workspace.openedBundles.size(), 2);
 }
 
 TEST_F(StandaloneGroupManagerTest, ChangesOfAStandaloneGroupReachItsBundleInOneBuild)
