@@ -132,7 +132,7 @@ Faults makeSeal(const char *path, bool replace)
         if (what.starts_with('?') && !isOurs)
             faults.push_back(sentence(name, what.substr(1)));
         else if (what.starts_with('F') || what.starts_with('L'))
-            text += what + '\t' + name + '\n';
+            text.append(what).append("\t").append(name).append("\n");
     }
     if (!faults.empty())
         return faults;
