@@ -26,8 +26,14 @@ from Xlib.ext import xtest
 
 HERE = pathlib.Path(__file__).resolve().parent
 DOCK_THICKNESS = 52
+FRAMES = ("i3-frame",)  # of a window manager that gives its frames a WM_CLASS
 PR_SET_PDEATHSIG = 1
 LIBC = ctypes.CDLL(None)
+
+# Each runs in the configuration that its distribution gives to somebody who has set up nothing.
+WINDOW_MANAGERS = {"openbox": ["openbox", "--sm-disable"], "xfwm4": ["xfwm4"], "kwin_x11": ["kwin_x11"], "i3": ["i3"],
+                   "fluxbox": ["fluxbox"], "awesome": ["awesome"]}
+COMPOSITING = ("xfwm4", "kwin_x11")  # of these; the dock starts anew when the compositing starts
 
 Rect = collections.namedtuple("Rect", "x y width height")
 
@@ -90,15 +96,15 @@ class Window:
 class Desktop:
     """An X server with, as asked for, a session bus, a window manager and a dock on a side.
 
-    Used in a `with` statement. `environment` is what programs on this desktop run with. `screens` are rectangles, the
-    main screen first; without them the server has one screen.
+    Used in a `with` statement. `environment` is what programs on this desktop run with. `window_manager` is one of
+    WINDOW_MANAGERS or none. `screens` are rectangles, the main screen first; without them the server has one screen.
     """
 
-    def __init__(self, dock="bottom", bus=True, window_manager=True, size=(1280, 800), screens=()):
+    def __init__(self, dock="bottom", bus=True, window_manager="openbox", size=(1280, 800), screens=()):
         self.dock_side = dock
         self.screens = screens
         self.size = (max(map(right, screens)), max(map(bottom, screens))) if screens else size
-        self.has_bus, self.has_window_manager = bus, window_manager
+        self.has_bus, self.window_manager = bus, window_manager
         self._processes = []
         self.display = None
         # Nothing of a session that this process may be part of, but where the person keeps things.
@@ -159,15 +165,14 @@ class Desktop:
         runtime = self.folder / "runtime"
         runtime.mkdir(mode=0o700)
         # Programs log to the journal when nobody seems to read their standard error.
-        self.environment.update(XDG_RUNTIME_DIR=str(runtime), XDG_CURRENT_DESKTOP="openbox", LANG="C.UTF-8",
+        self.environment.update(XDG_RUNTIME_DIR=str(runtime), XDG_CURRENT_DESKTOP=self.window_manager or "X", LANG="C.UTF-8",
                                 XDG_SESSION_TYPE="x11", QT_FORCE_STDERR_LOGGING="1", NO_AT_BRIDGE="1")
         self._start_server()
         if self.has_bus:
             self.environment["DBUS_SESSION_BUS_ADDRESS"] = self._start_answering(
                 ["dbus-daemon", "--session", "--nofork", "--nopidfile"], ["--print-address={}"], "bus.log")
-        if self.has_window_manager:
-            self.start(["openbox", "--sm-disable", "--config-file", str(HERE / "session/openbox.xml")])
-            self.wait(lambda: self.root.property("_NET_SUPPORTING_WM_CHECK"), "the window manager")
+        if self.window_manager:
+            self._start_window_manager()
         if self.dock_side:
             self.start_dock(self.dock_side)
 
@@ -193,6 +198,27 @@ class Desktop:
                                            background_pixel=0x6f8fb4)
         self.root.handle.clear_area(0, 0, *self.size)
 
+    def _start_window_manager(self):
+        home = self.folder / "window-manager"
+        home.mkdir()
+        environment = {**self.environment, "HOME": str(home)}
+        for folder in ("CONFIG", "DATA", "CACHE"):
+            environment.pop(f"XDG_{folder}_HOME", None)
+        self.start(WINDOW_MANAGERS[self.window_manager], log="window-manager.log", environment=environment)
+        self.wait(lambda: self.root.property("_NET_SUPPORTING_WM_CHECK"), "the window manager")
+        if self.window_manager in COMPOSITING:
+            self.wait(lambda: self.display.get_selection_owner(self.atom("_NET_WM_CM_S0")), "the compositing manager")
+        if self.window_manager == "i3":
+            self._keep_defaults()
+
+    def _keep_defaults(self):
+        """Answers what i3 asks at its first start: its configuration is not to be written to a file."""
+        def answered():
+            self.key("Escape")  # which is heard a moment after the question is shown
+            return not self.root.property("_NET_CLIENT_LIST")
+        self.wait(lambda: self.root.property("_NET_CLIENT_LIST"), "the question of i3")
+        self.wait(answered, "the question of i3 to be gone")
+
     def start_dock(self, side, tray=False):
         """Starts the dock on a side of the screen, with a tray or without."""
         settings = (HERE / "session/tint2rc").read_text()
@@ -202,7 +228,7 @@ class Desktop:
         path = self.folder / "tint2rc"
         path.write_text(settings)
         dock = self.start(["tint2", "-c", str(path)])
-        self.wait(lambda: self.dock() and (not self.has_window_manager or
+        self.wait(lambda: self.dock() and (not self.window_manager or
                                            tuple(self.root.property("_NET_WORKAREA")[2:4]) not in ((), self.size)),
                   "the dock and its place")
         return dock
@@ -258,7 +284,7 @@ class Desktop:
 
     def _client(self, handle, depth=2):
         with contextlib.suppress(error.XError):
-            if handle.get_wm_class():
+            if (found := handle.get_wm_class()) and found[0] not in FRAMES:
                 return Window(self, handle)
             for child in handle.query_tree().children if depth else []:
                 if client := self._client(child, depth - 1):
@@ -334,8 +360,10 @@ class Desktop:
             self._input(X.KeyRelease, code)
 
     def picture(self, rect=None):
-        """What is on the screen, or on a part of it."""
+        """What is on the screen, or on a part of it; what lies beyond its edges is left out."""
         rect = rect or Rect(0, 0, *self.size)
+        x, y = max(rect.x, 0), max(rect.y, 0)
+        rect = Rect(x, y, min(right(rect), self.size[0]) - x, min(bottom(rect), self.size[1]) - y)
         data = self.root.handle.get_image(*rect, X.ZPixmap, 0xFFFFFFFF).data
         return Image.frombytes("RGB", rect[2:], data, "raw", "BGRX")
 

@@ -49,6 +49,8 @@ class Applications(CobbletCase):
             with self.desktop.holding(modifier):
                 self.cobblet.wait_painted()
                 self.cobblet.click_tool(CLOSE_ALL)
+        self.desktop.key("Num_Lock")  # which is one more modifier to the server
+        self.addCleanup(self.desktop.key, "Num_Lock")
         close_all("Alt_L")
         self.desktop.wait(lambda: window.property("_TEST_CLOSE_REQUESTS"), "the request to close")
         self.assertTrue(self.desktop.holds(window.viewable))

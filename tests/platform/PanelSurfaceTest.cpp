@@ -138,6 +138,21 @@ TEST_F(PanelSurfaceTest, APressOnWhatTakesNoFocusIsALossOfTheKeyStatus)
     }
 }
 
+TEST_F(PanelSurfaceTest, GoesBackToItsPlaceTwiceAfterItIsShown)
+{
+    show();
+    const QPoint place(300, 800 - 100 - 340), elsewhere(40, 50);
+    for (const QPoint &last : {place, place, elsewhere}) {
+        QSignalSpy moved(&window, &QWindow::xChanged);
+        const std::array<uint32_t, 2> corner{uint32_t(elsewhere.x()), uint32_t(elsewhere.y())};
+        xcb_configure_window(session.x11->xcb(), id(), XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, corner.data());
+        session.x11->flush();
+        EXPECT_TRUE(becomes([&] { return !moved.isEmpty() && session.geometry(id()).topLeft() == last; }));
+        QTest::qWait(60);
+        EXPECT_EQ(session.geometry(id()).topLeft(), last);
+    }
+}
+
 TEST_F(PanelSurfaceTest, LeavesIconifiedWindowsAlone)
 {
     const xcb_window_t before = otherProgram();

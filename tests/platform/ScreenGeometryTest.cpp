@@ -43,4 +43,19 @@ TEST(VisibleFrame, LeavesOutWhatDocksReserve)
         EXPECT_FALSE(strutFrom(numbers)) << numbers.size();
 }
 
+TEST(VisibleFrame, LeavesOutWhatTheWorkAreaDoes)
+{
+    const QRectF visible(0, 24.5, 1280, 723);
+    const struct {
+        const char *name;
+        QRectF workArea, both;
+    } cases[] = {
+        {"a bar that reserves nothing", {0, 0, 1280, 700}, {0, 24.5, 1280, 675.5}},
+        {"the same, rounded in another way", {0, 25, 1280, 722}, visible},
+        {"none", {}, visible},
+    };
+    for (const auto &each : cases)
+        EXPECT_EQ(inWorkArea(visible, each.workArea), each.both) << each.name;
+}
+
 } // namespace

@@ -113,10 +113,15 @@ QList<Screen> DesktopScreens::measured() const
     QList<Screen> result;
     for (const QScreen *screen : order) {
         const QRectF frame = screen->geometry();
-        const QRectF visible = m_windows
-                                   ? geometry::visibleFrame({frame, screen->devicePixelRatio()}, m_struts.values(),
-                                                            QSize(desktop.right() + 1, desktop.bottom() + 1))
-                                   : QRectF(screen->availableGeometry());
+        // The toolkit's is the window manager's work area where there is one screen, else the whole screen.
+        const QRectF available = screen->availableGeometry();
+        QRectF visible = available;
+        if (m_windows) {
+            visible = geometry::visibleFrame({frame, screen->devicePixelRatio()}, m_struts.values(),
+                                             QSize(desktop.right() + 1, desktop.bottom() + 1));
+            if (m_windows->hasManager()) // one that is gone leaves its work area behind
+                visible = geometry::inWorkArea(visible, available);
+        }
         result.append({screen->name(), geometry::toYUp(frame, main), geometry::toYUp(visible, main)});
     }
     return result;

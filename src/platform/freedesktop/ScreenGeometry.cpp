@@ -1,6 +1,7 @@
 #include "platform/freedesktop/ScreenGeometry.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <tuple>
 
@@ -56,6 +57,16 @@ QRectF visibleFrame(const ToolkitScreen &screen, const QList<Strut> &struts, con
         return screen.frame;
     return screen.frame.adjusted(insets[0] / screen.scale, insets[2] / screen.scale, -insets[1] / screen.scale,
                                  -insets[3] / screen.scale);
+}
+
+QRectF inWorkArea(const QRectF &visible, const QRectF &workArea)
+{
+    const QRectF common = visible & workArea;
+    if (common.isEmpty())
+        return visible;
+    const auto edge = [](double own, double other) { return std::abs(other - own) > 1 ? other : own; };
+    return {QPointF(edge(visible.left(), common.left()), edge(visible.top(), common.top())),
+            QPointF(edge(visible.right(), common.right()), edge(visible.bottom(), common.bottom()))};
 }
 
 QRectF toYUp(const QRectF &yDown, const QRectF &mainFrame)

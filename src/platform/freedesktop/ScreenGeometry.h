@@ -35,6 +35,10 @@ struct ToolkitScreen {
 /// The part of the screen's frame (y-down points) that no dock on a desktop of `desktop` pixels has reserved.
 QRectF visibleFrame(const ToolkitScreen &screen, const QList<Strut> &struts, const QSize &desktop);
 
+/// What the window manager leaves free too: some keep a bar of their own, which reserves nothing, out of the work
+/// area. Both are in y-down points and may be rounded apart by up to one.
+QRectF inWorkArea(const QRectF &visible, const QRectF &workArea);
+
 /// `mainFrame` is the main screen's in y-down points. The two are each other's inverse.
 QRectF toYUp(const QRectF &yDown, const QRectF &mainFrame);
 QRectF toYDown(const QRectF &yUp, const QRectF &mainFrame);

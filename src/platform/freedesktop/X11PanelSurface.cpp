@@ -22,6 +22,10 @@ namespace {
 // Focus that leaves for nowhere often comes back at once: a popover closes, a window manager moves it in steps.
 constexpr std::chrono::milliseconds graceForFocus{60};
 
+// Some window managers place a new window elsewhere than it asks; one that insists is not fought.
+constexpr int maximumCorrections = 2;
+constexpr int roundingError = 2; // points, of both coordinates together
+
 constexpr uint32_t allDesktops = 0xFFFFFFFF;
 constexpr uint32_t fromApplication = 1; // the source of a request
 
@@ -61,6 +65,7 @@ X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Scr
         qCInfo(lcDesktop).noquote() << noCompositor;
     window.create();
     m_id = xcb_window_t(window.winId());
+    m_altClicks = std::make_unique<X11AltClicks>(m_windows.x11(), m_toolkit, m_id);
 
     m_loss.setSingleShot(true);
     connect(&m_loss, &QTimer::timeout, this, [this] {
@@ -93,6 +98,8 @@ X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Scr
     // The window manager may have given it another size.
     connect(&window, &QWindow::widthChanged, this, &X11PanelSurface::updateShape);
     connect(&window, &QWindow::heightChanged, this, &X11PanelSurface::updateShape);
+    connect(&window, &QWindow::xChanged, this, &X11PanelSurface::keepPlace);
+    connect(&window, &QWindow::yChanged, this, &X11PanelSurface::keepPlace);
     qGuiApp->installNativeEventFilter(this);
 }
 
@@ -165,8 +172,19 @@ void X11PanelSurface::applyAlpha()
 
 void X11PanelSurface::setGeometry(const QRect &geometry)
 {
+    m_place = geometry.topLeft();
     QtPanelSurface::setGeometry(geometry);
     updateShape();
+}
+
+/// Window managers place a window as they show it: i3 lower by a title bar that the panel does not have, awesome
+/// where no other window is.
+void X11PanelSurface::keepPlace()
+{
+    if (!isVisible() || m_corrections == 0 || (window().position() - m_place).manhattanLength() <= roundingError)
+        return;
+    --m_corrections;
+    window().setPosition(m_place);
 }
 
 void X11PanelSurface::updateShape()
@@ -212,6 +230,8 @@ void X11PanelSurface::makeKeyAndOrderFront()
         // Without a manager nobody keeps the active window, so the server has to be asked.
         m_previous = m_windows.hasManager() ? m_windows.activeWindow() : m_windows.x11().focus();
         prepareToMap();
+        m_corrections = maximumCorrections;
+        m_altClicks->grab();
         window().show();
         m_presses.listen(true);
     }
@@ -250,6 +270,7 @@ void X11PanelSurface::orderOut()
     m_awaitsTime = false;
     if (wasVisible) {
         m_stateWasDropped = false;
+        m_altClicks->release();
         returnFocus();
     }
     QtPanelSurface::orderOut();
@@ -286,6 +307,7 @@ bool X11PanelSurface::nativeEventFilter(const QByteArray &type, void *message, q
     switch (event->response_type & 0x7f) {
     case XCB_KEY_PRESS:
     case XCB_BUTTON_PRESS:
+        m_corrections = 0; // from now on it may be the user who moves the panel
         m_windows.noteUserTime(static_cast<const xcb_key_press_event_t *>(message)->time);
         break;
     case XCB_FOCUS_IN:

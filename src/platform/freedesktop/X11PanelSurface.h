@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/freedesktop/X11AltClicks.h"
 #include "platform/freedesktop/X11OutsidePresses.h"
 #include "platform/freedesktop/x11/X11Windows.h"
 #include "platform/portable/QtPanelSurface.h"
@@ -30,6 +31,7 @@ protected:
 
 private slots:
     void popoverVisibleChanged(bool visible);
+    void keepPlace();
 
 private:
     bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
@@ -48,6 +50,7 @@ private:
     xcb_connection_t *m_toolkit; ///< the toolkit's connection: what it carries stays in order with the mapping
     X11OutsidePresses m_presses;
     xcb_window_t m_id = XCB_WINDOW_NONE;
+    std::unique_ptr<X11AltClicks> m_altClicks;
     double m_radius;
     bool m_wantsBlur = false;
     xcb_window_t m_holder = XCB_WINDOW_NONE; ///< the panel or the window of its family that has the focus
@@ -56,6 +59,8 @@ private:
     bool m_repeatsState = false;
     xcb_window_t m_previous = XCB_WINDOW_NONE; ///< had the focus before the panel
     QSize m_shapedPixels;
+    QPoint m_place;        ///< asked for, in y-down points
+    int m_corrections = 0; ///< that are left since the window was shown
     QTimer m_loss;
 };
 

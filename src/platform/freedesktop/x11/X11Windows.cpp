@@ -16,6 +16,8 @@ constexpr const char *managerCheck = "_NET_SUPPORTING_WM_CHECK";
 constexpr const char *supportedName = "_NET_SUPPORTED";
 constexpr const char *clientList = "_NET_CLIENT_LIST";
 constexpr const char *blurRegion = "_KDE_NET_WM_BLUR_BEHIND_REGION";
+constexpr const char *windowType = "_NET_WM_WINDOW_TYPE";
+constexpr const char *dockType = "_NET_WM_WINDOW_TYPE_DOCK";
 
 constexpr size_t maximumWindows = 4096;
 constexpr uint32_t iconicState = 3;
@@ -32,9 +34,9 @@ X11Windows::X11Windows(X11Connection &x11) : m_x11(x11)
 {
     xcb_prefetch_extension_data(m_x11.xcb(), &xcb_xfixes_id);
     const QByteArray compositor = "_NET_WM_CM_S" + QByteArray::number(m_x11.screenNumber());
-    m_x11.intern({activeWindowName, managerCheck, supportedName, clientList, blurRegion, compositor.constData(),
-                  "_NET_CLIENT_LIST_STACKING", "_NET_CLOSE_WINDOW", "_NET_RESTACK_WINDOW", "WM_CHANGE_STATE",
-                  "WM_STATE", "WM_PROTOCOLS", "WM_DELETE_WINDOW"});
+    m_x11.intern({activeWindowName, managerCheck, supportedName, clientList, blurRegion, windowType, dockType,
+                  compositor.constData(), "_NET_CLIENT_LIST_STACKING", "_NET_CLOSE_WINDOW", "_NET_RESTACK_WINDOW",
+                  "WM_CHANGE_STATE", "WM_STATE", "WM_PROTOCOLS", "WM_DELETE_WINDOW"});
     // A process that carries out a single command has no toolkit, and no windows.
     const auto *application = qobject_cast<QGuiApplication *>(QCoreApplication::instance());
     if (application && QGuiApplication::platformName() == QLatin1String("xcb"))
@@ -91,7 +93,7 @@ void X11Windows::handle(const xcb_generic_event_t *event)
     case XCB_MAP_NOTIFY:
     case XCB_UNMAP_NOTIFY:
     case XCB_REPARENT_NOTIFY:
-        if (!hasList() && !std::exchange(m_lookingAgain, true))
+        if (!listsDocks() && !std::exchange(m_lookingAgain, true))
             QMetaObject::invokeMethod(this, &X11Windows::followWindows, Qt::QueuedConnection);
         return;
     default:
@@ -150,13 +152,17 @@ void X11Windows::setManager(xcb_window_t window)
 void X11Windows::followWindows()
 {
     m_lookingAgain = false;
-    if (hasList()) {
-        m_x11.ask(m_x11.root(), m_x11.atom(clientList), this,
-                  [this](const std::vector<uint32_t> &windows) { setWindows(windows); });
-    } else {
+    if (!listsDocks())
         m_x11.select(m_x11.root(), XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
-        setWindows(tree());
-    }
+    if (!hasList())
+        return setWindows(tree());
+    m_x11.ask(m_x11.root(), m_x11.atom(clientList), this, [this](std::vector<uint32_t> windows) {
+        if (!listsDocks())
+            for (const xcb_window_t dock : tree())
+                if (std::find(windows.begin(), windows.end(), dock) == windows.end())
+                    windows.push_back(dock);
+        setWindows(std::move(windows));
+    });
 }
 
 void X11Windows::setWindows(std::vector<xcb_window_t> windows)
@@ -187,6 +193,12 @@ bool X11Windows::isOwn(xcb_window_t window) const
     return (window & ~xcb_get_setup(m_x11.xcb())->resource_id_mask) == m_ownBase;
 }
 
+bool X11Windows::isDock(xcb_window_t window) const
+{
+    const auto types = m_x11.cardinals(window, m_x11.atom(windowType), 64);
+    return std::find(types.begin(), types.end(), m_x11.atom(dockType)) != types.end();
+}
+
 std::vector<xcb_window_t> X11Windows::tree()
 {
     xcb_connection_t *xcb = m_x11.xcb();
@@ -199,7 +211,8 @@ std::vector<xcb_window_t> X11Windows::tree()
     return found;
 }
 
-/// Windows with WM_STATE, below the manager's frames; without any manager the mapped windows of the top level.
+/// Windows with WM_STATE, below the manager's frames; without any manager the mapped windows of the top level. Where
+/// the manager has a list, only docks.
 void X11Windows::collect(xcb_window_t parent, int depth, std::vector<xcb_window_t> &found) const
 {
     xcb_connection_t *xcb = m_x11.xcb();
@@ -218,10 +231,12 @@ void X11Windows::collect(xcb_window_t parent, int depth, std::vector<xcb_window_
         if (!attributes || attributes->_class == XCB_WINDOW_CLASS_INPUT_ONLY || found.size() >= maximumWindows)
             continue;
         const bool mapped = attributes->map_state != XCB_MAP_STATE_UNMAPPED || m_hidden.contains(window);
-        if (m_isManaged ? !m_x11.cardinals(window, m_x11.atom("WM_STATE"), 1).empty()
-                        : mapped && !attributes->override_redirect)
+        const bool isWanted = hasList()     ? mapped && isDock(window)
+                              : m_isManaged ? !m_x11.cardinals(window, m_x11.atom("WM_STATE"), 1).empty()
+                                            : mapped && !attributes->override_redirect;
+        if (isWanted)
             found.push_back(window);
-        else if (m_isManaged && depth < 2)
+        else if (m_isManaged && depth < (hasList() ? 1 : 2))
             collect(window, depth + 1, found);
     }
 }

@@ -33,7 +33,7 @@ public:
     xcb_window_t activeWindow() const { return m_active; }
 
     /// The windows of applications in the order in which they were mapped, less those of this process: the window
-    /// manager's list, or what the window tree shows where there is none.
+    /// manager's list with the docks that it lacks, or what the window tree shows where there is none.
     const std::vector<xcb_window_t> &windows() const { return m_windows; }
     bool contains(xcb_window_t window) const;
     /// Whether the window is one of this process.
@@ -82,6 +82,9 @@ private:
     std::vector<xcb_window_t> tree();
     void collect(xcb_window_t parent, int depth, std::vector<xcb_window_t> &found) const;
     bool hasList() const { return supports("_NET_CLIENT_LIST"); }
+    /// A manager that works out no work area takes no notice of docks, and may leave them out of its list.
+    bool listsDocks() const { return hasList() && supports("_NET_WORKAREA"); }
+    bool isDock(xcb_window_t window) const;
     std::vector<xcb_window_t> inStackingOrder(std::vector<xcb_window_t> windows) const;
     void raise(xcb_window_t window);
 
