@@ -1,5 +1,7 @@
 #include "app/Core.h"
 
+#include "model/Identifiers.h"
+#include "platform/Bundle.h"
 #include "platform/Platform.h"
 #include "platform/RunningApplications.h"
 #include "platform/UserDefaults.h"
@@ -8,13 +10,16 @@
 
 namespace cobblet {
 
-Core::Core(Platform &platform, const QString &version, Follows follows, std::function<void()> showPanel,
+Core::Core(Platform &platform, const Bundle &bundle, Follows follows, std::function<void()> showPanel,
            ConfigManager::Hooks hooks)
     : m_platform(platform),
-      m_config({.folder = platform.applicationSupportFolder(), .follows = follows == Follows::OtherProcesses},
+      m_config({.folder = platform.applicationSupportFolder(),
+                .follows = follows == Follows::OtherProcesses,
+                .makesGroups = !isAgentIdentifier(bundle.identifier)},
                platform.standardDefaults(), std::move(hooks)),
-      m_intents({m_config, m_notifications, platform.dockTile(), [this]() -> GroupReports & { return reports(); }},
-                std::move(showPanel), version)
+      m_intents({m_config, m_notifications, platform.dockTile(), [this]() -> GroupReports & { return reports(); },
+                 [this] { return usage().mostUsed(); }},
+                std::move(showPanel), bundle.version)
 {
 }
 

@@ -12,6 +12,7 @@
 namespace cobblet {
 
 class Platform;
+struct Bundle;
 
 /// What works without a window: the groups, acting on their applications, and answering what other programs ask.
 /// The groups are loaded at once, the rest is made on first use. Main thread only.
@@ -22,9 +23,9 @@ public:
         Nothing         ///< for one command
     };
 
-    /// `platform` outlives the object; `version` is the program's. `showPanel` does what a click on the application's
+    /// `platform` outlives the object; `bundle` is the program's. `showPanel` does what a click on the application's
     /// icon does.
-    Core(Platform &platform, const QString &version, Follows follows, std::function<void()> showPanel,
+    Core(Platform &platform, const Bundle &bundle, Follows follows, std::function<void()> showPanel,
          ConfigManager::Hooks hooks = {});
 
     NotificationCenter &notifications() { return m_notifications; }

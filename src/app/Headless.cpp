@@ -18,7 +18,7 @@ class Headless {
 public:
     Headless(const Bundle &bundle, const PlatformOptions &options)
         : m_bundle(bundle), m_application(m_argc, m_argv), m_platform(makePlatform(forCommand(options))),
-          m_core(*m_platform, bundle.version, Core::Follows::Nothing, [] {})
+          m_core(*m_platform, bundle, Core::Follows::Nothing, [] {})
     {
         QObject::connect(&m_signals, &UnixSignals::quitRequested, &m_application, &QCoreApplication::quit);
     }

@@ -119,6 +119,7 @@ int main(int argc, char **argv)
 
     const PlatformOptions options{.identifier = bundle.identifier.isEmpty() ? QString(identifier::mainApplication)
                                                                             : bundle.identifier,
+                                  .standardDomain = identifier::mainApplication,
                                   .sharedSuite = identifier::sharedSuite,
                                   .folderName = QStringLiteral("Cobblet"),
                                   .bundlePath = bundle.path};

@@ -147,10 +147,7 @@ AppGroup UsageTracker::mostUsed(int limit) const
     std::stable_sort(entries.begin(), entries.end(),
                      [](const auto &a, const auto &b) { return a.second > b.second; });
 
-    AppGroup group;
-    group.id = AppGroup::mostUsedID;
-    group.name = QStringLiteral("Most Used");
-    group.emoji = QStringLiteral("⭐");
+    AppGroup group = AppGroup::mostUsed();
     for (const auto &[id, count] : entries) {
         if (group.apps.size() >= limit)
             break;

@@ -23,12 +23,14 @@ const GroupIntent &GroupIntent::of(IntentVerb verb)
 
 void GroupIntent::perform(const GroupEntity &group, const IntentTargets &targets, IntentRequests::Done done) const
 {
+    const bool isMostUsed = group.id == AppGroup::mostUsedID;
     const AppGroup *known = targets.config.group(group.id);
-    if (!known)
+    if (!known && !isMostUsed)
         return done(GroupIntentError::groupNotFound(group.name));
     if (action) {
-        const QString dialog = doing + known->name + QLatin1Char('.');
-        return (targets.reports().*action)(known->apps, [dialog, done](const QList<IntentOutcome> &outcomes) {
+        const AppGroup now = isMostUsed ? targets.mostUsed() : *known;
+        const QString dialog = doing + now.name + QLatin1Char('.');
+        return (targets.reports().*action)(now.apps, [dialog, done](const QList<IntentOutcome> &outcomes) {
             done(IntentReply{dialog, outcomes});
         });
     }

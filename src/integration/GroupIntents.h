@@ -1,6 +1,7 @@
 #pragma once
 
 #include "control/GroupReports.h"
+#include "model/AppGroup.h"
 
 namespace cobblet {
 
@@ -15,6 +16,8 @@ struct IntentTargets {
     DockTile &dockTile;
     /// Made on first use: start-up does not need it.
     std::function<GroupReports &()> reports;
+    /// The Most Used group as it is now.
+    std::function<AppGroup()> mostUsed;
 };
 
 /// What a text asks for.

@@ -70,9 +70,12 @@ Result<GroupEntity, IntentFailure> GroupQuery::resolve(const QString &nameOrId) 
     if (nameOrId.size() > maximumText)
         return IntentFailure{
             IntentFailure::Kind::Invalid, QStringLiteral("A group is named by at most 1,000 characters."), {}};
-    if (const auto id = parseUuid(nameOrId))
+    if (const auto id = parseUuid(nameOrId)) {
+        if (*id == AppGroup::mostUsedID)
+            return entityOf(AppGroup::mostUsed());
         if (const AppGroup *group = m_config.group(*id))
             return entityOf(*group);
+    }
 
     QList<GroupEntity> named = entitiesWhere([&](const AppGroup &group) { return group.name == nameOrId; });
     if (named.isEmpty()) {

@@ -141,9 +141,14 @@ void IntentService::perform(IntentVerb verb, const QString &nameOrId, Done done)
 {
     const auto found = m_query.resolve(nameOrId);
     if (found)
-        GroupIntent::of(verb).perform(found.value(), m_targets, std::move(done));
+        perform(verb, found.value(), std::move(done));
     else
         done(found.cause());
+}
+
+void IntentService::perform(IntentVerb verb, const GroupEntity &chosen, Done done)
+{
+    GroupIntent::of(verb).perform(chosen, m_targets, std::move(done));
 }
 
 void IntentService::say(const QString &phrase, Done done)

@@ -19,6 +19,7 @@ public:
     std::optional<IntentMatch> match(IntentVerb verb, const QUuid &group) const override;
 
     void perform(IntentVerb verb, const QString &nameOrId, Done done) override;
+    void perform(IntentVerb verb, const GroupEntity &chosen, Done done) override;
     void say(const QString &phrase, Done done) override;
     void showPanel() override { m_showPanel(); }
 

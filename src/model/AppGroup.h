@@ -48,6 +48,8 @@ struct AppGroup {
 
     /// Reserved for the synthetic Most Used group; no stored group has it.
     static const QUuid mostUsedID;
+    /// That group, without applications.
+    static AppGroup mostUsed();
 };
 
 } // namespace cobblet

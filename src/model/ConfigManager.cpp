@@ -48,18 +48,28 @@ void removeUnknown(QMap<int, QUuid> &shortcuts, const QList<AppGroup> &groups)
 
 ConfigManager::ConfigManager(Options options, UserDefaults &standardDefaults, Hooks hooks, QObject *parent)
     : QObject(parent), m_options(std::move(options)), m_hooks(std::move(hooks)), m_defaults(standardDefaults),
-      m_file(m_options.folder)
+      m_file(m_options.folder, m_options.stillness)
 {
+    m_settling.setSingleShot(true);
+    m_settling.setTimerType(Qt::PreciseTimer); // which is never early
+    m_settling.setInterval(m_options.stillness);
+    connect(&m_settling, &QTimer::timeout, this, &ConfigManager::reload);
     {
         const auto locked = lock();
-        const auto stored = storedNews();
-        m_groups = stored ? *stored : firstRunGroups();
+        auto stored = storedNews();
+        if (!stored)
+            stored = storedCopy();
+        if (!stored && m_options.makesGroups)
+            stored = firstRunGroups();
+        m_groups = stored.value_or(QList<AppGroup>());
         giveUsableIds(m_groups);
-        saveGroups(locked->mayWrite()); // no digits are loaded that could be pruned
+        if (stored)
+            saveGroups(locked->mayWrite()); // no digits are loaded that could be pruned
         runHooks();
         m_groupShortcuts = storedShortcuts();
         removeUnknown(m_groupShortcuts, m_groups);
-        saveShortcuts();
+        if (stored)
+            saveShortcuts();
         if (m_hooks.refreshShortcutParameters)
             m_hooks.refreshShortcutParameters();
     }
@@ -104,10 +114,10 @@ bool ConfigManager::changeGroups(const GroupChange &change)
     if (changed)
         m_unsaved.append(change);
     const bool published = publish(groups);
-    if (changed) {
+    if (changed || m_fileFails)
         saveGroups(locked->mayWrite());
+    if (changed)
         pruneShortcuts();
-    }
     if (changed || published)
         runHooks();
     return changed;
@@ -129,9 +139,14 @@ std::optional<QList<AppGroup>> ConfigManager::storedNews()
     auto look = m_file.look();
     if (look.kind == GroupsFile::Look::Read)
         return std::move(look.groups);
+    if (look.kind == GroupsFile::Look::Unfinished && m_options.follows)
+        m_settling.start();
     // What could not be saved is in memory, and perhaps nowhere else.
-    if (look.kind == GroupsFile::Look::Same || !m_unsaved.isEmpty())
-        return std::nullopt;
+    return look.kind == GroupsFile::Look::Missing && m_unsaved.isEmpty() ? storedCopy() : std::nullopt;
+}
+
+std::optional<QList<AppGroup>> ConfigManager::storedCopy()
+{
     m_defaults.synchronize();
     const auto bytes = m_defaults.data(groupsKey);
     if (!bytes)
@@ -215,21 +230,34 @@ void ConfigManager::followGroups()
 {
     watch();
     // Without the lock, which a writer holds for a while after the file has changed.
-    auto stored = storedNews();
-    if (!stored)
+    auto look = m_file.look();
+    if (look.kind == GroupsFile::Look::Same)
         return;
-    if (!m_unsaved.isEmpty() || giveUsableIds(*stored)) {
-        m_file.forget();
-        changeGroups([](QList<AppGroup> &) {});
-    } else if (publish(*stored)) {
+    if (look.kind != GroupsFile::Look::Read)
+        return m_settling.start();
+    m_settling.stop();
+    if (!m_unsaved.isEmpty() || giveUsableIds(look.groups)) {
+        reload();
+    } else if (publish(look.groups)) {
+        followShortcuts();
         runHooks();
     }
 }
 
+void ConfigManager::reload()
+{
+    m_file.forget();
+    changeGroups([](QList<AppGroup> &) {});
+}
+
+/// Digits whose groups are unknown stay stored for now: they may be those of groups that are yet to be read.
 void ConfigManager::followShortcuts()
 {
-    if (m_lock.expired())
-        publish(storedShortcuts());
+    if (!m_lock.expired())
+        return;
+    auto shortcuts = storedShortcuts();
+    removeUnknown(shortcuts, m_groups);
+    publish(shortcuts);
 }
 
 void ConfigManager::watch()

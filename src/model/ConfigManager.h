@@ -6,7 +6,9 @@
 #include <QFileSystemWatcher>
 #include <QMap>
 #include <QObject>
+#include <QTimer>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -22,8 +24,12 @@ class ConfigManager : public QObject {
     Q_OBJECT
 public:
     struct Options {
-        QString folder;      ///< where "groups.json" lives
-        bool follows = true; ///< other processes' changes arrive by themselves, not only with a change made here
+        QString folder;          ///< where "groups.json" lives
+        bool follows = true;     ///< other processes' changes arrive by themselves, not only with a change made here
+        bool makesGroups = true; ///< someone who has no groups gets the first ones; an agent leaves that to Cobblet
+        /// A file that is missing or does not decode may be about to be written: it counts once it was left alone
+        /// for so long.
+        std::chrono::milliseconds stillness{200};
     };
 
     /// What the save sequence causes above this room, in its order; what is not set is not done.
@@ -32,7 +38,8 @@ public:
         std::function<void()> refreshShortcutParameters; ///< group names as the assistants know them; not in agents
     };
 
-    /// Loads both properties, as the fallbacks prescribe, and writes them back.
+    /// Loads both properties, as the fallbacks prescribe, and writes them back. `standardDefaults` is the domain that
+    /// all processes with these groups share: each keeps the second copy there up to date.
     ConfigManager(Options options, UserDefaults &standardDefaults, Hooks hooks = {}, QObject *parent = nullptr);
     ~ConfigManager() override;
 
@@ -88,6 +95,8 @@ private:
 
     /// The stored list, if it is another one than this store last read or wrote.
     std::optional<QList<AppGroup>> storedNews();
+    /// The list in the preferences; absent when there is none of use.
+    std::optional<QList<AppGroup>> storedCopy();
     QMap<int, QUuid> storedShortcuts() const;
     bool publish(const QList<AppGroup> &groups);
     void publish(const QMap<int, QUuid> &shortcuts);
@@ -98,6 +107,8 @@ private:
     void runHooks();
 
     void followGroups();
+    /// Takes in what is stored, and saves what could not be.
+    void reload();
     void followShortcuts();
     void watch();
 
@@ -106,6 +117,7 @@ private:
     UserDefaults &m_defaults;
     GroupsFile m_file;
     std::unique_ptr<QFileSystemWatcher> m_watcher; ///< null when nothing is followed
+    QTimer m_settling;                             ///< runs while the file is missing or unfinished
     std::weak_ptr<FileLock> m_lock;
 
     QList<AppGroup> m_groups;

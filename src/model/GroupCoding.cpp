@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <array>
-#include <concepts>
 #include <limits>
 #include <span>
 #include <string_view>
@@ -20,8 +19,8 @@ using nlohmann::ordered_json; // keeps the order of its keys: for writing
 
 enum class Rule {
     Required, ///< a record without it, or with a malformed one, is not read
-    Strict,   ///< may be missing, but a malformed one fails the record
-    Lenient   ///< missing or malformed, the field keeps its default
+    Strict,   ///< may be missing or null, but a malformed one fails the record
+    Lenient   ///< missing, null or malformed, the field keeps its default
 };
 
 /// A field of a record in its JSON.
@@ -43,8 +42,8 @@ const char *readRecord(const json &object, Record &record)
 {
     for (const Field<Record> &field : fields<Record>()) {
         const auto value = object.find(field.key); // the end when this is no object
-        if (value == object.end() ? field.rule == Rule::Required
-                                  : !field.read(*value, record) && field.rule != Rule::Lenient)
+        const bool isAbsent = value == object.end() || value->is_null();
+        if (isAbsent ? field.rule == Rule::Required : !field.read(*value, record) && field.rule != Rule::Lenient)
             return field.key;
     }
     return nullptr;
@@ -61,15 +60,6 @@ ordered_json writtenRecord(const Record &record)
     return object;
 }
 
-template<class Record>
-ordered_json writtenList(const QList<Record> &records)
-{
-    ordered_json list = ordered_json::array();
-    for (const Record &record : records)
-        list.push_back(writtenRecord(record));
-    return list;
-}
-
 /// The texts of an enumeration's cases, in their order.
 template<class Enum>
 constexpr auto texts = nullptr;
@@ -80,104 +70,75 @@ constexpr std::array<std::string_view, 3> texts<GroupIconFill>{"solid", "gradien
 template<>
 constexpr std::array<std::string_view, 2> texts<PopupAnchor>{"dockCenter", "dockIcon"};
 
-bool read(const json &value, bool &flag)
+bool readText(const std::string &utf8, QString &text)
 {
-    if (value.is_boolean())
-        flag = value.get<bool>();
-    return value.is_boolean();
-}
-
-/// A number without a fraction is an integer however it is written (4, 4.0, 4e0).
-bool read(const json &value, int &integer)
-{
-    using Limits = std::numeric_limits<int>;
-    const double number = value.is_number() ? value.get<double>() : 0.5;
-    if (number < Limits::min() || number > Limits::max() || number != int(number))
-        return false;
-    integer = int(number);
-    return true;
-}
-
-bool read(const json &value, QString &text)
-{
-    if (!value.is_string())
-        return false;
-    const std::string &utf8 = value.get_ref<const std::string &>(); // valid, the parser has checked it
     // A byte order mark is a character here.
     text = QStringDecoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom)(utf8);
     return true;
 }
 
-bool read(const json &value, QUuid &id)
+bool readText(const std::string &utf8, QUuid &id)
 {
-    QString text;
-    const auto parsed = read(value, text) ? parseUuid(text) : std::nullopt;
+    const auto parsed = parseUuid(QString::fromStdString(utf8));
     id = parsed.value_or(id);
     return parsed.has_value();
 }
 
 template<class Enum>
 requires std::is_enum_v<Enum>
-bool read(const json &value, Enum &choice)
+bool readText(const std::string &text, Enum &choice)
 {
-    const auto &all = texts<Enum>;
-    const auto found =
-        value.is_string() ? std::find(all.begin(), all.end(), value.get_ref<const std::string &>()) : all.end();
-    if (found == all.end())
-        return false;
-    choice = Enum(found - all.begin());
-    return true;
+    const auto found = std::ranges::find(texts<Enum>, text);
+    if (found != texts<Enum>.end())
+        choice = Enum(found - texts<Enum>.begin());
+    return found != texts<Enum>.end();
 }
 
-template<class Value>
-bool read(const json &value, std::optional<Value> &optional)
+/// False, and nothing changed, when the value is malformed.
+template<class Field>
+bool read(const json &value, Field &field)
 {
-    Value present{};
-    if (!read(value, present))
-        return false;
-    optional = std::move(present);
-    return true;
+    if constexpr (requires { field.has_value(); }) {
+        typename Field::value_type present{};
+        return read(value, present) && (field = std::move(present), true);
+    } else if constexpr (std::is_same_v<Field, bool>) {
+        return value.is_boolean() && (field = value.get<bool>(), true);
+    } else if constexpr (std::is_same_v<Field, int>) {
+        // A number without a fraction is an integer however it is written (4, 4.0, 4e0).
+        using Limits = std::numeric_limits<int>;
+        const double number = value.is_number() ? value.get<double>() : 0.5;
+        return number >= Limits::min() && number <= Limits::max() && number == int(number) &&
+               (field = int(number), true);
+    } else if constexpr (std::is_same_v<Field, QList<AppItem>>) {
+        field.reserve(qsizetype(value.size()));
+        return value.is_array() && std::none_of(value.begin(), value.end(), [&field](const json &app) {
+                   return readRecord(app, field.emplaceBack());
+               });
+    } else {
+        const auto *text = value.get_ptr<const std::string *>(); // valid UTF-8, the parser has checked it
+        return text && readText(*text, field);
+    }
 }
 
-bool read(const json &value, QList<AppItem> &apps)
+template<class Field>
+ordered_json written(const Field &field)
 {
-    if (!value.is_array())
-        return false;
-    apps.reserve(qsizetype(value.size()));
-    return std::none_of(value.begin(), value.end(),
-                        [&apps](const json &app) { return readRecord(app, apps.emplaceBack()); });
-}
-
-ordered_json written(std::integral auto value)
-{
-    return value;
-}
-
-ordered_json written(const QString &text)
-{
-    return text.toStdString();
-}
-
-ordered_json written(const QUuid &id)
-{
-    return written(uuidText(id));
-}
-
-template<class Enum>
-requires std::is_enum_v<Enum> ordered_json written(Enum choice)
-{
-    return texts<Enum>[size_t(choice)];
-}
-
-template<class Value>
-ordered_json written(const std::optional<Value> &optional)
-{
-    return optional ? written(*optional) : ordered_json();
-}
-
-ordered_json written(const QList<AppItem> &apps)
-{
-    return writtenList(apps);
+    if constexpr (requires { field.has_value(); }) {
+        return field ? written(*field) : ordered_json();
+    } else if constexpr (std::is_same_v<Field, QString>) {
+        return field.toStdString();
+    } else if constexpr (std::is_same_v<Field, QUuid>) {
+        return uuidText(field).toStdString();
+    } else if constexpr (std::is_enum_v<Field>) {
+        return texts<Field>[size_t(field)];
+    } else if constexpr (std::is_integral_v<Field>) {
+        return field;
+    } else {
+        ordered_json list = ordered_json::array();
+        for (const auto &record : field)
+            list.push_back(writtenRecord(record));
+        return list;
+    }
 }
 
 template<class Record, class Value>
@@ -226,7 +187,8 @@ std::span<const Field<AppGroup>> fields()
 }
 
 /// What keeps the text from being parsed within our bounds; empty when nothing does. The parser would build a tree
-/// many times larger than a text of nothing but brackets.
+/// many times larger than a text of nothing but brackets, and with a callback that stops it, it looks through all
+/// values of a list after each object.
 QString problemOf(const QByteArray &text)
 {
     if (text.size() > maximumJsonBytes)
@@ -291,17 +253,25 @@ QByteArray encodeGroup(const AppGroup &group)
 
 QByteArray encodeGroups(const QList<AppGroup> &groups)
 {
-    return bytes(writtenList(groups));
+    return bytes(written(groups));
 }
 
 Result<AppGroup> decodeGroup(const QByteArray &text)
 {
+    return decodeGroup(text, nullptr);
+}
+
+Result<AppGroup> decodeGroup(const QByteArray &text, const char *key)
+{
     const auto document = parse(text);
     if (!document)
         return Error{QStringLiteral("The group can't be read: %1.").arg(document.error())};
+    const json &object = document.value();
+    const auto held = key ? object.find(key) : object.end(); // the end also when this is no object
     AppGroup group;
-    if (const char *key = readRecord(document.value(), group))
-        return Error{QStringLiteral("The group can't be read: it has no valid “%1”.").arg(QLatin1String(key))};
+    const char *missing = key && held == object.end() ? key : readRecord(key ? *held : object, group);
+    if (missing)
+        return Error{QStringLiteral("The group can't be read: it has no valid “%1”.").arg(QLatin1String(missing))};
     return group;
 }
 

@@ -26,6 +26,8 @@ QByteArray encodeGroups(const QList<AppGroup> &groups);
 /// twice the last counts. The error says what is wrong with the first bad group. Any UUID is taken for an id, the
 /// reserved one included: the store sees to it that no stored group keeps that one.
 Result<AppGroup> decodeGroup(const QByteArray &text);
+/// The group that an object holds under `key`.
+Result<AppGroup> decodeGroup(const QByteArray &text, const char *key);
 Result<QList<AppGroup>> decodeGroups(const QByteArray &text);
 
 /// A JSON object from digits, as decimal texts, to group ids.

@@ -3,6 +3,7 @@
 #include "model/GroupCoding.h"
 #include "platform/AtomicFile.h"
 
+#include <QDateTime>
 #include <QFileInfo>
 #include <QLoggingCategory>
 
@@ -14,7 +15,17 @@ Q_LOGGING_CATEGORY(log, "cobblet.model")
 
 } // namespace
 
-GroupsFile::GroupsFile(const QString &folder) : m_path(folder + QStringLiteral("/groups.json")) {}
+GroupsFile::GroupsFile(const QString &folder, std::chrono::milliseconds stillness)
+    : m_path(folder + QStringLiteral("/groups.json")), m_stillness(stillness)
+{
+}
+
+bool GroupsFile::isUnfinished() const
+{
+    const QDateTime changed = QFileInfo(m_path).lastModified();
+    const qint64 age = changed.msecsTo(QDateTime::currentDateTime());
+    return m_isBad && changed.isValid() && age >= 0 && age < m_stillness.count();
+}
 
 GroupsFile::Look GroupsFile::look()
 {
@@ -27,6 +38,10 @@ GroupsFile::Look GroupsFile::look()
         return {Look::Missing, {}};
     const auto bytes = readBounded(m_path, maximumJsonBytes);
     auto groups = bytes ? decodeGroups(bytes.value()) : Result<QList<AppGroup>>(Error{bytes.error()});
+    if (!groups && isUnfinished()) {
+        forget();
+        return {Look::Unfinished, {}};
+    }
     if (!groups) {
         qCWarning(log, "%ls holds no groups: %ls", qUtf16Printable(m_path), qUtf16Printable(groups.error()));
         return {Look::Missing, {}};
@@ -37,6 +52,8 @@ GroupsFile::Look GroupsFile::look()
 
 Status GroupsFile::write(const QByteArray &json)
 {
+    if (isUnfinished())
+        return Error{QStringLiteral("Another program is writing %1.").arg(m_path)};
     if (m_isBad) {
         const auto aside = setAside(m_path);
         if (!aside)

@@ -4,6 +4,7 @@
 #include "platform/FileStamp.h"
 #include "platform/Result.h"
 
+#include <chrono>
 #include <optional>
 
 namespace cobblet {
@@ -12,28 +13,35 @@ namespace cobblet {
 /// "groups.json.corrupt-DATE" first, and the newest three of those are kept.
 class GroupsFile {
 public:
-    explicit GroupsFile(const QString &folder);
+    /// What does not decode counts as damaged once it was left alone for `stillness`; until then somebody may be
+    /// writing it in place.
+    GroupsFile(const QString &folder, std::chrono::milliseconds stillness);
 
     struct Look {
         enum Kind {
-            Same,    ///< the file is the one of the last look or write
-            Missing, ///< there is none, or it does not decode
+            Same,       ///< the file is the one of the last look or write
+            Missing,    ///< there is none, or it is damaged
+            Unfinished, ///< it does not decode, and was changed a moment ago
             Read
         } kind = Same;
         QList<AppGroup> groups; ///< when Read
     };
-    /// Reads the file unless it is still the one last looked at. Says in the log why it does not decode.
+    /// Reads the file unless it is still the one last looked at. Says in the log how it is damaged.
     Look look();
     /// Makes the next look read the file whatever it is.
     void forget() { m_stamp.reset(); }
 
-    /// Writes the list unless it stands there already. The caller holds the lock and has just looked.
+    /// Writes the list unless it stands there already; an error while the file is unfinished. The caller holds the
+    /// lock and has just looked.
     Status write(const QByteArray &json);
 
     const QString &path() const { return m_path; }
 
 private:
+    bool isUnfinished() const;
+
     QString m_path;
+    std::chrono::milliseconds m_stillness;
     std::optional<FileStamp> m_stamp; ///< the file that was looked at or written last
     bool m_isBad = false;             ///< it does not decode
 };

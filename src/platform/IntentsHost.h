@@ -103,6 +103,9 @@ public:
 
     using Done = std::function<void(const IntentResult &)>;
     virtual void perform(IntentVerb verb, const QString &nameOrId, Done done) = 0;
+    /// The same for a group that was chosen, maybe long ago: it is found by its id alone, and when it is gone the
+    /// failure says the name that it had.
+    virtual void perform(IntentVerb verb, const GroupEntity &chosen, Done done) = 0;
     /// Carries out a spoken phrase ("Fire up Work group in Cobblet").
     virtual void say(const QString &phrase, Done done) = 0;
     /// Shows the panel as it is.

@@ -45,7 +45,7 @@ public:
     virtual IntentsHost &intentsHost() = 0;
     virtual Scheduler &scheduler() = 0;
     virtual UserDefaults &standardDefaults() = 0;
-    /// The domain PlatformOptions::sharedSuite.
+    /// The suite PlatformOptions::sharedSuite, or its stand-in.
     virtual UserDefaults &sharedDefaults() = 0;
     virtual DistributedNotifications &distributedNotifications() = 0;
     virtual Appearance &appearance() = 0;
@@ -78,10 +78,11 @@ struct PlatformOptions {
         Command ///< it carries out one command under a QCoreApplication and ends: nothing is drawn or followed
     };
 
-    QString identifier;  ///< by which desktops know the program, and of its standard domain of preferences
-    QString sharedSuite; ///< the domain of preferences that it shares with other programs
-    QString folderName;  ///< of the folders that hold its files and preferences
-    QString bundlePath;  ///< its ".app" folder; empty outside a bundle
+    QString identifier;     ///< by which desktops know the program
+    QString standardDomain; ///< of its preferences; the programs of one installation may have one together
+    QString sharedSuite;    ///< a second domain; where it can't be opened, the standard one stands in
+    QString folderName;     ///< of the folders that hold its files and preferences
+    QString bundlePath;     ///< its ".app" folder; empty outside a bundle
     Purpose purpose = Purpose::Panel;
     /// Programs whose identifiers begin with this seldom have a window and count as running when their name is on
     /// the bus; empty for none.

@@ -39,7 +39,7 @@ GlobalHotkeyManager::GlobalHotkeyManager(HotKeys &hotKeys, NotificationCenter &n
     m_eventHandlerRef = connect(&hotKeys, &HotKeys::pressed, this,
                                 [this](const HotKeyID &pressed) { hotKeyPressed(int(pressed.id)); });
     connect(&hotKeys, &HotKeys::refused, this, [this](const HotKeyID &refused) {
-        m_conflictedDigits.insert(int(refused.id));
+        addConflict(int(refused.id));
         emit conflictedDigitsChanged();
     });
     connect(&hotKeys, &HotKeys::changed, this, [this] {
@@ -48,16 +48,21 @@ GlobalHotkeyManager::GlobalHotkeyManager(HotKeys &hotKeys, NotificationCenter &n
     });
     const QList<HotKey> keys = table();
     std::vector<Result<HotKeys::Handle>> results = hotKeys.registerAll(keys);
-    QSet<int> conflicts;
     for (size_t i = 0; i < results.size(); ++i) {
         HotKeys::Handle handle = results[i] ? std::move(results[i]).value() : nullptr;
         if (handle)
             m_hotKeyRefs.push_back(std::move(handle));
         else
-            conflicts.insert(int(keys[qsizetype(i)].id.id));
+            addConflict(int(keys[qsizetype(i)].id.id));
     }
-    m_conflictedDigits = conflicts;
     emit conflictedDigitsChanged();
+}
+
+/// Where there are no hot keys for this program at all, nobody else has taken one.
+void GlobalHotkeyManager::addConflict(int digit)
+{
+    if (m_hotKeys.availability().level != Availability::Level::Not)
+        m_conflictedDigits.insert(digit);
 }
 
 Availability GlobalHotkeyManager::availability() const

@@ -22,7 +22,8 @@ public:
     GlobalHotkeyManager(HotKeys &hotKeys, NotificationCenter &notifications, Scheduler &scheduler);
     ~GlobalHotkeyManager() override;
 
-    /// The digits whose combination could not be registered, to the end of the process.
+    /// The digits whose combination somebody else has, to the end of the process; none where availability() says that
+    /// this program has no hot keys at all.
     const QSet<int> &conflictedDigits() const { return m_conflictedDigits; }
     /// How far hot keys work, with what a person can do where they don't.
     Availability availability() const;
@@ -36,6 +37,7 @@ signals:
     void conflictedDigitsChanged();
 
 private:
+    void addConflict(int digit);
     void hotKeyPressed(int digit);
 
     HotKeys &m_hotKeys;

@@ -8,8 +8,6 @@
 
 #include <QTextBoundaryFinder>
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
 
 namespace cobblet {
@@ -46,14 +44,7 @@ QByteArray encode(const AgentGroupConfig &config)
 
 Result<AgentGroupConfig> decodeAgentGroupConfig(const QByteArray &json)
 {
-    using Json = nlohmann::ordered_json;
-    // What is nested deeper is left out while it is read: writing it out again would recurse into it.
-    const auto bounded = [](int depth, Json::parse_event_t, const Json &) { return depth <= maximumJsonDepth; };
-    const Json document = Json::parse(json.begin(), json.end(), bounded, false);
-    if (!document.is_object() || !document.contains("group"))
-        return Error{QStringLiteral("It holds no group.")};
-    const auto group = decodeGroup(
-        QByteArray::fromStdString(document["group"].dump(-1, ' ', false, Json::error_handler_t::replace)));
+    const auto group = decodeGroup(json, "group");
     if (!group)
         return group.cause();
     return AgentGroupConfig{group.value()};

@@ -225,10 +225,7 @@ void StandaloneGroupManager::finishInstall(const AppGroup &group, const QString 
             return true;
         },
         [=, this](bool) {
-            m_services.scheduler.detached(repaintDelay, [self = QPointer(this), id = group.id] {
-                if (self && self->m_agents.isRunning(id))
-                    self->postRepaint(id);
-            });
+            repaintSoon(group.id);
             const auto succeed = [this, group, done] {
                 m_services.config.setStandalone(group.id, true);
                 const AppGroup *now = m_services.config.group(group.id);
@@ -307,8 +304,8 @@ void StandaloneGroupManager::refreshIcon(const AppGroup &group)
             if (built && !*built)
                 qCWarning(log).noquote()
                     << QStringLiteral("refreshIcon failed for %1: %2").arg(group.name, built->error());
-            else if (built && m_agents.isRunning(group.id))
-                postRepaint(group.id);
+            else if (built)
+                repaintSoon(group.id);
         });
 }
 
@@ -337,6 +334,14 @@ void StandaloneGroupManager::refreshChanged()
     for (const AppGroup &group : std::exchange(m_changed, {}))
         if (m_standalone.contains(group.id))
             refreshIcon(m_standalone.value(group.id));
+}
+
+void StandaloneGroupManager::repaintSoon(const QUuid &group)
+{
+    m_services.scheduler.detached(repaintDelay, [self = QPointer(this), group] {
+        if (self && self->m_agents.isRunning(group))
+            self->postRepaint(group);
+    });
 }
 
 void StandaloneGroupManager::postRepaint(const QUuid &group)

@@ -87,6 +87,8 @@ private:
     void refreshChanged();
     void replaced(const QList<AgentBundle> &before, const QString &destination, const AppGroup &group);
     void finishInstall(const AppGroup &group, const QString &destination, bool launch, Done done);
+    /// Once the desktop has taken in the new bundle.
+    void repaintSoon(const QUuid &group);
     void alert(const AppGroup &group, const BuildFailure &failure);
 
     const Services m_services;

@@ -109,6 +109,9 @@ TEST_F(ProgramsTest, AnAgentHasAMenuInTheDockAndNoneOfCobbletsEntries)
     program.start();
     EXPECT_EQ(platform.log, QStringList(u"panel"_s));
     EXPECT_TRUE(platform.tile.menu);
+    EXPECT_TRUE(!QFile::exists(platform.applicationSupportFolder() + u"/groups.json"_s) &&
+                platform.standard.stored.isEmpty())
+        << "the first groups are Cobblet's to make";
     platform.clock.advance(0ms);
     EXPECT_TRUE(platform.surface->visible);
     platform.surface->visible = false;

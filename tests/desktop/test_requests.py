@@ -120,7 +120,7 @@ class Installed(unittest.TestCase):
 
     def test_a_search_starts_it_without_a_panel_and_an_activation_shows_one(self):
         connection = bus(self.desktop.environment)
-        result = "show:" + TOOLS["id"]
+        result = f"show:{TOOLS['id']}:{TOOLS['name']}"
 
         def search(method, *arguments):
             return str(call(connection, NAME, "/com/vantor/cobblet/SearchProvider",

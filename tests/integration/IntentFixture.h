@@ -62,7 +62,8 @@ protected:
         return kinds[int(failure.kind)] + failure.message.section(u'\n', 0, 0).toStdString();
     }
 
-    IntentTargets targets{config, notifications, dockTile, [this]() -> GroupReports & { return reports; }};
+    IntentTargets targets{config, notifications, dockTile, [this]() -> GroupReports & { return reports; },
+                          [this] { return usage.mostUsed(); }};
     IntentService service{targets, [this] { log.append(u"panel"_s); }, u"1.2.3"_s};
 };
 

@@ -1,6 +1,7 @@
 #include "integration/CobbletShortcuts.h"
 #include "integration/GroupUrl.h"
 #include "integration/IntentFixture.h"
+#include "model/GroupCoding.h"
 
 #include <gmock/gmock.h>
 
@@ -90,6 +91,12 @@ TEST_F(IntentServiceTest, ResolvesAnIdThenAnExactNameThenALooseOne)
     EXPECT_EQ(performed(Verb::Show, {}), "invalid: Say which group: its name or id.");
     EXPECT_EQ(performed(Verb::Quit, QString(1'000'000, u'x')),
               "invalid: A group is named by at most 1,000 characters.");
+
+    const QString mostUsed = uuidText(AppGroup::mostUsedID);
+    usage.recordLaunch(u"a"_s);
+    EXPECT_EQ(performed(Verb::Launch, mostUsed), "Launching Most Used.");
+    EXPECT_EQ(performed(Verb::Show, mostUsed), "");
+    EXPECT_EQ(log, (QStringList{u"open a"_s, u"Cobblet.showPanel"_s, u"Cobblet.selectGroupByID "_s + mostUsed}));
 }
 
 TEST_F(IntentServiceTest, AnEntityIsFoundAgainByItsIdAlone)

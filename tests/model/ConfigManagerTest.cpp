@@ -18,6 +18,7 @@ namespace cobblet {
 namespace {
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 /// "AxyB": a group A with the applications x and y, and a group B without any.
 QList<AppGroup> groups(const QString &text)
@@ -71,7 +72,7 @@ protected:
     ConfigManager &holding(const QString &list)
     {
         put(list);
-        store = std::make_unique<ConfigManager>(ConfigManager::Options{folder}, defaults);
+        store = std::make_unique<ConfigManager>(options, defaults);
         return *store;
     }
     QUuid id(int index) const { return store->groups().at(index).id; }
@@ -79,6 +80,7 @@ protected:
     const QString groupsKey = u"cobblet_groups"_s, shortcutsKey = u"cobblet_shortcuts"_s;
     QTemporaryDir home;
     const QString folder = home.filePath(u"support/Cobblet"_s), file = folder + u"/groups.json"_s;
+    ConfigManager::Options options{.folder = folder, .stillness = 0ms};
     test::FakeDefaults defaults;
     std::unique_ptr<ConfigManager> store;
 };
@@ -150,7 +152,7 @@ TEST_F(ConfigManagerTest, NoStoredGroupKeepsTheReservedIdOrThatOfAnother)
     list[0].id = AppGroup::mostUsedID;
     list[2].id = list[1].id;
     put(encodeGroups(list));
-    ConfigManager manager({folder}, defaults);
+    ConfigManager manager(options, defaults);
     manager.addGroup(list[0]);
     EXPECT_EQ(text(manager.groups()), "ABCA");
     EXPECT_EQ(manager.group(AppGroup::mostUsedID), nullptr);
@@ -165,7 +167,7 @@ TEST_F(ConfigManagerTest, SavesInOrder)
     put(encodeGroups(list));
     defaults.stored = {{shortcutsKey, encodeShortcuts({{1, list[1].id}})}};
     QStringList log;
-    ConfigManager manager({folder}, defaults, {[&] { log << u"drop"_s; }, [&] { log << u"refresh"_s; }});
+    ConfigManager manager(options, defaults, {[&] { log << u"drop"_s; }, [&] { log << u"refresh"_s; }});
     EXPECT_EQ(log.join(u' ').toStdString(), "drop refresh refresh");
 
     log.clear();
@@ -194,7 +196,7 @@ TEST_F(ConfigManagerTest, FollowsAnotherProcessWithinTheTimeAndPublishesOnlyDiff
 {
     ConfigManager &first = holding(u"AB"_s);
     int dropped = 0;
-    ConfigManager second({folder}, defaults, {[&] { ++dropped; }, {}});
+    ConfigManager second(options, defaults, {[&] { ++dropped; }, {}});
     QSignalSpy groupsChanged(&second, &ConfigManager::groupsChanged);
     QSignalSpy digitsChanged(&second, &ConfigManager::groupShortcutsChanged);
     dropped = 0;
@@ -213,13 +215,53 @@ TEST_F(ConfigManagerTest, FollowsAnotherProcessWithinTheTimeAndPublishesOnlyDiff
     EXPECT_EQ(groupsChanged.count(), 3);
     EXPECT_EQ(digitsChanged.count(), 1);
 
-    // Written in place by hand, with a state in between that does not decode.
-    put(encodeGroups(groups(u"H"_s)).chopped(3));
-    QTest::qWait(50);
-    EXPECT_EQ(text(second.groups()), "3B");
     put(u"H"_s);
     EXPECT_TRUE(QTest::qWaitFor([&] { return text(second.groups()) == "H"; }, 2000));
-    EXPECT_TRUE(setAside().isEmpty()) << "nothing was overwritten";
+    EXPECT_TRUE(second.groupShortcuts().isEmpty()) << "the group of 7 is gone";
+}
+
+TEST_F(ConfigManagerTest, AFileThatIsHalfWrittenForAnInstantIsNotCorrupt)
+{
+    static QStringList logged;
+    const auto before = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext &, const QString &message) { logged.append(message); });
+    const auto isAnnounced = [] { return !logged.filter(u"holds no groups"_s).isEmpty(); };
+    options.stillness = 1h;
+    ConfigManager &manager = holding(u"A"_s);
+    put(u"B"_s); // another program, that knows nothing of the copy
+    EXPECT_TRUE(QTest::qWaitFor([&] { return text(manager.groups()) == "B"; }, 2000));
+    put(encodeGroups(groups(u"C"_s)).chopped(3));
+    QTest::qWait(50);
+    manager.addGroup(groups(u"N"_s)[0]);
+    EXPECT_EQ(text(manager.groups()), "BN");
+    EXPECT_TRUE(setAside().isEmpty() && !isAnnounced());
+    put(u"C"_s);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return saved() == "CN"; }, 2000)) << "on top of what was written";
+
+    options.stillness = 1ms;
+    holding(u"A"_s);
+    put(QByteArray("["));
+    EXPECT_TRUE(QTest::qWaitFor(isAnnounced, 2000)) << "it stays so";
+    EXPECT_EQ(onDisk(), "[") << "and nobody who may be mending it is disturbed";
+    qInstallMessageHandler(before);
+}
+
+TEST_F(ConfigManagerTest, AnAgentThatStartsFirstMakesNoGroupsAndTakesTheCopy)
+{
+    options.makesGroups = false;
+    const QByteArray digits = encodeShortcuts({{4, QUuid::createUuid()}});
+    defaults.stored[shortcutsKey] = digits;
+    EXPECT_TRUE(ConfigManager(options, defaults).groups().isEmpty());
+    put(QByteArray("["));
+    EXPECT_TRUE(ConfigManager(options, defaults).groups().isEmpty());
+    EXPECT_EQ(onDisk(), "[");
+    EXPECT_EQ(defaults.stored, (QMap<QString, QVariant>{{shortcutsKey, digits}})) << "nothing is known of it";
+
+    defaults.stored[groupsKey] = encodeGroups(groups(u"Ca"_s));
+    ConfigManager agent(options, defaults);
+    EXPECT_EQ(saved(), "Ca");
+    agent.renameGroup(agent.groups().first().id, u"D"_s);
+    EXPECT_EQ(inDefaults(), "Da");
 }
 
 TEST_F(ConfigManagerTest, LoadsFileThenDefaultsThenFirstRunAndSetsAsideWhateverElseIsThere)
@@ -252,7 +294,7 @@ TEST_F(ConfigManagerTest, LoadsFileThenDefaultsThenFirstRunAndSetsAsideWhateverE
         defaults.stored.clear();
         if (c.copy)
             defaults.stored[groupsKey] = *c.copy;
-        ConfigManager manager({folder}, defaults);
+        ConfigManager manager(options, defaults);
         EXPECT_EQ(text(manager.groups()), c.loaded);
         EXPECT_EQ(decodeGroups(onDisk()).value(), manager.groups());
         EXPECT_EQ(defaults.data(groupsKey), onDisk());
@@ -274,7 +316,7 @@ TEST_F(ConfigManagerTest, DropsDigitsOfUnknownGroupsAndAnUndecodableMap)
     for (const QByteArray &stored : {map, map.chopped(1)}) {
         defaults.stored[shortcutsKey] = stored;
         const auto loaded = stored == map ? QMap<int, QUuid>{{4, known}} : QMap<int, QUuid>();
-        EXPECT_EQ(ConfigManager({folder}, defaults).groupShortcuts(), loaded);
+        EXPECT_EQ(ConfigManager(options, defaults).groupShortcuts(), loaded);
         EXPECT_EQ(decodeShortcuts(defaults.data(shortcutsKey).value()).value(), loaded);
     }
 }
@@ -295,7 +337,7 @@ TEST_F(ConfigManagerTest, RunsFromMemoryWhereNothingCanBeWritten)
     // A file where the folder's parent should be stops even a superuser.
     QFile blocker(home.filePath(u"support"_s));
     ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
-    ConfigManager manager({folder}, defaults);
+    ConfigManager manager(options, defaults);
     const AppGroup first = manager.groups().first();
     manager.renameGroup(first.id, u"M"_s);
     manager.addGroup(groups(u"N"_s)[0]);

@@ -127,6 +127,20 @@ TEST_F(FileUserDefaultsTest, AFileThatCannotBeUsedIsSetAside)
     EXPECT_EQ(last.readAll(), "found while writing") << "the bytes as they were";
 }
 
+TEST_F(FileUserDefaultsTest, TheStandInTakesThePlaceOfADomainThatCannotBeOpened)
+{
+    const auto suite = [this] {
+        return FileUserDefaults(folder(), domain, FileUserDefaults::Following::Watched, u"standard"_s);
+    };
+    ASSERT_TRUE(suite().set(u"key"_s, 1));
+    EXPECT_EQ(open()->integer(u"key"_s), 1) << "there is no need for one";
+    QFile::remove(file());
+    ASSERT_TRUE(QDir().mkpath(file())); // permissions would not stop a test that runs as root
+    ASSERT_TRUE(suite().set(u"key"_s, 2));
+    EXPECT_EQ(FileUserDefaults(folder(), u"standard"_s).integer(u"key"_s), 2);
+    EXPECT_TRUE(setAside().isEmpty());
+}
+
 TEST_F(FileUserDefaultsTest, AnyDamageToAGoodFileIsSurvived)
 {
     const QCborMap values{

@@ -71,6 +71,12 @@ public:
         else
             done(IntentReply{s("Done."), {}});
     }
+    void perform(IntentVerb verb, const GroupEntity &chosen, Done done) override
+    {
+        if (chosen.id == stored[0].id)
+            return perform(verb, chosen.id.toString(QUuid::WithoutBraces).toUpper(), done);
+        done(IntentFailure{IntentFailure::Kind::GroupNotFound, s("There is no ") + chosen.name, {}});
+    }
     void say(const QString &phrase, Done done) override
     {
         if (phrase.isEmpty())
@@ -138,7 +144,7 @@ protected:
 TEST_F(IntentsTest, WhatThePersonDidIsKnownBeforeTheRequest)
 {
     intents->serve(requests);
-    const QString uuid = requests.stored[0].id.toString(QUuid::WithoutBraces).toUpper(), id = s("show:") + uuid;
+    const QString uuid = requests.stored[0].id.toString(QUuid::WithoutBraces).toUpper(), id = s("show:") + uuid + s(":Work");
     const QStringList terms{s("wor")};
     const QVariantMap startup{{s("desktop-startup-id"), s("s_TIME7")}}, activation{{s("activation-token"), s("t")}};
     const auto words = [](const QByteArrayList &list) { return QVariant::fromValue(list); };
@@ -169,6 +175,8 @@ TEST_F(IntentsTest, WhatDoesNotFitIsRefusedWithTheReason)
 {
     intents->serve(requests);
     const QString error = s("org.freedesktop.DBus.Error."), ambiguous = s("com.vantor.cobblet.Error.AmbiguousGroup");
+    const QString notFound = s("com.vantor.cobblet.Error.GroupNotFound");
+    const QString gone = s("quit:") + QUuid::createUuid().toString(QUuid::WithoutBraces) + s(":A:B");
     const QString invalid = error + s("InvalidArgs"), tooMuch = error + s("LimitsExceeded");
     const QVariantMap none;
     const QVariant large = QVariant::fromValue(QByteArrayList(2, QByteArray(33'000, 'x')));
@@ -186,6 +194,7 @@ TEST_F(IntentsTest, WhatDoesNotFitIsRefusedWithTheReason)
         {"", groups, "Show", {1}, error + s("UnknownMethod"), "(signature 'i')"},
         {"/Nothing", groups, "List", {}, error + s("UnknownObject"), "/Nothing"},
         {"/Runner", runner, "Run", {s("show:Work"), s("")}, invalid, "nothing that was found"},
+        {"/Runner", runner, "Run", {gone, s("")}, notFound, "no A:B"},
         {"", app, "ActivateAction", {s("new"), QVariantList(), none}, invalid, "no action “new”."},
         {"", groups, "Show", {s(""), QVariantMap{{s("key"), deep}}}, tooMuch, "64 KiB"},
         {"", commandLine, "Run", {large, none}, tooMuch, "64 KiB"},

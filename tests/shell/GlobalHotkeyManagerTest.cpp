@@ -52,6 +52,9 @@ TEST_F(GlobalHotkeyManagerTest, AsksForTheNineDigitsAndWhatCannotBeRegisteredIsA
     const QString sentence = manager->availability().sentence;
     EXPECT_TRUE(sentence.startsWith(u"No. "_s) && sentence.contains(u"cobblet show NAME"_s))
         << "what to bind instead";
+    create();
+    hotKeys.refuse(2);
+    EXPECT_TRUE(manager->conflictedDigits().isEmpty()) << "without hot keys nobody else has taken one";
 }
 
 TEST_F(GlobalHotkeyManagerTest, APressShowsThePanelAndThenSelectsOnALaterTurn)

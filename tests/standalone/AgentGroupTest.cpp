@@ -38,7 +38,8 @@ TEST(AgentGroupTest, AConfigIsOneGroupAndNothingElseIs)
     EXPECT_FALSE(groupOfAgent(agentIdentifier(group.id) + u".x"_s) || groupOfAgent(u"com.vantor.cobblet"_s));
 
     const QByteArray deep = "{\"group\":" + QByteArray(100'000, '[') + QByteArray(100'000, ']') + '}';
-    for (const QByteArray &bad : {QByteArray(), QByteArray("[]"), QByteArray("{\"group\":{\"name\":\"x\"}}"),
+    const QByteArray many = "{\"group\":[" + QByteArray("{},").repeated(400'000) + "{}]}";
+    for (const QByteArray &bad : {many, QByteArray(), QByteArray("[]"), QByteArray("{\"group\":{\"name\":\"x\"}}"),
                                   QByteArray("{\"group\""), deep, QByteArray("\xff\xfe{}")})
         EXPECT_FALSE(decodeAgentGroupConfig(bad)) << bad.left(40).toStdString();
 }

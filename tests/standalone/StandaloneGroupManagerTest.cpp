@@ -165,6 +165,8 @@ TEST_F(StandaloneGroupManagerTest, ChangesOfAStandaloneGroupReachItsBundleInOneB
     waitUntilIdle();
     EXPECT_TRUE(leftovers() == built && builtName() == u"Office"_s) << "where it was";
     EXPECT_EQ(registry.menus.value(destination).value(1).title, u"Notes"_s);
+    EXPECT_TRUE(distributed.posted.isEmpty()) << "the desktop has yet to take it in";
+    scheduler.advance(3s);
     EXPECT_TRUE(distributed.posted.contains(u"com.cobblet.repaintTile "_s + uuidText(work.id)));
 
     attach(*config.group(work.id));

@@ -70,6 +70,8 @@ TEST_F(PanelModel, DigitsSelectByMapThenByPositionAndIdentifiersTheirGroup)
     emit f.notifications.selectGroupByID(play.id);
     EXPECT_EQ(model.selectedRow(), 2);
     EXPECT_EQ(cells(), u"play.1, play.2, +"_s);
+    emit f.notifications.selectGroupByID(AppGroup::mostUsedID);
+    EXPECT_EQ(model.selectedRow(), -1) << "the reserved identifier is Most Used";
 }
 
 TEST_F(PanelModel, SizeIsPostedWhenGroupsOrPreferencesChangeOrTheSelectionIsDeleted)

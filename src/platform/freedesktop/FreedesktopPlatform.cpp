@@ -51,7 +51,7 @@ public:
     Instance &instance() override { return theInstance(); }
     IntentsHost &intentsHost() override { return made(m_intents, theInstance(), m_options.identifier); }
     Scheduler &scheduler() override { return m_scheduler; }
-    UserDefaults &standardDefaults() override { return defaults(m_standard, m_options.identifier); }
+    UserDefaults &standardDefaults() override { return defaults(m_standard, m_options.standardDomain); }
     UserDefaults &sharedDefaults() override { return defaults(m_shared, m_options.sharedSuite); }
     DistributedNotifications &distributedNotifications() override { return made(m_notifications, m_bus); }
     Appearance &appearance() override { return made(m_appearance, m_bus); }
@@ -137,7 +137,7 @@ private:
     {
         using Following = FileUserDefaults::Following;
         return made(service, folder(QStandardPaths::GenericConfigLocation, m_options.folderName.toLower()), domain,
-                    hasWindows() ? Following::Watched : Following::WhenSynchronized);
+                    hasWindows() ? Following::Watched : Following::WhenSynchronized, m_options.standardDomain);
     }
 
     DBusInstance &theInstance()

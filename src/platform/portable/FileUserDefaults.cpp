@@ -21,6 +21,22 @@ constexpr qint64 maximumFileBytes = 64 * 1024 * 1024;
 constexpr quint64 maximumValues = 10'000;
 constexpr qsizetype largeValueBytes = 16 * 1024;
 
+QString fileOf(const QString &folder, const QString &domain)
+{
+    return folder + QLatin1Char('/') + domain + QStringLiteral(".cbor");
+}
+
+/// The domain's file, or that of its stand-in where there is one and the domain's can't be opened.
+QString usableFile(const QString &folder, const QString &domain, const QString &standIn)
+{
+    const QFileInfo file(fileOf(folder, domain));
+    if (standIn.isEmpty() || standIn == domain || !file.exists() || (file.isFile() && file.isReadable()))
+        return file.filePath();
+    qCWarning(lcDefaults).noquote() << QStringLiteral("The preferences in %1 can't be opened: those of %2 are used.")
+                                           .arg(file.filePath(), standIn);
+    return fileOf(folder, standIn);
+}
+
 bool isPlain(const QCborValue &value)
 {
     return value.isBool() || value.isInteger() || value.isDouble() || value.isString() || value.isByteArray();
@@ -55,9 +71,9 @@ Result<QCborMap> readValues(const QString &path)
 
 } // namespace
 
-FileUserDefaults::FileUserDefaults(const QString &folder, const QString &domain, Following following)
-    : m_following(following), m_folder(folder), m_path(folder + QLatin1Char('/') + domain + QStringLiteral(".cbor")),
-      m_stamp(m_path)
+FileUserDefaults::FileUserDefaults(const QString &folder, const QString &domain, Following following,
+                                   const QString &standIn)
+    : m_following(following), m_folder(folder), m_path(usableFile(folder, domain, standIn)), m_stamp(m_path)
 {
     QDir().mkpath(folder);
     watch(); // before the first look, so that no change falls between the two

@@ -19,8 +19,10 @@ public:
     /// Whether changes of other processes arrive by themselves. A watch costs the end of a process several ms.
     enum class Following { Watched, WhenSynchronized };
 
-    /// The file is "FOLDER/DOMAIN.cbor"; neither needs to be there.
-    FileUserDefaults(const QString &folder, const QString &domain, Following following = Following::Watched);
+    /// The file is "FOLDER/DOMAIN.cbor"; neither needs to be there. What stands in its place but can't be read leads
+    /// to the domain `standIn`, if one is named.
+    FileUserDefaults(const QString &folder, const QString &domain, Following following = Following::Watched,
+                     const QString &standIn = {});
 
     std::optional<QVariant> object(const QString &key) const override;
     bool contains(const QString &key) const override { return !stored(key).isUndefined(); }

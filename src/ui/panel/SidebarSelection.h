@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QUuid>
+#include "model/AppGroup.h"
 
 #include <optional>
 
@@ -10,7 +10,11 @@ namespace cobblet {
 class SidebarSelection {
 public:
     static SidebarSelection mostUsed() { return SidebarSelection(std::nullopt); }
-    static SidebarSelection group(const QUuid &id) { return SidebarSelection(id); }
+    /// The id that is reserved for Most Used means that one.
+    static SidebarSelection group(const QUuid &id)
+    {
+        return id == AppGroup::mostUsedID ? mostUsed() : SidebarSelection(id);
+    }
 
     bool isMostUsed() const { return !m_group; }
     /// Absent for Most Used.

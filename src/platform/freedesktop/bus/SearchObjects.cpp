@@ -4,31 +4,35 @@ namespace cobblet {
 
 namespace {
 
-/// What a result is called: its verb and the group's id, so that it means the same after a restart.
+/// What a result is called: its verb, the group's id and its name, so that it means the same after a restart and can
+/// be named when the group is gone.
 constexpr std::pair<IntentVerb, QLatin1String> verbNames[] = {{IntentVerb::Show, QLatin1String("show:")},
                                                               {IntentVerb::Launch, QLatin1String("launch:")},
                                                               {IntentVerb::Quit, QLatin1String("quit:")}};
+constexpr qsizetype uuidSize = 36, maximumName = 100;
 
 QString resultId(const IntentMatch &match)
 {
     for (const auto &[verb, name] : verbNames)
         if (verb == match.verb)
-            return name + match.group.id.toString(QUuid::WithoutBraces).toUpper();
+            return name + match.group.id.toString(QUuid::WithoutBraces).toUpper() + QLatin1Char(':') +
+                   match.group.name.left(maximumName);
     return {};
 }
 
 struct ResultId {
     IntentVerb verb = IntentVerb::Show;
-    QString group; ///< an id
+    GroupEntity group; ///< without its emoji
 };
 
 std::optional<ResultId> parsedResultId(const QString &id)
 {
-    constexpr qsizetype uuidSize = 36;
-    for (const auto &[verb, name] : verbNames)
-        if (const QString group = id.mid(name.size());
-            id.startsWith(name) && group.size() == uuidSize && !QUuid::fromString(group).isNull())
-            return ResultId{verb, group};
+    for (const auto &[verb, name] : verbNames) {
+        const QStringView rest = QStringView(id).mid(name.size());
+        const QUuid group = QUuid::fromString(rest.left(uuidSize));
+        if (id.startsWith(name) && !group.isNull() && rest.mid(uuidSize, 1) == QLatin1String(":"))
+            return ResultId{verb, {group, rest.mid(uuidSize + 1).toString(), {}}};
+    }
     return std::nullopt;
 }
 
@@ -68,7 +72,7 @@ VariantMapList SearchProviderObject::GetResultMetas(const QStringList &identifie
         for (const QString &id : identifiers) {
             const auto result = parsedResultId(id);
             const auto match =
-                result ? m_program.requests().match(result->verb, QUuid::fromString(result->group)) : std::nullopt;
+                result ? m_program.requests().match(result->verb, result->group.id) : std::nullopt;
             if (match)
                 metas.append({{QStringLiteral("id"), id},
                               {QStringLiteral("name"), titleOf(*match)},
