@@ -46,8 +46,7 @@ void PanelProgram::loadStores(std::function<void()> refreshShortcutParameters)
     m_popupSettings.emplace(m_platform.sharedDefaults());
     m_theme.emplace(m_platform.sharedDefaults(), m_platform.appearance());
     m_core.emplace(
-        m_platform, m_bundle, Core::Follows::OtherProcesses,
-        [this] { m_delegate->applicationShouldHandleReopen(); },
+        m_platform, m_bundle, Core::Follows::OtherProcesses, [this] { m_delegate->applicationShouldHandleReopen(); },
         ConfigManager::Hooks{.dropGroupIcons =
                                  [this] {
                                      if (m_groupIcons)

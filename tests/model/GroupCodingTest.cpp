@@ -45,7 +45,8 @@ TEST(GroupDecoding, IsStrictAboutTheCoreAndLenientAboutWhatCameLater)
         {R"("popupColumns":1,"popupColumns":2)", defaults + R"(,"popupColumns":2)"}};
     for (const char *lost :
          {"", R"("unknown":{"id":[1,{"apps":null}]},"ID":5)", R"("iconStyle":"grid","iconStyle":["grid"])",
-          R"("iconFill":"neon")", R"("isPinned":null,"isStandalone":null,"iconName":null,"iconColor":null)", R"("popupColumns":2.5)", R"("popupColumns":2147483648)", R"("popupMaxRows":[1,2])",
+          R"("iconFill":"neon")", R"("isPinned":null,"isStandalone":null,"iconName":null,"iconColor":null)",
+          R"("popupColumns":2.5)", R"("popupColumns":2147483648)", R"("popupMaxRows":[1,2])",
           R"("popupShowsTitles":0)", R"("popupAnchor":"dockicon")"})
         cases.push_back({lost, defaults});
     for (const char *bad : {R"("isPinned":"true")", R"("iconName":7)", R"("iconColor":{})",

@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -38,7 +39,7 @@ int numberOf(const QList<AppGroup> &list)
 
 class ProcessesTest : public testing::Test {
 protected:
-    /// Starts a process that does `work` with a store of its own.
+    /// Starts a process that does `work` with a store and preferences of its own.
     template<class Work>
     pid_t start(Work work) const
     {
@@ -46,7 +47,7 @@ protected:
         if (pid == 0) {
             FileUserDefaults defaults(home.path(), u"test"_s);
             ConfigManager manager({folder}, defaults);
-            work(manager);
+            work(manager, defaults);
             ::_exit(0);
         }
         return pid;
@@ -62,7 +63,7 @@ TEST_F(ProcessesTest, AKilledProcessLeavesTheOldOrTheNewStateInBothCopies)
     int last = 0, apart = 0, ready[2];
     ASSERT_EQ(::pipe(ready), 0);
     for (int kill = 1; kill <= 500; ++kill) {
-        const pid_t writer = start([&](ConfigManager &manager) {
+        const pid_t writer = start([&](ConfigManager &manager, UserDefaults &) {
             for (int number = last + 1;; ++number) {
                 manager.replaceGroups(numberedList(number));
                 if (number == last + 2 && ::write(ready[1], "", 1) != 1)
@@ -101,12 +102,14 @@ TEST_F(ProcessesTest, EveryEditOfFourProcessesIsThere)
         for (int i = 0; i < 100; ++i)
             names.append(u"%1 %2"_s.arg(w).arg(i));
         expected += QSet(names.begin(), names.end());
-        writers.append(start([&](ConfigManager &manager) {
+        writers.append(start([&](ConfigManager &manager, UserDefaults &own) {
             for (const QString &name : names) {
                 manager.addApps({{name, name}}, before.first().id);
                 AppGroup group;
                 group.name = name;
                 manager.addGroup(group);
+                if (!own.set(name, 1))
+                    ::_exit(1);
             }
         }));
     }
@@ -122,6 +125,7 @@ TEST_F(ProcessesTest, EveryEditOfFourProcessesIsThere)
         groups.insert(group.name);
     for (const AppItem &app : after.groups().constFirst().apps.sliced(before.first().apps.size()))
         apps.insert(app.bundleID);
+    EXPECT_TRUE(std::all_of(expected.begin(), expected.end(), [&](auto &name) { return defaults.contains(name); }));
     EXPECT_EQ(groups, expected);
     EXPECT_EQ(apps, expected);
     EXPECT_EQ(after.groups().size(), before.size() + expected.size());

@@ -3,7 +3,6 @@
 #include <QCborMap>
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
@@ -64,7 +63,7 @@ TEST_F(FileUserDefaultsTest, ChangesAreToldOnceAndReachOtherProcesses)
     QSignalSpy seenByTwo(two.get(), &UserDefaults::didChange);
     for (const char content : {'a', 'b'}) { // of the same size
         ASSERT_TRUE(one->set(u"large"_s, QByteArray(100'000, content)));
-        ASSERT_TRUE(seenByTwo.wait(200));
+        ASSERT_TRUE(seenByTwo.wait(2000));
         EXPECT_EQ(two->data(u"large"_s), QByteArray(100'000, content));
     }
     ASSERT_TRUE(one->set(u"large"_s, QByteArray(100'000, 'b'))) << "the same value again";
@@ -75,24 +74,8 @@ TEST_F(FileUserDefaultsTest, ChangesAreToldOnceAndReachOtherProcesses)
     ASSERT_TRUE(one->set(u"fromOne"_s, 1));
     ASSERT_TRUE(two->set(u"fromTwo"_s, 2));
     EXPECT_EQ(two->integer(u"fromOne"_s), 1);
-    ASSERT_TRUE(seenByOne.wait(200));
+    ASSERT_TRUE(seenByOne.wait(2000));
     EXPECT_EQ(one->integer(u"fromTwo"_s), 2);
-}
-
-TEST_F(FileUserDefaultsTest, ProcessesWritingAtTheSameTimeLoseNothing)
-{
-    QProcess writers[3];
-    for (QProcess &writer : writers)
-        writer.start(QStringLiteral(PLATFORM_HELPER),
-                     {u"defaults"_s, folder(), domain, QString::number(&writer - writers), u"60"_s});
-    for (QProcess &writer : writers) {
-        ASSERT_TRUE(writer.waitForFinished(60'000));
-        EXPECT_EQ(writer.exitCode(), 0);
-    }
-    const auto defaults = open();
-    for (int i = 0; i < 3; ++i)
-        for (int n = 0; n < 60; ++n)
-            EXPECT_TRUE(defaults->contains(u"%1-%2"_s.arg(i).arg(n)));
 }
 
 TEST_F(FileUserDefaultsTest, AFileThatCannotBeUsedIsSetAside)

@@ -71,7 +71,7 @@ public:
     explicit Claimer(const QString &identifier, const QStringList &environment = {})
     {
         m_process.setEnvironment(QProcess::systemEnvironment() + environment);
-        m_process.start(QStringLiteral(PLATFORM_HELPER), {u"claim"_s, identifier});
+        m_process.start(QStringLiteral(PLATFORM_HELPER), {identifier});
     }
     ~Claimer() { end(); }
     void end()

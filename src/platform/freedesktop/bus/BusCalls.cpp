@@ -64,10 +64,7 @@ void addValue(const QVariant &value, qsizetype &total)
 } // namespace
 
 struct BusReply::Call {
-    Call(const QDBusConnection &onConnection, const QDBusMessage &received)
-        : connection(onConnection), message(received)
-    {
-    }
+    explicit Call(const QDBusContext &object) : connection(object.connection()), message(object.message()) {}
     Call(const Call &) = delete;
     Call &operator=(const Call &) = delete;
     ~Call()
@@ -80,11 +77,13 @@ struct BusReply::Call {
     {
         if (!std::exchange(answered, true) && message.isReplyRequired())
             (void)connection.send(reply);
+        open.reset();
     }
 
     const QDBusConnection connection;
     const QDBusMessage message;
     bool answered = false;
+    std::shared_ptr<char> open; ///< what the calls without an answer share
 };
 
 void BusReply::send(const QVariantList &values) const
@@ -100,7 +99,7 @@ void BusReply::fail(const QString &errorName, const QString &why) const
 BusReply BusCalls::received(const QDBusContext &object)
 {
     object.setDelayedReply(true);
-    const BusReply reply(std::make_shared<BusReply::Call>(object.connection(), object.message()));
+    const BusReply reply(std::make_shared<BusReply::Call>(object));
     qsizetype total = 0;
     for (const QVariant &argument : object.message().arguments())
         addValue(argument, total);
@@ -113,21 +112,17 @@ BusReply BusCalls::received(const QDBusContext &object)
 void BusCalls::take(const QDBusContext &object, Work work)
 {
     const BusReply reply = received(object);
-    std::erase_if(m_open, [](const std::weak_ptr<BusReply::Call> &open) {
-        const auto call = open.lock();
-        return !call || call->answered;
-    });
-    if (m_open.size() >= maximumOpen)
+    if (size_t(m_open.use_count()) > maximumOpen)
         reply.fail(QDBusError::LimitsExceeded, QStringLiteral("Too many requests are waiting. Ask again later."));
     if (reply.m_call->answered || m_state == State::Closed)
         return;
-    m_open.push_back(reply.m_call);
+    reply.m_call->open = m_open;
     if (m_state == State::Held)
         m_waiting.push_back({reply, std::move(work)});
     else
         work(reply);
     if (!reply.m_call->answered)
-        QTimer::singleShot(patience, this, [open = m_open.back()] {
+        QTimer::singleShot(patience, this, [open = std::weak_ptr(reply.m_call)] {
             if (const auto call = open.lock())
                 BusReply(call).fail(QDBusError::NoReply, QStringLiteral("The request takes too long."));
         });

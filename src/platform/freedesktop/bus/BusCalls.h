@@ -64,7 +64,7 @@ private:
 
     State m_state = State::Open;
     std::vector<Waiting> m_waiting;
-    std::vector<std::weak_ptr<BusReply::Call>> m_open;
+    const std::shared_ptr<char> m_open = std::make_shared<char>(); ///< shared by the calls without an answer
 };
 
 } // namespace cobblet

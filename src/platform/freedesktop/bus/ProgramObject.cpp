@@ -6,36 +6,23 @@
 
 namespace cobblet {
 
-namespace {
-
-void sendFailure(const BusReply &reply, const IntentFailure &failure)
+IntentRequests::Done ProgramObject::answer(const BusReply &reply, Answer with)
 {
-    switch (failure.kind) {
-    case IntentFailure::Kind::GroupNotFound:
-        return reply.fail(QStringLiteral("com.vantor.cobblet.Error.GroupNotFound"), failure.message);
-    case IntentFailure::Kind::AmbiguousGroup:
-        return reply.fail(QStringLiteral("com.vantor.cobblet.Error.AmbiguousGroup"), failure.message);
-    case IntentFailure::Kind::Invalid:
-        return reply.fail(QDBusError::InvalidArgs, failure.message);
-    }
-}
-
-void sendOutcomes(const BusReply &reply, const IntentResult &result)
-{
-    if (result)
-        reply.send({result.value().dialog, QVariant::fromValue(result.value().outcomes)});
-    else
-        sendFailure(reply, result.cause());
-}
-
-} // namespace
-
-void ProgramObject::sendEmpty(const BusReply &reply, const IntentResult &result)
-{
-    if (result)
-        reply.send();
-    else
-        sendFailure(reply, result.cause());
+    return [reply, with](const IntentResult &result) {
+        if (result)
+            return reply.send(with == Answer::Empty ? QVariantList()
+                                                    : QVariantList{result.value().dialog,
+                                                                   QVariant::fromValue(result.value().outcomes)});
+        const IntentFailure &failure = result.cause();
+        switch (failure.kind) {
+        case IntentFailure::Kind::GroupNotFound:
+            return reply.fail(QStringLiteral("com.vantor.cobblet.Error.GroupNotFound"), failure.message);
+        case IntentFailure::Kind::AmbiguousGroup:
+            return reply.fail(QStringLiteral("com.vantor.cobblet.Error.AmbiguousGroup"), failure.message);
+        case IntentFailure::Kind::Invalid:
+            return reply.fail(QDBusError::InvalidArgs, failure.message);
+        }
+    };
 }
 
 QString ProgramObject::userActed(const QVariantMap &platformData) const
@@ -104,24 +91,22 @@ void ProgramObject::Show(const QString &group, const QVariantMap &platformData)
 {
     m_calls.take(*this, [this, group, platformData](const BusReply &reply) {
         userActed(platformData);
-        m_requests->perform(IntentVerb::Show, group,
-                            [reply](const IntentResult &result) { sendEmpty(reply, result); });
+        m_requests->perform(IntentVerb::Show, group, answer(reply, Answer::Empty));
     });
 }
 
 QString ProgramObject::perform(IntentVerb verb, const QString &group)
 {
     m_calls.take(*this, [this, verb, group](const BusReply &reply) {
-        m_requests->perform(verb, group, [reply](const IntentResult &result) { sendOutcomes(reply, result); });
+        m_requests->perform(verb, group, answer(reply, Answer::Outcomes));
     });
     return {};
 }
 
 QString ProgramObject::Say(const QString &phrase, OutcomeList &)
 {
-    m_calls.take(*this, [this, phrase](const BusReply &reply) {
-        m_requests->say(phrase, [reply](const IntentResult &result) { sendOutcomes(reply, result); });
-    });
+    m_calls.take(*this,
+                 [this, phrase](const BusReply &reply) { m_requests->say(phrase, answer(reply, Answer::Outcomes)); });
     return {};
 }
 

@@ -32,8 +32,9 @@ public:
     QString userActed(const QVariantMap &platformData) const;
     /// 0 is no time.
     void userActedAt(quint32 time) const;
-    /// Answers without values, or with the error that stands for the failure.
-    static void sendEmpty(const BusReply &reply, const IntentResult &result);
+    enum class Answer { Empty, Outcomes };
+    /// Sends what became of a request, or the error that stands for the failure.
+    static IntentRequests::Done answer(const BusReply &reply, Answer with);
 
     // org.freedesktop.Application
     void Activate(const QVariantMap &platformData);

@@ -49,7 +49,7 @@ void activate(const ProgramObject &program, const QString &id, const BusReply &r
         return reply.fail(QDBusError::InvalidArgs,
                           QStringLiteral("“%1” stands for nothing that was found.").arg(id.left(100)));
     program.requests().perform(result->verb, result->group,
-                               [reply](const IntentResult &done) { ProgramObject::sendEmpty(reply, done); });
+                               ProgramObject::answer(reply, ProgramObject::Answer::Empty));
 }
 
 } // namespace
@@ -71,8 +71,7 @@ VariantMapList SearchProviderObject::GetResultMetas(const QStringList &identifie
         VariantMapList metas;
         for (const QString &id : identifiers) {
             const auto result = parsedResultId(id);
-            const auto match =
-                result ? m_program.requests().match(result->verb, result->group.id) : std::nullopt;
+            const auto match = result ? m_program.requests().match(result->verb, result->group.id) : std::nullopt;
             if (match)
                 metas.append({{QStringLiteral("id"), id},
                               {QStringLiteral("name"), titleOf(*match)},
