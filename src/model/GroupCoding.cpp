@@ -256,11 +256,6 @@ QByteArray encodeGroups(const QList<AppGroup> &groups)
     return bytes(written(groups));
 }
 
-Result<AppGroup> decodeGroup(const QByteArray &text)
-{
-    return decodeGroup(text, nullptr);
-}
-
 Result<AppGroup> decodeGroup(const QByteArray &text, const char *key)
 {
     const auto document = parse(text);

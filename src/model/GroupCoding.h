@@ -25,9 +25,8 @@ QByteArray encodeGroups(const QList<AppGroup> &groups);
 /// Strict about the core fields, lenient about the later ones; one bad group fails the whole list. Of a key given
 /// twice the last counts. The error says what is wrong with the first bad group. Any UUID is taken for an id, the
 /// reserved one included: the store sees to it that no stored group keeps that one.
-Result<AppGroup> decodeGroup(const QByteArray &text);
-/// The group that an object holds under `key`.
-Result<AppGroup> decodeGroup(const QByteArray &text, const char *key);
+/// With a `key` the group is the one that an object holds under it.
+Result<AppGroup> decodeGroup(const QByteArray &text, const char *key = nullptr);
 Result<QList<AppGroup>> decodeGroups(const QByteArray &text);
 
 /// A JSON object from digits, as decimal texts, to group ids.
