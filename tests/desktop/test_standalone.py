@@ -128,10 +128,20 @@ class Standalone(CobbletCase):
         self.desktop.wait_window("XClock")
         self.desktop.wait(lambda: not self.processes(), "the helper to end")
 
-        # Deleted by another program while it runs: nothing of it is left.
+        # The groups are damaged and the agent is there first: it takes the copy that Cobblet saved last.
+        cobblet.end()
+        self.home.write([{**record, "name": record["name"] + "!"} for record in self.home.read()])
+        self.assertEqual(self.ask("list")[0], 0)
+        groups = self.home.read()
+        self.home.groups_file.write_text("[")
         self.launch("gtk-launch", AGENT)
         self.hide_panel()
+        self.desktop.wait(lambda: self.home.groups_file.read_text() != "[", "the groups to be written")
+        self.assertEqual(self.home.read(), groups)
+
+        # Deleted by another program while it runs: nothing of it is left.
+        cobblet = self.start_hidden()
         self.home.write([TOOLS])
         self.desktop.wait(lambda: not (self.bundle.exists() or self.processes() or self.entry.exists()), "all to be gone")
-        self.assertEqual(list(self.icons.rglob(f"*{AGENT}*")), [])
+        self.desktop.wait(lambda: not list(self.icons.rglob(f"*{AGENT}*")), "its icons to be gone")
         self.assertIsNone(cobblet.process.poll())
