@@ -87,6 +87,7 @@ void PanelProgram::makePanelWindow(const std::function<void(const QUuid &)> &ope
                                      m_core->actions(), *m_runningApps, m_core->usage(), *m_icons,
                                      m_platform.workspace(), m_platform.dialogs(), m_platform.menus(),
                                      m_platform.appearance(), openStandalone});
+    m_platform.menus().setLook([this] { return m_view->engine().theme().menuLook(); });
     connect(&m_view->window(), &QQuickWindow::frameSwapped, this, &PanelProgram::firstPanelPainted,
             Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
     m_view->setKeyMonitor(*m_panelController);

@@ -33,6 +33,7 @@ struct FileRequest {
     QString folder = {};      ///< where it starts
     QStringList filters = {}; ///< name filters such as "Applications (*.desktop *.app)"
     bool multiple = false;    ///< several files may be chosen; not for saving
+    QString package = {};     ///< folders with this suffix ("app") are chosen as files are; not for saving
     QString name = {};        ///< for saving: the file name that is proposed
     QString suffix = {};      ///< for saving: appended to a name without one, such as "json"
 };

@@ -28,6 +28,19 @@ struct MenuItem {
     bool isSeparator() const { return title.isEmpty() && children.isEmpty(); }
 };
 
+/// The colours of menus.
+struct MenuLook {
+    QColor background = {};
+    QColor border = {};
+    QColor separator = {};
+    QColor text = {};
+    QColor disabled = {};                     ///< text that cannot be chosen
+    QColor destructive = QColor(224, 60, 50); ///< text and symbol; read on light and dark menus
+    QColor accent = {};                       ///< under the entry that is pointed at
+    QColor accentText = {};                   ///< text on it
+    bool blends = false;                      ///< the desktop blends windows: corners are smooth
+};
+
 /// Context menus, which may reach beyond the window they belong to.
 class Menus {
 public:
@@ -37,6 +50,10 @@ public:
 
     /// Where the pictures of symbols, in a colour, come from; without one, entries have none.
     virtual void setSymbolSource(std::function<QIcon(const QString &symbol, const QColor &color)>) {}
+
+    /// Where the colours come from, asked for each menu; without, menus look as the desktop's do. Where the desktop
+    /// draws menus itself, it may be ignored.
+    virtual void setLook(std::function<MenuLook()>) {}
 
     /// Opens the menu at a point of the window (y-down points from its top left corner) and returns at once.
     virtual void popUp(const QList<MenuItem> &items, QWindow *window, const QPointF &position) = 0;

@@ -89,11 +89,12 @@ class StatusItem(CobbletCase):
             return drawn and colours(self.desktop.picture(places[0])) > 4 and places[0]
         return self.desktop.wait_still(look, "one icon in the dock")
 
-    def choose(self, cobblet, key):
+    def choose(self, cobblet, key, button=1):
         """Opens the menu with a click on the icon and goes to an entry by a key."""
         icon = self.wait_icon(cobblet)
-        menu = cobblet.choose(icon.x + icon.width // 2, icon.y + icon.height // 2, key)
+        menu = cobblet.choose(icon.x + icon.width // 2, icon.y + icon.height // 2, key, button=button)
         self.assertLessEqual(bottom(menu), icon.y, "above the icon at the bottom of the screen")
+        return menu
 
     def test_an_embedding_tray_that_comes_late_and_is_started_again_shows_the_item_and_its_menu(self):
         cobblet = self.start_hidden()
@@ -101,14 +102,14 @@ class StatusItem(CobbletCase):
         self.start_dock()
         tones = self.desktop.picture(self.wait_icon(cobblet)).convert("L").getextrema()
         self.assertGreater(tones[1] - tones[0], 150, "it is read on the dock")
-        self.choose(cobblet, "Down")
+        menu = self.choose(cobblet, "Down")
         cobblet.wait_painted()
         cobblet.hide()
         self.dock.kill()
         self.dock.wait()
         self.desktop.wait(lambda: not self.icons(cobblet), "no icon to be left on the screen")
         self.start_dock()
-        self.choose(cobblet, "Up")
+        self.assertEqual(self.choose(cobblet, "Up", button=3), menu, "both buttons open the menu in the same place")
         self.assertEqual(cobblet.process.wait(10), 0)
         self.assertEqual(cobblet.messages().count("The desktop has no tray"), 1, cobblet.messages())
 

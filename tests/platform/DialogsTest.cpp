@@ -1,9 +1,18 @@
 #include "platform/portable/QtDialogs.h"
+#include "platform/portable/QtMenus.h"
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QDir>
+#include <QFileDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
 #include <QMessageBox>
+#include <QTemporaryDir>
 #include <QTest>
+#include <QTextDocument>
+#include <QTextDocumentFragment>
 
 #include <gtest/gtest.h>
 
@@ -15,7 +24,7 @@ using namespace Qt::StringLiterals;
 TEST(QtDialogs, AnAlertAnswersWithTheButtonPressedOrNothingWhenCancelled)
 {
     const Alert alert{.message = u"Import?"_s,
-                      .informativeText = u"<b>Group</b>"_s,
+                      .informativeText = u"R&D &amp; <b>Group</b>\nA < B"_s,
                       .details = u"Every group"_s,
                       .buttons = {{u"Replace"_s, true}, {u"Merge"_s}, {u"No"_s}},
                       .defaultButton = 1,
@@ -39,10 +48,92 @@ TEST(QtDialogs, AnAlertAnswersWithTheButtonPressedOrNothingWhenCancelled)
         dialogs.ask(alert, [&](std::optional<int> button) { answers.append(button); });
         auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
         ASSERT_NE(box, nullptr);
-        EXPECT_EQ(box->informativeText(), u"&lt;b&gt;Group&lt;/b&gt;"_s);
+        const auto *label = box->findChild<QLabel *>(u"qt_msgbox_informativelabel"_s);
+        ASSERT_NE(label, nullptr);
+        const bool isMarkup = label->textFormat() == Qt::AutoText && Qt::mightBeRichText(label->text());
+        EXPECT_EQ(isMarkup ? QTextDocumentFragment::fromHtml(label->text()).toPlainText() : label->text(),
+                  alert.informativeText);
         act(*box);
         EXPECT_EQ(answers, QList{answer}) << "row " << &act - &rows[0].first;
         QTest::qWait(0);
+    }
+}
+
+class QtFilePanels : public testing::Test {
+protected:
+    QtFilePanels()
+    {
+        QDir(home.path()).mkpath(u"Some.app/Contents"_s);
+        QDir(home.path()).mkdir(u"Folder"_s);
+        QFile(home.filePath(u"one.desktop"_s)).open(QIODevice::WriteOnly);
+    }
+    QFileDialog &panel() const { return *qobject_cast<QFileDialog *>(QApplication::activeModalWidget()); }
+    /// Types names, and presses Return.
+    void type(const QString &names) const
+    {
+        auto *line = panel().findChild<QLineEdit *>();
+        line->setText(names);
+        QTest::keyClick(line, Qt::Key_Return);
+    }
+    void TearDown() override { QTest::qWait(0); } // the panels go
+
+    QTemporaryDir home;
+    QtDialogs dialogs;
+};
+
+TEST_F(QtFilePanels, PackagesAreChosenLikeFilesAndOtherFoldersAreEntered)
+{
+    const std::pair<const char *, QStringList> rows[] = {{"Some.app", {home.filePath(u"Some.app"_s)}},
+                                                         {"Folder", {}},
+                                                         {"one.desktop", {home.filePath(u"one.desktop"_s)}}};
+    for (const auto &[name, expected] : rows) {
+        QStringList chosen;
+        dialogs.chooseFiles({.folder = home.path(), .multiple = true, .package = u"app"_s},
+                            [&](const QStringList &paths) { chosen = paths; });
+        type(QLatin1String(name));
+        EXPECT_EQ(chosen, expected) << name;
+        if (expected.isEmpty())
+            panel().reject();
+    }
+}
+
+TEST_F(QtFilePanels, SavingProposesANameAppendsTheSuffixAndAnswersWithNothingWhenCancelled)
+{
+    const FileRequest request{.title = u"Export"_s,
+                              .acceptLabel = u"Save"_s,
+                              .folder = home.path(),
+                              .name = u"Backup"_s,
+                              .suffix = u"json"_s};
+    QList<std::optional<QString>> answers;
+    const auto note = [&](const std::optional<QString> &path) { answers.append(path); };
+    dialogs.saveFile(request, note);
+    EXPECT_EQ(panel().windowTitle(), request.title);
+    EXPECT_EQ(panel().selectedFiles(), QStringList(home.filePath(u"Backup.json"_s)));
+    type(u"Mine"_s);
+    dialogs.saveFile(request, note);
+    panel().reject();
+    EXPECT_EQ(answers, (QList<std::optional<QString>>{home.filePath(u"Mine.json"_s), {}}));
+}
+
+TEST(QtMenus, AreDrawnInTheProgramsColoursWithRoundedCornersWhetherWindowsAreBlendedOrNot)
+{
+    QtMenus menus;
+    const auto nothing = [] {};
+    for (const bool blends : {false, true}) {
+        menus.setLook([blends] { return MenuLook{.background = Qt::darkGreen, .blends = blends}; });
+        menus.popUp({{.title = u"Open"_s, .action = nothing},
+                     {.title = u"Move to"_s, .children = {{.title = u"Play"_s, .action = nothing}}}},
+                    nullptr, {});
+        auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+        ASSERT_NE(menu, nullptr);
+        for (QMenu *shown : {menu, menu->actions().last()->menu()}) {
+            shown->popup({});
+            const QImage image = shown->grab().toImage();
+            EXPECT_EQ(image.pixelColor(image.width() / 2, 2), QColor(Qt::darkGreen)) << blends;
+            EXPECT_EQ(image.pixelColor(0, 0).alpha(), blends ? 0 : 255);
+            EXPECT_EQ(shown->mask().isEmpty() || shown->mask().contains(QPoint(0, 0)), blends);
+        }
+        menu->close();
     }
 }
 

@@ -74,7 +74,7 @@ void TrayStatusItem::decide()
         return;
     m_isMade = *m_hasNotifier || *m_hasXEmbed;
     if (m_isMade)
-        QtStatusItem::show();
+        QtStatusItem::show(*m_hasNotifier);
     else if (!std::exchange(m_saidNone, true))
         qCInfo(lcTray).noquote() << noTray;
 }

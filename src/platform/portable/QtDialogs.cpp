@@ -1,10 +1,14 @@
 #include "platform/portable/QtDialogs.h"
 
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTextDocument>
 #include <QWindow>
+
+#include <algorithm>
 
 namespace cobblet {
 
@@ -13,7 +17,8 @@ namespace {
 /// The visible window that a dialog belongs to; null when none is open.
 QWindow *owner()
 {
-    if (QWindow *focused = QGuiApplication::focusWindow(); focused && focused->type() != Qt::Popup)
+    if (QWindow *focused = QGuiApplication::focusWindow();
+        focused && focused->isVisible() && focused->type() != Qt::Popup)
         return focused;
     for (QWindow *window : QGuiApplication::topLevelWindows())
         if (window->isVisible() && window->type() != Qt::Popup && window->type() != Qt::ToolTip)
@@ -37,10 +42,52 @@ void present(QDialog *dialog)
     dialog->activateWindow();
 }
 
+/// Of the toolkit's own, because the desktops' panels let nobody choose files and folders at once. A package is
+/// chosen where another folder would be entered.
+class PackageDialog : public QFileDialog {
+public:
+    PackageDialog(const QString &title, const QString &folder, const QString &package)
+        : QFileDialog(nullptr, title, folder), m_suffix(u'.' + package)
+    {
+        setOption(DontUseNativeDialog);
+        connect(this, &QFileDialog::directoryEntered, this, [this](const QString &path) {
+            if (path.endsWith(m_suffix))
+                take({path});
+        });
+    }
+
+    QStringList chosen() const { return m_packages.isEmpty() ? selectedFiles() : m_packages; }
+
+protected:
+    void accept() override
+    {
+        const QStringList files = selectedFiles();
+        const bool packages = !files.isEmpty() && std::ranges::all_of(files, [this](const QString &path) {
+            return path.endsWith(m_suffix) && QFileInfo(path).isDir();
+        });
+        if (packages)
+            take(files);
+        else
+            QFileDialog::accept();
+    }
+
+private:
+    void take(const QStringList &packages)
+    {
+        m_packages = packages;
+        done(Accepted);
+    }
+
+    const QString m_suffix;
+    QStringList m_packages;
+};
+
 void choose(const FileRequest &request, QFileDialog::AcceptMode mode, QFileDialog::FileMode files,
             std::function<void(const QStringList &)> answer)
 {
-    auto *dialog = new QFileDialog(nullptr, request.title, request.folder);
+    auto *packages =
+        request.package.isEmpty() ? nullptr : new PackageDialog(request.title, request.folder, request.package);
+    QFileDialog *dialog = packages ? packages : new QFileDialog(nullptr, request.title, request.folder);
     dialog->setAcceptMode(mode);
     dialog->setFileMode(files);
     dialog->setDefaultSuffix(request.suffix);
@@ -49,8 +96,9 @@ void choose(const FileRequest &request, QFileDialog::AcceptMode mode, QFileDialo
         dialog->setNameFilters(request.filters);
     if (!request.name.isEmpty())
         dialog->selectFile(request.name);
-    QObject::connect(dialog, &QDialog::finished, dialog, [dialog, answer = std::move(answer)](int result) {
-        answer(result == QDialog::Accepted ? dialog->selectedFiles() : QStringList());
+    QObject::connect(dialog, &QDialog::finished, dialog, [dialog, packages, answer = std::move(answer)](int result) {
+        const QStringList chosen = packages ? packages->chosen() : dialog->selectedFiles();
+        answer(result == QDialog::Accepted ? chosen : QStringList());
     });
     present(dialog);
 }
@@ -61,7 +109,8 @@ void QtDialogs::ask(const Alert &alert, std::function<void(std::optional<int>)> 
 {
     auto *box = new QMessageBox(alert.warning ? QMessageBox::Warning : QMessageBox::Information, {}, alert.message);
     box->setTextFormat(Qt::PlainText); // group names are in these texts
-    box->setInformativeText(alert.informativeText.toHtmlEscaped());
+    // Has no format of its own: as a document it is never mistaken for one.
+    box->setInformativeText(Qt::convertFromPlainText(alert.informativeText, Qt::WhiteSpaceNormal));
     box->setDetailedText(alert.details);
     QList<QAbstractButton *> buttons;
     for (int i = 0; i < alert.buttons.size(); ++i) {

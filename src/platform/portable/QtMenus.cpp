@@ -1,5 +1,7 @@
 #include "platform/portable/QtMenus.h"
 
+#include "platform/portable/MenuStyle.h"
+
 #include <QAction>
 #include <QGuiApplication>
 #include <QMenu>
@@ -11,9 +13,6 @@ namespace cobblet {
 
 namespace {
 
-/// Read on light and dark menus. The toolkit draws all titles of a menu alike, so the symbol stands out.
-constexpr QRgb destructiveColor = qRgb(224, 60, 50);
-
 /// As the toolkit wants it: a lone ampersand would mark a shortcut letter.
 QString literal(QString title)
 {
@@ -21,6 +20,8 @@ QString literal(QString title)
 }
 
 } // namespace
+
+QtMenus::QtMenus() = default;
 
 QtMenus::~QtMenus()
 {
@@ -39,7 +40,7 @@ void QtMenus::fill(QMenu &menu, const QList<MenuItem> &items, const QColor &symb
             menu.addSeparator();
             continue;
         }
-        const QIcon icon = symbol(item.symbol, item.destructive ? QColor(destructiveColor) : symbolColor);
+        const QIcon icon = symbol(item.symbol, item.destructive ? MenuLook().destructive : symbolColor);
         if (!item.children.isEmpty()) {
             QMenu *children = menu.addMenu(icon, literal(item.title));
             children->setEnabled(item.enabled);
@@ -48,6 +49,7 @@ void QtMenus::fill(QMenu &menu, const QList<MenuItem> &items, const QColor &symb
         }
         QAction *entry = menu.addAction(icon, literal(item.title));
         entry->setData(item.symbol);
+        entry->setProperty(MenuStyle::destructive, item.destructive);
         entry->setEnabled(item.enabled && item.action != nullptr);
         entry->setShortcut(item.shortcut);
         entry->setShortcutVisibleInContextMenu(true);
@@ -70,8 +72,28 @@ QMenu &QtMenus::made(const QList<MenuItem> &items)
     delete m_open;
     m_open = new QMenu;
     m_open->setAttribute(Qt::WA_DeleteOnClose);
-    fill(*m_open, items, QGuiApplication::palette().color(QPalette::WindowText));
+    if (!m_look) {
+        fill(*m_open, items, QGuiApplication::palette().color(QPalette::WindowText));
+        return *m_open;
+    }
+    const MenuLook look = m_look();
+    if (!m_style)
+        m_style = std::make_unique<MenuStyle>();
+    m_style->setLook(look);
+    fill(*m_open, items, look.text);
+    dress(*m_open, look);
     return *m_open;
+}
+
+void QtMenus::dress(QMenu &menu, const MenuLook &look)
+{
+    QFont font = menu.font();
+    font.setPixelSize(13);
+    menu.setFont(font);
+    menu.setStyle(m_style.get());
+    menu.setAttribute(Qt::WA_TranslucentBackground, look.blends);
+    for (QMenu *child : menu.findChildren<QMenu *>(Qt::FindDirectChildrenOnly))
+        dress(*child, look);
 }
 
 void QtMenus::popUp(const QList<MenuItem> &items, QWindow *window, const QPointF &position)

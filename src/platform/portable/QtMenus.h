@@ -6,20 +6,26 @@
 #include <QPointer>
 #include <QRect>
 
+#include <memory>
+
 class QMenu;
 
 namespace cobblet {
+
+class MenuStyle;
 
 /// The toolkit's menus, each made when it is asked for. Needs a QApplication.
 class QtMenus : public Menus {
 public:
     using SymbolSource = std::function<QIcon(const QString &symbol, const QColor &color)>;
 
+    QtMenus();
     ~QtMenus() override;
 
     Availability availability() const override { return Availability::works(); }
     void popUp(const QList<MenuItem> &items, QWindow *window, const QPointF &position) override;
     void setSymbolSource(SymbolSource source) override { m_symbols = std::move(source); }
+    void setLook(std::function<MenuLook()> look) override { m_look = std::move(look); }
 
     /// Opens the menu above or below a rectangle of the screen (points), on the side that has more room.
     void popUpBeside(const QList<MenuItem> &items, const QRect &anchor);
@@ -30,10 +36,13 @@ public:
 
 private:
     QMenu &made(const QList<MenuItem> &items);
+    void dress(QMenu &menu, const MenuLook &look);
     QIcon symbol(const QString &name, const QColor &color) const;
 
     QObject m_context; ///< of the actions
     SymbolSource m_symbols;
+    std::function<MenuLook()> m_look;
+    std::unique_ptr<MenuStyle> m_style; ///< made with the first menu that has a look
     QPointer<QMenu> m_open;
 };
 

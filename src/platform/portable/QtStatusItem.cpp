@@ -68,7 +68,8 @@ QtStatusItem::QtStatusItem(QtMenus &menus, const Appearance &appearance, const Q
         if (!m_tray)
             return;
         m_tray->setIcon(icon());
-        m_menus.recolor(*m_menu, tint(m_appearance.isDark()));
+        if (m_menu)
+            m_menus.recolor(*m_menu, tint(m_appearance.isDark()));
     });
 }
 
@@ -95,15 +96,20 @@ QIcon QtStatusItem::icon() const
 
 void QtStatusItem::show()
 {
-    m_menu = std::make_unique<QMenu>();
-    m_menus.fill(*m_menu, m_items, tint(m_appearance.isDark()));
+    show(true);
+}
+
+void QtStatusItem::show(bool barShowsMenu)
+{
     m_tray = std::make_unique<QSystemTrayIcon>(icon());
     m_tray->setToolTip(m_description);
-    m_tray->setContextMenu(m_menu.get());
+    if (barShowsMenu) {
+        m_menu = std::make_unique<QMenu>();
+        m_menus.fill(*m_menu, m_items, tint(m_appearance.isDark()));
+        m_tray->setContextMenu(m_menu.get());
+    }
     connect(m_tray.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-        // A bar that does not say where the item is leaves the context menu to the program.
-        if (reason == QSystemTrayIcon::Trigger ||
-            (reason == QSystemTrayIcon::Context && m_tray->geometry().isEmpty()))
+        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::Context)
             m_menus.popUpBeside(m_items, m_tray->geometry().isEmpty() ? QRect(QCursor::pos(), QSize(1, 1))
                                                                       : m_tray->geometry());
     });

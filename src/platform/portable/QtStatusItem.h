@@ -29,6 +29,11 @@ public:
     Availability availability() const override { return Availability::works(); }
     void show() override;
 
+protected:
+    /// Puts the item into a bar that shows the menu itself, or into one that leaves it to the program, which then
+    /// opens it on both buttons.
+    void show(bool barShowsMenu);
+
 private:
     QIcon icon() const;
 
@@ -38,7 +43,7 @@ private:
     Template m_image;
     QString m_description;
     QList<MenuItem> m_items;
-    std::unique_ptr<QMenu> m_menu; ///< the one that the bar shows
+    std::unique_ptr<QMenu> m_menu; ///< the one that the bar shows, if it does
     std::unique_ptr<QSystemTrayIcon> m_tray;
 };
 

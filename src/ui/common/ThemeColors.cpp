@@ -45,6 +45,18 @@ QColor ThemeColors::accent() const
     return m_appearance.accentColor(); // asked when it is needed: it may cost a round trip
 }
 
+MenuLook ThemeColors::menuLook() const
+{
+    return {.background = m_popoverBG,
+            .border = over(text3, m_popoverBG),
+            .separator = over(hairline, m_popoverBG),
+            .text = text,
+            .disabled = text3,
+            .accent = accent(),
+            .accentText = Qt::white,
+            .blends = m_backdrop != Backdrop::Nothing};
+}
+
 /// Where the mask cuts through a pixel of the rounded edge, the rest of it is more of the outline.
 QColor ThemeColors::windowColor() const
 {

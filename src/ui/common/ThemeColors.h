@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/Theme.h"
+#include "platform/Menus.h"
 #include "platform/PanelSurface.h"
 #include "ui/common/EngineSingleton.h"
 
@@ -42,6 +43,8 @@ public:
     QColor outline() const { return m_outline; }
     /// Of the panel's window, beneath all that is painted: transparent wherever that can be.
     QColor windowColor() const;
+    /// The palette as menus use it.
+    MenuLook menuLook() const;
 
     void setBackdrop(Backdrop backdrop);
 
