@@ -54,12 +54,16 @@ public:
     /// Shows the application's file in the desktop's file manager; returns at once, as open() does.
     virtual void reveal(const QString &bundleID, Completion done = {}) = 0;
 
-    /// The application's icon in a square of `points` logical pixels at `devicePixelRatio`; a null image
-    /// when no such application is installed or it has no icon. Any thread.
+    /// The application's icon in a square of `points` logical pixels at `devicePixelRatio`, which is the generic one
+    /// where it has none; a null image when no such application is installed. Any thread.
     virtual QImage icon(const QString &bundleID, int points, qreal devicePixelRatio) const = 0;
 
-    /// The icon that stands for an application without one. Any thread.
+    /// The icon that stands for any application. Any thread.
     virtual QImage genericIcon(int points, qreal devicePixelRatio) const = 0;
+
+    /// The applications that a person would look for among those installed, in no order. They are read in the
+    /// background; the answer comes later, on the main thread.
+    virtual void listApplications(std::function<void(const QList<InstalledApplication> &)> answer) = 0;
 
     /// Where a file chooser for applications starts.
     virtual QString applicationsFolder() const = 0;

@@ -126,6 +126,11 @@ public:
         return application(bundleID) ? square(points, ratio, color) : QImage();
     }
     QImage genericIcon(int points, qreal ratio) const override { return square(points, ratio, Qt::gray); }
+    void listApplications(std::function<void(const QList<InstalledApplication> &)> answer) override
+    {
+        QMetaObject::invokeMethod(
+            this, [answer, this] { answer(installed.values()); }, Qt::QueuedConnection);
+    }
     QString applicationsFolder() const override { return u"/apps"_s; }
 
     /// Adds an application whose file is "/apps/ID.desktop".

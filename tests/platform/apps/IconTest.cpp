@@ -128,7 +128,7 @@ TEST_F(IconTest, PicturesComeInExactlyTheAskedSizeAndWhatIsNoneIsRefused)
         EXPECT_TRUE(iconImage(home.path(QLatin1String(name)), 64, 1, svgProgram).isNull()) << name;
 }
 
-TEST_F(IconTest, ApplicationsHaveTheirIconOrNoneOnAnyThread)
+TEST_F(IconTest, ApplicationsHaveTheirIconOrTheGenericOneOnAnyThread)
 {
     const QString absolute = home.path(u"absolute.png"_s);
     png(absolute, 48, 48, Qt::red);
@@ -141,8 +141,9 @@ TEST_F(IconTest, ApplicationsHaveTheirIconOrNoneOnAnyThread)
         threads.emplace_back([&] {
             for (int round = 0; round < 20; ++round)
                 right += workspace.icon(u"absolute"_s, 64, 1).pixelColor(5, 5) == QColor(Qt::red) &&
-                         workspace.icon(u"iconless"_s, 64, 1).isNull() &&
-                         workspace.genericIcon(64, 2).size() == QSize(128, 128);
+                         workspace.icon(u"iconless"_s, 64, 2) == workspace.genericIcon(64, 2) &&
+                         workspace.genericIcon(64, 2).size() == QSize(128, 128) &&
+                         workspace.icon(u"missing"_s, 64, 1).isNull();
         });
     threads.clear();
     EXPECT_EQ(right, 80);

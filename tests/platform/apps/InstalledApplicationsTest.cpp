@@ -39,7 +39,7 @@ TEST_F(InstalledApplicationsTest, TheFirstFolderWinsAndItsWordIsFinal)
     write(system(u"kde/deep"_s), entry("Deep", "true"));
     QFile::link(home.path(u"nowhere"_s), user(u"dangling"_s));
     set("LANGUAGE", "de_AT:de");
-    const FreedesktopWorkspace workspace(nullptr);
+    FreedesktopWorkspace workspace(nullptr);
     for (const auto &row : rows) {
         const auto application = workspace.application(row.id);
         EXPECT_EQ(application ? application->name : u"-"_s, QLatin1String(row.name)) << qPrintable(row.id);
@@ -47,6 +47,14 @@ TEST_F(InstalledApplicationsTest, TheFirstFolderWinsAndItsWordIsFinal)
             EXPECT_EQ(inMenus->visible, row.shown) << qPrintable(row.id);
         }
     }
+    QStringList listed;
+    workspace.listApplications([&](const QList<InstalledApplication> &applications) {
+        for (const InstalledApplication &application : applications)
+            listed.append(application.name);
+    });
+    EXPECT_EQ(listed, QStringList()) << "they are read in the background";
+    EXPECT_TRUE(waitFor([&] { return !listed.isEmpty(); }));
+    EXPECT_EQ(listed.join(u", "_s), u"Mine, Behind, Deep, Schlicht"_s);
 }
 
 TEST_F(InstalledApplicationsTest, AFileStandsForAnApplicationOrSaysWhyNot)

@@ -219,11 +219,13 @@ QString FreedesktopWorkspace::iconName(const QString &bundleID) const
 
 QImage FreedesktopWorkspace::icon(const QString &bundleID, int points, qreal devicePixelRatio) const
 {
-    const QString name = iconName(bundleID);
-    if (name.isEmpty())
+    const auto entry = m_installed.entry(resolved(bundleID));
+    if (!entry)
         return {};
+    const QString &name = entry.value().icon;
     const QString path = QDir::isAbsolutePath(name) ? name : m_icons.find(name, qRound(points * devicePixelRatio));
-    return iconImage(path, points, devicePixelRatio, m_svgProgram);
+    const QImage image = iconImage(path, points, devicePixelRatio, m_svgProgram);
+    return image.isNull() ? genericIcon(points, devicePixelRatio) : image;
 }
 
 QImage FreedesktopWorkspace::genericIcon(int points, qreal devicePixelRatio) const
@@ -231,6 +233,14 @@ QImage FreedesktopWorkspace::genericIcon(int points, qreal devicePixelRatio) con
     const QString path = m_icons.find(QStringLiteral("application-x-executable"), qRound(points * devicePixelRatio));
     const QImage themed = iconImage(path, points, devicePixelRatio, m_svgProgram);
     return themed.isNull() ? applicationTile(points, devicePixelRatio) : themed;
+}
+
+void FreedesktopWorkspace::listApplications(std::function<void(const QList<InstalledApplication> &)> answer)
+{
+    m_reader.start([this, answer = std::move(answer)] {
+        QMetaObject::invokeMethod(
+            this, [answer, applications = m_installed.shown()] { answer(applications); }, Qt::QueuedConnection);
+    });
 }
 
 QString FreedesktopWorkspace::applicationsFolder() const

@@ -6,6 +6,8 @@
 #include "platform/freedesktop/apps/InstalledApplications.h"
 #include "platform/freedesktop/apps/WellKnownApplications.h"
 
+#include <QThreadPool>
+
 namespace cobblet {
 
 class SessionBus;
@@ -28,6 +30,7 @@ public:
     void reveal(const QString &bundleID, Completion done = {}) override;
     QImage icon(const QString &bundleID, int points, qreal devicePixelRatio) const override;
     QImage genericIcon(int points, qreal devicePixelRatio) const override;
+    void listApplications(std::function<void(const QList<InstalledApplication> &)> answer) override;
     QString applicationsFolder() const override;
 
     /// For the backend's other parts.
@@ -53,6 +56,7 @@ private:
     IconFiles m_icons;
     ApplicationLauncher m_launcher;
     bool m_followsSleep = false;
+    QThreadPool m_reader; ///< last: it uses the others, and is waited for
 };
 
 } // namespace cobblet

@@ -95,12 +95,8 @@ bool isShown(const KeyFile &keys)
     return only.isEmpty();
 }
 
-Result<InstalledEntry> loaded(const QString &id, const QString &path)
+Result<InstalledEntry> entryOf(const QString &id, const QString &path, const KeyFile &keys)
 {
-    const auto found = read(id, path, Part::All);
-    if (!found)
-        return Error{found.error()};
-    const KeyFile &keys = found.value();
     const Owned<GDesktopAppInfo> info(g_desktop_app_info_new_from_keyfile(keys.get()));
     if (!info)
         return refusal(id, keys);
@@ -113,6 +109,12 @@ Result<InstalledEntry> loaded(const QString &id, const QString &path)
                           keys.flag(group, "DBusActivatable"),
                           keys.flag(group, "Terminal"),
                           keys.flag(group, "StartupNotify")};
+}
+
+Result<InstalledEntry> loaded(const QString &id, const QString &path)
+{
+    const auto keys = read(id, path, Part::All);
+    return keys ? entryOf(id, path, keys.value()) : Error{keys.error()};
 }
 
 /// GIO watches the folders from a look-up until the first change.
@@ -261,6 +263,17 @@ std::shared_ptr<const ApplicationIndex> InstalledApplications::index() const
     if (generation == m_generation)
         m_index = index;
     return index;
+}
+
+QList<InstalledApplication> InstalledApplications::shown() const
+{
+    QList<InstalledApplication> applications;
+    const Files all = files();
+    for (auto file = all.cbegin(); file != all.cend(); ++file)
+        if (const auto keys = read(file.key(), file.value(), Part::All); keys && isShown(keys.value()))
+            if (const auto entry = entryOf(file.key(), file.value(), keys.value()))
+                applications.append(entry.value().application);
+    return applications;
 }
 
 QString InstalledApplications::defaultFor(const QByteArray &type)

@@ -39,6 +39,8 @@ public:
     Result<InstalledEntry> entry(const QString &id) const;
     /// All of them, for the resolver and for choosing counterparts.
     std::shared_ptr<const ApplicationIndex> index() const;
+    /// Those that this desktop's menus show. Reads each of them.
+    QList<InstalledApplication> shown() const;
     /// The identifier of the application that opens a MIME type or a URL scheme ("x-scheme-handler/mailto"); empty
     /// when there is none.
     static QString defaultFor(const QByteArray &type);
