@@ -1,5 +1,7 @@
 #include "ui/PanelFixture.h"
 
+#include <QTest>
+
 #include <gtest/gtest.h>
 
 namespace cobblet {
@@ -59,13 +61,47 @@ TEST_F(PanelActions, ClickOpensTheApplicationAndThenClosesThePanelUnlessItIsNotI
     EXPECT_EQ(closed(), 1);
 }
 
-TEST_F(PanelActions, AddCellLetsTheUserChooseApplications)
+TEST_F(PanelActions, ChooserSortsSearchesAndAddsWhatIsChosenToTheGroupItWasOpenedFor)
+{
+    for (const auto &[id, name] : {std::pair(u"new.a"_s, u"zeta"_s), {u"new.b"_s, u"Beta"_s}, {u"c"_s, u"alpha"_s}})
+        f.workspace.install(id, name);
+    const std::unique_ptr<AppChooser> chooser(model.makeChooser(nullptr));
+    const auto listed = [&chooser] {
+        QStringList names;
+        for (const AppItem &app : chooser->rows())
+            names.append(app.name);
+        return names.join(u", "_s);
+    };
+    EXPECT_FALSE(chooser->isReady());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return chooser->isReady(); }));
+    EXPECT_EQ(listed(), u"alpha, App 1, App 1, App 2, Beta, zeta"_s);
+    chooser->setSearch(u" NEW  beta"_s);
+    EXPECT_EQ(listed(), u"Beta"_s) << "words of the name or of the identifier";
+    for (const char *each : {"zeta", "app", "app", "beta"}) { // the second one takes its choice back
+        chooser->setSearch(QLatin1String(each));
+        chooser->toggle(int(chooser->rows().size()) - 1);
+    }
+    EXPECT_EQ(chooser->chosenCount(), 2);
+    model.select(SidebarSelection::group(play.id));
+    EXPECT_TRUE(chooser->add(0));
+    EXPECT_EQ(storedApps(work), u"work.1, work.2, gone, new.b, new.a"_s);
+    EXPECT_EQ(storedApps(play), u"play.1"_s);
+
+    const std::unique_ptr<AppChooser> second(model.makeChooser(nullptr));
+    EXPECT_FALSE(second->add(0)) << "nothing is listed yet";
+    ASSERT_TRUE(QTest::qWaitFor([&] { return second->isReady(); }));
+    EXPECT_TRUE(second->add(0)) << "the one that is pointed at, where nothing is chosen";
+    EXPECT_EQ(storedApps(play), u"play.1, c"_s);
+}
+
+TEST_F(PanelActions, FilesCanBeChosenInPlaceOfInstalledApplications)
 {
     f.workspace.install(u"new.one"_s, u"New One"_s);
     f.dialogs.files = {u"/apps/new.one.desktop"_s, u"/apps/work.1.desktop"_s, u"/etc/passwd"_s};
-    model.activateCell(3);
+    std::unique_ptr<AppChooser>(model.makeChooser(nullptr))->chooseFiles();
     ASSERT_EQ(f.dialogs.requests.size(), 1);
     EXPECT_TRUE(f.dialogs.requests[0].multiple);
+    EXPECT_EQ(f.dialogs.requests[0].package, u"app"_s);
     EXPECT_EQ(storedApps(work), u"work.1, work.2, gone, new.one"_s);
     EXPECT_EQ(f.config.group(work.id)->apps.last().name, u"New One"_s);
     EXPECT_EQ(f.dialogs.alerts.size(), 1) << "a file that is no application is not dropped silently";
@@ -74,12 +110,10 @@ TEST_F(PanelActions, AddCellLetsTheUserChooseApplications)
 TEST_F(PanelActions, CellMenuFollowsTheApplicationsState)
 {
     f.run(u"work.1"_s);
-    const QString editing = u", -, Move to[Play & more], Remove from Work"_s;
+    const QString editing = u", Move to[Play & more], Remove from Work"_s;
     const QString expected[] = {u"Show All Windows, Hide, Quit, Force Quit, Show in Finder"_s + editing,
-                                u"Open, Show in Finder"_s + editing,
-                                u"!Open, !Show in Finder"_s + editing,
-                                {}};
-    for (int row = 0; row < 4; ++row) { // the last one is the add cell
+                                u"Open, Show in Finder"_s + editing, u"!Open, !Show in Finder"_s + editing};
+    for (int row = 0; row < 3; ++row) {
         f.menus.last.clear();
         model.showCellMenu(row, {});
         EXPECT_EQ(titles(f.menus.last), expected[row]);
@@ -117,6 +151,7 @@ TEST_F(PanelActions, GroupMenuPinsAndDeletesAfterAsking)
     for (const auto &[title, pinned] : {std::pair(u"Pin"_s, true), {u"Unpin"_s, false}}) {
         model.showGroupMenu(0, {});
         EXPECT_EQ(titles(f.menus.last), title + u", Delete"_s);
+        EXPECT_EQ(f.menus.last.last().symbol, QString());
         entry(title).action();
         EXPECT_EQ(f.config.group(work.id)->isPinned, pinned);
     }

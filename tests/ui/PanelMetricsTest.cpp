@@ -100,14 +100,16 @@ TEST(DisplayText, IsOneLineOfBoundedLength)
 
 TEST(Symbols, EveryNameTheViewsUseIsDrawnInTheColourAskedFor)
 {
-    for (const char *name :
-         {"plus", "sidebar.left", "gearshape", "tray", "clock.badge.questionmark", "app.fill", "play.fill",
-          "exclamationmark.octagon", "xmark", "eye.slash", "info.circle", "pin", "pin.slash",
-          "arrow.up.forward.square", "trash", "macwindow", "gear", "square.grid.2x2", "folder"}) {
-        const QImage image = symbolImage(QLatin1String(name), Qt::red, 16, 2);
-        ASSERT_EQ(image.size(), QSize(32, 32)) << name;
+    const QString names =
+        u"plus sidebar.left gearshape tray clock.badge.questionmark app.fill play.fill exclamationmark.octagon xmark "
+        "eye.slash info.circle pin pin.slash arrow.up.forward.square macwindow gear square.grid.2x2 folder checkmark "
+        "arrow.up.forward.app xmark.circle dock.rectangle"_s;
+    for (const QString &name : names.split(u' ')) {
+        const QImage image = symbolImage(name, Qt::red, 16, 2);
+        ASSERT_EQ(image.size(), QSize(32, 32)) << qPrintable(name);
         const QColor mean = image.scaled(1, 1, {}, Qt::SmoothTransformation).pixelColor(0, 0);
-        EXPECT_TRUE(mean.alpha() > 5 && mean.red() > 200 && mean.green() == 0) << name << ' ' << mean.alpha();
+        EXPECT_TRUE(mean.alpha() > 5 && mean.red() > 200 && mean.green() == 0)
+            << qPrintable(name) << ' ' << mean.alpha();
     }
     EXPECT_TRUE(symbolImage(u"no.such.symbol"_s, Qt::red, 16, 1).isNull());
 }

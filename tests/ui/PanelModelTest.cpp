@@ -31,7 +31,9 @@ protected:
     {
         QStringList ids;
         for (const GridCell &cell : model.grid()->rows())
-            ids.append(cell.isAdd ? u"+"_s : cell.app.bundleID);
+            ids.append(cell.app.bundleID);
+        if (model.isEditable())
+            ids.append(u"+"_s);
         return ids.join(u", "_s);
     }
     QString shown() const { return model.selectedGroup() ? model.selectedGroup()->name : u"-"_s; }

@@ -1,6 +1,7 @@
 #include "ui/panel/PanelView.h"
 #include "ui/PanelFixture.h"
 
+#include <QAccessible>
 #include <QKeyEvent>
 #include <QQuickItem>
 #include <QQuickView>
@@ -100,7 +101,7 @@ TEST_F(PanelWindow, EveryStateLoadsWithoutWarningsAndMakesOnlyVisibleCells)
     f.config.replaceGroups({f.group(u"Crowd"_s, 60)});
     view->model().selectRow(0);
     shoot();
-    const auto cells = items("isAdd", false).size();
+    const auto cells = items("showsTitle", false).size();
     EXPECT_TRUE(cells >= 6 && cells <= 24) << cells;
     f.config.replaceGroups({});
     shoot();
@@ -110,7 +111,7 @@ TEST_F(PanelWindow, FixedColumnsAreExactBeforeThePanelHasItsSizeAndFewerOnANarro
 {
     const auto becomes = [this](int columns) {
         return QTest::qWaitFor([&] {
-            return columns == std::ranges::count_if(items("isAdd", false),
+            return columns == std::ranges::count_if(items("isInstalled", true),
                                                     [](const QQuickItem *cell) { return cell->y() == 0; });
         });
     };
@@ -166,6 +167,99 @@ TEST_F(PanelWindow, KeyboardReachesEverything)
     QTest::mouseMove(&view->window(), QPoint(300, 20));
     QTest::mousePress(&view->window(), Qt::LeftButton, {}, QPoint(300, 8));
     EXPECT_FALSE(view->engine().decorations().keyboardFocus()) << "the ring is for the keyboard";
+}
+
+TEST_F(PanelWindow, TheAddCellIsReachedByTheKeyboardAndItsChooserIsUsedWithIt)
+{
+    f.workspace.install(u"new.one"_s, u"Zeta One"_s);
+    view->model().selectRow(1);
+    for (const Qt::Key key : {Qt::Key_Right, Qt::Key_Right, Qt::Key_Right, Qt::Key_Left, Qt::Key_Right})
+        press(key);
+    EXPECT_EQ(view->window().activeFocusItem()->property("label"), u"Add Apps"_s);
+    EXPECT_EQ(center(labelled("Add Apps")).y(), center(labelled("App 1")).y()) << "in line with the others";
+    press(Qt::Key_Return);
+    QQuickWindow *sheet = view->engine().popovers().window();
+    ASSERT_NE(sheet, nullptr);
+    EXPECT_EQ(sheet->title(), u"Choose Apps"_s);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(sheet));
+    const auto row = [&](const char *name) {
+        return items("label", QLatin1String(name), sheet->contentItem()).value(0);
+    };
+    ASSERT_TRUE(QTest::qWaitFor([&] { return row("App 1") != nullptr; }));
+    QTest::keyClick(sheet, Qt::Key_Down);
+    QTest::keyClick(sheet, Qt::Key_Z);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return row("Zeta One") && !row("App 1"); }));
+    QTest::keyClick(sheet, Qt::Key_Return);
+    EXPECT_EQ(view->engine().popovers().window(), nullptr);
+    EXPECT_EQ(f.config.groups()[1].apps.last().bundleID, u"new.one"_s);
+    EXPECT_EQ(f.config.groups()[1].apps.size(), 3);
+}
+
+TEST_F(PanelWindow, ToolRowKeepsItsFormUnderTheModifiersAndGivesLabelsUpInOrder)
+{
+    const auto tool = [this](const char *symbol) { return items("symbol", QLatin1String(symbol)).value(0); };
+    int given = 0;
+    for (int width = 700; width >= 380; width -= 4) {
+        view->window().resize(width, 340);
+        ASSERT_TRUE(QTest::qWaitFor([&] { return view->window().contentItem()->childItems()[0]->width() == width; }));
+        QList<QString> forms;
+        for (const Qt::KeyboardModifiers held : {Qt::NoModifier, Qt::AltModifier, Qt::ControlModifier}) {
+            view->model().setModifiers(held);
+            QString form;
+            for (const QString &symbol :
+                 {u"arrow.up.forward.square"_s, u"play.fill"_s, view->model().closeAllSymbol()}) {
+                QQuickItem *button = tool(symbol.toLatin1());
+                ASSERT_NE(button, nullptr);
+                form += QString::number(button->property("compact").toInt());
+            }
+            forms.append(u"%1 %2"_s.arg(form).arg(tool("arrow.up.forward.square")->x()));
+        }
+        EXPECT_EQ(forms.count(forms[0]), 3) << width << ' ' << forms.join(u", "_s).toStdString();
+        const int now = int(QStringList({u"000"_s, u"100"_s, u"110"_s, u"111"_s}).indexOf(forms[0].left(3)));
+        EXPECT_GE(now, given) << width;
+        given = now;
+    }
+    EXPECT_EQ(given, 3);
+}
+
+TEST_F(PanelWindow, ACollapsedSidebarStillOffersNewGroup)
+{
+    view->model().setProperty("sidebarExpanded", false);
+    const QQuickItem *plus = labelled("New Group");
+    ASSERT_NE(plus, nullptr);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return plus->parentItem()->width() == 44 && plus->opacity() == 1; }));
+    EXPECT_TRUE(plus->isVisible());
+    click(labelled("New Group"));
+    EXPECT_NE(view->engine().popovers().window(), nullptr);
+    EXPECT_EQ(view->model().property("sidebarExpanded"), false);
+}
+
+TEST_F(PanelWindow, AssistiveToolsReadStatesAndOfferEachActionOnce)
+{
+    AppGroup work = f.config.groups()[0];
+    f.run(work.apps[1].bundleID);
+    f.workspace.installed.remove(work.apps[2].bundleID);
+    emit f.workspace.installedApplicationsChanged();
+    const std::tuple<const char *, const char *, bool> rows[] = {
+        {"App 1", "", false},    {"App 2", "Running", false}, {"App 3", "Not installed", false},
+        {"Add Apps", "", false}, {"Work", "", true},          {"Play", "", false},
+        {"Open All", "", false}};
+    for (const auto &[name, description, isSelected] : rows) {
+        QAccessibleInterface *item = QAccessible::queryAccessibleInterface(labelled(name));
+        ASSERT_NE(item, nullptr) << name;
+        EXPECT_EQ(item->text(QAccessible::Description), QLatin1String(description)) << name;
+        EXPECT_EQ(bool(item->state().selected), isSelected) << name;
+        EXPECT_EQ(item->actionInterface()->actionNames().count(u"Press"_s), 1) << name;
+    }
+    const auto pressed = [this](const char *name) {
+        QAccessible::queryAccessibleInterface(labelled(name))->actionInterface()->doAction(u"Press"_s);
+    };
+    pressed("App 1");
+    EXPECT_EQ(f.workspace.opened, QStringList(u"app.1"_s));
+    QAccessibleInterface *grid = QAccessible::queryAccessibleInterface(labelled("App 1")->parentItem()->parentItem());
+    EXPECT_EQ(grid->text(QAccessible::Name), u"Work"_s) << "the list is called as the group is";
+    pressed("Play");
+    EXPECT_EQ(grid->text(QAccessible::Name), u"Play"_s);
 }
 
 TEST_F(PanelWindow, HeldModifiersChangeTheCloseAllButtonUntilFocusIsLost)

@@ -36,7 +36,6 @@ MouseArea {
     Accessible.role: Accessible.Button
     Accessible.name: label
     Accessible.focusable: true
-    Accessible.onPressAction: triggered()
 
     onIsHoveredChanged: updateFill()
     onFillsChanged: updateFill()
@@ -68,6 +67,11 @@ MouseArea {
     onClicked: mouse => {
         if (mouse.button === Qt.LeftButton)
             triggered();
+    }
+
+    // What assistive tools call: a button offers "Press" already, and a handler of its own would offer it again.
+    function accessiblePressAction() {
+        triggered();
     }
 
     function openMenu() {

@@ -24,14 +24,12 @@ AppGridModel::AppGridModel(Workspace &workspace, RunningAppsMonitor &running, Ti
     });
 }
 
-void AppGridModel::show(const QList<AppItem> &apps, bool isEditable, const Counts *counts)
+void AppGridModel::show(const QList<AppItem> &apps, const Counts *counts)
 {
     QList<GridCell> cells;
-    cells.reserve(apps.size() + 1);
+    cells.reserve(apps.size());
     for (const AppItem &app : apps)
-        cells.append({app, counts ? counts->value(app.bundleID) : -1, false});
-    if (isEditable)
-        cells.append({{}, -1, true});
+        cells.append({app, counts ? counts->value(app.bundleID) : -1});
     setRows(std::move(cells));
     preload();
 }
@@ -41,8 +39,7 @@ void AppGridModel::preload()
     QStringList bundleIDs;
     bundleIDs.reserve(rows().size());
     for (const GridCell &cell : rows())
-        if (!cell.isAdd)
-            bundleIDs.append(cell.app.bundleID);
+        bundleIDs.append(cell.app.bundleID);
     m_tiles.preload(bundleIDs);
 }
 
@@ -75,17 +72,15 @@ QVariant AppGridModel::data(const QModelIndex &index, int role) const
     const GridCell &cell = rows()[index.row()];
     switch (role) {
     case NameRole:
-        return cell.isAdd ? QStringLiteral("Add") : displayText(cell.app.name);
+        return displayText(cell.app.name);
     case CountRole:
         return int(std::min<qint64>(cell.count, std::numeric_limits<int>::max()));
-    case AddRole:
-        return cell.isAdd;
     case InstalledRole:
-        return cell.isAdd || isInstalled(cell.app.bundleID);
+        return isInstalled(cell.app.bundleID);
     case RunningRole:
-        return !cell.isAdd && isRunning(cell.app.bundleID);
+        return isRunning(cell.app.bundleID);
     case TileRole:
-        return cell.isAdd ? m_tiles.addTile() : m_tiles.tile(cell.app.bundleID);
+        return m_tiles.tile(cell.app.bundleID);
     default:
         return {};
     }
@@ -93,8 +88,11 @@ QVariant AppGridModel::data(const QModelIndex &index, int role) const
 
 QHash<int, QByteArray> AppGridModel::roleNames() const
 {
-    return {{NameRole, "name"},         {CountRole, "count"}, {AddRole, "isAdd"}, {InstalledRole, "isInstalled"},
-            {RunningRole, "isRunning"}, {TileRole, "tile"}};
+    return {{NameRole, "name"},
+            {CountRole, "count"},
+            {InstalledRole, "isInstalled"},
+            {RunningRole, "isRunning"},
+            {TileRole, "tile"}};
 }
 
 } // namespace cobblet

@@ -16,11 +16,10 @@ class RunningAppsMonitor;
 class TileImages;
 class Workspace;
 
-/// One cell: an application, or the cell that adds some.
+/// The cell of an application.
 struct GridCell {
     AppItem app;
     qint64 count = -1; ///< launches; -1 shows none
-    bool isAdd = false;
 
     bool operator==(const GridCell &) const = default;
 };
@@ -32,13 +31,13 @@ class AppGridModel : public ListRows<GridCell> {
     QML_ELEMENT
     QML_UNCREATABLE("Panel.grid is the one instance.")
 public:
-    enum Role { NameRole = Qt::UserRole, CountRole, AddRole, InstalledRole, RunningRole, TileRole };
+    enum Role { NameRole = Qt::UserRole, CountRole, InstalledRole, RunningRole, TileRole };
     using Counts = QMap<QString, qint64>;
 
     AppGridModel(Workspace &workspace, RunningAppsMonitor &running, TileImages &tiles, QObject *parent = nullptr);
 
     /// `counts` is given for Most Used only.
-    void show(const QList<AppItem> &apps, bool isEditable, const Counts *counts = nullptr);
+    void show(const QList<AppItem> &apps, const Counts *counts = nullptr);
 
     bool isInstalled(const QString &bundleID) const;
     bool isRunning(const QString &bundleID) const;

@@ -21,7 +21,10 @@ Item {
     }
 
     function focusGrid() {
-        view.forceActiveFocus();
+        if (view.currentItem)
+            view.currentItem.forceActiveFocus();
+        else
+            addCell.forceActiveFocus();
     }
 
     GridView {
@@ -33,6 +36,11 @@ Item {
         header: Item {
             width: 1
             height: PanelMetrics.gridPadding
+        }
+        // The row of the cell that adds applications, where it has one of its own.
+        footer: Item {
+            width: 1
+            height: addCell.visible && addCell.column === 0 ? view.cellHeight : 0
         }
         bottomMargin: PanelMetrics.gridPadding - PanelMetrics.rowSpacing
         cellWidth: page.pitch
@@ -47,24 +55,68 @@ Item {
         highlightFollowsCurrentItem: false
         model: Panel.grid
         Accessible.role: Accessible.List
-        Accessible.name: "Apps"
+        Accessible.name: Panel.contentName
         onCurrentIndexChanged: {
             if (activeFocus)
                 positionViewAtIndex(currentIndex, GridView.Contain);
         }
 
-        // From the first column the way leads back to the sidebar.
+        function goTo(index) {
+            if (index < 0)
+                return;
+            currentIndex = index;
+            currentItem.forceActiveFocus();
+            positionViewAtIndex(index, GridView.Contain);
+        }
+
+        // From the first column the way leads back to the sidebar, from the last application to the cell that adds some.
         Keys.onLeftPressed: {
             if (currentIndex % page.columns > 0)
                 moveCurrentIndexLeft();
             else
                 page.leftEdgePassed();
         }
+        Keys.onRightPressed: event => addCell.takeFrom(currentIndex + 1, event)
+        Keys.onDownPressed: event => addCell.takeFrom(currentIndex + page.columns, event)
 
         delegate: CBAppCell {
             width: (GridView.view as GridView).cellWidth - PanelMetrics.columnSpacing
             height: (GridView.view as GridView).cellHeight - PanelMetrics.rowSpacing
             showsTitle: Panel.showsTitles
+        }
+
+        CBAddAppCell {
+            id: addCell
+
+            readonly property int column: view.count % page.columns
+            readonly property int row: (view.count - column) / page.columns
+
+            parent: view.contentItem
+            x: column * view.cellWidth
+            y: row * view.cellHeight
+            width: view.cellWidth - PanelMetrics.columnSpacing
+            height: view.cellHeight - PanelMetrics.rowSpacing
+            visible: Panel.isEditable
+            showsTitle: Panel.showsTitles
+
+            // Takes the focus where it is the cell at this place.
+            function takeFrom(place, event) {
+                event.accepted = visible && place === view.count;
+                if (!event.accepted)
+                    return;
+                forceActiveFocus();
+                view.positionViewAtEnd();
+            }
+
+            Keys.onLeftPressed: {
+                if (column > 0)
+                    view.goTo(view.count - 1);
+                else
+                    page.leftEdgePassed();
+            }
+            Keys.onUpPressed: view.goTo(view.count - page.columns)
+            Keys.onRightPressed: event => event.accepted = true
+            Keys.onDownPressed: event => event.accepted = true
         }
     }
 

@@ -2,24 +2,23 @@ import QtQuick
 import Cobblet.Controls
 import Cobblet.Panel
 
-// One application of the grid, or the cell that adds some.
+// One application of the grid.
 Pressable {
     id: cell
 
     required property int index
     required property string name
     required property int count
-    required property bool isAdd
     required property bool isInstalled
     required property bool isRunning
     required property var tile
     required property bool showsTitle
 
     corner: 8
-    label: isAdd ? "Add Apps" : name
+    label: name
     springs: picture
     opacity: isInstalled ? 1 : 0.35
-    Accessible.description: isRunning ? "Running" : ""
+    Accessible.description: !isInstalled ? "Not installed" : isRunning ? "Running" : ""
     onTriggered: Panel.activateCell(index)
     onMenuRequested: position => Panel.showCellMenu(index, position)
 

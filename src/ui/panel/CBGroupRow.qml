@@ -1,4 +1,5 @@
 import QtQuick
+import Cobblet.Controls
 import Cobblet.Panel
 
 // The tab of a group.
@@ -11,8 +12,10 @@ SidebarButton {
     label: name
     tip: name
     hint: shortcutDigit > 0 ? "⌘" + shortcutDigit : ""
+    hintFamily: Units.fixedFont
     Accessible.role: Accessible.PageTab
     Accessible.selected: isSelected
+    Accessible.onPressAction: triggered()
     onTriggered: Panel.selectRow(index)
     onMenuRequested: position => Panel.showGroupMenu(index, position)
 }

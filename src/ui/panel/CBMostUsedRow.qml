@@ -8,5 +8,6 @@ SidebarButton {
     emoji: "⭐️"
     Accessible.role: Accessible.PageTab
     Accessible.selected: isSelected
+    Accessible.onPressAction: triggered()
     onTriggered: Panel.selectRow(-1)
 }

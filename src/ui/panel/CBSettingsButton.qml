@@ -8,6 +8,7 @@ SidebarButton {
     label: "Settings"
     textColor: CBTheme.text2
     hint: "⌘,"
+    hintColor: CBTheme.text3
     tip: "Open Settings (⌘,)"
     activeFocusOnTab: true
     onTriggered: Panel.openSettings()

@@ -7,12 +7,15 @@ Pressable {
     property alias symbol: picture.name
     // Without room for its label the button keeps its symbol, and tells its label as a tip.
     property bool compact: false
-    readonly property real fullWidth: picture.width + labelText.implicitWidth + 26
+    // Every label that the button may come to have: it is as wide as the widest from the start.
+    property var labels: [label]
+    readonly property real smallWidth: picture.width + 20
+    readonly property real fullWidth: picture.width + 26 + Math.ceil(Math.max(...labels.map(text => metrics.advanceWidth(text))))
     property string hint
     property HintBubble bubble: null
     readonly property bool hinting: containsMouse && hint !== ""
 
-    width: compact ? picture.width + 20 : fullWidth
+    width: compact ? smallWidth : fullWidth
     tip: compact ? label : ""
     height: 28
     corner: 7
@@ -32,6 +35,11 @@ Pressable {
         y: Math.round((button.height - height) / 2)
         fontSize: 11
         color: CBTheme.text
+    }
+
+    FontMetrics {
+        id: metrics
+        font: labelText.font
     }
 
     CBText {

@@ -7,8 +7,10 @@ Item {
     id: tools
 
     required property real hair
-    readonly property bool compact: 10 + openAll.fullWidth + 4 + closeAll.fullWidth
-                                    + (standalone.visible ? 4 + standalone.fullWidth : 0) + info.width + 4 > width
+    // Where there is no room for all labels they go one after the other; the last to go is the one that tells what
+    // the modifier keys do.
+    readonly property real room: info.x - openAll.x - 4
+    readonly property real leastStandalone: standalone.visible ? standalone.smallWidth + 4 : 0
 
     height: PanelMetrics.toolRowHeight + hair
 
@@ -22,7 +24,7 @@ Item {
         id: openAll
         x: 10
         y: 9 + tools.hair
-        compact: tools.compact
+        compact: fullWidth + closeAll.fullWidth + tools.leastStandalone > tools.room
         label: "Open All"
         symbol: "play.fill"
         onTriggered: Panel.openAll()
@@ -30,10 +32,11 @@ Item {
 
     CBToolButton {
         id: closeAll
-        compact: tools.compact
+        compact: openAll.smallWidth + fullWidth + tools.leastStandalone > tools.room
         x: openAll.x + openAll.width + 4
         y: openAll.y
         label: Panel.closeAllLabel
+        labels: Panel.closeAllLabels
         symbol: Panel.closeAllSymbol
         hint: "⌘ + Click = Force Quit\n⌥ + Click = Graceful Quit"
         onTriggered: Panel.closeAll()
@@ -42,7 +45,7 @@ Item {
     CBToolButton {
         id: standalone
         visible: Panel.offersStandalone
-        compact: tools.compact
+        compact: openAll.fullWidth + closeAll.fullWidth + fullWidth + 4 > tools.room
         x: closeAll.x + closeAll.width + 4
         y: openAll.y
         label: "Standalone"

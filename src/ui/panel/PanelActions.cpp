@@ -30,13 +30,14 @@ QUuid PanelActions::createGroup(const QString &name, const QString &emoji)
     return group.id;
 }
 
-void PanelActions::chooseApps(const QUuid &group)
+void PanelActions::chooseFiles(const QUuid &group)
 {
     const FileRequest request{.title = QStringLiteral("Choose Apps"),
                               .acceptLabel = QStringLiteral("Add"),
                               .folder = m_d.workspace.applicationsFolder(),
-                              .filters = {QStringLiteral("Applications (*.desktop *.app)")},
-                              .multiple = true};
+                              .filters = {QStringLiteral("Applications (*.desktop)")},
+                              .multiple = true,
+                              .package = QStringLiteral("app")};
     m_d.dialogs.chooseFiles(request, [self = QPointer(this), group](const QStringList &paths) {
         if (self)
             self->addFiles(paths, group);
@@ -106,7 +107,6 @@ QList<MenuItem> PanelActions::cellMenu(const CellState &cell, const AppGroup *gr
     if (!group)
         return menu;
 
-    menu.append(MenuItem{});
     MenuItem move;
     move.title = QStringLiteral("Move to");
     for (const AppGroup &other : others)
@@ -126,7 +126,6 @@ QList<MenuItem> PanelActions::groupMenu(const AppGroup &group)
              .symbol = group.isPinned ? QStringLiteral("pin.slash") : QStringLiteral("pin"),
              .action = [this, id = group.id, pinned = !group.isPinned] { m_d.config.setPinned(id, pinned); }},
             {.title = QStringLiteral("Delete"),
-             .symbol = QStringLiteral("trash"),
              .action = [this, id = group.id] { deleteGroup(id); },
              .destructive = true}};
 }

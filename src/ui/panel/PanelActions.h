@@ -50,8 +50,8 @@ public:
 
     /// Appends a group with the trimmed name; its id, or a null one when the name is blank.
     QUuid createGroup(const QString &name, const QString &emoji);
-    /// Lets the user choose applications and appends them to the group.
-    void chooseApps(const QUuid &group);
+    /// Lets the user choose the files of applications, which are appended to the group.
+    void chooseFiles(const QUuid &group);
     /// Asks first.
     void deleteGroup(const QUuid &group);
 

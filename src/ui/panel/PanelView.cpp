@@ -1,6 +1,7 @@
 #include "ui/panel/PanelView.h"
 
 #include "standalone/IconProvider.h"
+#include "ui/panel/AppIcons.h"
 #include "ui/panel/PanelMetrics.h"
 
 #include <QKeyEvent>
@@ -30,6 +31,7 @@ PanelView::PanelView(const PanelDependencies &dependencies)
     volatile auto types = &qml_register_types_Cobblet_Panel;
     Q_UNUSED(types)
     m_model.provideTo(m_engine);
+    m_engine.addImageProvider(QStringLiteral("applications"), new AppIcons(dependencies.workspace));
 
     m_view = std::make_unique<QQuickView>(&m_engine, nullptr);
     QSurfaceFormat format = m_view->format();

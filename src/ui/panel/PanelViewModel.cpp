@@ -7,6 +7,7 @@
 #include "model/Notifications.h"
 #include "platform/Menus.h"
 #include "platform/Workspace.h"
+#include "ui/common/DisplayText.h"
 #include "ui/panel/PanelMetrics.h"
 
 #include <utility>
@@ -33,6 +34,8 @@ PanelViewModel::PanelViewModel(const PanelDependencies &dependencies, QObject *p
     };
     connect(&m_d.usage, &UsageTracker::countsChanged, this, refreshMostUsed);
     connect(&m_d.workspace, &Workspace::installedApplicationsChanged, this, refreshMostUsed);
+
+    connect(&m_tiles, &TileImages::changed, this, &PanelViewModel::addTileChanged);
 
     connect(&m_d.notifications, &NotificationCenter::selectGroupShortcut, this, &PanelViewModel::selectDigit);
     connect(&m_d.notifications, &NotificationCenter::selectGroupByID, this,
@@ -98,10 +101,10 @@ void PanelViewModel::reloadContent()
     m_layout = m_d.popupSettings.effectiveLayout(group);
     if (group) {
         m_mostUsed = {};
-        m_grid.show(group->apps, true);
+        m_grid.show(group->apps);
     } else {
         m_mostUsed = m_order.isEmpty() ? AppGroup() : m_d.usage.mostUsed(mostUsedLimit);
-        m_grid.show(m_mostUsed.apps, false, &m_d.usage.counts());
+        m_grid.show(m_mostUsed.apps, &m_d.usage.counts());
     }
     emit contentChanged();
     postDesiredSize();
@@ -140,6 +143,12 @@ QString PanelViewModel::contentID() const
 {
     const AppGroup *group = groupOnShow();
     return group ? group->id.toString() : QString();
+}
+
+QString PanelViewModel::contentName() const
+{
+    const AppGroup *group = groupOnShow();
+    return group ? displayText(group->name) : QStringLiteral("Most Used");
 }
 
 bool PanelViewModel::showsToolRow() const
@@ -218,21 +227,25 @@ void PanelViewModel::closeAll()
 
 void PanelViewModel::activateCell(int row)
 {
-    const GridCell *cell = m_grid.row(row);
-    if (!cell)
-        return;
-    if (cell->isAdd) {
-        if (const AppGroup *group = groupOnShow())
-            m_actions.chooseApps(group->id);
-    } else if (m_grid.isInstalled(cell->app.bundleID)) {
+    if (const GridCell *cell = m_grid.row(row); cell && m_grid.isInstalled(cell->app.bundleID))
         m_actions.openApp(cell->app.bundleID);
-    }
+}
+
+AppChooser *PanelViewModel::makeChooser(QObject *parent)
+{
+    const AppGroup *group = groupOnShow();
+    if (!group)
+        return nullptr;
+    const QUuid id = group->id;
+    return new AppChooser(
+        m_d.workspace, [this, id](const QList<AppItem> &apps) { m_d.config.addApps(apps, id); },
+        [this, id] { m_actions.chooseFiles(id); }, parent);
 }
 
 void PanelViewModel::showCellMenu(int row, const QPointF &position)
 {
     const GridCell *cell = m_grid.row(row);
-    if (!cell || cell->isAdd)
+    if (!cell)
         return;
     const QString &bundleID = cell->app.bundleID;
     const AppGroup *group = groupOnShow();

@@ -2,6 +2,7 @@
 
 #include "model/PopupSettings.h"
 #include "ui/common/EngineSingleton.h"
+#include "ui/panel/AppChooser.h"
 #include "ui/panel/AppGridModel.h"
 #include "ui/panel/PanelActions.h"
 #include "ui/panel/SidebarModel.h"
@@ -30,11 +31,15 @@ class PanelViewModel : public QObject, public EngineSingleton<PanelViewModel> {
     Q_PROPERTY(QString contentID READ contentID NOTIFY contentChanged)
     Q_PROPERTY(bool showsToolRow READ showsToolRow NOTIFY contentChanged)
     Q_PROPERTY(bool offersStandalone READ offersStandalone NOTIFY contentChanged)
+    Q_PROPERTY(bool isEditable READ isEditable NOTIFY contentChanged)
+    Q_PROPERTY(QString contentName READ contentName NOTIFY contentChanged)
+    Q_PROPERTY(QVariant addTile READ addTile NOTIFY addTileChanged)
     Q_PROPERTY(int columns READ columns NOTIFY contentChanged)
     Q_PROPERTY(double roomWidth READ roomWidth NOTIFY roomWidthChanged)
     Q_PROPERTY(bool showsTitles READ showsTitles NOTIFY contentChanged)
     Q_PROPERTY(bool sidebarExpanded MEMBER m_sidebarExpanded NOTIFY sidebarExpandedChanged)
     Q_PROPERTY(QString closeAllLabel READ closeAllLabel NOTIFY modifiersChanged)
+    Q_PROPERTY(QStringList closeAllLabels READ closeAllLabels CONSTANT)
     Q_PROPERTY(QString closeAllSymbol READ closeAllSymbol NOTIFY modifiersChanged)
     Q_PROPERTY(bool showsMostUsed READ showsMostUsed NOTIFY contentChanged)
     Q_PROPERTY(bool shown READ isVisible NOTIFY shownChanged)
@@ -69,6 +74,12 @@ public:
     Content content() const;
     /// Changes exactly when another tab comes on show.
     QString contentID() const;
+    /// What the tab is called.
+    QString contentName() const;
+    /// Whether applications can be added to what is on show.
+    bool isEditable() const { return groupOnShow() != nullptr; }
+    /// The picture of the cell that adds applications.
+    QVariant addTile() { return m_tiles.addTile(); }
     bool showsToolRow() const;
     /// Whether the group on show can be an application of its own.
     bool offersStandalone() const { return m_d.openStandalone && groupOnShow(); }
@@ -79,6 +90,7 @@ public:
     void setRoomWidth(double width);
     bool showsTitles() const { return m_layout.showsTitles; }
     QString closeAllLabel() const { return closeAllButton(m_isCommandPressed, m_isOptionPressed).label; }
+    QStringList closeAllLabels() const { return cobblet::closeAllLabels(); }
     QString closeAllSymbol() const { return closeAllButton(m_isCommandPressed, m_isOptionPressed).symbol; }
 
     /// The keys as held now; none when the panel is hidden or has lost the keyboard.
@@ -98,8 +110,11 @@ public:
     Q_INVOKABLE void closeAll();
     /// Closes the panel and opens the application of the group on show.
     Q_INVOKABLE void openStandalone();
-    /// Opens the cell's application, or lets the user choose applications to add.
+    /// Opens the cell's application.
     Q_INVOKABLE void activateCell(int row);
+    /// A list to choose applications from, which are added to the group that is on show now; null where there is
+    /// none. The parent owns it.
+    Q_INVOKABLE cobblet::AppChooser *makeChooser(QObject *parent);
     /// `position` in points from the window's top left corner.
     Q_INVOKABLE void showCellMenu(int row, const QPointF &position);
     Q_INVOKABLE void showGroupMenu(int row, const QPointF &position);
@@ -112,6 +127,7 @@ signals:
     void sidebarExpandedChanged();
     void modifiersChanged();
     void shownChanged();
+    void addTileChanged();
 
 private:
     void reload();

@@ -10,6 +10,8 @@ Pressable {
     property string hint
     property bool isSelected: false
     property alias textColor: labelText.color
+    property alias hintColor: hintText.color
+    property alias hintFamily: hintText.font.family
 
     readonly property int fullWidth: PanelMetrics.expandedWidth - 16
     readonly property int smallWidth: PanelMetrics.collapsedWidth - 16
@@ -49,6 +51,5 @@ Pressable {
         text: row.hint
         color: CBTheme.kbd
         font.pixelSize: 12
-        font.family: Units.fixedFont
     }
 }

@@ -2,15 +2,14 @@ import QtQuick
 import Cobblet.Controls
 import Cobblet.Panel
 
-// The sidebar's title with the buttons that make a group and collapse the sidebar. Collapsed there is room for
-// the second one only.
+// The sidebar's title with the buttons that make a group and collapse the sidebar; collapsed, one above the other.
 Item {
     id: header
 
     required property real expansion
     required property int groupCount
 
-    height: 44
+    height: 44 + (1 - expansion) * toggle.height
 
     CBText {
         x: 10 - 8 * (1 - header.expansion)
@@ -27,11 +26,13 @@ Item {
         Accessible.description: header.groupCount
     }
 
+    // Fades over from one place to the other.
     SymbolButton {
-        x: toggle.x - width
-        y: 10
-        visible: header.expansion > 0
-        opacity: header.expansion
+        readonly property bool isBeside: header.expansion > 0.5
+
+        x: isBeside ? toggle.x - width : toggle.x
+        y: isBeside ? toggle.y : toggle.y + toggle.height
+        opacity: Math.abs(2 * header.expansion - 1)
         symbol: "plus"
         tip: "New Group"
         onTriggered: Popovers.toggle(Qt.createComponent("NewGroupPopover.qml"), this)

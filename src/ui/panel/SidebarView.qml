@@ -23,6 +23,7 @@ Item {
     }
 
     SidebarHeader {
+        id: header
         width: sidebar.width
         expansion: sidebar.expansion
         groupCount: list.count
@@ -31,7 +32,7 @@ Item {
     ListView {
         id: list
         x: 8
-        y: 44
+        y: header.height
         width: sidebar.width - 16
         height: settings.y - 6 - y
         // Most Used stands apart from the groups, and scrolls with them.

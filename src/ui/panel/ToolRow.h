@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QString>
+#include <QStringList>
 
 namespace cobblet {
 
@@ -22,6 +22,15 @@ inline CloseAllButton closeAllButton(bool isCommandPressed, bool isOptionPressed
     if (isOptionPressed && !isCommandPressed)
         return {CloseAll::Quit, QStringLiteral("Quit All"), QStringLiteral("xmark")};
     return {CloseAll::Hide, QStringLiteral("Hide All"), QStringLiteral("eye.slash")};
+}
+
+/// Every label that the button can have.
+inline QStringList closeAllLabels()
+{
+    QStringList labels;
+    for (const auto &[command, option] : {std::pair(false, false), {false, true}, {true, false}})
+        labels.append(closeAllButton(command, option).label);
+    return labels;
 }
 
 } // namespace cobblet

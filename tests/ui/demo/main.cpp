@@ -89,7 +89,7 @@ int main(int argc, char **argv)
                         {u"collapsed"_s, u"With the sidebar collapsed."_s},
                         {u"focus"_s, u"With the keyboard's focus shown."_s},
                         {u"hover"_s, u"Point at the control with this label."_s, u"label"_s},
-                        {u"popover"_s, u"Open a popover: group or hint."_s, u"name"_s},
+                        {u"popover"_s, u"Open a popover: group, hint or apps."_s, u"name"_s},
                         {u"shot"_s, u"Save a picture and quit."_s, u"file"_s}});
     options.process(application);
     const auto number = [&options](const QString &name) { return options.value(name).toInt(); };
@@ -145,8 +145,8 @@ int main(int argc, char **argv)
             QMouseEvent move(QEvent::MouseMove, to, window.mapToGlobal(to), Qt::NoButton, Qt::NoButton, {});
             QCoreApplication::sendEvent(&window, &move);
         }
-        const QMap<QString, QString> openers{{u"group"_s, u"New Group"_s},
-                                             {u"hint"_s, u"Close All Button Shortcuts"_s}};
+        const QMap<QString, QString> openers{
+            {u"apps"_s, u"Add Apps"_s}, {u"group"_s, u"New Group"_s}, {u"hint"_s, u"Close All Button Shortcuts"_s}};
         if (const QString opener = openers.value(options.value(u"popover"_s)); !opener.isEmpty())
             QMetaObject::invokeMethod(findItem(root, opener), "triggered");
     });
