@@ -69,17 +69,20 @@ bool X11OutsidePresses::nativeEventFilter(const QByteArray &type, void *message,
 void X11OutsidePresses::lookInto(xcb_window_t window)
 {
     X11Connection &x11 = m_windows.x11();
-    x11.whenReplied(xcb_query_pointer(x11.xcb(), window).sequence, this, [this](const void *raw) {
+    x11.whenReplied(xcb_query_pointer(x11.xcb(), window).sequence, this, [this, window](const void *raw) {
         const auto *reply = static_cast<const xcb_query_pointer_reply_t *>(raw);
         const xcb_window_t child = reply ? reply->child : xcb_window_t(XCB_WINDOW_NONE);
         if (!m_listens)
             return;
-        if (child == XCB_WINDOW_NONE)
-            emit pressed();
-        else if (m_windows.hasManager() && m_windows.contains(child))
+        // Below a frame nothing says little: the press may have opened a menu over it by now.
+        if (child == XCB_WINDOW_NONE) {
+            if (window == m_windows.x11().root() || !m_windows.hasManager())
+                emit pressed();
+        } else if (m_windows.hasManager() && m_windows.contains(child)) {
             judge(child);
-        else if (!m_windows.isOwn(child))
+        } else if (!m_windows.isOwn(child)) {
             lookInto(child);
+        }
     });
 }
 
