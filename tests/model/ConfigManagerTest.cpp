@@ -232,6 +232,7 @@ TEST_F(ConfigManagerTest, FollowsAnotherProcessAndPublishesOnlyDifferences)
 TEST_F(ConfigManagerTest, AFileThatIsHalfWrittenForAnInstantIsNotCorrupt)
 {
     static QStringList logged;
+    logged.clear();
     const auto before = qInstallMessageHandler(
         [](QtMsgType, const QMessageLogContext &, const QString &message) { logged.append(message); });
     const auto isAnnounced = [] { return !logged.filter(u"holds no groups"_s).isEmpty(); };
