@@ -8,10 +8,10 @@
 
 #include <csignal>
 #include <memory>
+#include <optional>
 
 #include <fcntl.h>
 #include <spawn.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -27,16 +27,10 @@ public:
     Painter(const Painter &) = delete;
     Painter &operator=(const Painter &) = delete;
 
-    /// False when the program is no more.
-    bool draw(const QByteArray &document, QImage &image, bool &drawn) const;
+    /// Whether the document could be drawn; absent when the program is no more.
+    std::optional<bool> draw(const QByteArray &document, QImage &image) const;
 
 private:
-    bool send(const void *from, qsizetype bytes) const;
-    bool receive(void *to, qsizetype bytes) const
-    {
-        return ::recv(m_socket, to, size_t(bytes), MSG_WAITALL) == bytes;
-    }
-
     int m_socket = -1;
     pid_t m_process = -1;
 };
@@ -70,28 +64,15 @@ Painter::~Painter()
     ::waitpid(m_process, nullptr, 0);
 }
 
-bool Painter::send(const void *from, qsizetype bytes) const
-{
-    const char *rest = static_cast<const char *>(from);
-    while (bytes > 0) {
-        const ssize_t sent = ::send(m_socket, rest, size_t(bytes), MSG_NOSIGNAL);
-        if (sent <= 0)
-            return false;
-        rest += sent;
-        bytes -= sent;
-    }
-    return true;
-}
-
-bool Painter::draw(const QByteArray &document, QImage &image, bool &drawn) const
+std::optional<bool> Painter::draw(const QByteArray &document, QImage &image) const
 {
     const SvgRequest request{uint32_t(document.size()), uint32_t(image.width())};
-    char answer = 0;
-    if (m_process <= 0 || !send(&request, sizeof request) || !send(document.constData(), document.size()) ||
-        !receive(&answer, 1))
-        return false;
-    drawn = answer == 1;
-    return !drawn || receive(image.bits(), image.sizeInBytes());
+    char drawn = 0;
+    if (m_process <= 0 || !sendAll(m_socket, &request, sizeof request) ||
+        !sendAll(m_socket, document.constData(), size_t(document.size())) || !receiveAll(m_socket, &drawn, 1) ||
+        (drawn && !receiveAll(m_socket, image.bits(), size_t(image.sizeInBytes()))))
+        return std::nullopt;
+    return drawn != 0;
 }
 
 /// Of the thread, which it ends with. Whoever needs many pictures has a thread for as long as they take.
@@ -106,12 +87,11 @@ QImage svgImage(const QString &program, const QByteArray &document, int side)
         return {};
     if (!painter)
         painter = std::make_unique<Painter>(program);
-    bool drawn = false;
-    const bool serves = painter->draw(document, image, drawn);
+    const std::optional<bool> drawn = painter->draw(document, image);
     const QCoreApplication *application = QCoreApplication::instance();
-    if (!serves || !application || QThread::currentThread() == application->thread()) // which never ends
+    if (!drawn || !application || QThread::currentThread() == application->thread()) // which never ends
         painter.reset();
-    return serves && drawn ? image : QImage();
+    return drawn.value_or(false) ? image : QImage();
 }
 
 } // namespace cobblet

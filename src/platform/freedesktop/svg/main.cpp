@@ -11,7 +11,6 @@
 #include <vector>
 
 #include <sys/resource.h>
-#include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -51,24 +50,6 @@ void allow(time_t seconds)
     setitimer(ITIMER_PROF, &timer, nullptr);
 }
 
-bool receive(void *to, size_t bytes)
-{
-    return bytes == 0 || recv(STDIN_FILENO, to, bytes, MSG_WAITALL) == ssize_t(bytes);
-}
-
-bool answer(const void *from, size_t bytes)
-{
-    const char *rest = static_cast<const char *>(from);
-    while (bytes > 0) {
-        const ssize_t sent = send(STDIN_FILENO, rest, bytes, MSG_NOSIGNAL);
-        if (sent <= 0)
-            return false;
-        rest += sent;
-        bytes -= size_t(sent);
-    }
-    return true;
-}
-
 /// In the middle of the picture, with its proportions kept.
 bool draw(const std::vector<unsigned char> &document, std::vector<unsigned char> &pixels, int side)
 {
@@ -90,17 +71,17 @@ int main()
 {
     setLimits();
     SvgRequest request{};
-    while (receive(&request, sizeof request)) {
+    while (receiveAll(STDIN_FILENO, &request, sizeof request)) {
         if (request.bytes > maximumSvgBytes || request.side == 0 || request.side > maximumSvgSide)
             return EXIT_FAILURE;
         std::vector<unsigned char> document(request.bytes);
         std::vector<unsigned char> pixels(size_t(4) * request.side * request.side);
-        if (!receive(document.data(), document.size()))
+        if (!receiveAll(STDIN_FILENO, document.data(), document.size()))
             return EXIT_FAILURE;
         allow(maximumSeconds);
         const unsigned char drawn = draw(document, pixels, int(request.side)) ? 1 : 0;
         allow(0);
-        if (!answer(&drawn, 1) || (drawn && !answer(pixels.data(), pixels.size())))
+        if (!sendAll(STDIN_FILENO, &drawn, 1) || (drawn && !sendAll(STDIN_FILENO, pixels.data(), pixels.size())))
             return EXIT_FAILURE;
     }
     return EXIT_SUCCESS;
