@@ -139,7 +139,9 @@ TEST_F(PortalHotKeysTest, EveryWayToHaveNoneIsSaid)
             ASSERT_TRUE(becomes([&] { return !hotKeys.trigger(id(1)).isEmpty(); }));
             afterwards(portal);
         }
-        EXPECT_TRUE(becomes([&] { return hotKeys.availability().sentence.contains(QLatin1String(what)); })) << what;
+        EXPECT_TRUE(becomes([&, what = QLatin1String(what)] {
+            return hotKeys.availability().sentence.contains(what);
+        })) << what;
         EXPECT_FALSE(works(hotKeys)) << what;
         EXPECT_EQ(std::exchange(refused, {}), (QList<quint32>{1, 2, 3, 4, 5, 6, 7, 8, 9})) << what;
         portal.press(u"group-1"_s, portal.session);
