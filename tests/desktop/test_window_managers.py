@@ -1,4 +1,4 @@
-"""What a person does first, under each of several window managers as their distribution sets them up."""
+"""What a person does first, under window managers other than the one that all the tests run on."""
 
 import unittest
 
@@ -47,8 +47,15 @@ class WindowManagers(unittest.TestCase):
                 desktop.wait(lambda: len(cobblet.tool_buttons()) > CLOSE_ALL, "the tools")
                 cobblet.click_tool(CLOSE_ALL)
 
-            opened()
+            # On its way from the bar to the panel the pointer crosses the terminal.
+            panel = opened()
+            desktop.move(700, desktop.size[1] - 2)
+            desktop.move(250, 500)
+            self.assertTrue(desktop.holds(panel.viewable))
+            desktop.move(*cobblet.cell(CALCULATOR))
+            desktop.wait_focus(panel)
             cobblet.hide()
+            desktop.move(260, 300)
             desktop.wait_focus(terminal)
             self.assertTrue(desktop.holds(lambda: desktop.focused() == terminal))
 
@@ -72,10 +79,11 @@ class WindowManagers(unittest.TestCase):
                 cobblet.wait_painted()
                 close_all()
             desktop.wait_no_window("XCalc")
-            cobblet.hide()
+            desktop.click(260, 300)
+            cobblet.wait_hidden()
             desktop.wait_focus(terminal)
 
     def test_the_panel_works_with_the_window_managers_own_settings(self):
-        for manager in ("openbox", "xfwm4", "kwin_x11", "i3", "fluxbox", "awesome"):
+        for manager in ("xfwm4", "kwin_x11", "i3", "fluxbox", "awesome"):
             with self.subTest(manager):
                 self.check(manager)

@@ -13,7 +13,6 @@ namespace {
 constexpr uint8_t button = XCB_BUTTON_INDEX_1;
 constexpr uint16_t events =
     XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE | XCB_EVENT_MASK_BUTTON_1_MOTION;
-constexpr int deepest = 4; // windows from the root window's children down; a window manager's frame has two at most
 
 } // namespace
 
@@ -67,22 +66,6 @@ void X11AltClicks::release()
     xcb_flush(m_toolkit);
 }
 
-/// Where the window begins, when it is the one under the pointer.
-std::optional<QPoint> X11AltClicks::originUnder(const xcb_button_press_event_t &press) const
-{
-    xcb_window_t under = press.child;
-    std::optional<QPoint> origin;
-    for (int depth = 0; depth < deepest && under != XCB_WINDOW_NONE && !origin; ++depth) {
-        const XcbReply<xcb_query_pointer_reply_t> pointer(
-            xcb_query_pointer_reply(m_x11.xcb(), xcb_query_pointer(m_x11.xcb(), under), nullptr));
-        if (pointer && under == m_window)
-            origin = QPoint(pointer->root_x - pointer->win_x, pointer->root_y - pointer->win_y);
-        under = pointer ? pointer->child : xcb_window_t(XCB_WINDOW_NONE);
-    }
-    m_x11.drainSoon();
-    return origin;
-}
-
 /// What the grab brings is told of the root window. The toolkit gets it as if the window had been clicked.
 bool X11AltClicks::nativeEventFilter(const QByteArray &type, void *message, qintptr *)
 {
@@ -94,7 +77,7 @@ bool X11AltClicks::nativeEventFilter(const QByteArray &type, void *message, qint
         event->event != m_x11.root())
         return false;
     if (kind == XCB_BUTTON_PRESS) {
-        m_origin = originUnder(*event);
+        m_origin = m_x11.originUnderPointer(m_window);
         xcb_allow_events(m_toolkit, m_origin ? XCB_ALLOW_ASYNC_BOTH : XCB_ALLOW_REPLAY_POINTER, event->time);
         xcb_flush(m_toolkit);
     }

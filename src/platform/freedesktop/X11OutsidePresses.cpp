@@ -4,6 +4,7 @@
 #include <QWindow>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include <xcb/xinput.h>
@@ -15,6 +16,9 @@ namespace {
 constexpr const char *typeName = "_NET_WM_WINDOW_TYPE";
 constexpr const char *dockType = "_NET_WM_WINDOW_TYPE_DOCK";
 constexpr const char *desktopType = "_NET_WM_WINDOW_TYPE_DESKTOP";
+
+// A window manager that is busy gives a window the focus this much later than it was asked to.
+constexpr std::chrono::milliseconds memory{500};
 
 /// The wheel, which is no turning away.
 bool isWheel(uint32_t button)
@@ -45,7 +49,8 @@ void X11OutsidePresses::listen(bool on)
     struct {
         xcb_input_event_mask_t head;
         uint32_t events;
-    } const mask{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, on ? uint32_t(XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS) : 0};
+    } const mask{{XCB_INPUT_DEVICE_ALL_MASTER, 1},
+                 on ? uint32_t(XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS) : 0};
     xcb_input_xi_select_events(m_toolkit, m_windows.x11().root(), 1, &mask.head);
     xcb_flush(m_toolkit);
 }
@@ -54,15 +59,24 @@ bool X11OutsidePresses::nativeEventFilter(const QByteArray &type, void *message,
 {
     const auto *event = static_cast<const xcb_ge_generic_event_t *>(message);
     if (!m_listens || type != "xcb_generic_event_t" || (event->response_type & 0x7f) != XCB_GE_GENERIC ||
-        event->extension != m_inputOpcode || event->event_type != XCB_INPUT_RAW_BUTTON_PRESS ||
-        isWheel(static_cast<const xcb_input_raw_button_press_event_t *>(message)->detail))
+        event->extension != m_inputOpcode ||
+        (event->event_type != XCB_INPUT_RAW_BUTTON_PRESS && event->event_type != XCB_INPUT_RAW_KEY_PRESS))
         return false;
+    m_sincePress.start();
+    if (event->event_type == XCB_INPUT_RAW_KEY_PRESS ||
+        isWheel(static_cast<const xcb_input_raw_button_press_event_t *>(message)->detail))
+        return true;
     // A menu that is open takes the press for itself.
     const QWindowList windows = QGuiApplication::topLevelWindows();
     if (std::ranges::none_of(
             windows, [](const QWindow *window) { return window->type() == Qt::Popup && window->isVisible(); }))
         lookInto(m_windows.x11().root());
     return true;
+}
+
+bool X11OutsidePresses::pressedLately() const
+{
+    return m_sincePress.isValid() && !m_sincePress.hasExpired(memory.count());
 }
 
 /// Such a press does not say where it was; the pointer is still there.
@@ -86,9 +100,11 @@ void X11OutsidePresses::lookInto(xcb_window_t window)
     });
 }
 
-/// An application's window takes the focus in its own time, which tells enough.
+/// An application's window takes the focus in its own time, which tells enough, unless it has the focus already.
 void X11OutsidePresses::judge(xcb_window_t client)
 {
+    if (client == m_windows.activeWindow())
+        return emit pressed();
     X11Connection &x11 = m_windows.x11();
     x11.ask(client, x11.atom(typeName), this, [this, &x11](const std::vector<uint32_t> &types) {
         if (std::ranges::any_of(types, [&x11](xcb_atom_t type) {

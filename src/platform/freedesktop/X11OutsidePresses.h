@@ -3,10 +3,11 @@
 #include "platform/freedesktop/x11/X11Windows.h"
 
 #include <QAbstractNativeEventFilter>
+#include <QElapsedTimer>
 
 namespace cobblet {
 
-/// Sees the presses of pointer buttons that are for nobody who takes the focus: on docks, on the bare desktop. It
+/// Sees the presses of pointer buttons that move no focus: on docks, on the bare desktop, on a window that has it. It
 /// takes them from nobody.
 class X11OutsidePresses : public QObject, private QAbstractNativeEventFilter {
     Q_OBJECT
@@ -16,6 +17,8 @@ public:
     ~X11OutsidePresses() override;
 
     void listen(bool on);
+    /// Whether the user has just pressed a button or a key, wherever.
+    bool pressedLately() const;
 
 signals:
     void pressed();
@@ -29,6 +32,7 @@ private:
     xcb_connection_t *m_toolkit;
     uint8_t m_inputOpcode = 0; ///< 0 without the extension
     bool m_listens = false;
+    QElapsedTimer m_sincePress;
 };
 
 } // namespace cobblet

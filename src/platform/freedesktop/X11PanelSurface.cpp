@@ -70,7 +70,7 @@ X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Scr
     m_loss.setSingleShot(true);
     connect(&m_loss, &QTimer::timeout, this, [this] {
         m_holder = XCB_WINDOW_NONE;
-        if (isVisible())
+        if (isVisible() && !pointerTookFocus())
             emit resignedKey();
     });
     connect(&m_windows, &X11Windows::activeWindowChanged, this, [this] {
@@ -259,6 +259,14 @@ bool X11PanelSurface::holdsFocus(xcb_window_t focus) const
         m_windows.isManagerWindow(focus))
         return true; // nobody else has it
     return isFamily(ownWindow(focus));
+}
+
+/// Where the focus follows the pointer, to cross another window on the way to the panel is not to turn away from it.
+bool X11PanelSurface::pointerTookFocus() const
+{
+    const xcb_window_t active = m_windows.activeWindow();
+    return active != XCB_WINDOW_NONE && active != m_id && !m_presses.pressedLately() &&
+           m_windows.x11().originUnderPointer(active);
 }
 
 void X11PanelSurface::orderOut()

@@ -41,6 +41,7 @@ private:
     void repeatState();
     bool holdsFocus(xcb_window_t focus) const;
     void returnFocus();
+    bool pointerTookFocus() const;
     void updateShape();
     void updateEffects();
     void set(const char *property, xcb_atom_t type, const std::vector<uint32_t> &values);

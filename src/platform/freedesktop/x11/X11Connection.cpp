@@ -167,6 +167,22 @@ xcb_window_t X11Connection::focus()
     return reply ? reply->focus : xcb_window_t(XCB_WINDOW_NONE);
 }
 
+std::optional<QPoint> X11Connection::originUnderPointer(xcb_window_t window)
+{
+    constexpr int deepest = 5; // from the root window; a window manager's frame is two deep at most
+    std::optional<QPoint> origin;
+    xcb_window_t under = m_root;
+    for (int depth = 0; depth < deepest && under != XCB_WINDOW_NONE && !origin; ++depth) {
+        const XcbReply<xcb_query_pointer_reply_t> pointer(
+            xcb_query_pointer_reply(m_connection, xcb_query_pointer(m_connection, under), nullptr));
+        if (pointer && under == window)
+            origin = QPoint(pointer->root_x - pointer->win_x, pointer->root_y - pointer->win_y);
+        under = pointer ? pointer->child : xcb_window_t(XCB_WINDOW_NONE);
+    }
+    drainSoon();
+    return origin;
+}
+
 xcb_timestamp_t X11Connection::serverTime()
 {
     if (m_clock == XCB_WINDOW_NONE) {

@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QHash>
 #include <QObject>
+#include <QPoint>
 #include <QPointer>
 #include <QString>
 
@@ -12,6 +13,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include <xcb/xcb.h>
@@ -72,6 +74,9 @@ public:
 
     /// The window that has the input focus by the server's own account. Waits for one answer.
     xcb_window_t focus();
+    /// Where a window begins on the root window, when the pointer is in it and no other window is between. Waits for
+    /// a few answers.
+    std::optional<QPoint> originUnderPointer(xcb_window_t window);
     /// The server's clock now, as the times of events count it. Waits for one answer.
     xcb_timestamp_t serverTime();
 
