@@ -38,7 +38,7 @@ struct CBTheme {
 
     /// The opacity of the material's tint where nothing blurs what lies beneath it: secondary text is then read over
     /// anything about as well as in the solid palettes.
-    static constexpr double unblurredTint = 0.94;
+    static constexpr double unblurredTint = 0.97;
 
     /// The four palettes, made on first use.
     static const CBTheme &palette(ColorScheme scheme, bool glassy);
