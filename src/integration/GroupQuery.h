@@ -34,7 +34,8 @@ public:
     QList<GroupEntity> suggestedEntities() const;
 
     /// The group that a person means: by id in any letter case, else by exact name, else by name without regard to
-    /// case and to extra white space. Most Used is meant by its reserved id only. A name that several groups have is an AmbiguousGroup with all of them.
+    /// case and to extra white space. Most Used is meant by its reserved id only. A name that several groups have is
+    /// an AmbiguousGroup with all of them.
     Result<GroupEntity, IntentFailure> resolve(const QString &nameOrId) const;
 
     const QLocale &locale() const { return m_locale; }

@@ -138,7 +138,7 @@ class Standalone(CobbletCase):
         self.hide_panel()
 
         def saved():
-            with contextlib.suppress(OSError, ValueError): # there is no file for an instant
+            with contextlib.suppress(OSError, ValueError):  # there is no file for an instant
                 return self.home.read()
         self.desktop.wait(lambda: saved() == groups, "the groups to be written")
 
