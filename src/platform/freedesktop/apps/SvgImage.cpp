@@ -3,10 +3,10 @@
 #include "platform/freedesktop/svg/SvgRequest.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QThread>
 
-#include <csignal>
 #include <memory>
 #include <optional>
 
@@ -19,20 +19,22 @@ namespace cobblet {
 
 namespace {
 
-/// The program, which runs as long as this object lives.
+/// The program, which runs as long as this object lives and it is asked.
 class Painter {
 public:
     explicit Painter(const QString &program);
-    ~Painter();
+    ~Painter() { ::close(m_socket); }
     Painter(const Painter &) = delete;
     Painter &operator=(const Painter &) = delete;
 
+    /// Whether the program may be about to end.
+    bool isOld() const { return m_lastUse.hasExpired(svgPatience * 1000 / 2); }
     /// Whether the document could be drawn; absent when the program is no more.
-    std::optional<bool> draw(const QByteArray &document, QImage &image) const;
+    std::optional<bool> draw(const QByteArray &document, QImage &image);
 
 private:
     int m_socket = -1;
-    pid_t m_process = -1;
+    QElapsedTimer m_lastUse;
 };
 
 Painter::Painter(const QString &program)
@@ -47,31 +49,24 @@ Painter::Painter(const QString &program)
     ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDIN_FILENO);
     for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) // what the library thinks of a document
         ::posix_spawn_file_actions_addopen(&actions, stream, "/dev/null", O_WRONLY, 0);
-    if (::posix_spawn(&m_process, path.constData(), &actions, nullptr, arguments, environ) != 0)
-        m_process = -1;
+    pid_t process = 0;
+    if (::posix_spawn(&process, path.constData(), &actions, nullptr, arguments, environ) == 0)
+        ::waitpid(process, nullptr, 0); // of it; what draws is its child
     ::posix_spawn_file_actions_destroy(&actions);
     ::close(ends[1]);
     m_socket = ends[0];
+    m_lastUse.start();
 }
 
-Painter::~Painter()
-{
-    if (m_socket >= 0)
-        ::close(m_socket);
-    if (m_process <= 0)
-        return;
-    ::kill(m_process, SIGKILL); // it waits for nothing that it would have to finish
-    ::waitpid(m_process, nullptr, 0);
-}
-
-std::optional<bool> Painter::draw(const QByteArray &document, QImage &image) const
+std::optional<bool> Painter::draw(const QByteArray &document, QImage &image)
 {
     const SvgRequest request{uint32_t(document.size()), uint32_t(image.width())};
     char drawn = 0;
-    if (m_process <= 0 || !sendAll(m_socket, &request, sizeof request) ||
+    if (!sendAll(m_socket, &request, sizeof request) ||
         !sendAll(m_socket, document.constData(), size_t(document.size())) || !receiveAll(m_socket, &drawn, 1) ||
         (drawn && !receiveAll(m_socket, image.bits(), size_t(image.sizeInBytes()))))
         return std::nullopt;
+    m_lastUse.start();
     return drawn != 0;
 }
 
@@ -85,7 +80,7 @@ QImage svgImage(const QString &program, const QByteArray &document, int side)
     QImage image(side, side, QImage::Format_ARGB32_Premultiplied);
     if (image.isNull() || side > int(maximumSvgSide) || document.size() > qsizetype(maximumSvgBytes))
         return {};
-    if (!painter)
+    if (!painter || painter->isOld())
         painter = std::make_unique<Painter>(program);
     const std::optional<bool> drawn = painter->draw(document, image);
     const QCoreApplication *application = QCoreApplication::instance();

@@ -16,6 +16,8 @@ struct SvgRequest {
 
 constexpr size_t maximumSvgBytes = 8 * 1024 * 1024;
 constexpr size_t maximumSvgSide = 4096;
+/// The program ends when it is asked nothing for so long, in seconds.
+constexpr int svgPatience = 10;
 
 /// Both false when the other end is gone.
 inline bool sendAll(int socket, const void *from, size_t bytes)

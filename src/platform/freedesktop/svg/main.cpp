@@ -10,6 +10,7 @@
 #include <memory>
 #include <vector>
 
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -69,9 +70,13 @@ bool draw(const std::vector<unsigned char> &document, std::vector<unsigned char>
 
 int main()
 {
+    // Who started this has seen it end, and need not look again when it really does.
+    if (fork() > 0)
+        _exit(EXIT_SUCCESS);
     setLimits();
     SvgRequest request{};
-    while (receiveAll(STDIN_FILENO, &request, sizeof request)) {
+    pollfd asked{STDIN_FILENO, POLLIN, 0};
+    while (poll(&asked, 1, svgPatience * 1000) > 0 && receiveAll(STDIN_FILENO, &request, sizeof request)) {
         if (request.bytes > maximumSvgBytes || request.side == 0 || request.side > maximumSvgSide)
             return EXIT_FAILURE;
         std::vector<unsigned char> document(request.bytes);
