@@ -71,29 +71,38 @@ void GroupActions::openAll(qsizetype count, const std::function<void(qsizetype)>
     }
 }
 
-void GroupActions::hideAll(const QList<AppItem> &apps)
+void GroupActions::hideAll(const QList<AppItem> &apps, const InstanceDone &done)
 {
-    sendToAll(apps, &RunningApplications::hide);
+    for (const RunningApplication &instance : instancesOf(apps)) {
+        RunningApplications::Completion told;
+        if (done)
+            told = [done, instance](const Status &outcome) { done(instance, outcome); };
+        m_running.hide(instance, std::move(told));
+    }
 }
 
 void GroupActions::quitAll(const QList<AppItem> &apps)
 {
-    sendToAll(apps, &RunningApplications::terminate);
+    for (const RunningApplication &instance : instancesOf(apps))
+        m_running.terminate(instance);
 }
 
 void GroupActions::forceQuitAll(const QList<AppItem> &apps)
 {
-    sendToAll(apps, &RunningApplications::forceTerminate);
+    for (const RunningApplication &instance : instancesOf(apps))
+        m_running.forceTerminate(instance);
 }
 
-void GroupActions::sendToAll(const QList<AppItem> &apps, Message message)
+QList<RunningApplication> GroupActions::instancesOf(const QList<AppItem> &apps) const
 {
     QSet<QString> ids;
     for (const AppItem &app : apps)
         ids.insert(m_workspace.resolved(app.bundleID));
-    for (const RunningApplication &application : m_running.runningApplications())
-        if (!application.bundleIdentifier.isEmpty() && ids.contains(application.bundleIdentifier))
-            (m_running.*message)(application);
+    QList<RunningApplication> instances = m_running.runningApplications();
+    instances.removeIf([&ids](const RunningApplication &application) {
+        return application.bundleIdentifier.isEmpty() || !ids.contains(application.bundleIdentifier);
+    });
+    return instances;
 }
 
 } // namespace cobblet

@@ -28,6 +28,7 @@ public:
     /// The time from one application's opening to the next one's in openAll().
     static constexpr std::chrono::milliseconds openInterval{80};
 
+    using InstanceDone = std::function<void(const RunningApplication &, const Status &)>;
     enum class Opening { NotInstalled, BroughtForward, Launching };
 
     /// Brings the running application forward or asks for its launch; false when none is installed.
@@ -38,17 +39,16 @@ public:
     void openAll(const QList<AppItem> &apps);
     /// The same for callers that open by themselves: `open` gets each index from 0 in its turn.
     void openAll(qsizetype count, const std::function<void(qsizetype)> &open);
-    void hideAll(const QList<AppItem> &apps);
+    /// `done`, when given, is told once of each running instance.
+    void hideAll(const QList<AppItem> &apps, const InstanceDone &done = {});
     /// Asks each to quit; they may refuse.
     void quitAll(const QList<AppItem> &apps);
     void forceQuitAll(const QList<AppItem> &apps);
 
 private:
-    using Message = void (RunningApplications::*)(const RunningApplication &);
-
     void bringForward(const RunningApplication &application);
-    /// Sends the message to every running instance of these applications, in the system's order.
-    void sendToAll(const QList<AppItem> &apps, Message message);
+    /// Every running instance of these applications, in the system's order.
+    QList<RunningApplication> instancesOf(const QList<AppItem> &apps) const;
 
     Workspace &m_workspace;
     RunningApplications &m_running;

@@ -4,6 +4,7 @@
 #include "platform/RunningApplications.h"
 #include "platform/Workspace.h"
 
+#include <QHash>
 #include <QSet>
 
 #include <utility>
@@ -16,14 +17,15 @@ using namespace std::chrono_literals;
 
 constexpr auto launchPatience = 8s;
 constexpr auto quitPatience = 5s;
+constexpr auto hidePatience = 3s;
 
-QSet<QString> runningIDs(const RunningApplications &running)
+/// How many instances of each application run.
+QHash<QString, int> runningInstances(const RunningApplications &running)
 {
-    QSet<QString> ids;
+    QHash<QString, int> instances;
     for (const RunningApplication &application : running.runningApplications())
-        if (!application.bundleIdentifier.isEmpty())
-            ids.insert(application.bundleIdentifier);
-    return ids;
+        ++instances[application.bundleIdentifier];
+    return instances;
 }
 
 } // namespace
@@ -33,6 +35,7 @@ struct GroupReports::Report {
     struct Entry {
         QString id; ///< resolved
         IntentOutcome outcome;
+        int instances = 0; ///< that are still to be heard of
         bool known = false;
 
         /// The first outcome counts.
@@ -120,14 +123,8 @@ void GroupReports::launch(const QList<AppItem> &apps, Done done)
 
 void GroupReports::quit(const QList<AppItem> &apps, Done done)
 {
-    const Shared report = begin(apps, std::move(done));
-    const QSet<QString> running = runningIDs(m_running);
-    const Availability known = m_running.availability();
-    const bool sees = known.level == Availability::Level::Works;
+    const Shared report = beginWithRunning(apps, std::move(done));
     report->quits = true;
-    for (Report::Entry &entry : report->entries)
-        if (!running.contains(entry.id))
-            entry.note(sees ? Kind::NotRunning : Kind::Failed, known.sentence);
     endLater(report, quitPatience, Kind::StillRunning);
     m_actions.quitAll(apps);
     finishIfKnown(report);
@@ -135,23 +132,39 @@ void GroupReports::quit(const QList<AppItem> &apps, Done done)
 
 void GroupReports::hide(const QList<AppItem> &apps, Done done)
 {
-    const Shared report = begin(apps, std::move(done));
-    const QSet<QString> running = runningIDs(m_running);
-    const Availability known = m_running.availability();
-    const bool sees = known.level == Availability::Level::Works;
-    m_actions.hideAll(apps);
-    for (Report::Entry &entry : report->entries) {
-        const Kind kind = running.contains(entry.id) ? Kind::Hidden : Kind::NotRunning;
-        entry.note(sees ? kind : Kind::Failed, known.sentence);
-    }
+    const Shared report = beginWithRunning(apps, std::move(done));
+    endLater(report, hidePatience, Kind::Failed, QStringLiteral("It isn't known yet whether its windows went."));
+    m_actions.hideAll(
+        apps, [this, weak = std::weak_ptr(report)](const RunningApplication &instance, const Status &outcome) {
+            const Shared known = weak.lock();
+            if (!known)
+                return;
+            for (Report::Entry &entry : known->entries)
+                if (entry.id == instance.bundleIdentifier && (!outcome || --entry.instances == 0))
+                    entry.note(outcome ? Kind::Hidden : Kind::Failed, outcome.error());
+            finishIfKnown(known);
+        });
     finishIfKnown(report);
+}
+
+/// What does not run is known at once, and so is that it cannot be seen whether it does.
+GroupReports::Shared GroupReports::beginWithRunning(const QList<AppItem> &apps, Done done)
+{
+    const Shared report = begin(apps, std::move(done));
+    const QHash<QString, int> running = runningInstances(m_running);
+    const Availability seen = m_running.availability();
+    const Kind absent = seen.level == Availability::Level::Works ? Kind::NotRunning : Kind::Failed;
+    for (Report::Entry &entry : report->entries)
+        if (entry.instances = entry.id.isEmpty() ? 0 : running.value(entry.id); entry.instances == 0)
+            entry.note(absent, seen.sentence);
+    return report;
 }
 
 void GroupReports::noteEnded()
 {
     if (m_reports.empty())
         return;
-    const QSet<QString> running = runningIDs(m_running);
+    const QHash<QString, int> running = runningInstances(m_running);
     for (const Shared &report : std::vector<Shared>(m_reports)) {
         for (Report::Entry &entry : report->entries)
             if (report->quits && !running.contains(entry.id))

@@ -33,6 +33,7 @@ public:
     void launch(const QList<AppItem> &apps, Done done);
     /// Asks each to quit and waits up to 5 s for them to end.
     void quit(const QList<AppItem> &apps, Done done);
+    /// Waits for the windows to go, up to 3 s.
     void hide(const QList<AppItem> &apps, Done done);
 
 private:
@@ -41,6 +42,7 @@ private:
     using Shared = std::shared_ptr<Report>;
 
     Shared begin(const QList<AppItem> &apps, Done done);
+    Shared beginWithRunning(const QList<AppItem> &apps, Done done);
     /// Ends the report as it is by then.
     void endLater(const Shared &report, std::chrono::milliseconds patience, Kind kind, const QString &reason = {});
     /// Applications that were asked to quit and run no more.

@@ -1,12 +1,12 @@
 #include "control/UsageTracker.h"
 
 #include "platform/AtomicFile.h"
-#include "platform/FileLock.h"
-#include "platform/RunningApplications.h"
 #include "platform/Workspace.h"
 
 #include <QFileInfo>
+#include <QHash>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QLoggingCategory>
 
 #include <algorithm>
@@ -24,24 +24,28 @@ constexpr auto sessionWindow = 1800s;
 /// Far more than the launches of any person need; a larger file is not ours.
 constexpr qint64 maximumFileBytes = 16 * 1024 * 1024;
 
-bool isExcluded(const QString &bundleID)
+/// Never counted, and never what these stand for on this desktop.
+constexpr QLatin1String excluded[] = {
+    QLatin1String("com.apple.systemuiserver"), QLatin1String("com.apple.dock"),
+    QLatin1String("com.apple.WindowManager"),  QLatin1String("com.apple.notificationcenterui"),
+    QLatin1String("com.apple.Spotlight"),      QLatin1String("com.apple.finder")};
+constexpr QLatin1String excludedPrefixes[] = {QLatin1String("com.apple.WebKit."),
+                                              QLatin1String("com.apple.security."),
+                                              QLatin1String("com.apple.accessibility.")};
+
+// Adding to a count, or to a table of them; counts stop at the largest number.
+
+void add(qint64 &count, qint64 more)
 {
-    static constexpr QLatin1String exact[] = {
-        QLatin1String("com.apple.systemuiserver"), QLatin1String("com.apple.dock"),
-        QLatin1String("com.apple.WindowManager"),  QLatin1String("com.apple.notificationcenterui"),
-        QLatin1String("com.apple.Spotlight"),      QLatin1String("com.apple.finder")};
-    static constexpr QLatin1String prefixes[] = {QLatin1String("com.apple.WebKit."),
-                                                 QLatin1String("com.apple.security."),
-                                                 QLatin1String("com.apple.accessibility.")};
-    return std::any_of(std::begin(exact), std::end(exact), [&](QLatin1String id) { return bundleID == id; }) ||
-           std::any_of(std::begin(prefixes), std::end(prefixes),
-                       [&](QLatin1String prefix) { return bundleID.startsWith(prefix); });
+    if (qAddOverflow(count, more, &count))
+        count = std::numeric_limits<qint64>::max();
 }
 
-void increment(qint64 &count)
+template<class Value>
+void add(QMap<QString, Value> &table, const QMap<QString, Value> &more)
 {
-    if (count < std::numeric_limits<qint64>::max())
-        ++count;
+    for (auto it = more.begin(); it != more.end(); ++it)
+        add(table[it.key()], it.value());
 }
 
 // A count, or a table of counts, as JSON. Reading is false where something else stands; counts below 1 say nothing
@@ -81,12 +85,12 @@ QJsonObject written(const QMap<QString, Value> &table)
     return object;
 }
 
-/// The table in the file, or an empty one where there is none that can be read.
+/// The table in the file; absent where there is none that can be read.
 template<class Table>
-Table load(const QString &path)
+std::optional<Table> load(const QString &path)
 {
     if (!QFileInfo::exists(path))
-        return {};
+        return std::nullopt;
     Table table;
     const auto bytes = readBounded(path, maximumFileBytes);
     if (!bytes)
@@ -96,22 +100,26 @@ Table load(const QString &path)
         return table;
     else
         qCWarning(log).noquote() << QStringLiteral("%1 holds no launch counts; counting starts anew.").arg(path);
-    return {};
+    return std::nullopt;
+}
+
+template<class Table>
+auto stored(const QString &path)
+{
+    return load<Table>(path).value_or(Table());
 }
 
 } // namespace
 
 UsageTracker::UsageTracker(const QString &folder, RunningApplications &running, Workspace &workspace,
                            Scheduler &scheduler, QObject *parent)
-    : QObject(parent), m_workspace(workspace), m_scheduler(scheduler),
-      m_lockPath(folder + QStringLiteral("/usage.lock")), m_countsFile{folder + QStringLiteral("/usage-stats.json"),
-                                                                       2s, [this] { return written(m_counts); }},
-      m_cooccurrenceFile{folder + QStringLiteral("/usage-cooccurrence.json"), 5s,
-                         [this] { return written(m_cooccurrence); }},
-      m_counts(load<Counts>(m_countsFile.path)), m_cooccurrence(load<QMap<QString, Counts>>(m_cooccurrenceFile.path))
+    : QObject(parent), m_running(running), m_workspace(workspace), m_scheduler(scheduler),
+      m_folder(folder), m_counts{folder + QStringLiteral("/usage-stats.json"), 2s, {}},
+      m_pairs{folder + QStringLiteral("/usage-cooccurrence.json"), 5s, {}}
 {
-    connect(&running, &RunningApplications::didLaunch, this,
-            [this](const RunningApplication &application) { recordLaunch(application.bundleIdentifier); });
+    m_counts.table = stored<Counts>(m_counts.path);
+    m_pairs.table = stored<Pairs>(m_pairs.path);
+    connect(&running, &RunningApplications::didLaunch, this, &UsageTracker::handleAppLaunch);
 }
 
 UsageTracker::~UsageTracker()
@@ -119,31 +127,89 @@ UsageTracker::~UsageTracker()
     flush();
 }
 
+void UsageTracker::handleAppLaunch(const RunningApplication &application, RunningApplications::Origin origin)
+{
+    using Origin = RunningApplications::Origin;
+    const QString &id = application.bundleIdentifier;
+    const bool allSeeIt = m_running.availability().level == Availability::Level::Works;
+    if (origin == Origin::Unlaunched)
+        return;
+    if (allSeeIt ? countsForAll() : origin == Origin::Here)
+        return recordLaunch(id);
+    if (allSeeIt && !id.isEmpty() && !isExcluded(id)) {
+        joinSession(id);
+        scheduleSave(m_counts, 2 * m_counts.delay); // to read what the other process has written by then
+    }
+}
+
+bool UsageTracker::countsForAll()
+{
+    if (!m_counter || !m_counter->mayWrite())
+        m_counter.emplace(m_folder + QStringLiteral("/usage-counter.lock"), 0s);
+    return m_counter->mayWrite().ok();
+}
+
+bool UsageTracker::isExcluded(const QString &bundleID) const
+{
+    const QString id = m_workspace.resolved(bundleID);
+    return std::any_of(std::begin(excludedPrefixes), std::end(excludedPrefixes),
+                       [&](QLatin1String prefix) { return bundleID.startsWith(prefix); }) ||
+           std::any_of(std::begin(excluded), std::end(excluded),
+                       [&](QLatin1String each) { return id == m_workspace.resolved(each); });
+}
+
 void UsageTracker::recordLaunch(const QString &bundleID)
 {
     if (bundleID.isEmpty() || isExcluded(bundleID))
         return;
-    const QString id = m_workspace.resolved(bundleID);
-
-    increment(m_counts[id]);
-    scheduleSave(m_countsFile);
+    add(m_counts.table[bundleID], 1);
+    add(m_counts.unsaved[bundleID], 1);
+    scheduleSave(m_counts, m_counts.delay);
 
     for (const QString &other : std::as_const(m_sessionApps)) {
-        if (other == id)
+        if (m_workspace.resolved(other) == m_workspace.resolved(bundleID))
             continue;
-        increment(m_cooccurrence[id][other]);
-        increment(m_cooccurrence[other][id]);
+        for (Pairs *table : {&m_pairs.table, &m_pairs.unsaved}) {
+            add((*table)[bundleID][other], 1);
+            add((*table)[other][bundleID], 1);
+        }
     }
-    m_sessionApps.insert(id);
-    scheduleSave(m_cooccurrenceFile);
-
-    m_sessionEnd = m_scheduler.after(sessionWindow, [this] { m_sessionApps.clear(); });
+    joinSession(bundleID);
+    scheduleSave(m_pairs, m_pairs.delay);
     emit countsChanged();
+}
+
+void UsageTracker::joinSession(const QString &bundleID)
+{
+    m_sessionApps.insert(bundleID);
+    m_sessionEnd = m_scheduler.after(sessionWindow, [this] { m_sessionApps.clear(); });
+}
+
+UsageTracker::Counts UsageTracker::counts() const
+{
+    struct Application {
+        QString id;
+        qint64 most = 0, all = 0;
+    };
+    QHash<QString, Application> applications; // by what they are on this desktop
+    for (auto it = m_counts.table.begin(); it != m_counts.table.end(); ++it) {
+        Application &application = applications[m_workspace.resolved(it.key())];
+        if (it.value() > application.most) {
+            application.id = it.key();
+            application.most = it.value();
+        }
+        add(application.all, it.value());
+    }
+    Counts counts;
+    for (const Application &application : std::as_const(applications))
+        counts.insert(application.id, application.all);
+    return counts;
 }
 
 AppGroup UsageTracker::mostUsed(int limit) const
 {
-    std::vector<std::pair<QString, qint64>> entries(m_counts.keyValueBegin(), m_counts.keyValueEnd());
+    const Counts all = counts();
+    std::vector<std::pair<QString, qint64>> entries(all.keyValueBegin(), all.keyValueEnd());
     std::stable_sort(entries.begin(), entries.end(),
                      [](const auto &a, const auto &b) { return a.second > b.second; });
 
@@ -159,29 +225,42 @@ AppGroup UsageTracker::mostUsed(int limit) const
 
 void UsageTracker::flush()
 {
-    for (SavedFile *file : {&m_countsFile, &m_cooccurrenceFile})
-        if (file->pending)
-            save(*file);
+    if (m_counts.pending)
+        save(m_counts);
+    if (m_pairs.pending)
+        save(m_pairs);
 }
 
-void UsageTracker::scheduleSave(SavedFile &file)
+template<class Table>
+void UsageTracker::scheduleSave(Saved<Table> &file, std::chrono::milliseconds delay)
 {
-    file.pending = m_scheduler.after(file.delay, [this, &file] { save(file); });
+    file.pending = m_scheduler.after(delay, [this, &file] { save(file); });
 }
 
-void UsageTracker::save(SavedFile &file)
+/// Adds what was counted here to what the file holds by now.
+template<class Table>
+void UsageTracker::save(Saved<Table> &file)
 {
     const Scheduler::Handle finished = std::exchange(file.pending, nullptr);
-    const FileLock lock(m_lockPath);
-    const Status written =
-        lock.mayWrite() ? writeAtomically(file.path, QJsonDocument(file.content()).toJson(QJsonDocument::Compact))
-                        : lock.mayWrite();
-    if (written) {
-        file.failureLogged = false;
-    } else if (!file.failureLogged) {
-        file.failureLogged = true;
-        qCWarning(log).noquote() << written.error();
+    const Table before = file.table;
+    const FileLock lock(m_folder + QStringLiteral("/usage.lock"));
+    Status saved = lock.mayWrite();
+    if (saved) {
+        if (auto stored = load<Table>(file.path)) {
+            add(*stored, file.unsaved);
+            file.table = *stored;
+        }
+        if (!file.unsaved.isEmpty())
+            saved = writeAtomically(file.path, QJsonDocument(written(file.table)).toJson(QJsonDocument::Compact));
     }
+    if (saved) {
+        file.unsaved.clear();
+        file.failureLogged = false;
+    } else if (!std::exchange(file.failureLogged, true)) {
+        qCWarning(log).noquote() << saved.error();
+    }
+    if (file.table != before)
+        emit countsChanged();
 }
 
 } // namespace cobblet

@@ -1,24 +1,30 @@
 #pragma once
 
 #include "model/AppGroup.h"
+#include "platform/FileLock.h"
+#include "platform/RunningApplications.h"
 #include "platform/Scheduler.h"
 
-#include <QJsonObject>
 #include <QMap>
 #include <QObject>
 #include <QSet>
 
+#include <chrono>
+#include <optional>
+
 namespace cobblet {
 
-class RunningApplications;
 class Workspace;
 
-/// Counts application launches, and which applications are launched within one session. Kept in two files of
-/// its folder, written a moment after a burst of launches. Main thread only.
+/// Counts application launches, and which applications are launched within one session. Kept in two files of its
+/// folder, which several processes add to: each writes what it has counted a moment after a burst of launches. A
+/// launch that all of them see is counted by one of them. Identifiers are kept as they were told, not as this desktop
+/// resolves them. Main thread only.
 class UsageTracker : public QObject {
     Q_OBJECT
 public:
     using Counts = QMap<QString, qint64>;
+    using Pairs = QMap<QString, Counts>;
 
     UsageTracker(const QString &folder, RunningApplications &running, Workspace &workspace, Scheduler &scheduler,
                  QObject *parent = nullptr);
@@ -28,8 +34,10 @@ public:
     /// Counts a launch that no launch signal tells of.
     void recordLaunch(const QString &bundleID);
 
-    const Counts &counts() const { return m_counts; }
-    const QMap<QString, Counts> &cooccurrence() const { return m_cooccurrence; }
+    /// The launches of each application: identifiers that stand for the same one on this desktop count together,
+    /// under the one of them that has most.
+    Counts counts() const;
+    const Pairs &cooccurrence() const { return m_pairs.table; }
 
     /// The installed applications with most launches, most first, as the synthetic Most Used group; equal
     /// counts in the order of their identifiers.
@@ -42,25 +50,34 @@ signals:
     void countsChanged();
 
 private:
-    /// One of the two files, and its save that is still to come.
-    struct SavedFile {
+    /// One of the two tables, its file, and its save that is still to come.
+    template<class Table>
+    struct Saved {
         QString path;
         std::chrono::milliseconds delay; ///< from the last launch to the save
-        std::function<QJsonObject()> content;
+        Table table;                     ///< what the file held when it was last read, and `unsaved`
+        Table unsaved = {};              ///< what was counted here since
         Scheduler::Handle pending = nullptr;
         bool failureLogged = false;
     };
 
-    void scheduleSave(SavedFile &file);
-    void save(SavedFile &file);
+    void handleAppLaunch(const RunningApplication &application, RunningApplications::Origin origin);
+    bool isExcluded(const QString &bundleID) const;
+    /// Whether it is this process that counts what all of them see.
+    bool countsForAll();
+    void joinSession(const QString &bundleID);
+    template<class Table>
+    void scheduleSave(Saved<Table> &file, std::chrono::milliseconds delay);
+    template<class Table>
+    void save(Saved<Table> &file);
 
+    RunningApplications &m_running;
     Workspace &m_workspace;
     Scheduler &m_scheduler;
-    QString m_lockPath;
-    SavedFile m_countsFile;
-    SavedFile m_cooccurrenceFile;
-    Counts m_counts;
-    QMap<QString, Counts> m_cooccurrence;
+    const QString m_folder;
+    Saved<Counts> m_counts;
+    Saved<Pairs> m_pairs;
+    std::optional<FileLock> m_counter; ///< held by the process that counts for all
     QSet<QString> m_sessionApps;
     Scheduler::Handle m_sessionEnd;
 };

@@ -16,7 +16,8 @@ public:
     /// What one holder's change, or a queue of them, takes on a slow disk; longer is a process that was stopped.
     static constexpr std::chrono::milliseconds defaultPatience{3000};
 
-    /// Waits until the lock is free, or until its holder has tried the caller's patience. Missing folders are made.
+    /// Waits until the lock is free, or until its holder has tried the caller's patience; without patience it only
+    /// looks. Missing folders are made.
     explicit FileLock(const QString &path, std::chrono::milliseconds patience = defaultPatience);
     ~FileLock();
     FileLock(const FileLock &) = delete;

@@ -1,10 +1,13 @@
 #pragma once
 
 #include "platform/Availability.h"
+#include "platform/Result.h"
 
 #include <QList>
 #include <QObject>
 #include <QString>
+
+#include <functional>
 
 namespace cobblet {
 
@@ -21,6 +24,16 @@ struct RunningApplication {
 class RunningApplications : public QObject {
     Q_OBJECT
 public:
+    using Completion = std::function<void(const Status &)>;
+
+    /// How an application came to run, as far as this process has seen.
+    enum class Origin {
+        Elsewhere, ///< somebody else launched it
+        Here,      ///< this process launched it
+        Unlaunched ///< nobody did just now: it ran unseen, or another process of it took over from the one launched
+    };
+    Q_ENUM(Origin)
+
     /// In the system's order (first started first).
     virtual QList<RunningApplication> runningApplications() const = 0;
 
@@ -28,8 +41,9 @@ public:
     /// start itself.
     virtual Availability availability() const = 0;
 
-    /// Iconifies all its windows.
-    virtual void hide(const RunningApplication &application) = 0;
+    /// Iconifies all its windows. `done`, when given, is told once: when none of them is shown any more, or why some
+    /// still are.
+    virtual void hide(const RunningApplication &application, Completion done = {}) = 0;
     /// Maps all windows that hide() iconified.
     virtual void unhide(const RunningApplication &application) = 0;
     /// Brings all its windows forward and gives it the keyboard focus.
@@ -40,7 +54,7 @@ public:
     virtual void forceTerminate(const RunningApplication &application) = 0;
 
 signals:
-    void didLaunch(const cobblet::RunningApplication &application);
+    void didLaunch(const cobblet::RunningApplication &application, cobblet::RunningApplications::Origin origin);
     void didTerminate(const cobblet::RunningApplication &application);
 };
 

@@ -78,6 +78,49 @@ TEST_F(UsageTrackerTest, ABurstOfLaunchesWritesEachFileOnceAndTheEndWritesWhatIs
     EXPECT_EQ(tracker()->counts().size(), 3);
 }
 
+TEST_F(UsageTrackerTest, ProcessesAddToTheSameFilesAndOneCountsWhatAllSee)
+{
+    using Counts = UsageTracker::Counts;
+    const auto first = tracker(), second = tracker();
+    launch("seen");
+    second->recordLaunch(u"own"_s);
+    first->recordLaunch(u"own"_s);
+    scheduler.advance(10s);
+    const Counts expected{{u"own"_s, 2}, {u"seen"_s, 1}};
+    EXPECT_EQ(tracker()->counts(), expected);
+    launch("seen");
+    scheduler.advance(10s);
+    EXPECT_EQ(first->counts().value(u"seen"_s), 2);
+    EXPECT_EQ(second->counts(), first->counts()) << "it reads what the other one has written";
+    EXPECT_EQ(content(pairs), R"({"own":{"seen":3},"seen":{"own":3}})");
+
+    // Where each sees little but its own launches, each counts those.
+    running.available = Availability::partly(u"Some."_s);
+    for (const auto origin : {RunningApplications::Origin::Here, RunningApplications::Origin::Elsewhere})
+        running.launch({u"own"_s, ++pid}, origin);
+    scheduler.advance(10s);
+    EXPECT_EQ(tracker()->counts().value(u"own"_s), 4) << "two trackers in this process";
+}
+
+TEST_F(UsageTrackerTest, KeepsIdentifiersAsTheyWereToldAndKnowsWhatTheyStandFor)
+{
+    workspace.aliases = {{u"com.apple.mail"_s, u"org.mail"_s}, {u"com.apple.finder"_s, u"org.files"_s}};
+    workspace.install(u"org.mail"_s, u"Mail"_s);
+    const auto usage = tracker();
+    launch("org.files");
+    usage->recordLaunch(u"com.apple.finder"_s);
+    EXPECT_EQ(scheduler.pending(), 0) << "neither the excluded one nor what stands for it";
+    usage->recordLaunch(u"com.apple.mail"_s);
+    usage->recordLaunch(u"com.apple.mail"_s);
+    launch("org.mail");
+    running.launch({u"org.mail"_s, ++pid}, RunningApplications::Origin::Unlaunched);
+    usage->flush();
+    EXPECT_EQ(content(stats), R"({"com.apple.mail":2,"org.mail":1})");
+    EXPECT_EQ(content(pairs), "(missing)") << "it is no pair with itself";
+    EXPECT_EQ(usage->counts(), (UsageTracker::Counts{{u"com.apple.mail"_s, 3}}));
+    EXPECT_EQ(usage->mostUsed().apps, (QList<AppItem>{{u"Mail"_s, u"com.apple.mail"_s}}));
+}
+
 TEST_F(UsageTrackerTest, ReadsOnlyWhatIsATableOfCounts)
 {
     const std::pair<QByteArray, int> rows[] = {{R"({"a":1,"b":9223372036854775807})", 2},

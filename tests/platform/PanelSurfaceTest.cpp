@@ -165,6 +165,29 @@ TEST_F(PanelSurfaceTest, LeavesIconifiedWindowsAlone)
     EXPECT_TRUE(isIconified());
 }
 
+TEST_F(PanelSurfaceTest, GivesTheFocusBackUnlessSomethingWasLaunched)
+{
+    const xcb_window_t before = otherProgram();
+    session.x11->select(x11->root(), XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY);
+    int requests = 0;
+    QObject::connect(session.x11.get(), &X11Connection::eventArrived, [&](const xcb_generic_event_t *event) {
+        const auto *message = reinterpret_cast<const xcb_client_message_event_t *>(event);
+        requests += (event->response_type & 0x7f) == XCB_CLIENT_MESSAGE && message->window == before &&
+                    message->type == x11->atom("_NET_ACTIVE_WINDOW");
+    });
+    for (const int expected : {1, 0}) {
+        show();
+        requests = 0;
+        if (expected == 0)
+            windows->giveFocusToLaunch();
+        panel->orderOut();
+        EXPECT_TRUE(isActive(before)); // which the window manager sees to as well
+        session.x11->serverTime();     // everything sent by then has been heard
+        QCoreApplication::processEvents();
+        EXPECT_EQ(requests, expected);
+    }
+}
+
 TEST_F(PanelSurfaceTest, PopoversCountAsThePanelAndOtherWindowsDoNot)
 {
     otherProgram(); // where a window manager would like to put the focus

@@ -162,16 +162,21 @@ public:
     explicit FakeRunningApplications(Log *log = nullptr) : m_log(log) {}
 
     QList<RunningApplication> runningApplications() const override { return running; }
-    void hide(const RunningApplication &a) override { record(u"hide"_s, a); }
+    void hide(const RunningApplication &a, Completion done) override
+    {
+        record(u"hide"_s, a);
+        if (done)
+            hiding.insert(a.processIdentifier, done);
+    }
     void unhide(const RunningApplication &a) override { record(u"unhide"_s, a); }
     void activate(const RunningApplication &a) override { record(u"activate"_s, a); }
     void terminate(const RunningApplication &a) override { record(u"terminate"_s, a); }
     void forceTerminate(const RunningApplication &a) override { record(u"forceTerminate"_s, a); }
 
-    void launch(const RunningApplication &application)
+    void launch(const RunningApplication &application, Origin origin = Origin::Elsewhere)
     {
         running.append(application);
-        emit didLaunch(application);
+        emit didLaunch(application, origin);
     }
     void quit(const RunningApplication &application)
     {
@@ -180,7 +185,8 @@ public:
     }
 
     QList<RunningApplication> running;
-    QStringList calls; ///< "hide ID PID"
+    QStringList calls;               ///< "hide ID PID"
+    QMap<qint64, Completion> hiding; ///< the ends that the test has to tell, by pid
 
 private:
     void record(const QString &verb, const RunningApplication &application)

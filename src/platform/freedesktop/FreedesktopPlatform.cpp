@@ -9,6 +9,7 @@
 #include "platform/freedesktop/apps/AgentApplications.h"
 #include "platform/freedesktop/apps/DesktopEntryRegistry.h"
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
+#include "platform/freedesktop/apps/SessionApplications.h"
 #include "platform/freedesktop/apps/X11RunningApplications.h"
 #include "platform/freedesktop/bus/DBusInstance.h"
 #include "platform/freedesktop/bus/DBusIntents.h"
@@ -28,15 +29,19 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QStandardPaths>
+#include <QTimer>
 
 #include <fontconfig/fontconfig.h>
 #include <malloc.h>
 
+#include <chrono>
 #include <thread>
 
 namespace cobblet {
 
 namespace {
+
+constexpr std::chrono::seconds unseenDelay{1}; ///< after the first panel
 
 /// Each service is made when it is first asked for, and is destroyed before what it was built from.
 class FreedesktopPlatform : public Platform {
@@ -119,7 +124,7 @@ private:
         return *service;
     }
 
-    /// An X server within a Wayland session sees the keys of its own windows only.
+    /// An X server within a Wayland session sees only its own windows, and their keys.
     static bool isWaylandSession()
     {
         return qEnvironmentVariable("XDG_SESSION_TYPE") == QLatin1String("wayland") &&
@@ -193,7 +198,20 @@ private:
     {
         return made(m_workspace, x11(), &m_bus, m_options.bundlePath + QStringLiteral("/Contents/Helpers/svg-image"));
     }
-    X11RunningApplications &running() { return made(m_running, windows(), theWorkspace()); }
+    X11RunningApplications &running()
+    {
+        using Share = X11RunningApplications::Share;
+        if (m_running)
+            return *m_running;
+        made(m_running, windows(), theWorkspace(), isWaylandSession() ? Share::Some : Share::All);
+        if (hasWindows()) {
+            m_unseen = std::make_unique<SessionApplications>(m_bus, theWorkspace().installed());
+            QObject::connect(m_unseen.get(), &SessionApplications::found, m_running.get(),
+                             &X11RunningApplications::addUnseen);
+            QTimer::singleShot(unseenDelay, m_unseen.get(), &SessionApplications::look);
+        }
+        return *m_running;
+    }
 
     const PlatformOptions m_options;
     std::jthread m_fonts;
@@ -216,6 +234,7 @@ private:
     std::unique_ptr<FreedesktopWorkspace> m_workspace;
     std::unique_ptr<DesktopEntryRegistry> m_registry;
     std::unique_ptr<X11RunningApplications> m_running;
+    std::unique_ptr<SessionApplications> m_unseen;
     std::unique_ptr<AgentApplications> m_agents;
     std::unique_ptr<HotKeys> m_hotKeys;
 };

@@ -38,15 +38,17 @@ FileLock::FileLock(const QString &path, std::chrono::milliseconds patience)
     });
     bool locked = lock(opened, LOCK_EX | LOCK_NB);
     if (!locked && errno == EWOULDBLOCK) {
+        m_mayWrite = Error{QStringLiteral("Another process keeps %1 locked: end it if it hangs.").arg(path)};
+        if (patience <= patience.zero())
+            return;
         // In the kernel's queue everybody has a turn. The thread that waits there can't be called off: it outlives a
         // caller that gave up, and the lock it may get then goes with the descriptor.
         std::packaged_task<bool()> wait([descriptor] { return lock(*descriptor, LOCK_EX); });
         std::future<bool> answer = wait.get_future();
         std::thread(std::move(wait)).detach();
-        if (answer.wait_for(patience) != std::future_status::ready) {
-            m_mayWrite = Error{QStringLiteral("Another process keeps %1 locked: end it if it hangs.").arg(path)};
+        if (answer.wait_for(patience) != std::future_status::ready)
             return;
-        }
+        m_mayWrite = {};
         locked = answer.get();
     }
     if (locked)

@@ -104,7 +104,8 @@ void PanelViewModel::reloadContent()
         m_grid.show(group->apps);
     } else {
         m_mostUsed = m_order.isEmpty() ? AppGroup() : m_d.usage.mostUsed(mostUsedLimit);
-        m_grid.show(m_mostUsed.apps, &m_d.usage.counts());
+        const auto counts = m_d.usage.counts();
+        m_grid.show(m_mostUsed.apps, &counts);
     }
     emit contentChanged();
     postDesiredSize();

@@ -6,7 +6,11 @@
 
 #include <QSignalSpy>
 
+#include <array>
 #include <csignal>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -83,6 +87,36 @@ TEST_F(LaunchTest, ALaunchedProgramIsOnItsOwn)
     EXPECT_TRUE(again.contains("env:XDG_ACTIVATION_TOKEN=token-1") &&
                 again.contains("env:DESKTOP_STARTUP_ID=token-1"));
     ::kill(pid_t(pidIn(again)), SIGKILL);
+}
+
+TEST_F(LaunchTest, ALaunchedProgramHasItsThreeDescriptorsAndNoneOfOurs)
+{
+    write(system(u"probe"_s), entry("Probe", m_probe));
+    FreedesktopWorkspace workspace(nullptr);
+    const QString log = home.path(u"log"_s);
+    const std::array before{::dup(STDOUT_FILENO), ::dup(STDERR_FILENO)}; // which an exec does not close
+    std::array<int, 2> pipe{};
+    ASSERT_EQ(::pipe(pipe.data()), 0);
+    const int file = ::open(log.toLocal8Bit().constData(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    for (const auto &[descriptor, expected] : {std::pair(file, log), {pipe[1], u"/dev/null"_s}}) {
+        ::dup2(descriptor, STDOUT_FILENO);
+        ::dup2(descriptor, STDERR_FILENO);
+        const QString error = open(workspace, u"probe"_s);
+        ::dup2(before[0], STDOUT_FILENO);
+        ::dup2(before[1], STDERR_FILENO);
+        EXPECT_EQ(error, QString());
+        const qint64 pid = pidIn(report());
+        const QDir links(u"/proc/%1/fd"_s.arg(pid));
+        // Until the shell, which has more of them, has become the program.
+        EXPECT_TRUE(waitFor([&] { return links.entryList(QDir::Files | QDir::System).size() <= 3; }));
+        QStringList found;
+        for (const QString &each : links.entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot))
+            found += QFile::symLinkTarget(links.filePath(each));
+        EXPECT_EQ(found, (QStringList{u"/dev/null"_s, expected, expected}));
+        ::kill(pid_t(pid), SIGKILL);
+    }
+    for (const int each : {before[0], before[1], pipe[0], pipe[1], file})
+        ::close(each);
 }
 
 TEST_F(LaunchTest, AFailureNamesTheApplicationAndTheCause)

@@ -9,6 +9,9 @@
 
 #include <QSignalSpy>
 
+#include <array>
+#include <csignal>
+
 namespace {
 
 using namespace cobblet;
@@ -165,6 +168,74 @@ TEST_F(RunningApplicationsTest, WhatIsLaunchedBecomesOneApplicationWithItsWindow
     }
 }
 
+TEST_F(RunningApplicationsTest, ALaunchThatHandsOverToAnotherProcessIsOneLaunch)
+{
+    using Origin = RunningApplications::Origin;
+    const auto daemon = [](const QByteArray &name) {
+        return "setsid -f env DISPLAY=" + qgetenv("DISPLAY") + " xclock -update 3600 -name " + name;
+    };
+    write(system(u"quick"_s), entry("Quick", daemon("quick"), "StartupWMClass=quick"));
+    write(system(u"slow"_s), entry("Slow", "sh -c \"" + daemon("slow") + "; exec sleep 60\"", "StartupWMClass=slow"));
+    ASSERT_NO_FATAL_FAILURE(connectToDesktop(true));
+    QSignalSpy launches(running.get(), &RunningApplications::didLaunch);
+    QSignalSpy given(windows.get(), &X11Windows::activationSent);
+    for (const QString &id : {u"quick"_s, u"slow"_s}) {
+        launches.clear();
+        workspace->open(id);
+        const qint64 started = launches.value(0).value(0).value<RunningApplication>().processIdentifier;
+        ASSERT_TRUE(waitFor([&] {
+            const auto now = all(id);
+            return now.size() == 1 && now[0].processIdentifier != started && windowOf(now[0].processIdentifier);
+        }));
+        EXPECT_EQ(
+            std::count_if(launches.begin(), launches.end(),
+                          [](const auto &told) { return told[1].template value<Origin>() != Origin::Unlaunched; }),
+            1);
+        running->forceTerminate(all(id).first());
+        EXPECT_TRUE(becomes(id, 0));
+        ::kill(pid_t(started), SIGKILL);
+    }
+    EXPECT_EQ(given.size(), 2) << "the focus is the launched ones'";
+}
+
+TEST_F(RunningApplicationsTest, HidingTellsWhetherTheWindowsWent)
+{
+    ASSERT_NO_FATAL_FAILURE(connectToDesktop(true));
+    startClock();
+    ASSERT_TRUE(becomes(u"clock"_s, 1));
+    const RunningApplication clock = all(u"clock"_s).first();
+    const xcb_window_t face = windowOf(clock.processIdentifier);
+    std::optional<Status> told;
+    const auto hide = [&](RunningApplications &applications, const RunningApplication &application) {
+        told.reset();
+        applications.hide(application, [&](const Status &outcome) { told = outcome; });
+        EXPECT_TRUE(waitFor([&] { return told.has_value(); }));
+        return told && told->ok();
+    };
+    // A toolbar, which the window manager does not iconify.
+    const xcb_window_t bar = xcb_generate_id(x11->xcb());
+    xcb_create_window(x11->xcb(), XCB_COPY_FROM_PARENT, bar, x11->root(), 0, 0, 99, 99, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+    const xcb_atom_t type = x11->atom("_NET_WM_WINDOW_TYPE_TOOLBAR");
+    xcb_change_property(x11->xcb(), XCB_PROP_MODE_REPLACE, bar, x11->atom("_NET_WM_WINDOW_TYPE"), XCB_ATOM_ATOM, 32,
+                        1, &type);
+    xcb_change_property(x11->xcb(), XCB_PROP_MODE_REPLACE, bar, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8, 12,
+                        "guest\0Guest");
+    xcb_map_window(x11->xcb(), bar);
+    x11->flush();
+    ASSERT_TRUE(becomes(u"guest"_s, 1));
+    EXPECT_FALSE(hide(*running, all(u"guest"_s).first()));
+    EXPECT_TRUE(told && told->error().contains(u"minimized"));
+    EXPECT_TRUE(hide(*running, clock));
+    EXPECT_TRUE(isIconified(face));
+
+    // Among windows of another kind nobody knows of those.
+    X11RunningApplications some(windows.get(), *workspace, X11RunningApplications::Share::Some);
+    EXPECT_TRUE(hide(some, clock));
+    EXPECT_FALSE(hide(some, {u"term"_s, 1}));
+    EXPECT_EQ(told->error(), some.availability().sentence);
+}
+
 TEST_F(RunningApplicationsTest, WorksWithoutAWindowManagerAndWithOneThatComesLater)
 {
     ASSERT_NO_FATAL_FAILURE(connectToDesktop(false));
@@ -184,6 +255,25 @@ TEST_F(RunningApplicationsTest, WorksWithoutAWindowManagerAndWithOneThatComesLat
     EXPECT_TRUE(becomes(u"clock"_s, 1));
     running->terminate(clock);
     EXPECT_TRUE(becomes(u"clock"_s, 0));
+}
+
+TEST_F(RunningApplicationsTest, AWindowManagersOwnWindowsAreNoApplications)
+{
+    X11Connection &manager = *server.x11; // which this test plays
+    const xcb_window_t root = manager.root(), own = server.makeWindow(), more = server.makeWindow();
+    const auto say = [&](xcb_window_t window, const char *name, xcb_atom_t type,
+                         const std::vector<uint32_t> &values) {
+        xcb_change_property(manager.xcb(), XCB_PROP_MODE_REPLACE, window, manager.atom(name), type, 32,
+                            uint32_t(values.size()), values.data());
+    };
+    ASSERT_NO_FATAL_FAILURE(connectToDesktop(false));
+    const xcb_window_t other = xcb_generate_id(x11->xcb());
+    say(root, "_NET_CLIENT_LIST", XCB_ATOM_WINDOW, {more, own, other});
+    say(root, "_NET_SUPPORTED", XCB_ATOM_ATOM, {manager.atom("_NET_CLIENT_LIST")});
+    for (const xcb_window_t window : {own, root})
+        say(window, "_NET_SUPPORTING_WM_CHECK", XCB_ATOM_WINDOW, {own});
+    manager.flush();
+    EXPECT_TRUE(waitFor([&] { return windows->windows() == std::vector{other}; }));
 }
 
 TEST_F(RunningApplicationsTest, TheDesktopHearsAMessageAboutALaunchInPieces)

@@ -9,14 +9,15 @@ namespace cobblet {
 AgentApplications::AgentApplications(RunningApplications &others, SessionBus &bus, const QString &prefix)
     : m_others(others), m_bus(bus), m_prefix(prefix)
 {
-    const auto pass = [this](auto signal) {
-        connect(&m_others, signal, this, [this, signal](const RunningApplication &application) {
-            if (!isAgent(application))
-                emit(this->*signal)(application);
-        });
-    };
-    pass(&RunningApplications::didLaunch);
-    pass(&RunningApplications::didTerminate);
+    connect(&m_others, &RunningApplications::didLaunch, this,
+            [this](const RunningApplication &application, Origin origin) {
+                if (!isAgent(application))
+                    emit didLaunch(application, origin);
+            });
+    connect(&m_others, &RunningApplications::didTerminate, this, [this](const RunningApplication &application) {
+        if (!isAgent(application))
+            emit didTerminate(application);
+    });
 
     if (!hasSessionBus(&m_bus))
         return;
@@ -60,7 +61,7 @@ void AgentApplications::askForOwner(const QString &name, Found found)
                            return;
                        m_agents.insert(name, *process);
                        if (found == Found::Launched)
-                           emit didLaunch({identifierOf(name), process->pid});
+                           emit didLaunch({identifierOf(name), process->pid}, Origin::Elsewhere);
                    });
 }
 

@@ -21,7 +21,10 @@ public:
 
     QList<RunningApplication> runningApplications() const override;
     Availability availability() const override { return m_others.availability(); }
-    void hide(const RunningApplication &application) override { m_others.hide(application); }
+    void hide(const RunningApplication &application, Completion done) override
+    {
+        m_others.hide(application, std::move(done));
+    }
     void unhide(const RunningApplication &application) override { m_others.unhide(application); }
     void activate(const RunningApplication &application) override { m_others.activate(application); }
     void terminate(const RunningApplication &application) override;

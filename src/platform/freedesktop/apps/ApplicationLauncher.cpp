@@ -14,6 +14,7 @@
 #include <QStandardPaths>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <memory>
 #include <vector>
@@ -63,14 +64,39 @@ QByteArrayList initialEnvironment()
     return variables;
 }
 
-/// Output of ours that goes to a file or the journal is a place for the application's output too; a pipe or a
-/// terminal may be gone long before the application is.
-int outputFor(int descriptor, int nowhere)
-{
-    struct stat status {};
-    const bool lasting = fstat(descriptor, &status) == 0 && (S_ISREG(status.st_mode) || S_ISSOCK(status.st_mode));
-    return lasting ? descriptor : nowhere;
-}
+/// The standard descriptors of a launched program: nothing to read, and our own output where that is a file or the
+/// journal, as a pipe or a terminal may be gone long before the application is. They are copies past the standard
+/// ones: GLib closes in the child what it was handed.
+class StandardDescriptors {
+public:
+    StandardDescriptors()
+    {
+        const int nowhere = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+        for (const int each : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+            m_copies[size_t(each)] =
+                fcntl(isLastingOutput(each) ? each : nowhere, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+        ::close(nowhere);
+    }
+    ~StandardDescriptors()
+    {
+        for (const int copy : m_copies)
+            ::close(copy);
+    }
+    StandardDescriptors(const StandardDescriptors &) = delete;
+    StandardDescriptors &operator=(const StandardDescriptors &) = delete;
+
+    int operator[](size_t standard) const { return m_copies[standard]; }
+
+private:
+    static bool isLastingOutput(int descriptor)
+    {
+        struct stat status {};
+        return descriptor != STDIN_FILENO && fstat(descriptor, &status) == 0 &&
+               (S_ISREG(status.st_mode) || S_ISSOCK(status.st_mode));
+    }
+
+    std::array<int, 3> m_copies{};
+};
 
 /// The command that shows a program in a terminal, less the program; empty without a terminal emulator.
 QStringList terminalCommand()
@@ -179,6 +205,7 @@ void ApplicationLauncher::finish(const Workspace::Completion &done, const Status
 
 void ApplicationLauncher::launch(const InstalledEntry &entry, const Launch &launch)
 {
+    emit launching();
     if (entry.dBusActivatable && launch.uris.isEmpty() && isBusName(entry.application.bundleID) && hasBus())
         launchOverBus(entry, launch);
     else
@@ -240,17 +267,15 @@ void ApplicationLauncher::start(const InstalledEntry &entry, const QStringList &
         folder = QDir(QDir::homePath()).exists() ? QDir::homePath() : QStringLiteral("/");
     if (entry.startupNotify)
         m_startup.announce(startupId, entry.application.name, entry.application.path);
-    const int nowhere = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    const StandardDescriptors descriptors;
     GPid pid = 0;
     GError *failure = nullptr;
     const bool spawned = g_spawn_async_with_fds(
         QFile::encodeName(folder).constData(), argumentPointers.data(), environmentPointers.data(),
         GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD), prepareChild,
-        environmentPointers[environmentPointers.size() - 2] + pidName.size(), &pid, nowhere,
-        outputFor(STDOUT_FILENO, nowhere), outputFor(STDERR_FILENO, nowhere), &failure);
+        environmentPointers[environmentPointers.size() - 2] + pidName.size(), &pid, descriptors[STDIN_FILENO],
+        descriptors[STDOUT_FILENO], descriptors[STDERR_FILENO], &failure);
     const std::unique_ptr<GError, Releasing<g_error_free>> error(failure);
-    if (nowhere >= 0)
-        ::close(nowhere);
     if (!spawned) {
         if (entry.startupNotify)
             m_startup.remove(startupId);
@@ -306,8 +331,10 @@ void ApplicationLauncher::moveToOwnScope(const QString &id, qint64 pid)
 
 void ApplicationLauncher::activate(const QString &id)
 {
-    if (isBusName(id))
-        callSessionBus(m_bus, this, activateCall(id, m_startup.mint()), [](const QDBusMessage &) {});
+    if (!isBusName(id))
+        return;
+    emit launching();
+    callSessionBus(m_bus, this, activateCall(id, m_startup.mint()), [](const QDBusMessage &) {});
 }
 
 } // namespace cobblet

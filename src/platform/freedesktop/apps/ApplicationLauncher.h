@@ -41,6 +41,8 @@ public:
     void activate(const QString &id);
 
 signals:
+    /// An application is asked to show itself, and the focus is meant for it.
+    void launching();
     /// A process of the application was started, or is known to serve it on the bus. `inTerminal`: the process
     /// is a terminal that shows the application.
     void launched(const QString &id, qint64 pid, bool inTerminal);

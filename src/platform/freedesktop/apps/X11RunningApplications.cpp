@@ -21,12 +21,13 @@ constexpr qint64 startingMilliseconds = 15000;
 
 } // namespace
 
-X11RunningApplications::X11RunningApplications(X11Windows *windows, FreedesktopWorkspace &workspace)
-    : m_display(windows), m_workspace(workspace)
+X11RunningApplications::X11RunningApplications(X11Windows *windows, FreedesktopWorkspace &workspace, Share share)
+    : m_display(windows), m_workspace(workspace), m_share(share)
 {
     connect(&workspace.launcher(), &ApplicationLauncher::launched, this, &X11RunningApplications::launchedHere);
     if (!m_display)
         return;
+    connect(&workspace.launcher(), &ApplicationLauncher::launching, m_display, &X11Windows::giveFocusToLaunch);
     connect(m_display, &X11Windows::added, this, &X11RunningApplications::read);
     connect(m_display, &X11Windows::removed, this, [this](xcb_window_t window) {
         m_windows.remove(window);
@@ -100,7 +101,7 @@ void X11RunningApplications::regroup()
     m_regroupQueued = false;
     for (const auto &application : m_applications)
         application->windows.clear();
-    QList<RunningApplication> launched;
+    QList<std::pair<RunningApplication, Origin>> launched;
     for (const xcb_window_t id : m_display ? m_display->windows() : std::vector<xcb_window_t>()) {
         const auto window = m_windows.constFind(id);
         // Docks and the desktop itself are part of the environment, not applications that somebody runs.
@@ -108,9 +109,11 @@ void X11RunningApplications::regroup()
             continue;
         const RunningApplication owner = ownerOf(*window);
         Application *application = find(owner);
+        if (!application && (application = withoutWindowYet(owner.bundleIdentifier)))
+            watchProcess(*application, owner.processIdentifier);
         if (!application) {
             application = &add(owner);
-            launched.append(owner);
+            launched.append({owner, handedOver(owner.bundleIdentifier) ? Origin::Unlaunched : Origin::Elsewhere});
         }
         application->windows.push_back(id);
         application->hadWindows = true;
@@ -124,9 +127,31 @@ void X11RunningApplications::regroup()
 
     for (const RunningApplication &application : ended)
         emit didTerminate(application);
-    for (const RunningApplication &application : launched)
+    for (const auto &[application, origin] : launched)
         if (!ended.contains(application))
-            emit didLaunch(application);
+            emit didLaunch(application, origin);
+}
+
+bool X11RunningApplications::Application::isStarting() const
+{
+    return !hadWindows && startedHere.isValid() && startedHere.elapsed() < startingMilliseconds;
+}
+
+/// The launch from here that the first window of this application completes, whichever process it comes from: what
+/// was started may have handed over to one that ran already.
+X11RunningApplications::Application *X11RunningApplications::withoutWindowYet(const QString &id) const
+{
+    const auto found = std::find_if(m_applications.begin(), m_applications.end(), [&](const auto &item) {
+        return item->self.bundleIdentifier == id && item->isStarting();
+    });
+    return found == m_applications.end() ? nullptr : found->get();
+}
+
+/// Whether the first window of this application is the doing of a launch from here that has ended.
+bool X11RunningApplications::handedOver(const QString &id)
+{
+    const QElapsedTimer ended = m_ended.take(id);
+    return ended.isValid() && ended.elapsed() < startingMilliseconds;
 }
 
 void X11RunningApplications::launchedHere(const QString &id, qint64 pid, bool inTerminal)
@@ -145,12 +170,26 @@ void X11RunningApplications::launchedHere(const QString &id, qint64 pid, bool in
     if (!application.end) // it has ended already
         if (const qint64 successor = leftInSession(pid); successor > 0)
             watchProcess(application, successor);
-    if (!application.end) {
-        m_applications.pop_back();
-        return;
-    }
     application.startedHere.start();
-    emit didLaunch(RunningApplication(application.self));
+    const bool lives = application.end != nullptr;
+    const RunningApplication self = application.self;
+    emit didLaunch(self, Origin::Here);
+    if (!lives)
+        processEnded(self);
+}
+
+void X11RunningApplications::addUnseen(const RunningApplication &application)
+{
+    const auto isKnown = [&](const auto &known) {
+        return known->self.bundleIdentifier == application.bundleIdentifier ||
+               known->self.processIdentifier == application.processIdentifier;
+    };
+    if (std::any_of(m_applications.begin(), m_applications.end(), isKnown))
+        return;
+    if (add(application).end)
+        emit didLaunch(application, Origin::Unlaunched);
+    else
+        m_applications.pop_back();
 }
 
 void X11RunningApplications::processEnded(const RunningApplication &ended)
@@ -172,6 +211,8 @@ void X11RunningApplications::processEnded(const RunningApplication &ended)
     application->end.reset();
     if (successor > 0)
         watchProcess(*application, successor);
+    else if (application->isStarting())
+        m_ended.insert(ended.bundleIdentifier, application->startedHere);
     regroup();
 }
 
@@ -188,7 +229,11 @@ QList<RunningApplication> X11RunningApplications::runningApplications() const
 Availability X11RunningApplications::availability() const
 {
     if (m_display && xcb_connection_has_error(m_display->x11().xcb()) == 0)
-        return Availability::works();
+        return m_share == Share::All
+                   ? Availability::works()
+                   : Availability::partly(QStringLiteral(
+                         "On a Wayland desktop only applications that use X11, and those that were opened from "
+                         "here, can be seen, and only windows of X11 can be hidden or shown."));
     return Availability::partly(QStringLiteral("Without an X11 display it can't be seen which applications run, and "
                                                "their windows can't be hidden or shown."));
 }
@@ -212,6 +257,7 @@ X11RunningApplications::Application &X11RunningApplications::add(const RunningAp
 /// Makes it the main process of the application, which has no end then if the process has ended already.
 void X11RunningApplications::watchProcess(Application &application, qint64 pid)
 {
+    application.end.reset();
     application.self.processIdentifier = pid;
     auto watch = ProcessEnd::watch(pid);
     const auto process = processEntry(pid);
@@ -236,9 +282,7 @@ bool X11RunningApplications::sharesProcess(const Application &application) const
 bool X11RunningApplications::lacksWindows(const RunningApplication &application) const
 {
     const Application *found = find(application);
-    const bool starting = found && !found->hadWindows && found->startedHere.isValid() &&
-                          found->startedHere.elapsed() < startingMilliseconds;
-    return found && found->windows.empty() && !starting;
+    return found && found->windows.empty() && !found->isStarting();
 }
 
 // The verbs
@@ -247,6 +291,17 @@ void X11RunningApplications::tell(const RunningApplication &application, Verb ve
 {
     if (const Application *found = find(application); found && m_display)
         (m_display->*verb)(found->windows);
+}
+
+void X11RunningApplications::hide(const RunningApplication &application, Completion done)
+{
+    const Application *found = find(application);
+    if (found && !found->windows.empty()) {
+        m_display->hide(found->windows, std::move(done));
+    } else if (done) {
+        const Availability seen = availability();
+        done(seen.level == Availability::Level::Works ? Status() : Error{seen.sentence});
+    }
 }
 
 void X11RunningApplications::reopen(const RunningApplication &application)

@@ -24,12 +24,15 @@ class FreedesktopWorkspace;
 class X11RunningApplications : public RunningApplications, public WindowAccess {
     Q_OBJECT
 public:
+    /// Which windows of the desktop are X11's.
+    enum class Share { All, Some };
+
     /// `windows` may be null: only what was launched from here is known then. Both must outlive this object.
-    X11RunningApplications(X11Windows *windows, FreedesktopWorkspace &workspace);
+    X11RunningApplications(X11Windows *windows, FreedesktopWorkspace &workspace, Share share = Share::All);
 
     QList<RunningApplication> runningApplications() const override;
     Availability availability() const override;
-    void hide(const RunningApplication &application) override { tell(application, &X11Windows::hide); }
+    void hide(const RunningApplication &application, Completion done = {}) override;
     void unhide(const RunningApplication &application) override { tell(application, &X11Windows::unhide); }
     void activate(const RunningApplication &application) override { tell(application, &X11Windows::bringToFront); }
     void terminate(const RunningApplication &application) override;
@@ -44,6 +47,8 @@ public:
     }
     void reopen(const RunningApplication &application) override;
 
+    /// Takes in an application that runs without a window and was not launched from here, unless it is known.
+    void addUnseen(const RunningApplication &application);
     /// It runs, has no window, and is not just being started.
     bool lacksWindows(const RunningApplication &application) const;
 
@@ -60,6 +65,8 @@ private:
         ProcessEntry process;
         QElapsedTimer startedHere; ///< valid when launched by this process
         bool hadWindows = false;
+
+        bool isStarting() const;
     };
 
     void read(xcb_window_t window);
@@ -71,6 +78,8 @@ private:
     Resolution resolve(const ClientWindow &window) const;
     RunningApplication ownerOf(const Window &window) const;
     Application *find(const RunningApplication &application) const;
+    Application *withoutWindowYet(const QString &id) const;
+    bool handedOver(const QString &id);
     using Verb = void (X11Windows::*)(const std::vector<xcb_window_t> &);
     void tell(const RunningApplication &application, Verb verb);
     Application &add(const RunningApplication &application);
@@ -80,8 +89,10 @@ private:
 
     X11Windows *m_display; ///< null without an X server
     FreedesktopWorkspace &m_workspace;
+    const Share m_share;
     QHash<xcb_window_t, Window> m_windows; ///< those that have been read
     QHash<qint64, QString> m_terminals;    ///< terminals started here, by pid, to show an application
+    QHash<QString, QElapsedTimer> m_ended; ///< launches from here that ended before a window came, by identifier
     std::vector<std::unique_ptr<Application>> m_applications;
     bool m_regroupQueued = false;
 };

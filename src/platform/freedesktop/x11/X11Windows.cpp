@@ -1,13 +1,18 @@
 #include "platform/freedesktop/x11/X11Windows.h"
 
 #include <QGuiApplication>
+#include <QLoggingCategory>
+#include <QTimer>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include <xcb/xfixes.h>
 
 namespace cobblet {
+
+Q_LOGGING_CATEGORY(lcWindows, "cobblet.windows")
 
 namespace {
 
@@ -21,6 +26,7 @@ constexpr const char *dockType = "_NET_WM_WINDOW_TYPE_DOCK";
 
 constexpr size_t maximumWindows = 4096;
 constexpr uint32_t iconicState = 3;
+constexpr std::chrono::seconds hidingPatience{1};
 constexpr uint32_t asThePager = 2; // the source of a request that is the user's own, past the guards of the focus
 
 xcb_window_t firstOf(const std::vector<uint32_t> &values)
@@ -76,8 +82,10 @@ void X11Windows::handle(const xcb_generic_event_t *event)
         } else if (notify->window == m_managerNamed && is(managerCheck)) {
             followManager();
         } else if (contains(notify->window)) {
-            if (is("WM_STATE"))
+            if (is("WM_STATE")) {
                 m_restoring.remove(notify->window);
+                followHiding(notify->window);
+            }
             emit propertyChanged(notify->window, notify->atom);
         }
         return;
@@ -167,7 +175,10 @@ void X11Windows::followWindows()
 
 void X11Windows::setWindows(std::vector<xcb_window_t> windows)
 {
-    std::erase_if(windows, [this](xcb_window_t window) { return window == XCB_WINDOW_NONE || isOwn(window); });
+    std::erase_if(windows, [this](xcb_window_t window) {
+        return window == XCB_WINDOW_NONE || isOwn(window) ||
+               (hasManager() && clientOf(window) == clientOf(m_manager));
+    });
     const QSet<xcb_window_t> now(windows.begin(), windows.end());
     const QSet<xcb_window_t> before(m_windows.begin(), m_windows.end());
     m_windows = std::move(windows);
@@ -175,6 +186,7 @@ void X11Windows::setWindows(std::vector<xcb_window_t> windows)
         m_x11.forget(window);
         m_hidden.remove(window);
         m_restoring.remove(window);
+        noteOutOfSight(window);
         emit removed(window);
     }
     for (const xcb_window_t window : now - before) {
@@ -188,9 +200,15 @@ bool X11Windows::contains(xcb_window_t window) const
     return std::find(m_windows.begin(), m_windows.end(), window) != m_windows.end();
 }
 
+/// What the identifiers of all windows of one connection begin with.
+uint32_t X11Windows::clientOf(xcb_window_t window) const
+{
+    return window & ~xcb_get_setup(m_x11.xcb())->resource_id_mask;
+}
+
 bool X11Windows::isOwn(xcb_window_t window) const
 {
-    return (window & ~xcb_get_setup(m_x11.xcb())->resource_id_mask) == m_ownBase;
+    return clientOf(window) == m_ownBase;
 }
 
 bool X11Windows::isDock(xcb_window_t window) const
@@ -281,20 +299,64 @@ QSet<xcb_window_t> X11Windows::iconified(const std::vector<xcb_window_t> &window
     return found;
 }
 
-void X11Windows::hide(const std::vector<xcb_window_t> &windows)
+void X11Windows::hide(const std::vector<xcb_window_t> &windows, std::function<void(const Status &)> done)
 {
     const QSet<xcb_window_t> already = iconified(windows) - m_restoring;
+    const auto hiding = std::make_shared<Hiding>(Hiding{{}, std::move(done)});
+    m_hiding.push_back(hiding);
     for (const xcb_window_t window : windows) {
         if (already.contains(window))
             continue;
         m_hidden.insert(window);
         m_restoring.remove(window);
-        if (hasList() || m_isManaged)
+        if (hasList() || m_isManaged) {
             m_x11.sendToRoot(window, m_x11.atom("WM_CHANGE_STATE"), {iconicState});
-        else
+            hiding->inSight.insert(window);
+        } else {
             xcb_unmap_window(m_x11.xcb(), window);
+        }
     }
     m_x11.flush();
+    if (hiding->inSight.isEmpty())
+        return endHiding(hiding);
+    QTimer::singleShot(hidingPatience, this, [this, weak = std::weak_ptr(hiding)] {
+        if (const auto late = weak.lock())
+            endHiding(late);
+    });
+}
+
+/// A window manager without icons leaves the state as it is, or takes it back at once.
+void X11Windows::followHiding(xcb_window_t window)
+{
+    const auto waitsFor = [window](const auto &hiding) { return hiding->inSight.contains(window); };
+    if (std::any_of(m_hiding.begin(), m_hiding.end(), waitsFor))
+        m_x11.ask(window, m_x11.atom("WM_STATE"), this, [this, window](const std::vector<uint32_t> &state) {
+            if (firstOf(state) == iconicState)
+                noteOutOfSight(window);
+        });
+}
+
+void X11Windows::noteOutOfSight(xcb_window_t window)
+{
+    for (const auto &hiding : std::vector(m_hiding))
+        if (hiding->inSight.remove(window) && hiding->inSight.isEmpty())
+            endHiding(hiding);
+}
+
+/// As it is by now.
+void X11Windows::endHiding(const std::shared_ptr<Hiding> &hiding)
+{
+    const auto ended = hiding;
+    std::erase(m_hiding, ended);
+    m_hidden -= ended->inSight;
+    const Status outcome = ended->inSight.isEmpty()
+                               ? Status()
+                               : Error{QStringLiteral("The window manager keeps its windows in sight: it may have no "
+                                                      "minimized windows.")};
+    if (ended->done)
+        ended->done(outcome);
+    else if (!outcome)
+        qCWarning(lcWindows).noquote() << outcome.error();
 }
 
 void X11Windows::unhide(const std::vector<xcb_window_t> &windows)

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "platform/Result.h"
 #include "platform/freedesktop/x11/X11Connection.h"
 
 #include <QObject>
 #include <QSet>
 
+#include <functional>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -42,8 +45,9 @@ public:
     QSet<xcb_window_t> iconified(const std::vector<xcb_window_t> &windows) const;
 
     // What a pager may ask for.
-    /// Iconifies the ones that can be seen.
-    void hide(const std::vector<xcb_window_t> &windows);
+    /// Iconifies the ones that can be seen. `done`, when given, is told once: when all of them are gone from sight,
+    /// or, a second later, that the window manager left some where they were.
+    void hide(const std::vector<xcb_window_t> &windows, std::function<void(const Status &)> done = {});
     /// Maps the ones that hide() iconified.
     void unhide(const std::vector<xcb_window_t> &windows);
     /// Maps the ones that are iconified, by whomever.
@@ -53,6 +57,8 @@ public:
     /// Gives the window the focus on behalf of the user, who acted at `time`; on another connection where that has to
     /// stay in order with what the other one maps and unmaps.
     void activate(xcb_window_t window, xcb_timestamp_t time, xcb_connection_t *on = nullptr);
+    /// Keeps the focus for an application that was launched, whenever its window comes.
+    void giveFocusToLaunch() { emit activationSent(XCB_WINDOW_NONE); }
     /// Asks a window to close; false when it does not take such a request.
     bool close(xcb_window_t window);
 
@@ -68,7 +74,7 @@ signals:
     void activeWindowChanged();
     /// isCompositing() or isBlurring() changed.
     void compositingChanged();
-    /// This process asked for the window to be activated.
+    /// This process gave the focus to the window, or, where it is none, to what it launched.
     void activationSent(xcb_window_t window);
 
 private:
@@ -78,9 +84,18 @@ private:
     void followBlur();
     void followWindows();
     void setManager(xcb_window_t window);
+    uint32_t clientOf(xcb_window_t window) const;
     void setWindows(std::vector<xcb_window_t> windows);
     std::vector<xcb_window_t> tree();
     void collect(xcb_window_t parent, int depth, std::vector<xcb_window_t> &found) const;
+    /// A call of hide() whose outcome is not known yet.
+    struct Hiding {
+        QSet<xcb_window_t> inSight;
+        std::function<void(const Status &)> done;
+    };
+    void followHiding(xcb_window_t window);
+    void noteOutOfSight(xcb_window_t window);
+    void endHiding(const std::shared_ptr<Hiding> &hiding);
     bool hasList() const { return supports("_NET_CLIENT_LIST"); }
     /// A manager that works out no work area takes no notice of docks, and may leave them out of its list.
     bool listsDocks() const { return hasList() && supports("_NET_WORKAREA"); }
@@ -98,6 +113,7 @@ private:
     bool m_compositing = false;
     bool m_blurs = false;
     std::vector<xcb_window_t> m_windows;
+    std::vector<std::shared_ptr<Hiding>> m_hiding;
     QSet<xcb_window_t> m_hidden;    ///< by hide()
     QSet<xcb_window_t> m_restoring; ///< on their way back: the window manager has not mapped them yet
     bool m_lookingAgain = false;
