@@ -3,6 +3,7 @@
 #include <QProcessEnvironment>
 #include <QTest>
 
+#include <algorithm>
 #include <csignal>
 
 #include <sys/prctl.h>
@@ -64,6 +65,11 @@ bool XSession::startWindowManager()
             const bool managed = !property(probe, "WM_STATE").empty();
             xcb_destroy_window(x11->xcb(), probe);
             x11->flush();
+            // It stays in the manager's list for a moment.
+            (void)QTest::qWaitFor([&] {
+                const auto listed = property(x11->root(), "_NET_CLIENT_LIST");
+                return std::find(listed.begin(), listed.end(), probe) == listed.end();
+            });
             return managed;
         },
         10'000);
