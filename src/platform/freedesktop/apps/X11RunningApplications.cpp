@@ -104,8 +104,9 @@ void X11RunningApplications::regroup()
     QList<std::pair<RunningApplication, Origin>> launched;
     for (const xcb_window_t id : m_display ? m_display->windows() : std::vector<xcb_window_t>()) {
         const auto window = m_windows.constFind(id);
-        // Docks and the desktop itself are part of the environment, not applications that somebody runs.
-        if (window == m_windows.cend() || window->processEnded || !window->seen.isOrdinary)
+        // Docks, the desktop and the window manager are part of the environment, not applications that somebody runs.
+        if (window == m_windows.cend() || window->processEnded || !window->seen.isOrdinary ||
+            m_display->isOfManager(id))
             continue;
         const RunningApplication owner = ownerOf(*window);
         Application *application = find(owner);

@@ -167,10 +167,7 @@ void X11Windows::followWindows()
 
 void X11Windows::setWindows(std::vector<xcb_window_t> windows)
 {
-    std::erase_if(windows, [this](xcb_window_t window) {
-        return window == XCB_WINDOW_NONE || isOwn(window) ||
-               (hasManager() && clientOf(window) == clientOf(m_manager));
-    });
+    std::erase_if(windows, [this](xcb_window_t window) { return window == XCB_WINDOW_NONE || isOwn(window); });
     const QSet<xcb_window_t> now(windows.begin(), windows.end());
     const QSet<xcb_window_t> before(m_windows.begin(), m_windows.end());
     m_windows = std::move(windows);
@@ -201,6 +198,11 @@ uint32_t X11Windows::clientOf(xcb_window_t window) const
 bool X11Windows::isOwn(xcb_window_t window) const
 {
     return clientOf(window) == m_ownBase;
+}
+
+bool X11Windows::isOfManager(xcb_window_t window) const
+{
+    return hasManager() && clientOf(window) == clientOf(m_manager);
 }
 
 bool X11Windows::isDock(xcb_window_t window) const

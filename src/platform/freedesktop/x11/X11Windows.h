@@ -39,6 +39,8 @@ public:
     /// manager's list with the docks that it lacks, or what the window tree shows where there is none.
     const std::vector<xcb_window_t> &windows() const { return m_windows; }
     bool contains(xcb_window_t window) const;
+    /// Whether the window is one that the window manager made for itself, such as its dock.
+    bool isOfManager(xcb_window_t window) const;
     /// Whether the window is one of this process.
     bool isOwn(xcb_window_t window) const;
     /// The ones of these that are iconified, or unmapped where nobody iconifies. Waits for one answer.
