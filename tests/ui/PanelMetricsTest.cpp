@@ -82,7 +82,7 @@ TEST(ThemeColors, TextIsReadOverAnythingThatIsNotBlurredAndTheOutlineStandsOffWi
         const QColor border = colors.outline();
         colors.setBackdrop(Backdrop::Nothing);
         EXPECT_EQ(colors.palette().panelBG.alpha(), 255);
-        EXPECT_GE(contrast(colors.windowColor(), dark ? Qt::black : Qt::white), 3);
+        EXPECT_GE(contrast(colors.edge(), dark ? Qt::black : Qt::white), 3);
         colors.setBackdrop(Backdrop::Blurred);
         EXPECT_EQ(colors.palette().panelBG, CBTheme::palette(f.theme.effectiveScheme(), true).panelBG);
         EXPECT_EQ(colors.outline(), border);

@@ -57,10 +57,15 @@ MenuLook ThemeColors::menuLook() const
             .blends = m_backdrop != Backdrop::Nothing};
 }
 
-/// Where the mask cuts through a pixel of the rounded edge, the rest of it is more of the outline.
-QColor ThemeColors::windowColor() const
+/// What the mask leaves of such a pixel is more of the outline.
+QColor ThemeColors::edge() const
 {
     return m_backdrop == Backdrop::Nothing ? over(m_outline, panelBG) : QColor(Qt::transparent);
+}
+
+QColor ThemeColors::windowColor() const
+{
+    return m_backdrop == Backdrop::Nothing ? panelBG : QColor(Qt::transparent);
 }
 
 void ThemeColors::setBackdrop(Backdrop backdrop)

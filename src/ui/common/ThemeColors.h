@@ -30,6 +30,7 @@ class ThemeColors : public QObject, public EngineSingleton<ThemeColors>, private
     Q_PROPERTY(QColor toolHover MEMBER toolHover NOTIFY changed)
     Q_PROPERTY(QColor border MEMBER border NOTIFY changed)
     Q_PROPERTY(QColor outline MEMBER m_outline NOTIFY changed)
+    Q_PROPERTY(QColor edge READ edge NOTIFY changed)
     Q_PROPERTY(QColor accent READ accent NOTIFY changed)
     Q_PROPERTY(QColor popoverBG MEMBER m_popoverBG NOTIFY changed)
     Q_PROPERTY(QColor fieldBG MEMBER m_fieldBG NOTIFY changed)
@@ -41,7 +42,9 @@ public:
     QColor accent() const;
     /// Around the panel: the palette's border, or one that stands off by itself where nothing casts a shadow.
     QColor outline() const { return m_outline; }
-    /// Of the panel's window, beneath all that is painted: transparent wherever that can be.
+    /// Of the pixels that the rounded outline covers in part: transparent wherever that can be.
+    QColor edge() const;
+    /// Of the panel's window, beneath all that is painted: seen for a moment while it grows, if at all.
     QColor windowColor() const;
     /// The palette as menus use it.
     MenuLook menuLook() const;

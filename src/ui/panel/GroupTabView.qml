@@ -26,6 +26,11 @@ FocusScope {
 
         Rectangle {
             anchors.fill: parent
+            color: CBTheme.edge
+        }
+
+        Rectangle {
+            anchors.fill: parent
             radius: PanelMetrics.panelRadius
             color: CBTheme.panelBG
         }
