@@ -104,6 +104,8 @@ class StatusItem(CobbletCase):
         self.assertGreater(tones[1] - tones[0], 150, "it is read on the dock")
         menu = self.choose(cobblet, "Down")
         cobblet.wait_painted()
+        self.choose(cobblet, "Down")  # with the panel open
+        cobblet.wait_painted()
         cobblet.hide()
         self.dock.kill()
         self.dock.wait()

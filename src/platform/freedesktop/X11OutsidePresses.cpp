@@ -67,11 +67,16 @@ bool X11OutsidePresses::nativeEventFilter(const QByteArray &type, void *message,
         isWheel(static_cast<const xcb_input_raw_button_press_event_t *>(message)->detail))
         return true;
     // A menu that is open takes the press for itself.
-    const QWindowList windows = QGuiApplication::topLevelWindows();
-    if (std::ranges::none_of(
-            windows, [](const QWindow *window) { return window->type() == Qt::Popup && window->isVisible(); }))
+    if (!menuIsOpen())
         lookInto(m_windows.x11().root());
     return true;
+}
+
+bool X11OutsidePresses::menuIsOpen()
+{
+    const QWindowList windows = QGuiApplication::topLevelWindows();
+    return std::ranges::any_of(
+        windows, [](const QWindow *window) { return window->type() == Qt::Popup && window->isVisible(); });
 }
 
 bool X11OutsidePresses::pressedLately() const

@@ -19,6 +19,8 @@ public:
     void listen(bool on);
     /// Whether the user has just pressed a button or a key, wherever.
     bool pressedLately() const;
+    /// Whether a menu of this program is open, which has the presses for itself.
+    static bool menuIsOpen();
 
 signals:
     void pressed();

@@ -70,7 +70,8 @@ X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Scr
     m_loss.setSingleShot(true);
     connect(&m_loss, &QTimer::timeout, this, [this] {
         m_holder = XCB_WINDOW_NONE;
-        if (isVisible() && !pointerTookFocus())
+        // The press may have been on the item in a tray, which lies within a dock.
+        if (isVisible() && !pointerTookFocus() && !X11OutsidePresses::menuIsOpen())
             emit resignedKey();
     });
     connect(&m_windows, &X11Windows::activeWindowChanged, this, [this] {
