@@ -25,7 +25,7 @@ class WindowManagers(unittest.TestCase):
         with Desktop(window_manager=manager, dock=None if manager in WITH_A_BAR else "bottom") as desktop:
             home = Home([GROUP])
             self.addCleanup(home.remove)
-            # Below the panel and under the pointer, as some place windows side by side and some focus what is pointed at.
+            # Below the panel and under the pointer: some place windows side by side, some focus what is pointed at.
             desktop.start(["xterm", "-geometry", "200x58+0+0"])
             terminal = desktop.wait_window("XTerm")
             desktop.move(260, 300)
@@ -44,11 +44,13 @@ class WindowManagers(unittest.TestCase):
                 return panel
 
             def close_all():
-                desktop.wait(lambda: len(cobblet.tool_buttons()) > CLOSE_ALL, "the tools")
+                desktop.move(*cobblet.cell(CALCULATOR))  # off the buttons, which show that they are pointed at
+                cobblet.wait_painted()
                 cobblet.click_tool(CLOSE_ALL)
 
-            # On its way from the bar to the panel the pointer crosses the terminal.
+            # On its way from the bar to the panel the pointer crosses the terminal, some time after a key was pressed.
             panel = opened()
+            self.assertTrue(desktop.holds(panel.viewable, seconds=0.7))
             desktop.move(700, desktop.size[1] - 2)
             desktop.move(250, 500)
             self.assertTrue(desktop.holds(panel.viewable))
@@ -76,7 +78,6 @@ class WindowManagers(unittest.TestCase):
             cobblet.reopen()
             opened()
             with desktop.holding("Alt_L"):
-                cobblet.wait_painted()
                 close_all()
             desktop.wait_no_window("XCalc")
             desktop.click(260, 300)
