@@ -31,7 +31,8 @@ Pressable {
     Image {
         x: 10
         y: 5
-        sourceSize: Qt.size(24, 24)
+        sourceSize.width: 24
+        sourceSize.height: 24
         asynchronous: true
         cache: false
         source: "image://applications/" + encodeURIComponent(row.bundleID)
