@@ -50,7 +50,9 @@ void X11OutsidePresses::listen(bool on)
         xcb_input_event_mask_t head;
         uint32_t events;
     } const mask{{XCB_INPUT_DEVICE_ALL_MASTER, 1},
-                 on ? uint32_t(XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS) : 0};
+                 on ? uint32_t(XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS |
+                               XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE)
+                    : 0};
     xcb_input_xi_select_events(m_toolkit, m_windows.x11().root(), 1, &mask.head);
     xcb_flush(m_toolkit);
 }
@@ -60,10 +62,11 @@ bool X11OutsidePresses::nativeEventFilter(const QByteArray &type, void *message,
     const auto *event = static_cast<const xcb_ge_generic_event_t *>(message);
     if (!m_listens || type != "xcb_generic_event_t" || (event->response_type & 0x7f) != XCB_GE_GENERIC ||
         event->extension != m_inputOpcode ||
-        (event->event_type != XCB_INPUT_RAW_BUTTON_PRESS && event->event_type != XCB_INPUT_RAW_KEY_PRESS))
+        (event->event_type != XCB_INPUT_RAW_BUTTON_PRESS && event->event_type != XCB_INPUT_RAW_KEY_PRESS &&
+         event->event_type != XCB_INPUT_RAW_KEY_RELEASE))
         return false;
     m_sincePress.start();
-    if (event->event_type == XCB_INPUT_RAW_KEY_PRESS ||
+    if (event->event_type != XCB_INPUT_RAW_BUTTON_PRESS ||
         isWheel(static_cast<const xcb_input_raw_button_press_event_t *>(message)->detail))
         return true;
     // A menu that is open takes the press for itself.

@@ -17,7 +17,7 @@ public:
     ~X11OutsidePresses() override;
 
     void listen(bool on);
-    /// Whether the user has just pressed a button or a key, wherever.
+    /// Whether the user has just pressed a button or a key, or released a key, wherever.
     bool pressedLately() const;
     /// Whether a menu of this program is open, which has the presses for itself.
     static bool menuIsOpen();
