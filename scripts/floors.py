@@ -13,6 +13,7 @@ BELOW_UI = BELOW_SHELL | {"shell"}
 MAY_INCLUDE = {
     "command": set(),
     "seal": set(),
+    "svg": {"platform"},
     "platform": set(),
     "model": {"platform"},
     "control": BELOW_CONTROL,

@@ -1,6 +1,6 @@
 #include "platform/freedesktop/apps/SvgImage.h"
 
-#include "platform/freedesktop/svg/SvgRequest.h"
+#include "platform/portable/SvgRequest.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

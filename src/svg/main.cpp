@@ -1,7 +1,7 @@
 // Draws SVG documents for the process that started it, with which it shares a socket as its standard input.
 
-#include "platform/freedesktop/svg/SvgRequest.h"
 #include "platform/portable/Releasing.h"
+#include "platform/portable/SvgRequest.h"
 
 #include <librsvg/rsvg.h>
 

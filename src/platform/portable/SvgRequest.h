@@ -7,8 +7,8 @@
 
 namespace cobblet {
 
-/// What the program of this folder reads: this, and then the document. It answers with one byte, and if that is 1
-/// with the picture: premultiplied pixels of 32 bits in the order of the machine, row by row without gaps.
+/// What the program that draws SVG documents reads: this, and then the document. It answers with one byte, and if
+/// that is 1 with the picture: premultiplied pixels of 32 bits in the order of the machine, row by row without gaps.
 struct SvgRequest {
     uint32_t bytes; ///< of the document
     uint32_t side;  ///< of the picture, in pixels
