@@ -210,7 +210,6 @@ class CobbletCase(unittest.TestCase):
 
     DESKTOP = {}
     GROUPS = GROUPS
-    PROGRAM = EXECUTABLE
 
     @classmethod
     def setUpClass(cls):
@@ -223,7 +222,7 @@ class CobbletCase(unittest.TestCase):
         self.addCleanup(self.home.remove)
 
     def start(self, *arguments, **environment):
-        cobblet = Cobblet(self.desktop, {**self.home.environment(), **environment}, (self.PROGRAM, *arguments))
+        cobblet = Cobblet(self.desktop, {**self.home.environment(), **environment}, (EXECUTABLE, *arguments))
         self.addCleanup(self.finish, cobblet)
         return cobblet
 
@@ -246,4 +245,4 @@ class CobbletCase(unittest.TestCase):
         return done.returncode, done.stdout.decode(), done.stderr.decode()
 
     def ask(self, *arguments):
-        return self.run_here(self.PROGRAM, *arguments)
+        return self.run_here(EXECUTABLE, *arguments)
