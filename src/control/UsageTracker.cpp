@@ -243,17 +243,19 @@ void UsageTracker::save(Saved<Table> &file)
 {
     const Scheduler::Handle finished = std::exchange(file.pending, nullptr);
     const Table before = file.table;
-    const FileLock lock(m_folder + QStringLiteral("/usage.lock"));
-    Status saved = lock.mayWrite();
-    if (saved) {
+    const auto merge = [&]() -> Status {
+        const FileLock lock(m_folder + QStringLiteral("/usage.lock"));
+        if (Status free = lock.mayWrite(); !free)
+            return free;
         if (auto stored = load<Table>(file.path)) {
             add(*stored, file.unsaved);
             file.table = *stored;
         }
-        if (!file.unsaved.isEmpty())
-            saved = writeAtomically(file.path, QJsonDocument(written(file.table)).toJson(QJsonDocument::Compact));
-    }
-    if (saved) {
+        if (file.unsaved.isEmpty())
+            return {};
+        return writeAtomically(file.path, QJsonDocument(written(file.table)).toJson(QJsonDocument::Compact));
+    };
+    if (const Status saved = merge()) {
         file.unsaved.clear();
         file.failureLogged = false;
     } else if (!std::exchange(file.failureLogged, true)) {

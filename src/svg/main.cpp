@@ -22,7 +22,9 @@ using namespace cobblet;
 /// Of the processor's time, for one document: icons take milliseconds, and the worst that can be written take minutes
 /// and more.
 constexpr time_t maximumSeconds = 2;
+#ifndef COBBLET_SANITIZED // which takes more
 constexpr rlim_t maximumMemory = 512 * 1024 * 1024;
+#endif
 
 using Handle = std::unique_ptr<RsvgHandle, Releasing<g_object_unref>>;
 using Surface = std::unique_ptr<cairo_surface_t, Releasing<cairo_surface_destroy>>;
