@@ -20,6 +20,8 @@
 #include <QLoggingCategory>
 #include <QQuickWindow>
 
+#include <utility>
+
 namespace cobblet {
 
 namespace {
@@ -44,8 +46,8 @@ constexpr int preloadPerGroup = 60;
 
 } // namespace
 
-MainProgram::MainProgram(const Bundle &bundle, Platform &platform, const CommandLine &request)
-    : PanelProgram(bundle, platform), m_request(request)
+MainProgram::MainProgram(const Bundle &bundle, Platform &platform, CommandLine request)
+    : PanelProgram(bundle, platform), m_request(std::move(request))
 {
 }
 

@@ -12,8 +12,8 @@ namespace cobblet {
 class MainProgram : public PanelProgram {
     Q_OBJECT
 public:
-    /// `request` is what the program was started for; it outlives the object.
-    MainProgram(const Bundle &bundle, Platform &platform, const CommandLine &request);
+    /// `request` is what the program was started for.
+    MainProgram(const Bundle &bundle, Platform &platform, CommandLine request);
     ~MainProgram() override;
 
     void start() override;
@@ -30,7 +30,7 @@ private:
     StandaloneGroupManager &standaloneManager();
     void startStandaloneManager();
 
-    const CommandLine &m_request;
+    const CommandLine m_request;
     bool m_serves = false;
     std::optional<StatusBarController> m_statusBarController;
     std::optional<StandaloneGroupManager> m_standaloneManager;

@@ -244,14 +244,18 @@ void UsageTracker::save(Saved<Table> &file)
     const Scheduler::Handle finished = std::exchange(file.pending, nullptr);
     const Table before = file.table;
     const auto merge = [&]() -> Status {
-        const FileLock lock(m_folder + QStringLiteral("/usage.lock"));
-        if (Status free = lock.mayWrite(); !free)
-            return free;
+        const bool writes = !file.unsaved.isEmpty();
+        std::optional<FileLock> lock; // only to write: files are replaced, so that one that is read is whole
+        if (writes) {
+            const Status &free = lock.emplace(m_folder + QStringLiteral("/usage.lock")).mayWrite();
+            if (!free)
+                return Error{free.error()};
+        }
         if (auto stored = load<Table>(file.path)) {
             add(*stored, file.unsaved);
             file.table = *stored;
         }
-        if (file.unsaved.isEmpty())
+        if (!writes)
             return {};
         return writeAtomically(file.path, QJsonDocument(written(file.table)).toJson(QJsonDocument::Compact));
     };

@@ -18,7 +18,7 @@ constexpr size_t maximumEntries = 20000;
 /// What lies below a bundle, by its path, which is relative to the bundle and as encoded() writes it. A file is "F",
 /// its SHA-256 in hexadecimal and which of "ugo" may execute it; a link is "L", where it leads as encoded() writes
 /// it, and nothing; a tab stands between each two. A folder is "D". What a seal can't vouch for, as a pipe, a file
-/// that can't be read or a stranger beside the seal, is "?" and what is wrong: "?is a named pipe".
+/// that can't be read or a stranger beside the seal, is "?" and what is wrong: "?is a pipe, a socket or a device".
 using Tree = std::map<std::string, std::string>;
 
 /// The bytes in printable ASCII, all others and "%" as "%XX": terminals obey some of them.

@@ -72,8 +72,8 @@ bool draw(const std::vector<unsigned char> &document, std::vector<unsigned char>
 
 int main()
 {
-    // Who started this has seen it end, and need not look again when it really does.
-    if (fork() > 0)
+    // The starter waits for the first process, which ends at once, and not for its child, which draws.
+    if (fork() != 0)
         _exit(EXIT_SUCCESS);
     setLimits();
     SvgRequest request{};

@@ -97,6 +97,8 @@ class StatusItem(CobbletCase):
         return menu
 
     def test_an_embedding_tray_that_comes_late_and_is_started_again_shows_the_item_and_its_menu(self):
+        self.desktop.start(["xterm", "-geometry", "30x6+20+20"])
+        place = self.desktop.wait_window("XTerm").rect()
         cobblet = self.start_hidden()
         self.desktop.wait(lambda: "tray" in cobblet.messages(), "the line about the tray")
         self.start_dock()
@@ -110,7 +112,8 @@ class StatusItem(CobbletCase):
         self.assertTrue(self.desktop.holds(lambda: cobblet.panel() and cobblet.menu()), "the open panel stays")
         self.desktop.key("Escape")
         self.desktop.wait(lambda: not cobblet.menu(), "the menu to close")
-        cobblet.hide()
+        self.desktop.click(place.x + 30, place.y + 30)
+        cobblet.wait_hidden()
         self.dock.kill()
         self.dock.wait()
         self.desktop.wait(lambda: not self.icons(cobblet), "no icon to be left on the screen")

@@ -21,6 +21,7 @@
 #include <QSet>
 #include <QStringList>
 
+#include <mutex>
 #include <ostream>
 
 /// How GoogleTest prints the toolkit's values.
@@ -91,6 +92,7 @@ public:
     QString resolved(const QString &bundleID) const override { return aliases.value(bundleID, bundleID); }
     std::optional<InstalledApplication> application(const QString &bundleID) const override
     {
+        const std::lock_guard lock(m_mutex); // icons are asked for from other threads
         const auto it = installed.constFind(resolved(bundleID));
         return it == installed.cend() ? std::nullopt : std::optional(*it);
     }
@@ -137,6 +139,7 @@ public:
     void install(const QString &bundleID, const QString &name = {})
     {
         const QString path = u"/apps/%1.desktop"_s.arg(bundleID);
+        const std::lock_guard lock(m_mutex);
         installed[bundleID] = {bundleID, name.isEmpty() ? bundleID : name, path};
     }
 
@@ -154,6 +157,7 @@ private:
         image.fill(color);
         return image;
     }
+    mutable std::mutex m_mutex; ///< of `installed`
     Log *m_log;
 };
 

@@ -41,7 +41,7 @@ namespace cobblet {
 
 namespace {
 
-constexpr std::chrono::seconds unseenDelay{1}; ///< after the first panel
+constexpr std::chrono::seconds unseenDelay{1}; ///< after the list of those with windows is made
 
 /// Each service is made when it is first asked for, and is destroyed before what it was built from.
 class FreedesktopPlatform : public Platform {

@@ -3,6 +3,7 @@
 #include "platform/freedesktop/X11Keyboard.h"
 
 #include <QAbstractNativeEventFilter>
+
 namespace cobblet {
 
 /// Brings clicks with Alt to a window of the toolkit where the window manager would move that window with them. They
@@ -21,7 +22,6 @@ public:
 
 private:
     bool nativeEventFilter(const QByteArray &type, void *message, qintptr *result) override;
-    bool leavesForGrab(const xcb_generic_event_t &event) const;
     std::vector<uint16_t> modifiers() const;
 
     X11Connection &m_x11;

@@ -20,7 +20,7 @@ constexpr const char *desktopType = "_NET_WM_WINDOW_TYPE_DESKTOP";
 // A window manager that is busy gives a window the focus this much later than it was asked to.
 constexpr std::chrono::milliseconds memory{500};
 
-/// The wheel, which is no turning away.
+/// Scrolling does not close the panel.
 bool isWheel(uint32_t button)
 {
     return button >= XCB_BUTTON_INDEX_4 && button <= 7;

@@ -69,14 +69,20 @@ X11PanelSurface::X11PanelSurface(QWindow &window, double cornerRadius, const Scr
 
     m_loss.setSingleShot(true);
     connect(&m_loss, &QTimer::timeout, this, [this] {
+        // The press may have been on the item in a tray, which lies within a dock: the focus is where it was.
+        if (X11OutsidePresses::menuIsOpen())
+            return;
         m_holder = XCB_WINDOW_NONE;
-        // The press may have been on the item in a tray, which lies within a dock.
-        if (isVisible() && !pointerTookFocus() && !X11OutsidePresses::menuIsOpen())
+        m_pointerTookFocus = pointerTookFocus();
+        if (isVisible() && !m_pointerTookFocus)
             emit resignedKey();
     });
     connect(&m_windows, &X11Windows::activeWindowChanged, this, [this] {
         const xcb_window_t active = m_windows.activeWindow();
-        if (m_loss.isActive() && active != XCB_WINDOW_NONE && !isFamily(ownWindow(active)))
+        if (active == XCB_WINDOW_NONE || isFamily(ownWindow(active)))
+            return;
+        // What the pointer took does not come back to the panel before the user goes on to another window.
+        if (m_loss.isActive() || (m_pointerTookFocus && isVisible() && m_presses.pressedLately()))
             m_loss.start(std::chrono::milliseconds(0));
     });
     connect(&m_windows, &X11Windows::activationSent, this, [this](xcb_window_t activated) {
@@ -276,6 +282,7 @@ void X11PanelSurface::orderOut()
     m_presses.listen(false);
     m_loss.stop();
     m_holder = XCB_WINDOW_NONE;
+    m_pointerTookFocus = false;
     m_awaitsTime = false;
     if (wasVisible) {
         m_stateWasDropped = false;

@@ -54,6 +54,7 @@ private:
     std::unique_ptr<X11AltClicks> m_altClicks;
     double m_radius;
     bool m_wantsBlur = false;
+    bool m_pointerTookFocus = false;         ///< from the panel, which stays open
     xcb_window_t m_holder = XCB_WINDOW_NONE; ///< the panel or the window of its family that has the focus
     bool m_awaitsTime = false;
     bool m_stateWasDropped = true; ///< by the window manager since the last unmapping, or there was none

@@ -205,7 +205,6 @@ void ApplicationLauncher::finish(const Workspace::Completion &done, const Status
 
 void ApplicationLauncher::launch(const InstalledEntry &entry, const Launch &launch)
 {
-    emit launching();
     if (entry.dBusActivatable && launch.uris.isEmpty() && isBusName(entry.application.bundleID) && hasBus())
         launchOverBus(entry, launch);
     else
@@ -215,6 +214,7 @@ void ApplicationLauncher::launch(const InstalledEntry &entry, const Launch &laun
 void ApplicationLauncher::launchOverBus(const InstalledEntry &entry, const Launch &launch)
 {
     const QString id = entry.application.bundleID;
+    emit launching();
     callSessionBus(m_bus, this, activateCall(id, tokenFor(launch)),
                    [this, entry, launch, id](const QDBusMessage &reply) {
                        if (reply.type() == QDBusMessage::ErrorMessage) {
@@ -284,6 +284,7 @@ void ApplicationLauncher::start(const InstalledEntry &entry, const QStringList &
                                 .arg(entry.application.name, error ? QString::fromUtf8(error->message)
                                                                    : QStringLiteral("no reason was given"))});
     }
+    emit launching();
     // Watched until it ends so that it leaves no zombie.
     if (ProcessEnd *child = ProcessEnd::watch(pid).release()) {
         child->setParent(this);

@@ -15,6 +15,9 @@
 #include <QThreadPool>
 #include <QUrl>
 
+#include <future>
+#include <memory>
+
 namespace cobblet {
 
 Q_LOGGING_CATEGORY(lcWorkspace, "cobblet.applications")
@@ -237,9 +240,12 @@ QImage FreedesktopWorkspace::genericIcon(int points, qreal devicePixelRatio) con
 
 void FreedesktopWorkspace::listApplications(std::function<void(const QList<InstalledApplication> &)> answer)
 {
-    m_reader.start([this, answer = std::move(answer)] {
+    // Handed over in a future, which the thread sanitizer sees; the toolkit's queue it does not.
+    const auto listed = std::make_shared<std::promise<QList<InstalledApplication>>>();
+    m_reader.start([this, listed, answer = std::move(answer)] {
+        listed->set_value(m_installed.shown());
         QMetaObject::invokeMethod(
-            this, [answer, applications = m_installed.shown()] { answer(applications); }, Qt::QueuedConnection);
+            this, [listed, answer] { answer(listed->get_future().get()); }, Qt::QueuedConnection);
     });
 }
 

@@ -47,11 +47,14 @@ Painter::Painter(const QString &program)
     posix_spawn_file_actions_t actions;
     ::posix_spawn_file_actions_init(&actions);
     ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDIN_FILENO);
-    for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) // what the library thinks of a document
+    for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) // the library's warnings about a document
         ::posix_spawn_file_actions_addopen(&actions, stream, "/dev/null", O_WRONLY, 0);
     pid_t process = 0;
-    if (::posix_spawn(&process, path.constData(), &actions, nullptr, arguments, environ) == 0)
-        ::waitpid(process, nullptr, 0); // of it; what draws is its child
+    if (::posix_spawn(&process, path.constData(), &actions, nullptr, arguments, environ) == 0) {
+        // It ends at once, and its child draws.
+        while (::waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
+        }
+    }
     ::posix_spawn_file_actions_destroy(&actions);
     ::close(ends[1]);
     m_socket = ends[0];
@@ -84,7 +87,7 @@ QImage svgImage(const QString &program, const QByteArray &document, int side)
         painter = std::make_unique<Painter>(program);
     const std::optional<bool> drawn = painter->draw(document, image);
     const QCoreApplication *application = QCoreApplication::instance();
-    if (!drawn || !application || QThread::currentThread() == application->thread()) // which never ends
+    if (!drawn || !application || QThread::currentThread() == application->thread()) // whose end would come too late
         painter.reset();
     return drawn.value_or(false) ? image : QImage();
 }

@@ -59,7 +59,7 @@ public:
     /// Gives the window the focus on behalf of the user, who acted at `time`; on another connection where that has to
     /// stay in order with what the other one maps and unmaps.
     void activate(xcb_window_t window, xcb_timestamp_t time, xcb_connection_t *on = nullptr);
-    /// Keeps the focus for an application that was launched, whenever its window comes.
+    /// Tells listeners not to give the focus back: an application that is being launched will take it.
     void giveFocusToLaunch() { emit activationSent(XCB_WINDOW_NONE); }
     /// Asks a window to close; false when it does not take such a request.
     bool close(xcb_window_t window);
