@@ -189,10 +189,38 @@ TEST_F(PanelWindow, TheAddCellIsReachedByTheKeyboardAndItsChooserIsUsedWithIt)
     QTest::keyClick(sheet, Qt::Key_Down);
     QTest::keyClick(sheet, Qt::Key_Z);
     ASSERT_TRUE(QTest::qWaitFor([&] { return row("Zeta One") && !row("App 1"); }));
+    const auto *field = QAccessible::queryAccessibleInterface(sheet->activeFocusItem());
+    EXPECT_EQ(field->text(QAccessible::Description), u"Zeta One"_s) << "heard while the field has the keyboard";
+    QTest::mouseDClick(sheet, Qt::RightButton, {}, center(row("Zeta One")));
+    EXPECT_EQ(f.config.groups()[1].apps.size(), 2) << "the right button adds nothing";
+    ASSERT_EQ(view->engine().popovers().window(), sheet);
     QTest::keyClick(sheet, Qt::Key_Return);
     EXPECT_EQ(view->engine().popovers().window(), nullptr);
     EXPECT_EQ(f.config.groups()[1].apps.last().bundleID, u"new.one"_s);
     EXPECT_EQ(f.config.groups()[1].apps.size(), 3);
+}
+
+TEST_F(PanelWindow, TheAddCellHasTheFocusInAnEmptyGroupAndNoneWhereItIsHidden)
+{
+    const auto focused = [this] { return view->window().activeFocusItem()->property("label").toString(); };
+    f.usage.recordLaunch(u"app.1"_s);
+    f.config.replaceGroups({f.group(u"Empty"_s, 0), f.group(u"Play"_s, 2)});
+    view->model().selectRow(0);
+    QStringList passed;
+    for (int i = 0; i < 10; ++i) {
+        press(i < 5 ? Qt::Key_Tab : Qt::Key_Backtab);
+        passed.append(focused());
+    }
+    EXPECT_EQ(passed.count(u"Add Apps"_s), 2) << "once each way round: " << passed.join(u", "_s).toStdString();
+    view->model().selectRow(1);
+    labelled("Add Apps")->forceActiveFocus();
+    view->model().selectRow(-1);
+    press(Qt::Key_Return);
+    EXPECT_EQ(view->engine().popovers().window(), nullptr);
+    press(Qt::Key_Left);
+    press(Qt::Key_Right);
+    press(Qt::Key_Return);
+    EXPECT_EQ(f.workspace.opened, QStringList(u"app.1"_s));
 }
 
 TEST_F(PanelWindow, ToolRowKeepsItsFormUnderTheModifiersAndGivesLabelsUpInOrder)

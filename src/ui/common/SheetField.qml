@@ -9,6 +9,7 @@ Rectangle {
     property alias placeholder: placeholderText.text
     property alias input: input
     property string label: placeholder
+    property string description
     signal accepted
 
     height: 28
@@ -33,6 +34,7 @@ Rectangle {
         font.pixelSize: 13
         Accessible.role: Accessible.EditableText
         Accessible.name: field.label
+        Accessible.description: field.description
         onAccepted: field.accepted()
     }
 

@@ -34,6 +34,8 @@ PopoverFrame {
         y: 42
         width: sheet.width - 32
         placeholder: "Search"
+        // The current row is heard while the keyboard stays here.
+        description: (list.currentItem as AppChooserRow)?.name ?? ""
         onTextChanged: {
             sheet.apps.search = text;
             list.currentIndex = 0;
@@ -72,7 +74,9 @@ PopoverFrame {
                 list.currentIndex = index;
                 sheet.apps.toggle(index);
             }
-            onDoubleClicked: {
+            onDoubleClicked: mouse => {
+                if (mouse.button !== Qt.LeftButton)
+                    return;
                 if (!isChosen)
                     sheet.apps.toggle(index);
                 sheet.add();

@@ -17,6 +17,7 @@ Pressable {
     label: name
     Keys.enabled: false // the list has its own
     Accessible.role: Accessible.ListItem
+    Accessible.focusable: false
     Accessible.selectable: true
     Accessible.selected: isChosen
     Accessible.onPressAction: triggered()

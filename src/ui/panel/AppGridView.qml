@@ -29,6 +29,10 @@ Item {
 
     GridView {
         id: view
+
+        // In an empty group the cell that adds applications is all there is.
+        readonly property bool leadsToAdding: activeFocus && count === 0 && Panel.isEditable
+
         x: Math.max(PanelMetrics.gridPadding, Math.round((page.width - width + PanelMetrics.columnSpacing) / 2))
         width: page.columns * page.pitch
         height: page.height - (tools.visible ? tools.height : 0)
@@ -56,6 +60,10 @@ Item {
         model: Panel.grid
         Accessible.role: Accessible.List
         Accessible.name: Panel.contentName
+        onLeadsToAddingChanged: {
+            if (leadsToAdding)
+                addCell.forceActiveFocus();
+        }
         onCurrentIndexChanged: {
             if (activeFocus)
                 positionViewAtIndex(currentIndex, GridView.Contain);
@@ -108,6 +116,11 @@ Item {
                 view.positionViewAtEnd();
             }
 
+            // A hidden item keeps the focus otherwise, and the keys with it.
+            onVisibleChanged: {
+                if (!visible)
+                    focus = false;
+            }
             Keys.onLeftPressed: {
                 if (column > 0)
                     view.goTo(view.count - 1);
