@@ -57,7 +57,7 @@ MenuLook ThemeColors::menuLook() const
             .blends = m_backdrop != Backdrop::Nothing};
 }
 
-/// What the mask leaves of such a pixel is more of the outline.
+/// Without a compositor a pixel at the edge of the window's mask is seen whole: it has the colour of the outline.
 QColor ThemeColors::edge() const
 {
     return m_backdrop == Backdrop::Nothing ? over(m_outline, panelBG) : QColor(Qt::transparent);

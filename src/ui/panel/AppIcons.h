@@ -10,7 +10,7 @@
 namespace cobblet {
 
 /// The icons of installed applications for lists that are open for a moment: "image://applications/IDENTIFIER", drawn
-/// on the engine's own thread and kept by nobody but the item that shows them.
+/// on the engine's own thread and kept only by the item that shows them.
 class AppIcons : public QQuickImageProvider {
 public:
     /// The workspace outlives the engine.

@@ -39,7 +39,8 @@ public:
     static constexpr int cellHeight = 81;
     static constexpr int titledCellHeight = 103;
     static constexpr int columnSpacing = 8;
-    static constexpr int columnPitch = cellWidth + columnSpacing - 1; ///< at least, in a window rounded down
+    /// The least distance between columns: a point less where the window was rounded down.
+    static constexpr int columnPitch = cellWidth + columnSpacing - 1;
     static constexpr int rowSpacing = 18;
     static constexpr int gridPadding = 16;
     static constexpr int toolRowHeight = 46;

@@ -14,12 +14,6 @@
 
 namespace cobblet {
 
-namespace {
-
-constexpr int mostUsedLimit = 10;
-
-} // namespace
-
 PanelViewModel::PanelViewModel(const PanelDependencies &dependencies, QObject *parent)
     : QObject(parent), m_d(dependencies), m_actions(m_d), m_tiles(m_d.icons),
       m_grid(m_d.workspace, m_d.runningApps, m_tiles)
@@ -103,7 +97,7 @@ void PanelViewModel::reloadContent()
         m_mostUsed = {};
         m_grid.show(group->apps);
     } else {
-        m_mostUsed = m_order.isEmpty() ? AppGroup() : m_d.usage.mostUsed(mostUsedLimit);
+        m_mostUsed = m_order.isEmpty() ? AppGroup() : m_d.usage.mostUsed();
         const auto counts = m_d.usage.counts();
         m_grid.show(m_mostUsed.apps, &counts);
     }
@@ -149,7 +143,7 @@ QString PanelViewModel::contentID() const
 QString PanelViewModel::contentName() const
 {
     const AppGroup *group = groupOnShow();
-    return group ? displayText(group->name) : QStringLiteral("Most Used");
+    return group ? displayText(group->name) : AppGroup::mostUsed().name;
 }
 
 bool PanelViewModel::showsToolRow() const
