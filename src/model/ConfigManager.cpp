@@ -57,8 +57,6 @@ ConfigManager::ConfigManager(Options options, UserDefaults &standardDefaults, Ho
     {
         const auto locked = lock();
         auto stored = storedNews();
-        if (!stored)
-            stored = storedCopy();
         if (!stored && m_options.makesGroups)
             stored = firstRunGroups();
         m_groups = stored.value_or(QList<AppGroup>());
@@ -68,7 +66,7 @@ ConfigManager::ConfigManager(Options options, UserDefaults &standardDefaults, Ho
         runHooks();
         m_groupShortcuts = storedShortcuts();
         removeUnknown(m_groupShortcuts, m_groups);
-        if (stored)
+        if (stored && !m_isUnfinished)
             saveShortcuts();
         if (m_hooks.refreshShortcutParameters)
             m_hooks.refreshShortcutParameters();
@@ -114,10 +112,13 @@ bool ConfigManager::changeGroups(const GroupChange &change)
     if (changed)
         m_unsaved.append(change);
     const bool published = publish(groups);
-    if (changed || m_fileFails)
+    if (changed || m_fileFails) {
         saveGroups(locked->mayWrite());
-    if (changed)
-        pruneShortcuts();
+        if (!m_isUnfinished)
+            pruneShortcuts();
+    } else if (m_copyIsOld && locked->mayWrite()) {
+        saveCopy(encodeGroups(m_groups));
+    }
     if (changed || published)
         runHooks();
     return changed;
@@ -137,12 +138,18 @@ void ConfigManager::changeShortcuts(const ShortcutChange &change)
 std::optional<QList<AppGroup>> ConfigManager::storedNews()
 {
     auto look = m_file.look();
-    if (look.kind == GroupsFile::Look::Read)
+    m_isUnfinished = look.kind == GroupsFile::Look::Unfinished;
+    if (look.kind == GroupsFile::Look::Read) {
+        m_copyIsOld = true;
         return std::move(look.groups);
-    if (look.kind == GroupsFile::Look::Unfinished && m_options.follows)
+    }
+    if (!look.damage.isEmpty())
+        qCWarning(log, "%ls holds no groups: %ls", qUtf16Printable(m_file.path()), qUtf16Printable(look.damage));
+    if (m_isUnfinished && m_options.follows)
         m_settling.start();
-    // What could not be saved is in memory, and perhaps nowhere else.
-    return look.kind == GroupsFile::Look::Missing && m_unsaved.isEmpty() ? storedCopy() : std::nullopt;
+    // What the copy lacks is in memory, and perhaps nowhere else.
+    const bool isInMemory = look.kind == GroupsFile::Look::Same || m_copyIsOld || !m_unsaved.isEmpty();
+    return isInMemory ? std::nullopt : storedCopy();
 }
 
 std::optional<QList<AppGroup>> ConfigManager::storedCopy()
@@ -195,7 +202,12 @@ void ConfigManager::saveGroups(const Status &mayWrite)
         qCWarning(log, "The groups are kept in memory and in the preferences only. %ls",
                   qUtf16Printable(status.error()));
     m_fileFails = !status;
-    store(groupsKey, json);
+    saveCopy(json);
+}
+
+void ConfigManager::saveCopy(const QByteArray &json)
+{
+    m_copyIsOld = !store(groupsKey, json);
 }
 
 void ConfigManager::saveShortcuts()
@@ -208,14 +220,15 @@ void ConfigManager::pruneShortcuts()
     changeShortcuts([this](QMap<int, QUuid> &shortcuts) { removeUnknown(shortcuts, m_groups); });
 }
 
-void ConfigManager::store(const QString &key, const QByteArray &bytes)
+bool ConfigManager::store(const QString &key, const QByteArray &bytes)
 {
     if (m_defaults.data(key) == bytes)
-        return;
+        return true;
     const Status status = m_defaults.set(key, bytes);
     if (!status && !m_defaultsFail)
         qCWarning(log, "The preferences do not take the groups. %ls", qUtf16Printable(status.error()));
     m_defaultsFail = !status;
+    return bool(status);
 }
 
 void ConfigManager::runHooks()
@@ -233,12 +246,14 @@ void ConfigManager::followGroups()
     auto look = m_file.look();
     if (look.kind == GroupsFile::Look::Same)
         return;
-    if (look.kind != GroupsFile::Look::Read)
-        return m_settling.start();
-    m_settling.stop();
-    if (!m_unsaved.isEmpty() || giveUsableIds(look.groups)) {
-        reload();
-    } else if (publish(look.groups)) {
+    const bool isRead = look.kind == GroupsFile::Look::Read;
+    if (!isRead || !m_unsaved.isEmpty() || giveUsableIds(look.groups)) {
+        m_file.forget();
+        return isRead ? reload() : m_settling.start();
+    }
+    m_copyIsOld = true;
+    m_settling.start();
+    if (publish(look.groups)) {
         followShortcuts();
         runHooks();
     }
@@ -246,7 +261,6 @@ void ConfigManager::followGroups()
 
 void ConfigManager::reload()
 {
-    m_file.forget();
     changeGroups([](QList<AppGroup> &) {});
 }
 

@@ -93,7 +93,8 @@ private:
     void changeGroup(const QUuid &id, const std::function<void(AppGroup &)> &change);
     void changeShortcuts(const ShortcutChange &change);
 
-    /// The stored list, if it is another one than this store last read or wrote.
+    /// The stored list, if it may be another one than is in memory: that of the file, or the copy where there is
+    /// none.
     std::optional<QList<AppGroup>> storedNews();
     /// The list in the preferences; absent when there is none of use.
     std::optional<QList<AppGroup>> storedCopy();
@@ -101,13 +102,15 @@ private:
     bool publish(const QList<AppGroup> &groups);
     void publish(const QMap<int, QUuid> &shortcuts);
     void saveGroups(const Status &mayWrite);
+    void saveCopy(const QByteArray &json);
     void saveShortcuts();
     void pruneShortcuts();
-    void store(const QString &key, const QByteArray &bytes);
+    /// Whether the preferences hold it now.
+    bool store(const QString &key, const QByteArray &bytes);
     void runHooks();
 
     void followGroups();
-    /// Takes in what is stored, and saves what could not be.
+    /// Takes in what is stored, and saves what is not yet: in the file, or in the copy.
     void reload();
     void followShortcuts();
     void watch();
@@ -117,14 +120,16 @@ private:
     UserDefaults &m_defaults;
     GroupsFile m_file;
     std::unique_ptr<QFileSystemWatcher> m_watcher; ///< null when nothing is followed
-    QTimer m_settling;                             ///< runs while the file is missing or unfinished
+    QTimer m_settling; ///< runs while the file or the copy is yet to be brought up to date
     std::weak_ptr<FileLock> m_lock;
 
     QList<AppGroup> m_groups;
     QMap<int, QUuid> m_groupShortcuts;
     /// Changes that the file could not take. They are made again on top of what another process writes.
     QList<GroupChange> m_unsaved;
-    bool m_fileFails = false; ///< the last write failed and the log has it
+    bool m_copyIsOld = false;    ///< the list was read from the file since the copy was last known to be the same
+    bool m_isUnfinished = false; ///< so the file was at the last look under the lock
+    bool m_fileFails = false;    ///< the last write failed and the log has it
     bool m_defaultsFail = false;
 };
 

@@ -35,19 +35,17 @@ GroupsFile::Look GroupsFile::look()
     m_stamp.emplace(m_path);
     m_isBad = QFileInfo::exists(m_path) || QFileInfo(m_path).isSymLink();
     if (!m_isBad)
-        return {Look::Missing, {}};
+        return {Look::Missing, {}, {}};
     const auto bytes = readBounded(m_path, maximumJsonBytes);
     auto groups = bytes ? decodeGroups(bytes.value()) : Result<QList<AppGroup>>(Error{bytes.error()});
     if (!groups && isUnfinished()) {
         forget();
-        return {Look::Unfinished, {}};
+        return {Look::Unfinished, {}, {}};
     }
-    if (!groups) {
-        qCWarning(log, "%ls holds no groups: %ls", qUtf16Printable(m_path), qUtf16Printable(groups.error()));
-        return {Look::Missing, {}};
-    }
+    if (!groups)
+        return {Look::Missing, {}, groups.error()};
     m_isBad = false;
-    return {Look::Read, std::move(groups).value()};
+    return {Look::Read, std::move(groups).value(), {}};
 }
 
 Status GroupsFile::write(const QByteArray &json)

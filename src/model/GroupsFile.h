@@ -25,8 +25,9 @@ public:
             Read
         } kind = Same;
         QList<AppGroup> groups; ///< when Read
+        QString damage;         ///< when Missing: why it holds no groups; empty when there is none
     };
-    /// Reads the file unless it is still the one last looked at. Says in the log how it is damaged.
+    /// Reads the file unless it is still the one last looked at.
     Look look();
     /// Makes the next look read the file whatever it is.
     void forget() { m_stamp.reset(); }

@@ -365,9 +365,9 @@ void StandaloneGroupManager::alert(const AppGroup &group, const BuildFailure &fa
          .informativeText =
              (isOfSigning
                   ? QStringLiteral("macOS requires every app to be code-signed, and the signing step failed on "
-                                   "this Mac, so nothing was installed.")
-                  : message(failure)) +
-             QStringLiteral("\n\n") + text,
+                                   "this Mac, so nothing was installed.\n\n")
+                  : QString()) +
+             text,
          .buttons = {{QStringLiteral("OK")}, {QStringLiteral("Copy Details")}},
          .cancelButton = 0,
          .warning = true},

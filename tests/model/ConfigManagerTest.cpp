@@ -253,7 +253,60 @@ TEST_F(ConfigManagerTest, AFileThatIsHalfWrittenForAnInstantIsNotCorrupt)
     put(QByteArray("["));
     EXPECT_TRUE(QTest::qWaitFor(isAnnounced, 2000)) << "it stays so";
     EXPECT_EQ(onDisk(), "[") << "and nobody who may be mending it is disturbed";
+    logged.clear();
+    const QString bad = home.filePath(u"bad"_s);
+    put(u"A"_s);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return text(store->groups()) == "A"; }, 2000));
+    QFile other(bad);
+    ASSERT_TRUE(other.open(QIODevice::WriteOnly) && other.write("[") == 1 &&
+                other.setFileTime(QDateTime::fromSecsSinceEpoch(1'700'000'000), QFile::FileModificationTime));
+    other.close();
+    ASSERT_EQ(std::rename(QFile::encodeName(bad).constData(), QFile::encodeName(file).constData()), 0);
+    EXPECT_TRUE(QTest::qWaitFor(isAnnounced, 2000));
+    QTest::qWait(50);
+    EXPECT_EQ(logged.filter(u"holds no groups"_s).size(), 1);
     qInstallMessageHandler(before);
+}
+
+TEST_F(ConfigManagerTest, WhatAnotherProgramWroteIsNotLostToAnOlderCopy)
+{
+    options.stillness = 1h; // the copy stays as it is
+    ConfigManager &manager = holding(u"A"_s);
+    put(u"B"_s);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return text(manager.groups()) == "B"; }, 2000));
+    QFile::remove(file); // to be written again
+    EXPECT_EQ(inDefaults(), "A");
+    manager.addGroup(groups(u"N"_s)[0]);
+    EXPECT_EQ(saved() + inDefaults(), "BNBN");
+
+    options.stillness = 1ms;
+    ConfigManager &next = holding(u"A"_s);
+    QSignalSpy changed(&next, &ConfigManager::groupsChanged);
+    put(u"B"_s);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return inDefaults() == "B"; }, 2000)) << "soon";
+    put(QByteArray("["));
+    QTest::qWait(50);
+    EXPECT_EQ(text(next.groups()), "B");
+    EXPECT_EQ(changed.count(), 1);
+    EXPECT_EQ(onDisk(), "[");
+}
+
+TEST_F(ConfigManagerTest, DigitsOfAFileThatIsUnfinishedAtTheStartAreKept)
+{
+    options.stillness = 1h;
+    const auto copied = groups(u"A"_s), list = groups(u"C"_s);
+    const QByteArray json = encodeGroups(list);
+    const QByteArray digits = encodeShortcuts({{4, list[0].id}, {5, QUuid::createUuid()}});
+    defaults.stored = {{groupsKey, encodeGroups(copied)}, {shortcutsKey, digits}};
+    put(json.chopped(3));
+    ConfigManager manager(options, defaults);
+    manager.renameGroup(copied[0].id, u"M"_s);
+    EXPECT_TRUE(text(manager.groups()) == "M" && manager.groupShortcuts().isEmpty());
+    EXPECT_EQ(defaults.data(shortcutsKey), digits);
+    put(json);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return manager.groups() == list; }, 2000));
+    EXPECT_EQ(manager.shortcutDigit(list[0].id), 4);
+    EXPECT_EQ(decodeShortcuts(*defaults.data(shortcutsKey)).value(), manager.groupShortcuts()) << "pruned";
 }
 
 TEST_F(ConfigManagerTest, AnAgentThatStartsFirstMakesNoGroupsAndTakesTheCopy)

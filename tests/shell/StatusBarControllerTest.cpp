@@ -1,7 +1,7 @@
 #include "shell/StatusBarController.h"
 
 #include "model/Notifications.h"
-#include "support/FakeDesktop.h"
+#include "support/FakeDesktopItems.h"
 #include "support/Messages.h"
 
 #include <QFile>

@@ -1,17 +1,12 @@
 #pragma once
 
 #include "platform/Appearance.h"
-#include "platform/Dialogs.h"
 #include "platform/DistributedNotifications.h"
-#include "platform/DockTile.h"
 #include "platform/HotKeys.h"
 #include "platform/Instance.h"
-#include "platform/Menus.h"
 #include "platform/PanelSurface.h"
-#include "platform/Pasteboard.h"
 #include "platform/RunningApplications.h"
 #include "platform/Screens.h"
-#include "platform/StatusItem.h"
 #include "platform/UserDefaults.h"
 #include "platform/WindowAccess.h"
 #include "platform/Workspace.h"
@@ -322,77 +317,6 @@ public:
         return {};
     }
     QStringList posted; ///< "NAME OBJECT"
-};
-
-/// Answers alerts with `button` unless `waits` is set, file panels with `files`, at once.
-class FakeDialogs : public Fake<Dialogs> {
-public:
-    void ask(const Alert &alert, std::function<void(std::optional<int>)> answer) override
-    {
-        alerts.append(alert);
-        if (waits)
-            pending = std::move(answer);
-        else if (answer)
-            answer(button);
-    }
-    void chooseFiles(const FileRequest &request, std::function<void(const QStringList &)> answer) override
-    {
-        requests.append(request);
-        answer(files);
-    }
-    void saveFile(const FileRequest &, std::function<void(const std::optional<QString> &)>) override {}
-
-    std::optional<int> button;
-    bool waits = false;
-    std::function<void(std::optional<int>)> pending; ///< the answer to the last alert, while it waits
-    QStringList files;
-    QList<Alert> alerts;
-    QList<FileRequest> requests;
-};
-
-class FakePasteboard : public Fake<Pasteboard> {
-public:
-    void setText(const QString &value) override { text = value; }
-
-    QString text;
-};
-
-class FakeMenus : public Fake<Menus> {
-public:
-    void popUp(const QList<MenuItem> &items, QWindow *, const QPointF &) override { last = items; }
-
-    QList<MenuItem> last;
-};
-
-class FakeStatusItem : public Fake<StatusItem> {
-public:
-    void setImage(Template value, const QString &) override { image = std::move(value); }
-    void setMenu(const QList<MenuItem> &items) override { menu = items; }
-    void show() override {}
-
-    Template image;
-    QList<MenuItem> menu;
-};
-
-class FakeDockTile : public Fake<DockTile> {
-public:
-    void setIcon(const QImage &image) override
-    {
-        icon = image;
-        ++icons;
-    }
-    void activateApplication() override { ++activations; }
-    void setMenu(std::function<QList<DockMenuItem>()> items, std::function<bool(const QString &)> chosen) override
-    {
-        menu = std::move(items);
-        choose = std::move(chosen);
-    }
-
-    QImage icon;
-    int icons = 0; ///< that were set
-    std::function<QList<DockMenuItem>()> menu;
-    std::function<bool(const QString &)> choose;
-    int activations = 0;
 };
 
 /// Refuses the ids in `taken`.

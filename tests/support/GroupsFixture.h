@@ -4,7 +4,7 @@
 #include "control/GroupReports.h"
 #include "control/UsageTracker.h"
 #include "model/ConfigManager.h"
-#include "support/FakeDesktop.h"
+#include "support/FakeDesktopItems.h"
 #include "support/Messages.h"
 #include "support/TemporaryHome.h"
 #include "support/VirtualScheduler.h"
