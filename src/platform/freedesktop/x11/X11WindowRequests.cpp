@@ -110,17 +110,16 @@ void X11Windows::noteOutOfSight(xcb_window_t window)
 }
 
 /// As it is by now.
-void X11Windows::endHiding(const std::shared_ptr<Hiding> &hiding)
+void X11Windows::endHiding(std::shared_ptr<Hiding> hiding)
 {
-    const auto ended = hiding;
-    std::erase(m_hiding, ended);
-    m_hidden -= ended->inSight;
-    const Status outcome = ended->inSight.isEmpty()
+    std::erase(m_hiding, hiding);
+    m_hidden -= hiding->inSight;
+    const Status outcome = hiding->inSight.isEmpty()
                                ? Status()
                                : Error{QStringLiteral("The window manager keeps its windows in sight: it may have no "
                                                       "minimized windows.")};
-    if (ended->done)
-        ended->done(outcome);
+    if (hiding->done)
+        hiding->done(outcome);
     else if (!outcome)
         qCWarning(lcWindows).noquote() << outcome.error();
 }

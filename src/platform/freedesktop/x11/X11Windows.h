@@ -97,7 +97,7 @@ private:
     };
     void followHiding(xcb_window_t window);
     void noteOutOfSight(xcb_window_t window);
-    void endHiding(const std::shared_ptr<Hiding> &hiding);
+    void endHiding(std::shared_ptr<Hiding> hiding);
     bool hasList() const { return supports("_NET_CLIENT_LIST"); }
     /// A manager that works out no work area takes no notice of docks, and may leave them out of its list.
     bool listsDocks() const { return hasList() && supports("_NET_WORKAREA"); }
