@@ -140,7 +140,7 @@ void appendArguments(DBusMessageIter &body, std::span<char *const> arguments)
 Message requestFor(const Identity &identity, std::span<char *const> arguments)
 {
     enum class Method { Activate, ActivateAction, Run };
-    // The panel as it is: a request that is answered before the panel is there, so nothing is to be waited for.
+    // The panel as it is: nothing that an answer would tell.
     Method method = Method::Activate;
     if (!arguments.empty() && !identity.isAgent())
         method = Method::Run;

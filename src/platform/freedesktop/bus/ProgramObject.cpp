@@ -45,8 +45,8 @@ void ProgramObject::userActedAt(quint32 time) const
 void ProgramObject::Activate(const QVariantMap &platformData)
 {
     m_calls.takeAtOnce(*this, [&](const BusReply &reply) {
-        reply.send();
         emit reopen(userActed(platformData));
+        reply.send(); // last: what the answer wakes up would compete with the panel that is being painted
     });
 }
 
