@@ -87,7 +87,12 @@ void PanelProgram::makePanelWindow(const std::function<void(const QUuid &)> &ope
                                      m_core->actions(), *m_runningApps, m_core->usage(), *m_icons,
                                      m_platform.workspace(), m_platform.dialogs(), m_platform.menus(),
                                      m_platform.appearance(), openStandalone});
-    m_platform.menus().setLook([this] { return m_view->engine().theme().menuLook(); });
+    m_platform.menus().setLook([this](const QWindow *window) {
+        SettingsView *settings = m_settings ? m_settings->view() : nullptr;
+        const bool overSettings = settings && window == &settings->window();
+        return (overSettings ? settings->engine() : m_view->engine()).theme().menuLook();
+    });
+    connect(&m_core->notifications(), &NotificationCenter::openSettings, this, [this] { settings().open(); });
     connect(&m_view->window(), &QQuickWindow::frameSwapped, this, &PanelProgram::firstPanelPainted,
             Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
     m_view->setKeyMonitor(*m_panelController);
@@ -101,11 +106,12 @@ void PanelProgram::registerHotKeys(HotKeys &hotKeys)
 
 void PanelProgram::receiveEvents(std::function<void()> refreshTile)
 {
-    m_delegate.emplace(AppDelegate::Services{.dockTile = m_platform.dockTile(),
-                                             .usageTracker = m_core->usage(),
-                                             .showPanel = [this] { showPanel(); },
-                                             .refreshTile = std::move(refreshTile),
-                                             .bringSettingsForward = {}});
+    m_delegate.emplace(
+        AppDelegate::Services{.dockTile = m_platform.dockTile(),
+                              .usageTracker = m_core->usage(),
+                              .showPanel = [this] { showPanel(); },
+                              .refreshTile = std::move(refreshTile),
+                              .bringSettingsForward = [this] { return m_settings && m_settings->bringForward(); }});
     connect(&m_platform.instance(), &Instance::reopen, &*m_delegate, &AppDelegate::applicationShouldHandleReopen);
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &*m_delegate,
             &AppDelegate::applicationWillTerminate);
@@ -119,6 +125,17 @@ void PanelProgram::showPanelSoon()
         self->m_platform.dockTile().activateApplication();
         self->showPanel();
     });
+}
+
+SettingsWindow &PanelProgram::settings()
+{
+    if (!m_settings) {
+        m_settings.emplace(SettingsDependencies{m_core->config(), m_platform.sharedDefaults(),
+                                                m_platform.standardDefaults(), m_core->notifications(),
+                                                m_platform.dialogs(), m_platform.menus(), m_platform.appearance()});
+        connect(&*m_settings, &SettingsWindow::closed, this, &PanelProgram::releaseMemorySoon);
+    }
+    return *m_settings;
 }
 
 void PanelProgram::releaseMemorySoon()

@@ -12,6 +12,7 @@
 #include "standalone/GroupIconProvider.h"
 #include "standalone/IconProvider.h"
 #include "ui/panel/PanelView.h"
+#include "ui/settings/SettingsWindow.h"
 
 #include <QPointer>
 
@@ -64,6 +65,8 @@ protected:
                 (self->*step)();
         });
     }
+    /// The settings window, which is made with the first use.
+    SettingsWindow &settings();
     /// Gives memory back once nobody has asked for anything for a while.
     void releaseMemorySoon();
     GroupIconProvider &groupIcons();
@@ -80,6 +83,7 @@ protected:
     std::optional<GroupIconProvider> m_groupIcons;
     std::optional<PanelView> m_view;
     std::optional<GlobalHotkeyManager> m_hotkeyManager;
+    std::optional<SettingsWindow> m_settings;
     std::optional<AppDelegate> m_delegate;
 
 private:

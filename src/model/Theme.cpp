@@ -104,20 +104,26 @@ const CBTheme &CBTheme::palette(ColorScheme scheme, bool glassy)
 }
 
 ThemeManager::ThemeManager(UserDefaults &sharedDefaults, Appearance &appearance, QObject *parent)
-    : QObject(parent), m_defaults(sharedDefaults), m_appearance(appearance)
+    : ThemeManager(appearance, parent)
 {
+    m_defaults = &sharedDefaults;
     refresh();
-    connect(&m_defaults, &UserDefaults::didChange, this, &ThemeManager::refresh);
+    connect(m_defaults, &UserDefaults::didChange, this, &ThemeManager::refresh);
+}
+
+ThemeManager::ThemeManager(Appearance &appearance, QObject *parent) : QObject(parent), m_appearance(appearance)
+{
     connect(&m_appearance, &Appearance::changed, this, &ThemeManager::refresh);
 }
 
 void ThemeManager::refresh()
 {
-    const QString choice = m_defaults.string(panelThemeKey).value_or(QStringLiteral("system"));
+    const QString choice =
+        m_defaults ? m_defaults->string(panelThemeKey).value_or(QStringLiteral("system")) : QString();
     // The desktop is asked only when it decides: asking may cost a round trip.
     const bool dark = choice == QLatin1String("dark") || (choice != QLatin1String("light") && m_appearance.isDark());
     const ColorScheme scheme = dark ? ColorScheme::Dark : ColorScheme::Light;
-    const bool glassy = m_defaults.boolean(glassyStyleKey);
+    const bool glassy = m_defaults && m_defaults->boolean(glassyStyleKey);
     if (scheme == m_scheme && glassy == m_glassy)
         return;
     m_scheme = scheme;

@@ -44,11 +44,14 @@ struct CBTheme {
     static const CBTheme &palette(ColorScheme scheme, bool glassy);
 };
 
-/// Which palette the panel draws with: the stored choice, or the desktop's appearance.
+/// Which palette a window draws with: the panel by the stored choice, any other by the desktop's appearance.
 class ThemeManager : public QObject {
     Q_OBJECT
 public:
+    /// The panel's.
     ThemeManager(UserDefaults &sharedDefaults, Appearance &appearance, QObject *parent = nullptr);
+    /// Of a window that follows the desktop's appearance: a solid palette.
+    explicit ThemeManager(Appearance &appearance, QObject *parent = nullptr);
 
     ColorScheme effectiveScheme() const { return m_scheme; }
     bool glassyStyle() const { return m_glassy; }
@@ -62,7 +65,7 @@ signals:
     void changed();
 
 private:
-    UserDefaults &m_defaults;
+    UserDefaults *m_defaults = nullptr; ///< null: there is no choice
     Appearance &m_appearance;
     ColorScheme m_scheme = ColorScheme::Light;
     bool m_glassy = false;

@@ -51,9 +51,10 @@ public:
     /// Where the pictures of symbols, in a colour, come from; without one, entries have none.
     virtual void setSymbolSource(std::function<QIcon(const QString &symbol, const QColor &color)>) {}
 
-    /// Where the colours come from, asked for each menu; without, menus look as the desktop's do. Where the desktop
-    /// draws menus itself, it may be ignored.
-    virtual void setLook(std::function<MenuLook()>) {}
+    /// Where the colours come from, asked for each menu with the window that it opens over, which is null for the
+    /// desktop's own places; without, menus look as the desktop's do. Where the desktop draws menus itself, it may be
+    /// ignored.
+    virtual void setLook(std::function<MenuLook(const QWindow *window)>) {}
 
     /// Opens the menu at a point of the window (y-down points from its top left corner) and returns at once.
     virtual void popUp(const QList<MenuItem> &items, QWindow *window, const QPointF &position) = 0;

@@ -120,7 +120,7 @@ TEST(QtMenus, AreDrawnInTheProgramsColoursWithRoundedCornersWhetherWindowsAreBle
     QtMenus menus;
     const auto nothing = [] {};
     for (const bool blends : {false, true}) {
-        menus.setLook([blends] { return MenuLook{.background = Qt::darkGreen, .blends = blends}; });
+        menus.setLook([blends](const QWindow *) { return MenuLook{.background = Qt::darkGreen, .blends = blends}; });
         menus.popUp({{.title = u"Open"_s, .action = nothing},
                      {.title = u"Move to"_s, .children = {{.title = u"Play"_s, .action = nothing}}}},
                     nullptr, {});

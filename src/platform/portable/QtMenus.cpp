@@ -67,7 +67,7 @@ void QtMenus::recolor(QMenu &menu, const QColor &symbolColor) const
             entry->setIcon(symbol(name, symbolColor));
 }
 
-QMenu &QtMenus::made(const QList<MenuItem> &items)
+QMenu &QtMenus::made(const QList<MenuItem> &items, const QWindow *window)
 {
     delete m_open;
     m_open = new QMenu;
@@ -76,7 +76,7 @@ QMenu &QtMenus::made(const QList<MenuItem> &items)
         fill(*m_open, items, QGuiApplication::palette().color(QPalette::WindowText));
         return *m_open;
     }
-    const MenuLook look = m_look();
+    const MenuLook look = m_look(window);
     if (!m_style)
         m_style = std::make_unique<MenuStyle>();
     m_style->setLook(look);
@@ -98,7 +98,7 @@ void QtMenus::dress(QMenu &menu, const MenuLook &look)
 
 void QtMenus::popUp(const QList<MenuItem> &items, QWindow *window, const QPointF &position)
 {
-    QMenu &menu = made(items);
+    QMenu &menu = made(items, window);
     menu.winId(); // makes the native window, which has to know whose menu it is before it is shown
     menu.windowHandle()->setTransientParent(window);
     menu.popup(window ? window->mapToGlobal(position).toPoint() : position.toPoint());
@@ -106,7 +106,7 @@ void QtMenus::popUp(const QList<MenuItem> &items, QWindow *window, const QPointF
 
 void QtMenus::popUpBeside(const QList<MenuItem> &items, const QRect &anchor)
 {
-    QMenu &menu = made(items);
+    QMenu &menu = made(items, nullptr);
     const QScreen *screen = QGuiApplication::screenAt(anchor.center());
     if (!screen)
         screen = QGuiApplication::primaryScreen();

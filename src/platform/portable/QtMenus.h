@@ -25,7 +25,7 @@ public:
     Availability availability() const override { return Availability::works(); }
     void popUp(const QList<MenuItem> &items, QWindow *window, const QPointF &position) override;
     void setSymbolSource(SymbolSource source) override { m_symbols = std::move(source); }
-    void setLook(std::function<MenuLook()> look) override { m_look = std::move(look); }
+    void setLook(std::function<MenuLook(const QWindow *)> look) override { m_look = std::move(look); }
 
     /// Opens the menu above or below a rectangle of the screen (points), on the side that has more room.
     void popUpBeside(const QList<MenuItem> &items, const QRect &anchor);
@@ -35,13 +35,13 @@ public:
     void recolor(QMenu &menu, const QColor &symbolColor) const;
 
 private:
-    QMenu &made(const QList<MenuItem> &items);
+    QMenu &made(const QList<MenuItem> &items, const QWindow *window);
     void dress(QMenu &menu, const MenuLook &look);
     QIcon symbol(const QString &name, const QColor &color) const;
 
     QObject m_context; ///< of the actions
     SymbolSource m_symbols;
-    std::function<MenuLook()> m_look;
+    std::function<MenuLook(const QWindow *)> m_look;
     std::unique_ptr<MenuStyle> m_style; ///< made with the first menu that has a look
     QPointer<QMenu> m_open;
 };

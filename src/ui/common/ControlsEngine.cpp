@@ -25,8 +25,8 @@ void chooseSceneGraph()
 
 } // namespace
 
-ControlsEngine::ControlsEngine(ThemeManager &theme, Appearance &appearance)
-    : m_theme(theme, appearance), m_decorations(*this), m_popovers(nullptr)
+ControlsEngine::ControlsEngine(ThemeManager &theme, Appearance &appearance, Menus &menus)
+    : m_theme(theme, appearance), m_decorations(*this), m_popovers(nullptr), m_choices(menus)
 {
     // Naming it is enough to keep the linker from dropping the module's types; the engine registers them.
     volatile auto types = &qml_register_types_Cobblet_Controls;
@@ -35,6 +35,7 @@ ControlsEngine::ControlsEngine(ThemeManager &theme, Appearance &appearance)
     m_theme.provideTo(*this);
     m_decorations.provideTo(*this);
     m_popovers.provideTo(*this);
+    m_choices.provideTo(*this);
 }
 
 } // namespace cobblet

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ui/common/Choices.h"
 #include "ui/common/Decorations.h"
 #include "ui/common/Popovers.h"
 #include "ui/common/ThemeColors.h"
@@ -11,7 +12,7 @@ namespace cobblet {
 /// The QML engine of a view room, with what its controls share. To be made before the first window of Qt Quick.
 class ControlsEngine : public QQmlEngine {
 public:
-    ControlsEngine(ThemeManager &theme, Appearance &appearance);
+    ControlsEngine(ThemeManager &theme, Appearance &appearance, Menus &menus);
 
     ThemeColors &theme() { return m_theme; }
     Decorations &decorations() { return m_decorations; }
@@ -21,6 +22,7 @@ private:
     ThemeColors m_theme;
     Decorations m_decorations;
     Popovers m_popovers;
+    Choices m_choices;
 };
 
 } // namespace cobblet

@@ -37,6 +37,9 @@ void ThemeColors::update()
     // A touch lighter than the panel, so that it stands off where it lies over it.
     m_popoverBG = over(QColor::fromRgbF(1, 1, 1, dark ? 0.05f : 0.55f), solid);
     m_fieldBG = dark ? QColor(255, 255, 255, 20) : QColor(255, 255, 255);
+    m_pageBG = dark ? QColor(31, 31, 33) : QColor(246, 245, 247);
+    m_sectionBG = dark ? QColor(43, 43, 46) : QColor(255, 255, 255);
+    m_track = dark ? QColor(255, 255, 255, 46) : QColor(0, 0, 0, 38);
     emit changed();
 }
 

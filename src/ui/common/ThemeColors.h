@@ -34,6 +34,9 @@ class ThemeColors : public QObject, public EngineSingleton<ThemeColors>, private
     Q_PROPERTY(QColor accent READ accent NOTIFY changed)
     Q_PROPERTY(QColor popoverBG MEMBER m_popoverBG NOTIFY changed)
     Q_PROPERTY(QColor fieldBG MEMBER m_fieldBG NOTIFY changed)
+    Q_PROPERTY(QColor pageBG MEMBER m_pageBG NOTIFY changed)
+    Q_PROPERTY(QColor sectionBG MEMBER m_sectionBG NOTIFY changed)
+    Q_PROPERTY(QColor track MEMBER m_track NOTIFY changed)
 public:
     ThemeColors(ThemeManager &manager, Appearance &appearance);
 
@@ -46,6 +49,8 @@ public:
     QColor edge() const;
     /// Of the panel's window, beneath all that is painted: seen for a moment while it grows, if at all.
     QColor windowColor() const;
+    /// Of an ordinary window, beneath all that is painted.
+    QColor pageColor() const { return m_pageBG; }
     /// The palette as menus use it.
     MenuLook menuLook() const;
 
@@ -63,6 +68,9 @@ private:
     QColor m_outline;
     QColor m_popoverBG; ///< of popovers and tips: opaque in every palette, because they lie over anything
     QColor m_fieldBG;   ///< inside of a text field
+    QColor m_pageBG;    ///< of an ordinary window's content
+    QColor m_sectionBG; ///< of the boxes on it that hold settings
+    QColor m_track;     ///< of a switch that is off, and of what can be slid
 };
 
 } // namespace cobblet

@@ -6,6 +6,7 @@
 #include "platform/Dialogs.h"
 #include "platform/Workspace.h"
 #include "ui/common/DisplayText.h"
+#include "ui/common/Questions.h"
 
 #include <QPointer>
 
@@ -65,17 +66,8 @@ void PanelActions::addFiles(const QStringList &paths, const QUuid &group)
 
 void PanelActions::deleteGroup(const QUuid &group)
 {
-    const int remove = 0;
-    const int cancel = 1; // also the default: deleting cannot be undone
-    const Alert question{
-        .message = QStringLiteral("This removes the group and its app list. The apps themselves aren’t affected."),
-        .buttons = {{QStringLiteral("Delete"), true}, {QStringLiteral("Cancel")}},
-        .defaultButton = cancel,
-        .cancelButton = cancel,
-        .warning = true,
-    };
-    m_d.dialogs.ask(question, [self = QPointer(this), group, remove](std::optional<int> button) {
-        if (self && button == remove)
+    m_d.dialogs.ask(groupDeletionQuestion(), [self = QPointer(this), group](std::optional<int> button) {
+        if (self && button == 0)
             self->m_d.config.deleteGroup(group);
     });
 }

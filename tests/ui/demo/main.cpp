@@ -2,6 +2,7 @@
 
 #include "ui/PanelFixture.h"
 #include "ui/panel/PanelView.h"
+#include "ui/settings/SettingsWindow.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -90,6 +91,8 @@ int main(int argc, char **argv)
                         {u"focus"_s, u"With the keyboard's focus shown."_s},
                         {u"hover"_s, u"Point at the control with this label."_s, u"label"_s},
                         {u"popover"_s, u"Open a popover: group, hint or apps."_s, u"name"_s},
+                        {u"settings"_s, u"The settings on this page: theme, group, ..."_s, u"page"_s},
+                        {u"size"_s, u"The size of the settings window."_s, u"WIDTHxHEIGHT"_s},
                         {u"shot"_s, u"Save a picture and quit."_s, u"file"_s}});
     options.process(application);
     const auto number = [&options](const QString &name) { return options.value(name).toInt(); };
@@ -138,6 +141,21 @@ int main(int argc, char **argv)
     window.requestActivate();
     panel.engine().decorations().setKeyboardFocus(options.isSet(u"focus"_s));
 
+    std::optional<SettingsWindow> settings;
+    if (options.isSet(u"settings"_s)) {
+        window.hide();
+        const QString page = options.value(u"settings"_s);
+        (void)f.standardDefaults.set(u"settingsPage"_s,
+                                     page == u"group"_s ? SettingsSidebarItem::group(groups[0].id).text() : page);
+        settings.emplace(SettingsDependencies{f.config, f.sharedDefaults, f.standardDefaults, f.notifications,
+                                              f.dialogs, f.menus, f.appearance});
+        settings->open();
+        const QStringList size = options.value(u"size"_s).split(u'x');
+        if (size.size() == 2)
+            settings->view()->window().resize(size[0].toInt(), size[1].toInt());
+        QObject::connect(&*settings, &SettingsWindow::closed, &window, &QCoreApplication::quit);
+    }
+
     QTimer::singleShot(400, &window, [&] {
         QQuickItem *root = window.contentItem();
         if (QQuickItem *item = options.isSet(u"hover"_s) ? findItem(root, options.value(u"hover"_s)) : nullptr) {
@@ -152,8 +170,10 @@ int main(int argc, char **argv)
     });
     if (options.isSet(u"shot"_s))
         QTimer::singleShot(1600, &window, [&] {
-            QQuickWindow *popover = panel.engine().popovers().window();
-            if (!onBackdrop((popover ? popover : &window)->grabWindow()).save(options.value(u"shot"_s)))
+            ControlsEngine &engine = settings ? settings->view()->engine() : panel.engine();
+            QQuickWindow *popover = engine.popovers().window();
+            QQuickWindow &shown = settings ? settings->view()->window() : window;
+            if (!onBackdrop((popover ? popover : &shown)->grabWindow()).save(options.value(u"shot"_s)))
                 std::fprintf(stderr, "The picture could not be saved.\n");
             QCoreApplication::quit();
         });

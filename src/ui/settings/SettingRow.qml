@@ -1,0 +1,11 @@
+import Cobblet.Controls
+import Cobblet.Settings
+
+// The row of a setting of the catalogue, which has its texts.
+FormRow {
+    required property string setting
+    readonly property var entry: Settings.setting(setting)
+
+    label: entry.label
+    help: entry.help
+}

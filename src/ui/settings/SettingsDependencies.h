@@ -1,0 +1,23 @@
+#pragma once
+
+namespace cobblet {
+
+class Appearance;
+class ConfigManager;
+class Dialogs;
+class Menus;
+class NotificationCenter;
+class UserDefaults;
+
+/// Everything the settings window draws on. The references outlive it.
+struct SettingsDependencies {
+    ConfigManager &config;
+    UserDefaults &sharedDefaults;   ///< the preferences that agents read too
+    UserDefaults &standardDefaults; ///< what the window remembers of itself
+    NotificationCenter &notifications;
+    Dialogs &dialogs;
+    Menus &menus;
+    Appearance &appearance;
+};
+
+} // namespace cobblet

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "ui/common/EngineSingleton.h"
+#include "ui/settings/GroupRows.h"
+#include "ui/settings/Preferences.h"
+#include "ui/settings/SettingsCatalogue.h"
+#include "ui/settings/SettingsDependencies.h"
+
+#include <QObject>
+#include <QPointF>
+#include <QVariantList>
+
+#include <optional>
+
+class QWindow;
+
+namespace cobblet {
+
+/// What the settings window shows and what its sidebar does, without a window. Main thread only.
+class SettingsViewModel : public QObject, public EngineSingleton<SettingsViewModel> {
+    Q_OBJECT
+    QML_NAMED_ELEMENT(Settings)
+    QML_SINGLETON
+    Q_PROPERTY(cobblet::GroupRows *groups READ groups CONSTANT)
+    Q_PROPERTY(cobblet::Preferences *preferences READ preferences CONSTANT)
+    Q_PROPERTY(QVariantList pages READ pages CONSTANT)
+    Q_PROPERTY(int groupRow READ groupRow NOTIFY sidebarItemChanged)
+    Q_PROPERTY(int pageRow READ pageRow NOTIFY sidebarItemChanged)
+    Q_PROPERTY(QString pageSource READ pageSource NOTIFY sidebarItemChanged)
+public:
+    explicit SettingsViewModel(const SettingsDependencies &dependencies, QObject *parent = nullptr);
+
+    GroupRows *groups() { return &m_groups; }
+    Preferences *preferences() { return &m_preferences; }
+    /// Of each page: title and symbol.
+    QVariantList pages() const;
+
+    const SettingsSidebarItem &sidebarItem() const { return m_item; }
+    void select(const SettingsSidebarItem &item);
+    /// The row of the group on show, or -1.
+    int groupRow() const;
+    /// The row of the page on show below the groups, or -1.
+    int pageRow() const;
+    /// The QML file of the page on show; empty where there is none.
+    QString pageSource() const;
+
+    /// Menus and alerts belong to this window.
+    void setWindow(QWindow *window) { m_window = window; }
+    /// True when the key is used up.
+    bool handleKey(int key, Qt::KeyboardModifiers modifiers);
+
+    Q_INVOKABLE void selectGroup(int row);
+    Q_INVOKABLE void selectPage(int row);
+    /// To the row above (-1) or below (1); at the ends it stays.
+    Q_INVOKABLE void step(int by);
+    /// Does nothing when the name is blank. The new group's page opens once the group is there.
+    Q_INVOKABLE void addGroup(const QString &name, const QString &emoji);
+    /// Asks first.
+    Q_INVOKABLE void deleteGroup(int row);
+    /// `position` in points from the window's top left corner.
+    Q_INVOKABLE void showGroupMenu(int row, const QPointF &position);
+    /// The label and the help of a setting.
+    Q_INVOKABLE cobblet::SettingEntry setting(const QString &id) const;
+
+signals:
+    void sidebarItemChanged();
+    void closeRequested();
+
+private:
+    void followGroups();
+
+    SettingsDependencies m_d;
+    GroupRows m_groups;
+    Preferences m_preferences;
+    SettingsSidebarItem m_item;
+    std::optional<QUuid> m_pendingNewGroupID; ///< a group just added, to be selected once the list has it
+    QWindow *m_window = nullptr;
+};
+
+} // namespace cobblet

@@ -1,0 +1,40 @@
+#include "ui/settings/SettingsWindow.h"
+
+#include <QQuickWindow>
+
+namespace cobblet {
+
+SettingsWindow::SettingsWindow(const SettingsDependencies &dependencies, QObject *parent)
+    : QObject(parent), m_d(dependencies)
+{
+}
+
+SettingsWindow::~SettingsWindow() = default;
+
+void SettingsWindow::open()
+{
+    if (!m_view) {
+        m_view = std::make_unique<SettingsView>(m_d);
+        connect(m_view.get(), &SettingsView::closed, this, [this] {
+            m_view.release()->deleteLater(); // the window is in the middle of its close event
+            emit closed();
+        });
+    }
+    bringForward();
+}
+
+bool SettingsWindow::bringForward()
+{
+    if (!m_view)
+        return false;
+    QQuickWindow &window = m_view->window();
+    if (window.visibility() == QWindow::Minimized)
+        window.showNormal();
+    else
+        window.show();
+    window.raise();
+    window.requestActivate();
+    return true;
+}
+
+} // namespace cobblet
