@@ -1,10 +1,4 @@
-#include "control/GroupActions.h"
-#include "control/GroupReports.h"
-#include "control/UsageTracker.h"
-#include "support/FakeDesktop.h"
-#include "support/VirtualScheduler.h"
-
-#include <QTemporaryDir>
+#include "support/GroupsFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -16,20 +10,6 @@ namespace {
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-/// Launches finish when the test says so.
-class SlowWorkspace : public test::FakeWorkspace {
-public:
-    using FakeWorkspace::FakeWorkspace;
-    void open(const QString &bundleID, Completion done, const QString &) override
-    {
-        FakeWorkspace::open(bundleID, {}, {});
-        pending.insert(bundleID, done);
-    }
-    void finish(const char *id, const Status &status = {}) { pending.take(QLatin1String(id))(status); }
-
-    QMap<QString, Completion> pending;
-};
-
 QList<AppItem> items(std::initializer_list<const char *> ids)
 {
     QList<AppItem> apps;
@@ -38,7 +18,7 @@ QList<AppItem> items(std::initializer_list<const char *> ids)
     return apps;
 }
 
-class GroupActionsTest : public testing::Test {
+class GroupActionsTest : public testing::Test, protected test::GroupsFixture {
 protected:
     void run(const char *id, qint64 pid) { running.running.append({QLatin1String(id), pid}); }
     void install(std::initializer_list<const char *> ids)
@@ -50,16 +30,6 @@ protected:
     std::string asked() { return std::exchange(log, {}).join(u", "_s).toStdString(); }
 
     qint64 pid = 0;
-    QTemporaryDir folder;
-    test::Log log;
-    test::VirtualScheduler scheduler;
-    SlowWorkspace workspace{&log};
-    test::FakeRunningApplications running{&log};
-    test::FakeWindowAccess windows{&log};
-    test::FakeDefaults defaults;
-    UsageTracker usage{folder.path(), running, workspace, scheduler};
-    std::unique_ptr<GroupActions> actions =
-        std::make_unique<GroupActions>(workspace, running, windows, usage, defaults, scheduler);
 };
 
 TEST_F(GroupActionsTest, BringsForwardWhatRunsAndLaunchesWhatIsInstalled)
@@ -70,39 +40,41 @@ TEST_F(GroupActionsTest, BringsForwardWhatRunsAndLaunchesWhatIsInstalled)
     run("org.a", 2);
     run("org.a", 3);
     for (const char *id : {"org.a", "com.apple.mail"}) {
-        EXPECT_TRUE(actions->openApp(QLatin1String(id)));
+        EXPECT_TRUE(actions.openApp(QLatin1String(id)));
         EXPECT_EQ(asked(), "unhide org.a 2, unminimize org.a, reopen org.a, activate org.a 2");
     }
-    EXPECT_TRUE(actions->openApp(u"org.installed"_s));
+    EXPECT_TRUE(actions.openApp(u"org.installed"_s));
     EXPECT_EQ(asked(), "open org.installed");
     EXPECT_EQ(usage.counts(), (UsageTracker::Counts{{u"com.apple.mail"_s, 2}})) << "a launch's signal counts it";
     for (const char *id : {"org.gone", "", "ORG.A"})
-        EXPECT_FALSE(actions->openApp(QLatin1String(id))) << id;
+        EXPECT_FALSE(actions.openApp(QLatin1String(id))) << id;
     EXPECT_TRUE(log.isEmpty());
 }
 
 TEST_F(GroupActionsTest, AsksForTrustOnceInTheLifeOfTheInstallation)
 {
-    windows.trusted = false;
+    windowAccess.trusted = false;
     run("org.a", 1);
-    actions->openApp(u"org.a"_s);
+    actions.openApp(u"org.a"_s);
     EXPECT_EQ(asked(), "unhide org.a 1, reopen org.a, activate org.a 1");
-    actions->openApp(u"org.a"_s);
-    GroupActions nextRun(workspace, running, windows, usage, defaults, scheduler);
+    actions.openApp(u"org.a"_s);
+    GroupActions nextRun(workspace, running, windowAccess, usage, standardDefaults, scheduler);
     nextRun.openApp(u"org.a"_s);
-    EXPECT_EQ(windows.prompts, 1);
+    EXPECT_EQ(windowAccess.prompts, 1);
 }
 
 TEST_F(GroupActionsTest, OpenAllStaggersTheOpensWhileTheObjectLives)
 {
     install({"a", "b", "c"});
-    actions->openAll(items({"a", "b", "c"}));
+    std::optional<GroupActions> ending;
+    ending.emplace(workspace, running, windowAccess, usage, standardDefaults, scheduler)
+        .openAll(items({"a", "b", "c"}));
     EXPECT_TRUE(log.isEmpty()) << "even the first opens on the event loop, not within the call";
     scheduler.advance(79ms);
     EXPECT_EQ(asked(), "open a");
     scheduler.advance(1ms);
     EXPECT_EQ(asked(), "open b");
-    actions.reset();
+    ending.reset();
     scheduler.advance(1s);
     EXPECT_TRUE(log.isEmpty());
 }
@@ -112,16 +84,17 @@ TEST_F(GroupActionsTest, MessagesReachEveryInstanceOnceInTheSystemsOrder)
     for (const char *id : {"z", "", "a", "other", "z"})
         run(id, ++pid);
     const QList<AppItem> apps = items({"a", "z", "z", "", "gone"});
-    actions->hideAll(apps);
+    actions.hideAll(apps);
     EXPECT_EQ(asked(), "hide z 1, hide a 3, hide z 5");
-    actions->quitAll(apps);
+    actions.quitAll(apps);
     EXPECT_EQ(asked(), "terminate z 1, terminate a 3, terminate z 5");
-    actions->forceQuitAll(apps);
+    actions.forceQuitAll(apps);
     EXPECT_EQ(asked(), "forceTerminate z 1, forceTerminate a 3, forceTerminate z 5");
 }
 
 class GroupReportsTest : public GroupActionsTest {
 protected:
+    GroupReportsTest() { workspace.waits = true; }
     /// Notes the outcomes as "NAME KIND; NAME KIND: REASON".
     GroupReports::Done noting()
     {
@@ -136,7 +109,8 @@ protected:
         };
     }
 
-    std::unique_ptr<GroupReports> reports = std::make_unique<GroupReports>(*actions, workspace, running, scheduler);
+    void finish(const char *id, const Status &status = {}) { workspace.opening.take(QLatin1String(id))(status); }
+
     QStringList told;
 };
 
@@ -145,26 +119,23 @@ TEST_F(GroupReportsTest, TellsOfEachLaunchOnceAllAreDecidedOrAfterEightSeconds)
     install({"a", "b", "real"});
     workspace.aliases[u"alias"_s] = u"real"_s;
     run("c", 7);
-    reports->launch(items({"a", "b", "c", "gone", "a", "alias", "real"}), noting());
+    reports.launch(items({"a", "b", "c", "gone", "a", "alias", "real"}), noting());
     scheduler.advance(1s);
     EXPECT_EQ(workspace.opened.size(), 3) << "the same application is opened once";
-    workspace.finish("alias");
-    workspace.finish("b", Error{u"No."_s});
+    finish("alias");
+    finish("b", Error{u"No."_s});
     EXPECT_TRUE(told.isEmpty());
-    workspace.finish("a");
-    scheduler.advance(60s);
+    finish("a");
     EXPECT_EQ(told,
               QStringList(u"A launched; B failed: No.; C brought forward; GONE not installed; ALIAS launched"_s));
 
-    reports->launch({}, noting());
-    EXPECT_EQ(told.takeLast(), QString());
-    reports->launch(items({"a", "b"}), noting());
-    scheduler.advance(8079ms);
-    workspace.finish("a");
+    reports.launch(items({"a"}), noting());
+    scheduler.advance(7999ms);
     EXPECT_EQ(told.size(), 1);
     scheduler.advance(1ms);
-    workspace.finish("b");
-    EXPECT_EQ(told.last(), u"A launched; B failed: It hasn't answered the request to open yet."_s);
+    finish("a");
+    scheduler.advance(60s);
+    EXPECT_EQ(told.mid(1), QStringList(u"A failed: It hasn't answered the request to open yet."_s));
 }
 
 TEST_F(GroupReportsTest, AQuitEndsWithTheLastApplicationOrAfterFiveSeconds)
@@ -172,23 +143,21 @@ TEST_F(GroupReportsTest, AQuitEndsWithTheLastApplicationOrAfterFiveSeconds)
     for (const char *id : {"a", "b", "a"})
         run(id, ++pid);
     const int before = scheduler.pending();
-    reports->quit(items({"a", "b", "c", "a"}), noting());
+    reports.quit(items({"a", "b", "c", "a"}), noting());
     EXPECT_EQ(asked(), "terminate a 1, terminate b 2, terminate a 3");
-    running.quit({u"b"_s, 2});
-    running.quit({u"a"_s, 1});
-    EXPECT_TRUE(told.isEmpty()) << "another instance of it runs";
-    running.quit({u"a"_s, 3});
+    for (const RunningApplication &ended : {RunningApplication{u"b"_s, 2}, {u"a"_s, 1}, {u"a"_s, 3}}) {
+        EXPECT_TRUE(told.isEmpty());
+        running.quit(ended);
+    }
     EXPECT_EQ(told, QStringList(u"A asked to quit; B asked to quit; C not running"_s));
     EXPECT_EQ(scheduler.pending(), before) << "nothing is waited for any more";
 
     run("a", 4);
-    run("b", 5);
-    reports->quit(items({"a", "b"}), noting());
-    running.quit({u"b"_s, 5});
+    reports.quit(items({"a"}), noting());
     scheduler.advance(4999ms);
     EXPECT_EQ(told.size(), 1);
     scheduler.advance(1ms);
-    EXPECT_EQ(told.last(), u"A still running; B asked to quit"_s);
+    EXPECT_EQ(told.last(), u"A still running"_s);
 }
 
 TEST_F(GroupReportsTest, TellsOfHidingWhatWasSeenOfIt)
@@ -196,7 +165,7 @@ TEST_F(GroupReportsTest, TellsOfHidingWhatWasSeenOfIt)
     running.available = Availability::partly(u"Only some are seen."_s);
     for (const char *id : {"a", "a", "b", "c"})
         run(id, ++pid);
-    reports->hide(items({"a", "b", "c", "d"}), noting());
+    reports.hide(items({"a", "b", "c", "d"}), noting());
     running.hiding.take(1)({});
     running.hiding.take(3)(Error{u"No icons."_s});
     EXPECT_TRUE(told.isEmpty());
@@ -204,7 +173,7 @@ TEST_F(GroupReportsTest, TellsOfHidingWhatWasSeenOfIt)
     scheduler.advance(3s);
     EXPECT_EQ(told, QStringList(u"A hidden; B failed: No icons.; C failed: It isn't known yet whether its windows "
                                 "went.; D failed: Only some are seen."_s));
-    reports->quit(items({"d"}), noting());
+    reports.quit(items({"d"}), noting());
     EXPECT_EQ(told.last(), u"D failed: Only some are seen."_s);
 }
 
@@ -212,13 +181,15 @@ TEST_F(GroupReportsTest, TellsOfWhatItWaitsForWhenItIsDestroyed)
 {
     install({"a", "b"});
     run("c", 1);
-    reports->launch(items({"a", "b"}), noting());
-    reports->quit(items({"c", "d"}), noting());
-    scheduler.advance(0ms);
-    reports.reset();
+    {
+        GroupReports ending(actions, workspace, running, scheduler);
+        ending.launch(items({"a", "b"}), noting());
+        ending.quit(items({"c", "d"}), noting());
+        scheduler.advance(0ms);
+    }
     const QString unknown = u" failed: Cobblet ended before it was known what happened."_s;
     EXPECT_EQ(told, (QStringList{u"A%1; B%1"_s.arg(unknown), u"C%1; D not running"_s.arg(unknown)}));
-    workspace.finish("a");
+    finish("a");
     running.quit({u"c"_s, 1});
     scheduler.advance(60s);
     EXPECT_EQ(told.size(), 2);

@@ -1,32 +1,21 @@
 #include "control/UsageTracker.h"
 #include "support/FakeDesktop.h"
+#include "support/Files.h"
 #include "support/VirtualScheduler.h"
 
-#include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
-
-#include <gtest/gtest.h>
 
 namespace cobblet {
 namespace {
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
+using test::content;
+using test::write;
 
 class UsageTrackerTest : public testing::Test {
 protected:
     auto tracker() { return std::make_unique<UsageTracker>(directory.path(), running, workspace, scheduler); }
-    static QByteArray content(const QString &path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : "(missing)";
-    }
-    static bool put(const QString &path, const QByteArray &bytes)
-    {
-        QFile file(path);
-        return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-    }
     void launch(const char *id) { running.launch({QLatin1String(id), ++pid}); }
 
     QTemporaryDir directory;
@@ -46,10 +35,10 @@ TEST_F(UsageTrackerTest, PairsWhatIsLaunchedWithinOneSessionButForTheSystemsOwn)
     EXPECT_EQ(scheduler.pending(), 0);
     launch("a");
     launch("a"); // never paired with itself
-    scheduler.advance(29min);
-    launch("b");
-    scheduler.advance(29min); // gaps count from the last launch, not from the first
-    launch("a");
+    for (const char *id : {"b", "a"}) {
+        scheduler.advance(29min); // gaps count from the last launch, not from the first
+        launch(id);
+    }
     scheduler.advance(31min);
     launch("com.apple.dock2");
 
@@ -65,10 +54,10 @@ TEST_F(UsageTrackerTest, ABurstOfLaunchesWritesEachFileOnceAndTheEndWritesWhatIs
     scheduler.advance(1999ms);
     launch("b");
     scheduler.advance(1999ms);
-    EXPECT_EQ(content(stats), "(missing)");
+    EXPECT_EQ(content(stats), "");
     scheduler.advance(1ms);
     EXPECT_EQ(content(stats), R"({"a":1,"b":1})");
-    EXPECT_EQ(content(pairs), "(missing)");
+    EXPECT_EQ(content(pairs), "");
     scheduler.advance(3s);
     EXPECT_EQ(content(pairs), R"({"a":{"b":1},"b":{"a":1}})");
     launch("c");
@@ -116,15 +105,14 @@ TEST_F(UsageTrackerTest, KeepsIdentifiersAsTheyWereToldAndKnowsWhatTheyStandFor)
     running.launch({u"org.mail"_s, ++pid}, RunningApplications::Origin::Unlaunched);
     usage->flush();
     EXPECT_EQ(content(stats), R"({"com.apple.mail":2,"org.mail":1})");
-    EXPECT_EQ(content(pairs), "(missing)") << "it is no pair with itself";
+    EXPECT_EQ(content(pairs), "") << "it is no pair with itself";
     EXPECT_EQ(usage->counts(), (UsageTracker::Counts{{u"com.apple.mail"_s, 3}}));
     EXPECT_EQ(usage->mostUsed().apps, (QList<AppItem>{{u"Mail"_s, u"com.apple.mail"_s}}));
 }
 
 TEST_F(UsageTrackerTest, ReadsOnlyWhatIsATableOfCounts)
 {
-    const std::pair<QByteArray, int> rows[] = {{R"({"a":1,"b":9223372036854775807})", 2},
-                                               {R"({"a":2.0})", 1},
+    const std::pair<QByteArray, int> rows[] = {{R"({"a":2.0,"b":9223372036854775807})", 2},
                                                {R"({"a":0,"b":-4,"c":1})", 1},
                                                {R"({"a":1,"b":"2"})", 0},
                                                {R"({"a":1.5})", 0},
@@ -132,7 +120,8 @@ TEST_F(UsageTrackerTest, ReadsOnlyWhatIsATableOfCounts)
                                                {QByteArray(17 * 1024 * 1024, ' ') + R"({"a":1})", 0}};
     for (const auto &[table, entries] : rows) {
         SCOPED_TRACE(table.left(40).constData());
-        ASSERT_TRUE(put(stats, table) && put(pairs, R"({"x":)" + table + "}"));
+        write(stats, table);
+        write(pairs, R"({"x":)" + table + "}");
         const auto usage = tracker();
         EXPECT_EQ(usage->counts().size(), entries);
         EXPECT_EQ(usage->cooccurrence().value(u"x"_s).size(), entries);
@@ -144,16 +133,17 @@ TEST_F(UsageTrackerTest, ReadsOnlyWhatIsATableOfCounts)
 TEST_F(UsageTrackerTest, MostUsedHoldsTheInstalledApplicationsWithMostLaunches)
 {
     EXPECT_TRUE(tracker()->mostUsed().apps.isEmpty());
-    put(stats, R"({"k":1,"j":1,"i":1,"h":1,"g":1,"f":1,"e":1,"d":1,"c":1,"b":1,"Z":1,"top":5,"gone":9})");
-    for (const char *id : {"top", "Z", "b", "c", "d", "e", "f", "g", "h", "i", "j", "k"})
-        workspace.install(QLatin1String(id), u"Name of "_s + QLatin1String(id));
+    write(stats, R"({"k":1,"j":1,"i":1,"h":1,"g":1,"f":1,"e":1,"d":1,"c":1,"b":1,"Z":1,"t":5,"gone":9})");
+    const QString installed = u"tZbcdefghijk"_s;
+    for (const QChar id : installed)
+        workspace.install(id, u"Name of "_s + id);
     const AppGroup group = tracker()->mostUsed();
     EXPECT_EQ(group.id, AppGroup::mostUsedID);
-    EXPECT_EQ(group.apps.value(0), (AppItem{u"Name of top"_s, u"top"_s}));
+    EXPECT_EQ(group.apps.value(0), (AppItem{u"Name of t"_s, u"t"_s}));
     QString ids;
     for (const AppItem &app : group.apps)
         ids += app.bundleID;
-    EXPECT_EQ(ids, u"topZbcdefghi"_s) << "equal counts in the order of the identifiers";
+    EXPECT_EQ(ids, installed.first(10)) << "equal counts in the order of the identifiers";
 }
 
 } // namespace

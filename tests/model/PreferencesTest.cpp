@@ -16,27 +16,27 @@ TEST(PopupSettings, KeepsToSoundValuesAndAGroupsOwnOnesWin)
     test::FakeDefaults defaults;
     PopupSettings settings(defaults);
     QSignalSpy changed(&settings, &PopupSettings::changed);
-    const auto store = [&](const std::map<QString, QVariant> &values) {
-        for (const auto &[key, value] : values)
-            (void)defaults.set(key, value);
-        return settings.effectiveLayout(nullptr);
+    const std::pair<QMap<QString, QVariant>, EffectivePopupLayout> rows[] = {
+        {{{u"popupColumns"_s, -3}, {u"popupMaxRows"_s, u"2"_s}, {u"popupAnchor"_s, u"DockIcon"_s}},
+         {0, 0, true, PopupAnchor::DockCenter}},
+        {{{u"popupColumns"_s, qint64(1) << 40}, {u"popupShowsTitles"_s, false}},
+         {2147483647, 0, false, PopupAnchor::DockCenter}},
+        {{{u"popupMaxRows"_s, 2}, {u"popupAnchor"_s, u"dockIcon"_s}, {u"popupShowsMostUsed"_s, false}},
+         {2147483647, 2, false, PopupAnchor::DockIcon}},
     };
-    using Layout = EffectivePopupLayout;
-    EXPECT_EQ(store({{u"popupColumns"_s, -3}, {u"popupMaxRows"_s, u"2"_s}, {u"popupAnchor"_s, u"DockIcon"_s}}),
-              (Layout{0, 0, true, PopupAnchor::DockCenter}));
-    EXPECT_TRUE(settings.showsMostUsed());
-    EXPECT_EQ(changed.count(), 0);
-    EXPECT_EQ(store({{u"popupColumns"_s, qint64(1) << 40}, {u"popupShowsTitles"_s, false}}),
-              (Layout{2147483647, 0, false, PopupAnchor::DockCenter}));
-    EXPECT_EQ(store({{u"popupMaxRows"_s, 2}, {u"popupAnchor"_s, u"dockIcon"_s}, {u"popupShowsMostUsed"_s, false}}),
-              (Layout{2147483647, 2, false, PopupAnchor::DockIcon}));
+    for (const auto &[values, layout] : rows) {
+        EXPECT_TRUE(settings.showsMostUsed());
+        for (auto value = values.begin(); value != values.end(); ++value)
+            (void)defaults.set(value.key(), value.value());
+        EXPECT_EQ(settings.effectiveLayout(nullptr), layout);
+    }
     EXPECT_FALSE(settings.showsMostUsed());
-    EXPECT_EQ(changed.count(), 5);
+    EXPECT_EQ(changed.count(), 5) << "nothing comes of what is not sound";
 
     AppGroup group;
     group.popupMaxRows = -1;
     group.popupShowsTitles = true;
-    EXPECT_EQ(settings.effectiveLayout(&group), (Layout{2147483647, -1, true, PopupAnchor::DockIcon}));
+    EXPECT_EQ(settings.effectiveLayout(&group), (EffectivePopupLayout{2147483647, -1, true, PopupAnchor::DockIcon}));
 }
 
 TEST(ThemeMigration, CarriesEarlierChoicesOverAndStoresNoDefault)
@@ -56,26 +56,25 @@ TEST(ThemeMigration, CarriesEarlierChoicesOverAndStoresNoDefault)
 TEST(ThemeManager, FollowsTheChoiceOrElseTheDesktop)
 {
     using enum ColorScheme;
-    struct {
-        const char *choice; ///< null: none is stored
-        ColorScheme onLight, onDark;
-    } const cases[] = {{nullptr, Light, Dark}, {"Dark", Light, Dark}, {"light", Light, Light}, {"dark", Dark, Dark}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.choice ? c.choice : "none");
+    const std::tuple<QString, ColorScheme, ColorScheme> cases[] = {
+        // the choice, and the scheme on a light and on a dark desktop
+        {{}, Light, Dark},
+        {u"Dark"_s, Light, Dark},
+        {u"light"_s, Light, Light},
+        {u"dark"_s, Dark, Dark}};
+    for (const auto &[choice, onLight, onDark] : cases) {
         test::FakeDefaults defaults;
         test::FakeAppearance appearance;
         ThemeManager theme(defaults, appearance);
         QSignalSpy changed(&theme, &ThemeManager::changed);
-        if (c.choice)
-            (void)defaults.set(u"panelTheme"_s, QString::fromLatin1(c.choice));
-        EXPECT_EQ(theme.effectiveScheme(), c.onLight);
+        if (!choice.isEmpty())
+            (void)defaults.set(u"panelTheme"_s, choice);
+        EXPECT_EQ(theme.effectiveScheme(), onLight) << choice.toStdString();
         appearance.setDark(true);
-        EXPECT_EQ(theme.effectiveScheme(), c.onDark);
-        EXPECT_EQ(changed.count(), c.onDark == Dark);
-        EXPECT_FALSE(theme.glassyStyle());
+        EXPECT_EQ(theme.effectiveScheme(), onDark) << choice.toStdString();
+        EXPECT_EQ(changed.count(), onDark == Dark);
         (void)defaults.set(u"glassyStyle"_s, true);
-        EXPECT_TRUE(theme.glassyStyle());
-        EXPECT_EQ(&theme.theme(), &CBTheme::palette(c.onDark, true));
+        EXPECT_EQ(&theme.theme(), &CBTheme::palette(onDark, true));
     }
 }
 

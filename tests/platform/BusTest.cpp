@@ -96,16 +96,9 @@ TEST_F(BusTest, AppearanceFollowsThePortal)
 
 TEST(SessionBusTest, WithoutASocketOfThisMachineServicesSayThatTheyDoNotWork)
 {
-    const std::pair<const char *, const char *> cases[] = {
-        // what is stated, and what of it is used
-        {"unix:abstract=a,guid=1;tcp:host=h,port=1;unix:path=/b", "unix:abstract=a,guid=1;unix:path=/b"},
-        {"unixexec:path=/bin/true", ""},
-        {"autolaunch:", ""},
-    };
-    for (const auto &[stated, address] : cases) {
-        qputenv("DBUS_SESSION_BUS_ADDRESS", stated);
-        EXPECT_EQ(SessionBus::address(), QLatin1String(address)) << stated;
-    }
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:abstract=a,guid=1;tcp:host=h,port=1;unix:path=/b");
+    EXPECT_EQ(SessionBus::address(), u"unix:abstract=a,guid=1;unix:path=/b"_s);
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unixexec:path=/bin/true");
     SessionBus bus;
     DBusInstance instance(bus, identifier);
     EXPECT_EQ(instance.claim(), Instance::Role::First);

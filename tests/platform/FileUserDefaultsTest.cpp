@@ -1,12 +1,10 @@
 #include "platform/portable/FileUserDefaults.h"
 
+#include "support/Files.h"
+
 #include <QCborMap>
-#include <QDir>
-#include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
-
-#include <gtest/gtest.h>
 
 #include <limits>
 
@@ -21,13 +19,7 @@ class FileUserDefaultsTest : public testing::Test {
 protected:
     QString folder() const { return m_home.filePath(u"config/cobblet"_s); }
     QString file() const { return folder() + u'/' + domain + u".cbor"_s; }
-    void put(const QByteArray &bytes) const
-    {
-        QDir().mkpath(folder());
-        QFile out(file());
-        ASSERT_TRUE(out.open(QIODevice::WriteOnly));
-        out.write(bytes);
-    }
+    void put(const QByteArray &bytes) const { test::write(file(), bytes); }
     QStringList setAside() const { return QDir(folder()).entryList({u"*.corrupt-*"_s}); }
     std::unique_ptr<FileUserDefaults> open() const { return std::make_unique<FileUserDefaults>(folder(), domain); }
 
@@ -105,9 +97,7 @@ TEST_F(FileUserDefaultsTest, AFileThatCannotBeUsedIsSetAside)
     put("found while writing");
     ASSERT_TRUE(defaults->set(u"key"_s, 2));
     EXPECT_EQ(open()->integer(u"key"_s), 2);
-    QFile last(folder() + u'/' + setAside().constLast());
-    ASSERT_TRUE(last.open(QIODevice::ReadOnly));
-    EXPECT_EQ(last.readAll(), "found while writing") << "the bytes as they were";
+    EXPECT_EQ(test::content(folder() + u'/' + setAside().constLast()), "found while writing");
 }
 
 TEST_F(FileUserDefaultsTest, TheStandInTakesThePlaceOfADomainThatCannotBeOpened)

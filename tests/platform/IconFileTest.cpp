@@ -1,11 +1,10 @@
 #include "platform/IconFile.h"
 
+#include "support/Files.h"
+
 #include <QBuffer>
-#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
-
-#include <gtest/gtest.h>
 
 using namespace cobblet;
 using namespace Qt::StringLiterals;
@@ -16,13 +15,9 @@ namespace {
 QImage picture(int side)
 {
     QImage image(side, side, QImage::Format_RGBA8888);
-    quint32 noise = quint32(side);
     for (int y = 0; y < side; ++y)
-        for (int x = 0; x < side; ++x) {
-            noise = noise * 1664525 + 1013904223;
-            const bool flat = (y / 4) % 2 == 1;
-            image.setPixel(x, y, qRgba(flat ? 200 : int(noise >> 24), y % 256, 7, 1 + x * 254 / side));
-        }
+        for (int x = 0; x < side; ++x)
+            image.setPixel(x, y, qRgba(y / 4 % 2 ? 200 : x * x * 31 % 251, y % 256, 7, 1 + x * 254 / side));
     return image;
 }
 
@@ -43,10 +38,7 @@ TEST(IconFile, AnotherProgramReadsEverySizeExactly)
     const QList<int> sides{16, 32, 64, 128, 256, 512, 1024};
     EXPECT_EQ(iconFile({100, 256}), iconFile({256})) << "a size without a type is left out";
     const QTemporaryDir folder;
-    QFile file(folder.filePath(u"icon.icns"_s));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(iconFile(sides));
-    file.close();
+    test::write(folder.filePath(u"icon.icns"_s), iconFile(sides));
     QProcess python;
     python.setWorkingDirectory(folder.path());
     python.start(u"/usr/bin/python3"_s, {u"-c"_s, uR"(

@@ -107,33 +107,28 @@ TEST_F(FloatingPanelControllerTest, SeveralSizesInOnePassMakeOneResizeAndThoseOf
     EXPECT_EQ(panel.frame.size(), QSizeF(500, 300));
 }
 
-TEST_F(FloatingPanelControllerTest, TheAnchorDecidesWhereThePanelOpens)
+TEST_F(FloatingPanelControllerTest, TheAnchorDecidesWhereThePanelOpensAndAResizeKeepsIt)
 {
-    screens.list = {{u"main"_s, QRectF(0, 0, 1440, 900), QRectF(0, 60, 1440, 840)},
-                    {u"second"_s, QRectF(1440, 0, 1000, 900), QRectF(1440, 60, 1000, 840)}};
-    struct Row {
-        const char *what;
-        bool global; ///< the global preference is the clicked icon
-        std::optional<PopupAnchor> own;
-        std::optional<QPointF> pointer;
-        double x;
-    };
+    screens.list.append({u"second"_s, QRectF(1440, 0, 1000, 900), QRectF(1440, 60, 1000, 840)});
     const double centred = 420;
-    const Row rows[] = {
-        {"centred", false, {}, QPointF(700, 10), centred},
-        {"above an icon on another screen", true, {}, QPointF(2000, 10), 1700},
-        {"pointer outside the dock of another screen", true, {}, QPointF(2000, 300), centred},
-        {"no screen under the pointer", true, {}, QPointF(9000, 10), centred},
-        {"the group's own anchor wins", false, PopupAnchor::DockIcon, QPointF(700, 10), 400},
-        {"the group's own centre wins", true, PopupAnchor::DockCenter, QPointF(700, 10), centred},
-        {"above the icon", true, {}, QPointF(700, 10), 400},
+    const struct {
+        const char *what;
+        QString global;
+        std::optional<PopupAnchor> own;
+        QPointF pointer;
+        double x;
+    } rows[] = {
+        {"above an icon on another screen", u"dockIcon"_s, {}, {2000, 10}, 1700},
+        {"pointer outside the dock", u"dockIcon"_s, {}, {2000, 300}, centred},
+        {"no screen under the pointer", u"dockIcon"_s, {}, {9000, 10}, centred},
+        {"the group's own centre wins", u"dockIcon"_s, PopupAnchor::DockCenter, {700, 10}, centred},
+        {"the group's own anchor wins", u"dockCenter"_s, PopupAnchor::DockIcon, {700, 10}, 400},
     };
-    for (const Row &row : rows) {
-        ASSERT_TRUE(defaults.set(u"popupAnchor"_s, row.global ? u"dockIcon"_s : u"dockCenter"_s));
+    for (const auto &row : rows) {
+        ASSERT_TRUE(defaults.set(u"popupAnchor"_s, row.global));
         controller.setGroupProvider([&row] {
-            std::optional<AppGroup> group;
-            if (row.own)
-                group.emplace().popupAnchor = row.own;
+            AppGroup group;
+            group.popupAnchor = row.own;
             return group;
         });
         screens.pointerPosition = row.pointer;
@@ -143,7 +138,7 @@ TEST_F(FloatingPanelControllerTest, TheAnchorDecidesWhereThePanelOpens)
         postSize(QSizeF(650, 340));
         screens.pointerPosition = QPointF(100, 500);
         scheduler.advance(0ms);
-        EXPECT_EQ(surface->frame.x(), row.x - 25) << row.what << ": a resize keeps the place of the show";
+        EXPECT_EQ(surface->frame.x(), row.x - 25) << row.what;
         controller.hide();
         surface->finishFade();
         postSize(QSizeF(600, 340));
@@ -180,68 +175,58 @@ TEST_F(FloatingPanelControllerTest, AnOpenPanelFollowsTheDockAndItsScreen)
 
 TEST_F(FloatingPanelControllerTest, LosingTheKeyStatusHidesUnlessSomethingKeepsThePanel)
 {
-    const auto hides = [this](KeyWindow other, bool modal = false) {
+    const struct {
+        KeyWindow other;
+        bool modal, hides;
+    } rows[] = {{KeyWindow::None, false, true},
+                {KeyWindow::Panel, false, true},
+                {KeyWindow::Titled, false, true}, // the settings window
+                {KeyWindow::Titled, true, false},
+                {KeyWindow::Borderless, false, false}}; // a stray window, which is put away
+    for (const auto &[other, modal, hides] : rows) {
         auto &panel = shownPanel();
         panel.modal = modal;
         panel.otherKey = other;
-        panel.orderedOutOther = panel.madeKey = 0;
+        panel.madeKey = 0;
         panel.resignKey();
-        const bool hidden = controller.isHiding();
+        EXPECT_EQ(controller.isHiding(), hides) << int(other);
+        EXPECT_EQ(panel.madeKey, other == KeyWindow::Borderless);
         controller.hide();
         panel.resignKey(); // what the fade-out itself causes changes nothing
         EXPECT_EQ(panel.animations, QStringList{fadeOut});
         panel.finishFade();
-        return hidden;
-    };
-    EXPECT_TRUE(hides(KeyWindow::None)) << "another application has it";
-    EXPECT_TRUE(hides(KeyWindow::Panel));
-    EXPECT_TRUE(hides(KeyWindow::Titled)) << "the settings window";
-    EXPECT_EQ(surface->orderedOutOther, 0);
-    EXPECT_FALSE(hides(KeyWindow::Titled, true));
-    EXPECT_FALSE(hides(KeyWindow::Borderless)) << "a stray window is put away";
+    }
     EXPECT_EQ(surface->orderedOutOther, 1);
-    EXPECT_EQ(surface->madeKey, 1);
 }
 
-TEST_F(FloatingPanelControllerTest, UsesUpCommandDigitsAndNoOtherCharacters)
-{
-    const auto used = [this](Qt::KeyboardModifiers modifiers, const char *characters) {
-        return controller.handleKeyPress(0, modifiers, QLatin1String(characters));
-    };
-    EXPECT_TRUE(used(Qt::ControlModifier, "5"));
-    EXPECT_TRUE(used(Qt::ControlModifier | Qt::AltModifier, "1"));
-    EXPECT_TRUE(used(Qt::ControlModifier, "+9"));
-    EXPECT_FALSE(used(Qt::NoModifier, "5"));
-    EXPECT_FALSE(used(Qt::AltModifier, "5"));
-    for (const char *other : {"0", "10", "-3", "+", " 5", "", "a"})
-        EXPECT_FALSE(used(Qt::ControlModifier, other)) << other;
-    EXPECT_EQ(digits, (QList<int>{5, 1, 9}));
-}
-
-TEST_F(FloatingPanelControllerTest, TakesKeysFromItsOwnWindowsButNotFromUnderMenusAndModalOnes)
+TEST_F(FloatingPanelControllerTest, TakesEscapeAndCommandDigitsButNotFromUnderMenusAndModalWindows)
 {
     QWindow own;
-    const auto used = [&](int key, Qt::KeyboardModifiers modifiers = {}, const QString &text = {}) {
+    const auto uses = [&](int key, Qt::KeyboardModifiers modifiers = {}, const QString &text = {}) {
         QKeyEvent event(QEvent::KeyPress, key, modifiers, text);
         return controller.eventFilter(&own, &event);
     };
     shownPanel();
     // Control turns the digit's text into this.
-    EXPECT_TRUE(used(Qt::Key_5, Qt::ControlModifier, QChar(0x1d)));
-    EXPECT_EQ(digits, QList{5});
-    EXPECT_FALSE(used(Qt::Key_A, {}, u"a"_s));
+    EXPECT_TRUE(uses(Qt::Key_5, Qt::ControlModifier, QChar(0x1d)));
+    EXPECT_TRUE(controller.handleKeyPress(0, Qt::ControlModifier | Qt::AltModifier, u"+9"_s));
+    for (const char *other : {"0", "10", "-3", "+", " 5", "", "a"})
+        EXPECT_FALSE(controller.handleKeyPress(0, Qt::ControlModifier, QLatin1String(other))) << other;
+    EXPECT_FALSE(uses(Qt::Key_5, Qt::AltModifier, u"5"_s));
+    EXPECT_FALSE(uses(Qt::Key_A, {}, u"a"_s));
+    EXPECT_EQ(digits, (QList<int>{5, 9}));
     {
         QWindow menu, dialog;
         menu.setFlags(Qt::Popup);
         menu.show();
-        EXPECT_FALSE(used(Qt::Key_Escape));
+        EXPECT_FALSE(uses(Qt::Key_Escape));
         menu.hide();
         dialog.setModality(Qt::ApplicationModal);
         dialog.show();
-        EXPECT_FALSE(used(Qt::Key_Escape));
+        EXPECT_FALSE(uses(Qt::Key_Escape));
     }
     EXPECT_FALSE(controller.isHiding());
-    EXPECT_TRUE(used(Qt::Key_Escape));
+    EXPECT_TRUE(uses(Qt::Key_Escape));
     EXPECT_TRUE(controller.isHiding());
 }
 

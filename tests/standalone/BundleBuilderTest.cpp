@@ -16,7 +16,7 @@ namespace cobblet {
 namespace {
 
 using namespace Qt::StringLiterals;
-using test::read;
+using test::content;
 using test::write;
 
 class BundleBuilderTest : public test::BundleTest {
@@ -46,7 +46,7 @@ protected:
     QString tool(const QByteArray &script)
     {
         const QString path = folder.filePath(u"tool"_s);
-        write(path, "#!/bin/sh\n" + script, true);
+        test::writeProgram(path, script);
         return path;
     }
 
@@ -150,7 +150,7 @@ TEST_F(BundleBuilderTest, WhatWasNotMadeHereIsLeftAlone)
     QFile::link(elsewhere, agents + u"/.staging"_s);
     EXPECT_TRUE(BundleBuilder(services()).recover());
     EXPECT_TRUE(build().contains(u"is a link"_s));
-    EXPECT_EQ(read(elsewhere + plist).toUtf8(), test::info(agentIdentifier(work.id)));
+    EXPECT_EQ(content(elsewhere + plist), test::info(agentIdentifier(work.id)));
 }
 
 TEST_F(BundleBuilderTest, LinksAreNeverFollowed)
@@ -170,7 +170,7 @@ TEST_F(BundleBuilderTest, LinksAreNeverFollowed)
     ASSERT_EQ(build(), u"ok"_s);
     EXPECT_EQ(::getxattr((destination + program).toLocal8Bit().constData(), attribute, nullptr, 0), -1);
     EXPECT_EQ(::getxattr(outside.toLocal8Bit().constData(), attribute, nullptr, 0), 1);
-    EXPECT_EQ(read(outside).toUtf8(), stored);
+    EXPECT_EQ(content(outside), stored);
 }
 
 TEST_F(BundleBuilderTest, ABuildThatWasKilledIsTakenBackAtTheNextStart)

@@ -6,13 +6,9 @@
 #include "standalone/GroupIconProvider.h"
 #include "standalone/IconProvider.h"
 #include "support/FakeDesktop.h"
+#include "support/Files.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QTemporaryDir>
-
-#include <gtest/gtest.h>
 
 namespace cobblet::test {
 
@@ -28,7 +24,7 @@ public:
         for (const IconFileImage &icon : registration.icons)
             sides.append(icon.side);
         EXPECT_EQ(sides, (QList<int>{16, 24, 32, 48, 64, 128, 256, 512, 1024}));
-        menus.insert(registration.bundle, registration.menu);
+        menu = registration.menu;
         ++registrations;
         return {};
     }
@@ -39,27 +35,11 @@ public:
     }
     QStringList registered(const QString &) const override { return agents; }
 
-    QMap<QString, QList<DockMenuItem>> menus; ///< by bundle
+    QList<DockMenuItem> menu; ///< of the last one
     int registrations = 0;
     QStringList forgotten;
     QStringList agents; ///< what is registered
 };
-
-inline QString read(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : u"(no file)"_s;
-}
-
-inline void write(const QString &path, const QByteArray &bytes, bool executable = false)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly)) << path.toStdString();
-    file.write(bytes);
-    if (executable)
-        file.setPermissions(file.permissions() | QFile::ExeOwner);
-}
 
 /// The Info.plist of a program's bundle.
 inline QByteArray info(const QString &identifier)
@@ -76,7 +56,7 @@ protected:
     BundleTest()
     {
         write(source + u"/Contents/Info.plist"_s, info(u"com.vantor.cobblet"_s));
-        write(source + u"/Contents/MacOS/cobblet"_s, QByteArray(40'000, 'x'), true);
+        writeProgram(source + u"/Contents/MacOS/cobblet"_s, QByteArray(40'000, 'x'));
         write(source + u"/Contents/Resources/Metadata.appintents/actions"_s, "of the main program");
         QDir().mkpath(agents);
         tools = freedesktop::bundleTools({});

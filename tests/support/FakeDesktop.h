@@ -15,6 +15,7 @@
 #include <QMap>
 #include <QSet>
 #include <QStringList>
+#include <QThread>
 
 #include <mutex>
 #include <ostream>
@@ -102,7 +103,9 @@ public:
     {
         opened.append(bundleID);
         noteIn(m_log, u"open "_s + bundleID);
-        if (done)
+        if (waits)
+            opening.insert(bundleID, done);
+        else if (done)
             done(application(bundleID) ? Status() : Error{u"%1 is not installed."_s.arg(bundleID)});
     }
     void openBundle(const QString &path, const QStringList &arguments, Completion done) override
@@ -119,8 +122,15 @@ public:
     }
     QImage icon(const QString &bundleID, int points, qreal ratio) const override
     {
-        const QColor color = QColor::fromHsv(int(qHash(resolved(bundleID)) % 360), 160, 210);
-        return application(bundleID) ? square(points, ratio, color) : QImage();
+        const bool isInstalled = application(bundleID).has_value();
+        const std::lock_guard lock(m_mutex);
+        lookups.append({bundleID, QThread::currentThread() == thread()});
+        return isInstalled ? square(points, ratio, colour(resolved(bundleID))) : QImage();
+    }
+    /// Of an application's icon.
+    static QColor colour(const QString &resolvedID)
+    {
+        return {QColor::fromHsv(int(qHash(resolvedID) % 360), 160, 210).rgb()};
     }
     QImage genericIcon(int points, qreal ratio) const override { return square(points, ratio, Qt::gray); }
     void listApplications(std::function<void(const QList<InstalledApplication> &)> answer) override
@@ -137,12 +147,20 @@ public:
         const std::lock_guard lock(m_mutex);
         installed[bundleID] = {bundleID, name.isEmpty() ? bundleID : name, path};
     }
+    void uninstall(const QString &bundleID)
+    {
+        const std::lock_guard lock(m_mutex);
+        installed.remove(bundleID);
+    }
 
     QMap<QString, InstalledApplication> installed;
     QMap<QString, QString> aliases;
     QStringList opened;
     QStringList openedBundles; ///< "PATH ARGUMENTS"
     Status bundleOutcome;      ///< of every openBundle()
+    bool waits = false;        ///< whether what is opened ends when the test says so
+    QMap<QString, Completion> opening;
+    mutable QList<std::pair<QString, bool>> lookups; ///< of icons, and whether on the main thread
 
 private:
     static QImage square(int points, qreal ratio, const QColor &color)
@@ -152,7 +170,7 @@ private:
         image.fill(color);
         return image;
     }
-    mutable std::mutex m_mutex; ///< of `installed`
+    mutable std::mutex m_mutex; ///< of `installed` and `lookups`
     Log *m_log;
 };
 

@@ -18,33 +18,29 @@ using namespace Qt::StringLiterals;
 TEST(Metrics, DesiredSizeFollowsTheGroupAndItsLayout)
 {
     constexpr int huge = std::numeric_limits<int>::max();
-    struct Case {
-        const char *name;
+    const struct {
         int apps;
         EffectivePopupLayout layout;
         QSizeF size;
+    } cases[] = {
+        {60, {-2, 5, true}, {600, 340}},      // automatic columns
+        {8, {4, 0, true}, {592.5, 423.5}},    // exactly full rows get one more for the add cell
+        {11, {3, 2, false}, {500.5, 300}},    // rows capped, minimum height
+        {3, {1, huge, true}, {380, 544.5}},   // minimum width
+        {3, {huge, 0, true}, {92224.5, 300}}, // more columns than any screen has room for
     };
-    const Case cases[] = {
-        {"empty group, only the add cell", 0, {4, 0, true}, {592.5, 300}},
-        {"rows capped, minimum height", 11, {3, 2, false}, {500.5, 300}},
-        {"automatic columns", 60, {-2, 5, true}, {600, 340}},
-        {"one column, minimum width", 1, {1, 0, true}, {380, 302.5}},
-        {"exactly full rows get one more for the add cell", 8, {4, 0, true}, {592.5, 423.5}},
-        {"one short of full", 7, {4, 0, true}, {592.5, 302.5}},
-        {"more columns than any screen has room for", 3, {huge, huge, true}, {92224.5, 300}},
-    };
-    for (const Case &c : cases) {
+    for (const auto &[apps, layout, size] : cases) {
         AppGroup group;
-        group.apps.resize(c.apps);
-        EXPECT_EQ(PanelMetrics::desiredPanelSize(&group, c.layout), c.size) << c.name;
+        group.apps.resize(apps);
+        EXPECT_EQ(PanelMetrics::desiredPanelSize(&group, layout), size) << apps;
     }
     EXPECT_EQ(PanelMetrics::desiredPanelSize(nullptr, {4, 0, true}), QSizeF(600, 340));
 }
 
 TEST(Metrics, ColumnsFollowTheWidthOrTheFixedNumber)
 {
-    for (const double width : {80.0, 399.5, 492.0})
-        EXPECT_EQ(PanelMetrics::columnCount(0, width, 1000), width < 100 ? 1 : width < 400 ? 4 : 5) << width;
+    for (const auto &[width, columns] : {std::pair(80.0, 1), {399.5, 4}, {492.0, 5}})
+        EXPECT_EQ(PanelMetrics::columnCount(0, width, 1000), columns) << width;
     EXPECT_EQ(PanelMetrics::columnCount(8, 150, 1000), 8) << "the panel is on its way to its size";
     EXPECT_EQ(PanelMetrics::columnCount(4, 391, 391), 4) << "a screen rounded down keeps its columns";
     EXPECT_EQ(PanelMetrics::columnCount(20, 399.5, 399.5), 4) << "more than the screen has room for";

@@ -60,10 +60,10 @@ protected:
     {
         return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
     }
-    void click(QQuickItem *item, Qt::MouseButton button = Qt::LeftButton, Qt::KeyboardModifiers modifiers = {})
+    void click(QQuickItem *item)
     {
         ASSERT_NE(item, nullptr);
-        QTest::mouseClick(&view->window(), button, modifiers, center(item));
+        QTest::mouseClick(&view->window(), Qt::LeftButton, {}, center(item));
     }
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {})
     {
@@ -121,35 +121,17 @@ TEST_F(PanelWindow, FixedColumnsAreExactBeforeThePanelHasItsSizeAndFewerOnANarro
     EXPECT_TRUE(becomes(5));
 }
 
-TEST_F(PanelWindow, ClicksOpenSelectAndShowMenus)
-{
-    click(labelled("App 2"));
-    EXPECT_EQ(f.workspace.opened, QStringList({u"app.2"_s}));
-    click(labelled("Play"));
-    EXPECT_EQ(view->selectedGroup()->name, u"Play"_s);
-    QTest::qWait(10);
-    click(labelled("<b>Two</b> lines"), Qt::RightButton);
-    EXPECT_EQ(f.menus.last.front().title, u"Open"_s);
-    EXPECT_EQ(f.workspace.opened.size(), 1) << "the right button opens no application";
-    click(labelled("Settings"));
-    EXPECT_EQ(f.posted("Cobblet.openSettings"), 1);
-}
-
 TEST_F(PanelWindow, KeyboardReachesEverything)
 {
     EXPECT_FALSE(view->engine().decorations().keyboardFocus());
-    press(Qt::Key_Right);
+    for (const Qt::Key key : {Qt::Key_Right, Qt::Key_Return, Qt::Key_Down, Qt::Key_Space})
+        press(key);
     EXPECT_TRUE(view->engine().decorations().keyboardFocus());
-    press(Qt::Key_Return);
-    EXPECT_EQ(f.workspace.opened, QStringList({u"app.2"_s}));
-    press(Qt::Key_Down);
-    press(Qt::Key_Space);
-    EXPECT_EQ(f.workspace.opened.last(), u"app.6"_s);
+    EXPECT_EQ(f.workspace.opened, QStringList({u"app.2"_s, u"app.6"_s}));
     press(Qt::Key_F10, Qt::ShiftModifier);
     EXPECT_EQ(f.menus.last.last().title, u"Remove from Work"_s);
-    press(Qt::Key_Left);
-    press(Qt::Key_Left);
-    press(Qt::Key_Down);
+    for (const Qt::Key key : {Qt::Key_Left, Qt::Key_Left, Qt::Key_Down})
+        press(key);
     EXPECT_EQ(view->selectedGroup()->name, u"Play"_s);
     press(Qt::Key_Menu);
     EXPECT_EQ(f.menus.last.front().title, u"Pin"_s);
@@ -163,9 +145,7 @@ TEST_F(PanelWindow, KeyboardReachesEverything)
     }
     for (const char *label : {"Open All", "Hide All", "Settings", "New Group", "Collapse sidebar"})
         EXPECT_TRUE(passed.contains(QLatin1String(label))) << label;
-
-    QTest::mouseMove(&view->window(), QPoint(300, 20));
-    QTest::mousePress(&view->window(), Qt::LeftButton, {}, QPoint(300, 8));
+    click(labelled("Work"));
     EXPECT_FALSE(view->engine().decorations().keyboardFocus()) << "the ring is for the keyboard";
 }
 
@@ -196,30 +176,26 @@ TEST_F(PanelWindow, TheAddCellIsReachedByTheKeyboardAndItsChooserIsUsedWithIt)
     ASSERT_EQ(view->engine().popovers().window(), sheet);
     QTest::keyClick(sheet, Qt::Key_Return);
     EXPECT_EQ(view->engine().popovers().window(), nullptr);
-    EXPECT_EQ(f.config.groups()[1].apps.last().bundleID, u"new.one"_s);
-    EXPECT_EQ(f.config.groups()[1].apps.size(), 3);
+    EXPECT_EQ(f.config.groups()[1].apps.value(2).bundleID, u"new.one"_s);
 }
 
-TEST_F(PanelWindow, TheAddCellHasTheFocusInAnEmptyGroupAndNoneWhereItIsHidden)
+TEST_F(PanelWindow, TheAddCellHasTheFocusOnceInAnEmptyGroupAndNoneWhereItIsHidden)
 {
-    const auto focused = [this] { return view->window().activeFocusItem()->property("label").toString(); };
     f.usage.recordLaunch(u"app.1"_s);
     f.config.replaceGroups({f.group(u"Empty"_s, 0), f.group(u"Play"_s, 2)});
     view->model().selectRow(0);
     QStringList passed;
     for (int i = 0; i < 10; ++i) {
         press(i < 5 ? Qt::Key_Tab : Qt::Key_Backtab);
-        passed.append(focused());
+        passed.append(view->window().activeFocusItem()->property("label").toString());
     }
     EXPECT_EQ(passed.count(u"Add Apps"_s), 2) << "once each way round: " << passed.join(u", "_s).toStdString();
     view->model().selectRow(1);
     labelled("Add Apps")->forceActiveFocus();
     view->model().selectRow(-1);
-    press(Qt::Key_Return);
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Left, Qt::Key_Right, Qt::Key_Return})
+        press(key);
     EXPECT_EQ(view->engine().popovers().window(), nullptr);
-    press(Qt::Key_Left);
-    press(Qt::Key_Right);
-    press(Qt::Key_Return);
     EXPECT_EQ(f.workspace.opened, QStringList(u"app.1"_s));
 }
 
@@ -250,18 +226,6 @@ TEST_F(PanelWindow, ToolRowKeepsItsFormUnderTheModifiersAndGivesLabelsUpInOrder)
     EXPECT_EQ(given, 3);
 }
 
-TEST_F(PanelWindow, ACollapsedSidebarStillOffersNewGroup)
-{
-    view->model().setProperty("sidebarExpanded", false);
-    const QQuickItem *plus = labelled("New Group");
-    ASSERT_NE(plus, nullptr);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return plus->parentItem()->width() == 44 && plus->opacity() == 1; }));
-    EXPECT_TRUE(plus->isVisible());
-    click(labelled("New Group"));
-    EXPECT_NE(view->engine().popovers().window(), nullptr);
-    EXPECT_EQ(view->model().property("sidebarExpanded"), false);
-}
-
 TEST_F(PanelWindow, AssistiveToolsReadStatesAndOfferEachActionOnce)
 {
     AppGroup work = f.config.groups()[0];
@@ -279,108 +243,75 @@ TEST_F(PanelWindow, AssistiveToolsReadStatesAndOfferEachActionOnce)
         EXPECT_EQ(bool(item->state().selected), isSelected) << name;
         EXPECT_EQ(item->actionInterface()->actionNames().count(u"Press"_s), 1) << name;
     }
-    const auto pressed = [this](const char *name) {
-        QAccessible::queryAccessibleInterface(labelled(name))->actionInterface()->doAction(u"Press"_s);
-    };
-    pressed("App 1");
-    EXPECT_EQ(f.workspace.opened, QStringList(u"app.1"_s));
     QAccessibleInterface *grid = QAccessible::queryAccessibleInterface(labelled("App 1")->parentItem()->parentItem());
     EXPECT_EQ(grid->text(QAccessible::Name), u"Work"_s) << "the list is called as the group is";
-    pressed("Play");
+    for (const char *name : {"App 1", "Play"})
+        QAccessible::queryAccessibleInterface(labelled(name))->actionInterface()->doAction(u"Press"_s);
+    EXPECT_EQ(f.workspace.opened, QStringList(u"app.1"_s));
     EXPECT_EQ(grid->text(QAccessible::Name), u"Play"_s);
 }
 
 TEST_F(PanelWindow, HeldModifiersChangeTheCloseAllButtonUntilFocusIsLost)
 {
-    QTest::keyPress(&view->window(), Qt::Key_Alt);
-    EXPECT_NE(labelled("Quit All"), nullptr);
-    QTest::keyPress(&view->window(), Qt::Key_Control, Qt::AltModifier);
-    EXPECT_NE(labelled("Hide All"), nullptr) << "both together do the least harm";
-    QTest::keyRelease(&view->window(), Qt::Key_Control, Qt::AltModifier);
+    const auto labelAfter = [this](QEvent::Type type, int key, Qt::KeyboardModifiers reported) {
+        QKeyEvent event(type, key, reported);
+        QCoreApplication::sendEvent(&view->window(), &event);
+        return items("symbol", view->model().closeAllSymbol()).value(0)->property("label").toString();
+    };
+    // Some window systems report the state before the key, some after it.
+    EXPECT_EQ(labelAfter(QEvent::KeyPress, Qt::Key_Alt, {}), u"Quit All"_s);
+    EXPECT_EQ(labelAfter(QEvent::KeyPress, Qt::Key_Alt, Qt::AltModifier), u"Quit All"_s);
+    EXPECT_EQ(labelAfter(QEvent::KeyPress, Qt::Key_Control, Qt::AltModifier), u"Hide All"_s) << "the least harm";
+    EXPECT_EQ(labelAfter(QEvent::KeyRelease, Qt::Key_Control, Qt::ControlModifier | Qt::AltModifier), u"Quit All"_s);
     QFocusEvent lost(QEvent::FocusOut);
     QCoreApplication::sendEvent(&view->window(), &lost);
-    f.run(u"app.1"_s);
-    click(labelled("Hide All"), Qt::LeftButton, Qt::ControlModifier);
-    EXPECT_EQ(f.running.calls, QStringList(u"forceTerminate app.1 100"_s));
+    EXPECT_NE(labelled("Hide All"), nullptr);
 }
 
 TEST_F(PanelWindow, NewGroupPopoverAddsOnReturnRefusesBlankNamesAndLeavesItsKeysToTheMonitorFirst)
 {
     struct Monitor : QObject {
-        bool eventFilter(QObject *, QEvent *event) override
-        {
-            return uses && event->type() == QEvent::KeyPress &&
-                   static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape;
-        }
-        bool uses = true;
+        bool eventFilter(QObject *, QEvent *event) override { return uses && event->type() == QEvent::KeyPress; }
+        bool uses = false;
     } monitor;
     view->setKeyMonitor(monitor);
-    const auto isOpen = [this] { return view->engine().popovers().anchor() != nullptr; };
-    click(labelled("New Group"));
-    QQuickWindow *sheet = view->engine().popovers().window();
+    view->model().setProperty("sidebarExpanded", false);
+    const auto open = [this] {
+        click(labelled("New Group"));
+        return view->engine().popovers().window();
+    };
+    QQuickWindow *sheet = open();
     ASSERT_NE(sheet, nullptr);
+    EXPECT_EQ(view->model().property("sidebarExpanded"), false);
     ASSERT_TRUE(QTest::qWaitForWindowActive(sheet));
-    const auto type = [sheet](const char *text) {
-        for (const char *c = text; *c; ++c)
+    for (const char *name : {"  ", "Reading "}) {
+        EXPECT_EQ(view->engine().popovers().window(), sheet);
+        for (const char *c = name; *c; ++c)
             QTest::keyClick(sheet, *c);
         QTest::keyClick(sheet, Qt::Key_Return);
-    };
-    QTest::keyClick(sheet, Qt::Key_Escape);
-    EXPECT_TRUE(isOpen()) << "the monitor used it up";
-    type("  ");
-    EXPECT_TRUE(isOpen());
-    type("Reading ");
-    EXPECT_FALSE(isOpen());
+    }
+    EXPECT_EQ(view->engine().popovers().window(), nullptr);
     ASSERT_EQ(f.config.groups().size(), 3);
     EXPECT_EQ(view->selectedGroup()->name, u"Reading"_s);
     EXPECT_EQ(view->selectedGroup()->emoji, u"📁"_s);
 
-    monitor.uses = false;
-    click(labelled("New Group"));
-    ASSERT_TRUE(isOpen());
-    QTest::keyClick(view->engine().popovers().window(), Qt::Key_Escape);
-    EXPECT_FALSE(isOpen());
+    sheet = open();
+    for (const bool uses : {true, false}) {
+        monitor.uses = uses;
+        QTest::keyClick(sheet, Qt::Key_Escape);
+        EXPECT_EQ(view->engine().popovers().window(), uses ? sheet : nullptr);
+    }
 }
 
 TEST_F(PanelWindow, HintPopoverTogglesAndGoesWithThePanel)
 {
     QQuickItem *info = labelled("Close All Button Shortcuts");
-    const std::function<void()> closings[] = {
-        [&] { click(info); },
-        [&] { QTest::mouseClick(&view->window(), Qt::LeftButton, {}, QPoint(300, 8)); },
-        [&] { view->window().hide(); },
-    };
-    for (const auto &close : closings) {
+    for (const bool byClick : {true, false}) {
         click(info);
         EXPECT_TRUE(info->property("showingHint").toBool());
-        close();
+        byClick ? click(info) : view->window().hide();
         EXPECT_FALSE(info->property("showingHint").toBool());
     }
-}
-
-TEST_F(PanelWindow, HoverDecorationLetsItselfGo)
-{
-    QQuickItem *cell = labelled("App 3");
-    const auto before = cell->childItems().size();
-    QTest::mouseMove(&view->window(), QPoint(300, 4));
-    QTest::mouseMove(&view->window(), center(cell));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return cell->childItems().size() == before + 1; }, 2000));
-    QTest::mouseMove(&view->window(), QPoint(300, 4));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return cell->childItems().size() == before; }, 2000));
-}
-
-TEST(ModifiersAfter, CountTheKeyThatIsGoingDownOrUp)
-{
-    const auto after = [](QEvent::Type type, int key, Qt::KeyboardModifiers reported) {
-        return modifiersAfter(QKeyEvent(type, key, reported));
-    };
-    const auto command = Qt::ControlModifier;
-    // Some window systems report the state before the key, some after it.
-    EXPECT_EQ(after(QEvent::KeyPress, Qt::Key_Control, {}), command);
-    EXPECT_EQ(after(QEvent::KeyPress, Qt::Key_Control, command), command);
-    EXPECT_EQ(after(QEvent::KeyRelease, Qt::Key_Control, command), Qt::NoModifier);
-    EXPECT_EQ(after(QEvent::KeyRelease, Qt::Key_Alt, command | Qt::AltModifier), command);
-    EXPECT_EQ(after(QEvent::KeyPress, Qt::Key_A, command), command);
 }
 
 } // namespace

@@ -38,12 +38,6 @@ QList<IconFileImage> icons(const QList<int> &sides, Qt::GlobalColor colour)
     return images;
 }
 
-QByteArray content(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 class DesktopEntryRegistryTest : public DesktopFixture {
 protected:
     /// A bundle whose program writes down how it was started.
@@ -114,12 +108,10 @@ TEST_F(DesktopEntryRegistryTest, OddNamesAndPlacesAreReadAsTheyAre)
             g_desktop_app_info_new_from_filename(qPrintable(user(identifier))), g_object_unref);
         ASSERT_TRUE(info);
         EXPECT_EQ(QString::fromUtf8(g_app_info_get_name(G_APP_INFO(info.get()))), name);
-        EXPECT_STREQ(g_desktop_app_info_get_startup_wm_class(info.get()), qPrintable(identifier));
         const std::unique_ptr<char, decltype(&g_free)> title(g_desktop_app_info_get_action_name(info.get(), "app-1"),
                                                              g_free);
         EXPECT_EQ(QString::fromUtf8(title.get()), made.menu.first().title);
         EXPECT_EQ(g_desktop_app_info_list_actions(info.get())[2], nullptr) << "two entries can be named";
-
         EXPECT_EQ(content(user(identifier)).count("\nIcon=/a b;\\\\n.png\n"), 1) << "of the one that has an icon";
 
         const QByteArray program = QFile::encodeName(made.program);
@@ -130,26 +122,23 @@ TEST_F(DesktopEntryRegistryTest, OddNamesAndPlacesAreReadAsTheyAre)
     }
 }
 
-TEST_F(DesktopEntryRegistryTest, EveryApplicationOfALargeGroupIsInTheMenu)
+TEST_F(DesktopEntryRegistryTest, TheMenuOfALargeGroupIsWholeAndThatOfAHugeOneKeepsItsCommands)
 {
-    Registration made = bundle();
-    for (int i = 0; i < 100; ++i)
-        made.menu.prepend({u"many-%1"_s.arg(i), u"Many"_s, {}});
-    ASSERT_TRUE(registry.registerBundle(made).ok());
-    EXPECT_EQ(content(user(identifier)).count("[Desktop Action "), 102);
-    made.menu.insert(50, 2000, made.menu.first());
-    for (int i = 0; i < 2000; ++i)
-        made.menu[50 + i].action += QString::number(i);
-    ASSERT_TRUE(registry.registerBundle(made).ok());
-    EXPECT_EQ(content(user(identifier)).count("[Desktop Action "), DesktopEntryRegistry::maximumActions);
-    EXPECT_TRUE(content(user(identifier)).contains("[Desktop Action open-all]"));
+    for (const int size : {100, 2000}) {
+        Registration made = bundle();
+        for (int i = 0; i < size; ++i)
+            made.menu.prepend({u"many-%1"_s.arg(i), u"Many"_s, {}});
+        ASSERT_TRUE(registry.registerBundle(made).ok());
+        const QByteArray entry = content(user(identifier));
+        EXPECT_EQ(entry.count("[Desktop Action "), std::min(size + 2, int(DesktopEntryRegistry::maximumActions)));
+        EXPECT_TRUE(entry.contains("[Desktop Action open-all]"));
+    }
 }
 
 TEST_F(DesktopEntryRegistryTest, IconsFollowTheBundleAndForeignLinksAreNotWrittenThrough)
 {
     Registration made = bundle();
     ASSERT_TRUE(registry.registerBundle(made).ok());
-    EXPECT_EQ(QImage(icon(128)).size(), QSize(128, 128));
     EXPECT_EQ(files().size(), 9) << "the entry and eight sizes: themes have no 1024";
     // Nothing is written twice; but whoever holds icons in memory is told to look again.
     const QString theme = home.path(u".local/share/icons/hicolor"_s);

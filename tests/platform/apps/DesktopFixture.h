@@ -1,12 +1,9 @@
 #pragma once
 
+#include "support/Files.h"
 #include "support/TemporaryHome.h"
 
-#include <QDir>
-#include <QFile>
 #include <QTest>
-
-#include <gtest/gtest.h>
 
 #include <functional>
 
@@ -18,20 +15,6 @@ using namespace Qt::StringLiterals;
 inline bool waitFor(const std::function<bool()> &condition, int milliseconds = 10'000)
 {
     return QTest::qWaitFor(condition, milliseconds);
-}
-
-inline void write(const QString &path, const QByteArray &bytes)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly)) << qPrintable(path);
-    file.write(bytes);
-}
-
-inline void writeProgram(const QString &path, const QByteArray &script)
-{
-    write(path, "#!/bin/sh\n" + script);
-    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }
 
 /// A user and a system with no applications but the ones a test writes, on a desktop of a certain name.

@@ -1,20 +1,75 @@
+// The ways into the program that it holds itself: key combinations and the item in the tray.
+#include "shell/GlobalHotkeyManager.h"
 #include "shell/StatusBarController.h"
 
 #include "model/Notifications.h"
 #include "support/FakeDesktopItems.h"
+#include "support/Files.h"
 #include "support/Messages.h"
+#include "support/VirtualScheduler.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 
-#include <gtest/gtest.h>
+#include <optional>
 
 namespace cobblet {
 namespace {
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
-class StatusBarControllerTest : public testing::Test {
+struct EntriesTest : testing::Test {
+    NotificationCenter notifications;
+    test::Log log;
+};
+
+class GlobalHotkeyManagerTest : public EntriesTest {
+protected:
+    void create() { manager.emplace(hotKeys, notifications, scheduler); }
+
+    test::FakeHotKeys hotKeys;
+    test::VirtualScheduler scheduler;
+    std::optional<GlobalHotkeyManager> manager;
+};
+
+TEST_F(GlobalHotkeyManagerTest, WhatCannotBeRegisteredIsAConflictUnlessThereAreNoHotKeys)
+{
+    hotKeys.taken = {5, 7};
+    create();
+    EXPECT_EQ(manager->conflictedDigits(), (QSet<int>{5, 7}));
+    EXPECT_EQ(hotKeys.held, (QList<quint32>{1, 2, 3, 4, 6, 8, 9}));
+    int changes = 0;
+    QObject::connect(&*manager, &GlobalHotkeyManager::conflictedDigitsChanged, &*manager, [&] { ++changes; });
+    hotKeys.refuse(2); // a desktop that asks the user first answers later
+    EXPECT_EQ(manager->conflictedDigits(), (QSet<int>{2, 5, 7}));
+    EXPECT_EQ(changes, 1);
+
+    hotKeys.available = Availability::unavailable(u"No."_s);
+    const QString sentence = manager->availability().sentence;
+    EXPECT_TRUE(sentence.startsWith(u"No. "_s) && sentence.contains(u"cobblet show NAME"_s))
+        << "what to bind instead";
+    create();
+    hotKeys.refuse(2);
+    EXPECT_TRUE(manager->conflictedDigits().isEmpty()) << "nobody else has taken one";
+}
+
+TEST_F(GlobalHotkeyManagerTest, APressShowsThePanelAndThenSelectsOnALaterTurn)
+{
+    test::record(notifications, log);
+    create();
+    hotKeys.press(3);
+    EXPECT_TRUE(log.isEmpty()) << "the press is consumed before anything happens";
+    scheduler.advance(0ms);
+    EXPECT_EQ(log, (QStringList{u"Cobblet.showPanel"_s, u"Cobblet.selectGroupShortcut 3"_s}));
+
+    hotKeys.press(4);
+    manager.reset();
+    EXPECT_TRUE(hotKeys.held.isEmpty());
+    scheduler.advance(0ms);
+    EXPECT_EQ(log.size(), 2) << "its end unregisters and forgets presses under way";
+}
+
+class StatusBarControllerTest : public EntriesTest {
 protected:
     StatusBarController made(const QString &imageFile = {})
     {
@@ -28,10 +83,8 @@ protected:
         return StatusBarController({std::move(owned), notifications, dockTile, symbol, {}}, imageFile);
     }
 
-    NotificationCenter notifications;
     test::FakeDockTile dockTile;
     test::FakeStatusItem *item = nullptr;
-    test::Log log;
 };
 
 TEST_F(StatusBarControllerTest, SettingsComeForwardAfterThePanelHasClosed)

@@ -1,29 +1,105 @@
-#include "standalone/GroupIconProvider.h"
+// The icons of applications, and the tiles of groups that are made of them.
 #include "model/AppGroup.h"
+#include "standalone/GroupIconProvider.h"
 #include "standalone/IconProvider.h"
 #include "support/FakeDesktop.h"
 
+#include <QTest>
+
 #include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
 
 namespace cobblet {
 namespace {
 
 using namespace Qt::StringLiterals;
+using test::FakeWorkspace;
+
+class IconProviderTest : public testing::Test {
+protected:
+    IconProviderTest()
+    {
+        for (const QString &id : {a, b})
+            workspace.install(id);
+        QObject::connect(&icons, &IconProvider::iconsChanged, &icons, [this] { ++changes; });
+    }
+    static QColor colour(const QImage &image) { return image.isNull() ? QColor() : image.pixelColor(1, 1); }
+
+    const QString a = u"org.a"_s, b = u"org.b"_s, gone = u"org.gone"_s;
+    int changes = 0;
+    FakeWorkspace workspace;
+    IconProvider icons{workspace, 1};
+};
+
+TEST_F(IconProviderTest, LooksEachIconUpOnceUntilThePixelRatioChanges)
+{
+    EXPECT_TRUE(icons.cached(a).isNull());
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(colour(icons.icon(a)), FakeWorkspace::colour(a));
+        EXPECT_EQ(colour(icons.icon(gone)), QColor(Qt::gray)) << "the generic icon";
+    }
+    EXPECT_EQ(icons.cached(gone).size(), QSize(64, 64));
+    EXPECT_EQ(workspace.lookups.size(), 2);
+
+    icons.setDevicePixelRatio(2);
+    EXPECT_EQ(changes, 1);
+    EXPECT_TRUE(icons.cached(a).isNull());
+    EXPECT_EQ(icons.icon(a).size(), QSize(128, 128));
+}
+
+TEST_F(IconProviderTest, PreloadsInTheBackgroundWhatIsNotCached)
+{
+    QStringList announced;
+    QObject::connect(&icons, &IconProvider::loaded, &icons, [&](const QStringList &ids) { announced += ids; });
+    icons.icon(a);
+    icons.preload({a, b, gone});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !announced.isEmpty(); }, 10'000));
+    EXPECT_EQ(announced, QStringList{b});
+    EXPECT_EQ(colour(icons.cached(b)), FakeWorkspace::colour(b));
+    EXPECT_TRUE(icons.cached(gone).isNull()) << "what resolves to nothing is not kept";
+    EXPECT_EQ(workspace.lookups.mid(1), (QList<std::pair<QString, bool>>{{b, false}, {gone, false}}));
+}
+
+TEST_F(IconProviderTest, FollowsChangesOfTheInstalledApplications)
+{
+    for (const QString &id : {a, b, gone})
+        icons.icon(id);
+    emit workspace.installedApplicationsChanged();
+    workspace.install(gone);
+    workspace.uninstall(b);
+    emit workspace.installedApplicationsChanged();
+    EXPECT_FALSE(icons.cached(a).isNull()) << "the old icon stays until the new one is here";
+    const auto isFollowed = [&] {
+        return changes > 0 && colour(icons.cached(gone)) == FakeWorkspace::colour(gone) &&
+               colour(icons.cached(b)) == QColor(Qt::gray);
+    };
+    EXPECT_TRUE(QTest::qWaitFor(isFollowed, 10'000));
+}
+
+TEST_F(IconProviderTest, ManyThreadsMayAskAtOnce)
+{
+    std::atomic<int> wrong = 0;
+    std::vector<std::jthread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&] {
+            for (int round = 0; round < 1000; ++round) {
+                wrong +=
+                    colour(icons.icon(a)) != FakeWorkspace::colour(a) || colour(icons.icon(gone)) != QColor(Qt::gray);
+                icons.preload({a, b, QString::number(round)});
+            }
+        });
+    for (int round = 0; round < 20; ++round) {
+        icons.clear();
+        emit workspace.installedApplicationsChanged();
+        QCoreApplication::processEvents();
+    }
+    threads.clear();
+    EXPECT_EQ(wrong, 0);
+}
 
 const QColor grey(0xc7, 0xc7, 0xc7), dark(16, 32, 48);
-constexpr Qt::GlobalColor colours[] = {Qt::red, Qt::green, Qt::blue, Qt::yellow, Qt::black};
-
-/// Icons are coloured by their number.
-class ColouredWorkspace : public test::FakeWorkspace {
-public:
-    QImage icon(const QString &bundleID, int points, qreal ratio) const override
-    {
-        const int pixels = qRound(points * ratio);
-        QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
-        image.fill(colours[bundleID.toInt()]);
-        return image;
-    }
-};
 
 class GroupIconProviderTest : public testing::Test {
 protected:
@@ -49,7 +125,7 @@ protected:
         return tiles.cgImage(group, size).pixelColor(int(x * size), int(y * size));
     }
 
-    ColouredWorkspace workspace;
+    FakeWorkspace workspace;
     IconProvider icons{workspace, 2};
     GroupIconProvider tiles{icons, workspace};
 };
@@ -68,12 +144,15 @@ TEST_F(GroupIconProviderTest, ATileIsARoundedSquareInTheGroupsColour)
 
 TEST_F(GroupIconProviderTest, FirstFourIconsFillTheGridInReadingOrder)
 {
+    const QString apps = u"01234"_s;
+    for (const QChar app : apps)
+        workspace.install(app);
     for (const int size : {64, 1024}) {
-        EXPECT_EQ(at(grid(u"1"_s), 0.5, 0.5, size), QColor(Qt::green));
+        EXPECT_EQ(at(grid(u"1"_s), 0.5, 0.5, size), FakeWorkspace::colour(u"1"_s));
         for (int count = 2; count <= 5; ++count)
             for (int i = 0; i < 4; ++i)
-                EXPECT_EQ(at(grid(u"01234"_s.first(count)), i % 2 ? 0.65 : 0.35, i / 2 ? 0.65 : 0.35, size),
-                          i < count ? QColor(colours[i]) : grey)
+                EXPECT_EQ(at(grid(apps.first(count)), i % 2 ? 0.65 : 0.35, i / 2 ? 0.65 : 0.35, size),
+                          i < count ? FakeWorkspace::colour(apps[i]) : grey)
                     << size << ' ' << count << ' ' << i;
     }
     EXPECT_EQ(at(grid({}), 0.5, 0.5), grey) << "the emoji tile";
