@@ -29,6 +29,7 @@ constexpr unsigned patienceForApplications = 15;
 
 using Connection = std::unique_ptr<DBusConnection, void (*)(DBusConnection *)>;
 using Message = std::unique_ptr<DBusMessage, void (*)(DBusMessage *)>;
+using Call = std::unique_ptr<DBusPendingCall, void (*)(DBusPendingCall *)>;
 
 /// Ends the process with a sentence when this object lives too long. An alarm, because the library has no bound of
 /// its own for connecting, nor a short one for a bus that says nothing.
@@ -171,6 +172,21 @@ Message requestFor(const Identity &identity, std::span<char *const> arguments)
     return request;
 }
 
+/// Puts the message on its way and waits for nothing. Null when the connection has ended.
+Call send(const Connection &bus, const Message &message)
+{
+    DBusPendingCall *call = nullptr;
+    dbus_connection_send_with_reply(bus.get(), message.get(), &call, DBUS_TIMEOUT_INFINITE);
+    return {call, dbus_pending_call_unref};
+}
+
+/// Waits; an error when the connection ends first.
+Message answerTo(const Call &call)
+{
+    dbus_pending_call_block(call.get());
+    return {dbus_pending_call_steal_reply(call.get()), dbus_message_unref};
+}
+
 bool waitsForApplications(std::span<char *const> arguments)
 {
     const std::string_view verb = arguments.empty() ? "" : arguments[0];
@@ -212,16 +228,19 @@ std::optional<Answer> askRunningInstance(const Identity &identity, std::span<cha
     Patience wait(waitsForApplications(arguments) ? patienceForApplications : patience);
     dbus_connection_set_change_sigpipe(FALSE); // the application that this may become is to find it as it was
     const Connection bus = connectToBus();
+    if (!bus)
+        return {};
+    dbus_connection_set_max_message_size(bus.get(), maximumAnswer);
+    // The request goes along with the greeting, which the bus takes first: that saves waiting for it once more.
+    const Message hello(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "Hello"),
+                        dbus_message_unref);
+    const Call greeting = send(bus, hello), call = send(bus, request);
     // A bus that refuses this process, as that of another user does, has no instance for it.
-    if (!bus || !dbus_bus_register(bus.get(), nullptr))
+    if (!greeting || !call || dbus_message_get_type(answerTo(greeting).get()) != DBUS_MESSAGE_TYPE_METHOD_RETURN)
         return {};
     wait.waitForInstance();
-    dbus_connection_set_max_message_size(bus.get(), maximumAnswer);
-    DBusError error = DBUS_ERROR_INIT;
-    const Message reply(
-        dbus_connection_send_with_reply_and_block(bus.get(), request.get(), DBUS_TIMEOUT_INFINITE, &error),
-        dbus_message_unref);
-    if (!reply) {
+    const Message reply = answerTo(call);
+    if (DBusError error = DBUS_ERROR_INIT; dbus_set_error_from_message(&error, reply.get())) {
         const auto answer = refusal(error);
         dbus_error_free(&error);
         return answer;
