@@ -17,7 +17,6 @@ namespace {
 
 Q_LOGGING_CATEGORY(log, "cobblet.model")
 
-const QString groupsKey = QStringLiteral("cobblet_groups");
 const QString shortcutsKey = QStringLiteral("cobblet_shortcuts");
 
 /// Gives a fresh id to a group that has the reserved one or that of a group before it; whether one had.
@@ -112,7 +111,7 @@ bool ConfigManager::changeGroups(const GroupChange &change)
     if (changed)
         m_unsaved.append(change);
     const bool published = publish(groups);
-    if (changed || m_fileFails) {
+    if (changed || !m_fileWrite) {
         saveGroups(locked->mayWrite());
         if (!m_isUnfinished)
             pruneShortcuts();
@@ -155,7 +154,7 @@ std::optional<QList<AppGroup>> ConfigManager::storedNews()
 std::optional<QList<AppGroup>> ConfigManager::storedCopy()
 {
     m_defaults.synchronize();
-    const auto bytes = m_defaults.data(groupsKey);
+    const auto bytes = m_defaults.data(groupsCopyKey);
     if (!bytes)
         return std::nullopt;
     auto copy = decodeGroups(*bytes);
@@ -198,16 +197,16 @@ void ConfigManager::saveGroups(const Status &mayWrite)
     const Status status = mayWrite ? m_file.write(json) : mayWrite;
     if (status)
         m_unsaved.clear();
-    else if (!m_fileFails)
+    else if (m_fileWrite)
         qCWarning(log, "The groups are kept in memory and in the preferences only. %ls",
                   qUtf16Printable(status.error()));
-    m_fileFails = !status;
+    m_fileWrite = status;
     saveCopy(json);
 }
 
 void ConfigManager::saveCopy(const QByteArray &json)
 {
-    m_copyIsOld = !store(groupsKey, json);
+    m_copyIsOld = !store(groupsCopyKey, json);
 }
 
 void ConfigManager::saveShortcuts()

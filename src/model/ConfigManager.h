@@ -2,6 +2,7 @@
 
 #include "model/AppGroup.h"
 #include "model/GroupsFile.h"
+#include "platform/Availability.h"
 
 #include <QFileSystemWatcher>
 #include <QMap>
@@ -49,6 +50,9 @@ public:
     const AppGroup *group(const QUuid &id) const;
     /// The smallest digit from 1 to 9 that selects the group; absent when none does.
     std::optional<int> shortcutDigit(const QUuid &id) const;
+
+    /// How the file with the groups and their second copy are doing, as a person is told.
+    QList<Capability> storage() const;
 
     // Changes. An unknown group, or arguments that change nothing, leave everything as it is.
 
@@ -98,6 +102,8 @@ private:
     std::optional<QList<AppGroup>> storedNews();
     /// The list in the preferences; absent when there is none of use.
     std::optional<QList<AppGroup>> storedCopy();
+    Availability fileState() const;
+    Availability copyState() const;
     QMap<int, QUuid> storedShortcuts() const;
     bool publish(const QList<AppGroup> &groups);
     void publish(const QMap<int, QUuid> &shortcuts);
@@ -129,7 +135,7 @@ private:
     QList<GroupChange> m_unsaved;
     bool m_copyIsOld = false;    ///< the list was read from the file since the copy was last known to be the same
     bool m_isUnfinished = false; ///< so the file was at the last look under the lock
-    bool m_fileFails = false;    ///< the last write failed and the log has it
+    Status m_fileWrite;          ///< the outcome of the last write
     bool m_defaultsFail = false;
 };
 

@@ -9,6 +9,9 @@
 
 namespace cobblet {
 
+/// Where the preferences hold the second copy of the groups.
+inline const QString groupsCopyKey = QStringLiteral("cobblet_groups");
+
 /// "groups.json" on disk. What is in its place but does not decode is never overwritten: it is set aside as
 /// "groups.json.corrupt-DATE" first, and the newest three of those are kept.
 class GroupsFile {
@@ -37,6 +40,8 @@ public:
     Status write(const QByteArray &json);
 
     const QString &path() const { return m_path; }
+    /// What stood there at the last look does not decode.
+    bool isBad() const { return m_isBad; }
 
 private:
     bool isUnfinished() const;

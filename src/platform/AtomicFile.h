@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 namespace cobblet {
 
@@ -24,6 +25,11 @@ Status replaceAtomically(const QString &path, const QByteArray &bytes, Flush flu
 /// Renames what stands at `path`, whatever it is, to "PATH.corrupt-DATE", and removes all but the newest three files
 /// of those names. The new path.
 Result<QString> setAside(const QString &path);
+
+/// The names of the files that setAside() has left beside `path`, the oldest first.
+QStringList filesAside(const QString &path);
+/// A sentence about them and what to do with them; empty when there are none.
+QString asideSentence(const QString &path);
 
 /// The content of a regular file of at most `maximum` bytes; an error names the file and the cause.
 Result<QByteArray> readBounded(const QString &path, qint64 maximum);

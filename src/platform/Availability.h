@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QList>
 #include <QString>
+
+#include <functional>
 
 namespace cobblet {
 
@@ -18,5 +21,16 @@ struct Availability {
 
     bool operator==(const Availability &) const = default;
 };
+
+/// One of the things that a desktop permits or does not, under the name that lists of them show.
+struct Capability {
+    QString title;
+    Availability availability;
+
+    bool operator==(const Capability &) const = default;
+};
+
+/// Takes what a service found out about the desktop.
+using CapabilitiesAnswer = std::function<void(const QList<Capability> &)>;
 
 } // namespace cobblet

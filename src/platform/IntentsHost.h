@@ -124,6 +124,8 @@ public:
 
     /// Whether anybody outside can ask.
     virtual Availability availability() const = 0;
+    /// Which of the desktop's searches ask. The answer comes at once or later, on the main thread.
+    virtual void examine(CapabilitiesAnswer answer) { answer({}); }
     /// Serves `requests` from now on until stop().
     virtual void serve(IntentRequests &requests) = 0;
     /// The program ends: who asks from now on, or still waits for an answer, gets an error.

@@ -4,6 +4,7 @@
 #include "platform/Result.h"
 
 #include <QByteArray>
+#include <QDateTime>
 #include <QObject>
 #include <QString>
 #include <QVariant>
@@ -36,6 +37,8 @@ public:
     virtual void registerDefault(const QString &key, const QVariant &value) = 0;
     /// Whether changes are kept, and where, or why not.
     virtual Availability availability() const = 0;
+    /// When the domain was last stored, by any process; absent when it never was, or nobody knows.
+    virtual std::optional<QDateTime> lastStored() const { return std::nullopt; }
     /// Takes in at once what other processes have stored, instead of when word of it arrives. Called before a
     /// value is changed on top of the stored one.
     virtual void synchronize() {}

@@ -28,8 +28,11 @@ class Workspace : public QObject {
 public:
     using Completion = std::function<void(const Status &)>;
 
-    /// Whether applications are found, have their icons, and are started on their own.
+    /// Whether applications are found.
     virtual Availability availability() const = 0;
+    /// What else this desktop permits around applications, such as word of waking from sleep. The answer comes at
+    /// once or later, on the main thread.
+    virtual void examine(CapabilitiesAnswer answer) { answer({}); }
 
     /// This desktop's counterpart of a well-known identifier ("com.apple.mail"); any other identifier, and
     /// one without a counterpart here, comes back unchanged. Never stored.

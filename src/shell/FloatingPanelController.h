@@ -43,6 +43,8 @@ public:
     void setDesiredSize(const QSizeF &size);
 
     bool isVisible() const;
+    /// How far the panel is what it is meant to be. Makes the panel where it is not made yet.
+    Availability availability() { return panel().availability(); }
     bool isHiding() const { return m_isHiding; }
 
     /// Escape hides; Command with a digit from 1 to 9 selects. True when the key is used up.

@@ -71,7 +71,16 @@ Availability GlobalHotkeyManager::availability() const
     if (availability.level == Availability::Level::Not)
         availability.sentence +=
             QStringLiteral(" Bind keys to the command “cobblet show NAME” in the desktop's keyboard settings.");
-    return availability;
+    if (availability.level != Availability::Level::Works || m_conflictedDigits.isEmpty())
+        return availability;
+    QStringList taken;
+    for (int digit = 1; digit <= 9; ++digit)
+        if (m_conflictedDigits.contains(digit))
+            taken.append(QString::number(digit));
+    return Availability::partly(
+        QStringLiteral("Other programs have the combinations of %1: quit them or change their "
+                       "shortcuts, and start Cobblet again.")
+            .arg(taken.join(QStringLiteral(", "))));
 }
 
 GlobalHotkeyManager::~GlobalHotkeyManager()

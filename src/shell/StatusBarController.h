@@ -28,6 +28,8 @@ public:
 
     /// Puts the item into the bar.
     void show();
+    /// Whether the item can be seen.
+    Availability availability() const { return m_services.statusItem->availability(); }
 
     void showGroups();
     void openSettings();

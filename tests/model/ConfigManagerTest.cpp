@@ -1,6 +1,7 @@
 #include "model/ConfigManager.h"
 #include "model/FirstRunGroups.h"
 #include "model/GroupCoding.h"
+#include "platform/AtomicFile.h"
 #include "platform/FileLock.h"
 #include "support/FakeDesktop.h"
 #include "support/Files.h"
@@ -334,6 +335,48 @@ TEST_F(ConfigManagerTest, LoadsFileThenDefaultsThenFirstRunAndSetsAsideWhateverE
         manager.replaceGroups(groups(u"X"_s));
         EXPECT_EQ(saved(), "X");
         EXPECT_EQ(setAside().size(), c.setAside + 1);
+    }
+}
+
+TEST_F(ConfigManagerTest, TellsHowTheFileAndItsSecondCopyAreDoing)
+{
+    using Level = Availability::Level;
+    struct {
+        const char *what;
+        std::function<void()> damage;
+        Level file, copy;
+        QString sentence; ///< a part of either
+    } const rows[] = {
+        {"both are there", [] {}, Level::Works, Level::Works, u"2 groups in %1, written 3 hours ago."_s.arg(file)},
+        {"nobody wrote the file yet", [&] { QFile::remove(file); }, Level::Partly, Level::Works, u"stands in"_s},
+        {"no copy", [&] { defaults.stored.clear(); }, Level::Works, Level::Partly, u"the next change makes one"_s},
+        {"a damaged copy", [&] { defaults.stored[groupsKey] = QByteArray("["); }, Level::Works, Level::Partly,
+         u"of no use"_s},
+        {"an older copy", [&] { defaults.stored[groupsKey] = encodeGroups(groups(u"C"_s)); }, Level::Works,
+         Level::Partly, u"1 group of another time"_s},
+        {"a file set aside", [&] { ASSERT_TRUE(put(QByteArray("{")) && cobblet::setAside(file) && put(u"AB"_s)); },
+         Level::Partly, Level::Works, u"groups.json.corrupt-"_s},
+        {"a folder in the way",
+         [&] {
+             ASSERT_TRUE(QFile::remove(file) && QDir().mkpath(file + u".tmp"_s));
+             store->addGroup(groups(u"C"_s)[0]);
+         },
+         Level::Not, Level::Works, u"Can't write"_s}};
+    options.follows = false;
+    for (const auto &row : rows) {
+        holding(u"AB"_s);
+        QFile written(file);
+        ASSERT_TRUE(written.open(QIODevice::ReadWrite));
+        written.setFileTime(QDateTime::currentDateTime().addSecs(-3 * 3600 - 60), QFile::FileModificationTime);
+        written.close();
+        row.damage();
+        const auto storage = store->storage();
+        EXPECT_EQ(storage[0].availability.level, row.file)
+            << row.what << storage[0].availability.sentence.toStdString();
+        EXPECT_EQ(storage[1].availability.level, row.copy)
+            << row.what << storage[1].availability.sentence.toStdString();
+        EXPECT_TRUE((storage[0].availability.sentence + storage[1].availability.sentence).contains(row.sentence))
+            << row.what << storage[0].availability.sentence.toStdString();
     }
 }
 

@@ -61,10 +61,13 @@ Availability DesktopScreens::availability() const
         return Availability::partly(
             QStringLiteral("Docks can't be seen without an X display: the panel keeps to what "
                            "the desktop calls the free part of a screen."));
-    return m_struts.isEmpty()
-               ? Availability::works(QStringLiteral("No dock keeps an edge of a screen free: the panel "
-                                                    "opens at the bottom."))
-               : Availability::works();
+    QStringList kept;
+    for (const Screen &screen : m_screens)
+        if (const QString edges = geometry::reservedEdges(screen.frame, screen.visibleFrame); !edges.isEmpty())
+            kept.append(m_screens.size() > 1 ? QStringLiteral("%1 (%2)").arg(edges, screen.name) : edges);
+    return Availability::works(
+        kept.isEmpty() ? QStringLiteral("No dock keeps an edge of a screen free: the panel opens at the bottom.")
+                       : QStringLiteral("Docks and bars keep free: %1.").arg(kept.join(QStringLiteral("; "))));
 }
 
 void DesktopScreens::watch(QScreen *screen)

@@ -69,6 +69,18 @@ QRectF inWorkArea(const QRectF &visible, const QRectF &workArea)
             QPointF(edge(visible.right(), common.right()), edge(visible.bottom(), common.bottom()))};
 }
 
+QString reservedEdges(const QRectF &frame, const QRectF &visible)
+{
+    QStringList edges;
+    for (const auto &[name, depth] : {std::pair("left", visible.left() - frame.left()),
+                                      {"right", frame.right() - visible.right()},
+                                      {"top", frame.bottom() - visible.bottom()},
+                                      {"bottom", visible.top() - frame.top()}})
+        if (qRound(depth) > 0)
+            edges.append(QStringLiteral("%1 points at the %2").arg(qRound(depth)).arg(QLatin1String(name)));
+    return edges.join(QStringLiteral(", "));
+}
+
 QRectF toYUp(const QRectF &yDown, const QRectF &mainFrame)
 {
     return {yDown.x() - mainFrame.x(), mainFrame.bottom() - yDown.bottom(), yDown.width(), yDown.height()};

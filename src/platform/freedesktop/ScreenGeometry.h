@@ -4,6 +4,7 @@
 #include <QRect>
 #include <QRectF>
 #include <QSize>
+#include <QString>
 
 #include <array>
 #include <cstdint>
@@ -38,6 +39,9 @@ QRectF visibleFrame(const ToolkitScreen &screen, const QList<Strut> &struts, con
 /// What the window manager leaves free too: some keep a bar of their own, which reserves nothing, out of the work
 /// area. Both are in y-down points and may be rounded apart by up to one.
 QRectF inWorkArea(const QRectF &visible, const QRectF &workArea);
+
+/// Which edges are kept free, as a person is told: "48 points at the bottom". Of y-up frames; empty when none is.
+QString reservedEdges(const QRectF &frame, const QRectF &visible);
 
 /// `mainFrame` is the main screen's in y-down points. The two are each other's inverse.
 QRectF toYUp(const QRectF &yDown, const QRectF &mainFrame);

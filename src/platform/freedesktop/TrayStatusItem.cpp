@@ -32,8 +32,13 @@ TrayStatusItem::TrayStatusItem(X11Connection *x11, SessionBus &bus, QtMenus &men
 
 Availability TrayStatusItem::availability() const
 {
-    return m_hasXEmbed.value_or(false) || m_hasNotifier.value_or(false) ? Availability::works()
-                                                                        : Availability::unavailable(noTray);
+    if (m_hasNotifier.value_or(false))
+        return Availability::works(QStringLiteral("The item stands in the desktop's bar, as a status notifier."));
+    if (m_hasXEmbed.value_or(false))
+        return Availability::works(QStringLiteral("The item stands in the desktop's tray, which embeds it."));
+    if (!m_hasNotifier || !m_hasXEmbed)
+        return Availability::partly(QStringLiteral("It isn't known yet whether the desktop has a tray."));
+    return Availability::unavailable(noTray);
 }
 
 void TrayStatusItem::show()

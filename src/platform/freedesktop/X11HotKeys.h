@@ -24,7 +24,9 @@ public:
     std::vector<Result<Handle>> registerAll(const QList<HotKey> &keys) override;
     Availability availability() const override
     {
-        return m_unavailable.isEmpty() ? Availability::works() : Availability::unavailable(m_unavailable);
+        return m_unavailable.isEmpty()
+                   ? Availability::works(QStringLiteral("The X server hands key combinations on."))
+                   : Availability::unavailable(m_unavailable);
     }
     QString trigger(const HotKeyID &) const override { return {}; }
 

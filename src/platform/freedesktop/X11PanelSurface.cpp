@@ -121,9 +121,10 @@ Availability X11PanelSurface::availability() const
         return Availability::partly(noManager);
     if (!blendsWithDesktop())
         return Availability::partly(noCompositor);
-    return backdrop() == Backdrop::Blurred ? Availability::works()
-                                           : Availability::works(QStringLiteral(
-                                                 "This compositing manager does not blur what is behind the panel."));
+    return Availability::works(
+        backdrop() == Backdrop::Blurred
+            ? QStringLiteral("The panel fades, and what is behind it is blurred.")
+            : QStringLiteral("The panel fades; this compositing manager does not blur what is behind it."));
 }
 
 Backdrop X11PanelSurface::backdrop() const

@@ -16,6 +16,8 @@ namespace cobblet {
 
 namespace {
 
+constexpr QLatin1String asideMark(".corrupt-");
+
 Error systemError(const QString &what, const QString &path)
 {
     return {QStringLiteral("%1 %2: %3.").arg(what, path, QString::fromLocal8Bit(std::strerror(errno)))};
@@ -83,7 +85,7 @@ Status replaceAtomically(const QString &path, const QByteArray &bytes, Flush flu
 
 Result<QString> setAside(const QString &path)
 {
-    const QString stem = path + QStringLiteral(".corrupt-");
+    const QString stem = path + asideMark;
     const auto isTaken = [](const QString &name) { return QFileInfo::exists(name) || QFileInfo(name).isSymLink(); };
     QDateTime date = QDateTime::currentDateTimeUtc();
     while (isTaken(stem + date.toString(Qt::ISODateWithMs)))
@@ -93,11 +95,26 @@ Result<QString> setAside(const QString &path)
         return systemError(QStringLiteral("Can't set aside"), path);
 
     QDir folder = QFileInfo(path).dir();
-    const QString pattern = QFileInfo(stem).fileName() + QLatin1Char('*');
-    QStringList kept = folder.entryList({pattern}, QDir::Files | QDir::System | QDir::Hidden, QDir::Name); // by date
+    QStringList kept = filesAside(path);
     while (kept.size() > 3)
         folder.remove(kept.takeFirst());
     return aside;
+}
+
+QStringList filesAside(const QString &path)
+{
+    const QString pattern = QFileInfo(path).fileName() + asideMark + QLatin1Char('*');
+    return QFileInfo(path).dir().entryList({pattern}, QDir::Files | QDir::System | QDir::Hidden,
+                                           QDir::Name); // by date
+}
+
+QString asideSentence(const QString &path)
+{
+    const QStringList names = filesAside(path);
+    return names.isEmpty()
+               ? QString()
+               : QStringLiteral("Damaged ones were kept beside it: delete %1 once nothing in there is missed.")
+                     .arg(names.join(QStringLiteral(", ")));
 }
 
 Result<QByteArray> readBounded(const QString &path, qint64 maximum)

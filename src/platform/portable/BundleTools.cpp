@@ -19,7 +19,8 @@ Availability BundleTools::availability() const
     if (!isExecutable(rsync))
         return Availability::partly(
             QStringLiteral("Groups become applications, but these can't be kept up to date: install rsync."));
-    return Availability::works();
+    return Availability::works(
+        QStringLiteral("Groups can become applications of their own, and are kept up to date."));
 }
 
 } // namespace cobblet

@@ -182,7 +182,15 @@ Availability FileUserDefaults::availability() const
         return Availability::partly(
             QStringLiteral("Preferences can't be changed for good: make %1 a folder that you may write to.")
                 .arg(m_folder));
-    return Availability::works(QStringLiteral("The preferences are kept in %1.").arg(m_path));
+    const QString kept = QStringLiteral("The preferences are kept in %1.").arg(m_path);
+    const QString aside = asideSentence(m_path);
+    return aside.isEmpty() ? Availability::works(kept) : Availability::partly(kept + QLatin1Char(' ') + aside);
+}
+
+std::optional<QDateTime> FileUserDefaults::lastStored() const
+{
+    const QFileInfo file(m_path);
+    return file.exists() ? std::optional(file.lastModified()) : std::nullopt;
 }
 
 void FileUserDefaults::synchronize()

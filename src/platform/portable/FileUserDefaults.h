@@ -30,6 +30,7 @@ public:
     Status remove(const QString &key) override { return change(key, QCborValue()); }
     void registerDefault(const QString &key, const QVariant &value) override;
     Availability availability() const override;
+    std::optional<QDateTime> lastStored() const override;
     void synchronize() override;
 
 private:

@@ -199,7 +199,7 @@ Availability DesktopEntryRegistry::availability() const
     while (!QFileInfo::exists(folder))
         folder = QFileInfo(folder).path();
     if (QFileInfo(folder).isWritable())
-        return Availability::works();
+        return Availability::works(QStringLiteral("Docks, menus and launchers are told of them."));
     return Availability::unavailable(
         QStringLiteral("The folder “%1” can't be written: allow it, so that groups can become applications.")
             .arg(folder));

@@ -15,6 +15,7 @@
 #include <QThreadPool>
 #include <QUrl>
 
+#include <chrono>
 #include <future>
 #include <memory>
 
@@ -26,6 +27,16 @@ namespace {
 
 constexpr qsizetype maximumPath = 4096;
 constexpr qsizetype maximumText = 512;
+
+const QString loginManager = QStringLiteral("org.freedesktop.login1");
+constexpr std::chrono::milliseconds patience{1500};
+
+template<class Work>
+void onMainThread(Work work)
+{
+    if (auto *application = QCoreApplication::instance())
+        QMetaObject::invokeMethod(application, std::move(work), Qt::QueuedConnection);
+}
 
 /// The toolkit asks the desktop for its icon theme, on the main thread only. Where there is none, the themes
 /// that are most often installed stand in.
@@ -72,18 +83,53 @@ Availability FreedesktopWorkspace::availability() const
     if (m_installed.isEmpty())
         return Availability::unavailable(
             QStringLiteral("No applications are found: XDG_DATA_DIRS must name the folders that hold theirs."));
-    if (!m_icons.hasTheme())
-        return Availability::partly(
-            QStringLiteral("No icon theme is installed: only applications that bring a picture "
-                           "of their own show it."));
     if (!InstalledApplications::followsChanges())
         return Availability::partly(
             QStringLiteral("Applications that are installed or removed are noticed at the next "
                            "start: unset QT_NO_GLIB to see them at once."));
-    if (!m_launcher.givesScopes())
-        return Availability::works(
-            QStringLiteral("Applications share Cobblet's resources, as no service manager of the user runs."));
-    return Availability::works();
+    return Availability::works(QStringLiteral("The installed applications are found, and changes are noticed."));
+}
+
+Availability FreedesktopWorkspace::iconAvailability() const
+{
+    return m_icons.hasTheme()
+               ? Availability::works(QStringLiteral("Applications have the icons of the desktop's theme."))
+               : Availability::partly(
+                     QStringLiteral("Only applications that bring a picture of their own show it: install an icon "
+                                    "theme, such as Adwaita."));
+}
+
+Availability FreedesktopWorkspace::launchAvailability() const
+{
+    if (m_launcher.givesScopes())
+        return Availability::works(QStringLiteral(
+            "Applications are opened in scopes of their own, and outlive Cobblet with all that they started."));
+    return Availability::partly(QStringLiteral(
+        "Applications outlive Cobblet but share its limits and accounts: scopes of their own take a service manager "
+        "of the user (systemd --user) and a session bus."));
+}
+
+/// The system bus is connected to, and asked, on a thread of its own, as both are waited for.
+void FreedesktopWorkspace::examine(CapabilitiesAnswer answer)
+{
+    const QList<Capability> known{{QStringLiteral("Opening applications"), launchAvailability()},
+                                  {QStringLiteral("Icons"), iconAvailability()}};
+    QThreadPool::globalInstance()->start([self = QPointer<FreedesktopWorkspace>(this), known, answer] {
+        const QDBusConnection bus = QDBusConnection::systemBus();
+        const bool isTold = bus.isConnected() &&
+                            bus.call(busQuestion("NameHasOwner", {loginManager}), QDBus::Block, int(patience.count()))
+                                .arguments()
+                                .value(0)
+                                .toBool();
+        const auto sleep = isTold ? Availability::works(QStringLiteral("The system tells when it wakes from sleep."))
+                                  : Availability::unavailable(QStringLiteral(
+                                        "Nobody tells when the system wakes from sleep: no login manager (logind) "
+                                        "answers on the system bus."));
+        onMainThread([self, answer, rows = known + QList{Capability{QStringLiteral("Waking from sleep"), sleep}}] {
+            if (self)
+                answer(rows);
+        });
+    });
 }
 
 void FreedesktopWorkspace::connectNotify(const QMetaMethod &signal)
@@ -92,7 +138,7 @@ void FreedesktopWorkspace::connectNotify(const QMetaMethod &signal)
         followSleep();
 }
 
-/// The system bus is connected to on a thread of its own, as that is waited for.
+/// The same holds here.
 void FreedesktopWorkspace::followSleep()
 {
     QThreadPool::globalInstance()->start([self = QPointer<FreedesktopWorkspace>(this)] {
@@ -101,16 +147,14 @@ void FreedesktopWorkspace::followSleep()
             qCInfo(lcWorkspace).noquote() << "Waking from sleep will not be noticed:" << bus.lastError().message();
             return;
         }
-        const auto subscribe = [self] {
+        onMainThread([self] {
             // Without a service name, which would be looked up first and waited for.
             if (self)
                 QDBusConnection::systemBus().connect(QString(), QStringLiteral("/org/freedesktop/login1"),
                                                      QStringLiteral("org.freedesktop.login1.Manager"),
                                                      QStringLiteral("PrepareForSleep"), self,
                                                      SLOT(prepareForSleep(bool)));
-        };
-        if (auto *application = QCoreApplication::instance())
-            QMetaObject::invokeMethod(application, subscribe, Qt::QueuedConnection);
+        });
     });
 }
 

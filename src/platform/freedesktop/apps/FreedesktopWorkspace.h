@@ -22,6 +22,7 @@ public:
     explicit FreedesktopWorkspace(X11Connection *x11, SessionBus *bus = nullptr, const QString &svgProgram = {});
 
     Availability availability() const override;
+    void examine(CapabilitiesAnswer answer) override;
     QString resolved(const QString &bundleID) const override;
     std::optional<InstalledApplication> application(const QString &bundleID) const override;
     Result<InstalledApplication> applicationAt(const QString &path) const override;
@@ -47,6 +48,8 @@ private slots:
 
 private:
     void followSleep();
+    Availability iconAvailability() const;
+    Availability launchAvailability() const;
     void openFolder(const QString &folder, const Completion &done);
 
     SessionBus *const m_bus;

@@ -51,7 +51,7 @@ Availability DBusInstance::availability() const
     if (!m_bus.connection().isConnected())
         return Availability::unavailable(
             QStringLiteral("There is no session bus: start Cobblet within a desktop session that has one."));
-    return m_ownsName ? Availability::works()
+    return m_ownsName ? Availability::works(QStringLiteral("Other programs, and a second start, reach Cobblet."))
                       : Availability::unavailable(QStringLiteral("The session bus did not give Cobblet its name."));
 }
 

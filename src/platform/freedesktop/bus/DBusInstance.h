@@ -26,6 +26,7 @@ public:
     Role claim(const QStringList &arguments = {}) override;
 
     ProgramObject &program() { return m_program; }
+    SessionBus &bus() { return m_bus; }
     /// Puts an object below the program's own path; only before claim(), so that it is there when the name is ours.
     void add(const QString &child, QObject &object);
     /// No object can be called any more, and calls that wait are answered with an error.

@@ -11,19 +11,22 @@ class DBusInstance;
 /// serve() waits for it.
 class DBusIntents : public IntentsHost {
 public:
-    /// `instance` outlives this object. `icon` is a name in the icon theme.
-    DBusIntents(DBusInstance &instance, const QString &icon);
+    /// `instance` outlives this object. By `identifier` its icon is called, and what tells searches of it.
+    DBusIntents(DBusInstance &instance, const QString &identifier);
     ~DBusIntents() override;
     DBusIntents(const DBusIntents &) = delete;
     DBusIntents &operator=(const DBusIntents &) = delete;
 
     Availability availability() const override;
+    void examine(CapabilitiesAnswer answer) override;
     void serve(IntentRequests &requests) override;
     void stop() override;
     void groupsChanged() override;
 
 private:
     DBusInstance &m_instance;
+    const QString m_identifier;
+    bool m_serves = false;
     SearchProviderObject m_searchProvider;
     RunnerObject m_runner;
 };

@@ -18,7 +18,7 @@ constexpr qsizetype maximumText = 4096;
 Availability DBusNotifications::availability() const
 {
     return m_bus.connection().isConnected()
-               ? Availability::works()
+               ? Availability::works(QStringLiteral("The session bus can be reached."))
                : Availability::unavailable(
                      QStringLiteral("Without a session bus agents show changes only once they start again."));
 }

@@ -63,7 +63,7 @@ PortalAppearance::PortalAppearance(SessionBus &bus) : m_bus(bus), m_dark(guessDa
 
 Availability PortalAppearance::availability() const
 {
-    return m_known ? Availability::works()
+    return m_known ? Availability::works(QStringLiteral("The desktop's settings portal tells light from dark."))
                    : Availability::partly(QStringLiteral(
                          "The desktop's settings portal does not tell light from dark: the toolkit's colours decide, "
                          "and a change is seen at the next start."));

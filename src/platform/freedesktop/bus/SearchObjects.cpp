@@ -56,6 +56,7 @@ void activate(const ProgramObject &program, const QString &id, const BusReply &r
 
 QStringList SearchProviderObject::GetInitialResultSet(const QStringList &terms)
 {
+    m_asked = true;
     m_program.calls().take(*this, [this, terms](const BusReply &reply) {
         QStringList ids;
         for (const IntentMatch &match : m_program.requests().search(terms.join(QLatin1Char(' '))))
@@ -102,6 +103,7 @@ void SearchProviderObject::LaunchSearch(const QStringList &, uint timestamp)
 
 RunnerMatchList RunnerObject::Match(const QString &query)
 {
+    m_asked = true;
     m_program.calls().take(*this, [this, query](const BusReply &reply) {
         constexpr int exact = 100, possible = 30; // KRunner's numbers for kinds of matches
         RunnerMatchList found;

@@ -11,6 +11,9 @@ public:
     /// The program outlives this object. `icon` is a name in the icon theme.
     SearchProviderObject(ProgramObject &program, QString icon) : m_program(program), m_icon(std::move(icon)) {}
 
+    /// Whether the search has asked since this object was made.
+    bool wasAsked() const { return m_asked; }
+
     QStringList GetInitialResultSet(const QStringList &terms);
     /// Searches anew: a phrase has its first result only with its last word.
     QStringList GetSubsearchResultSet(const QStringList &, const QStringList &terms)
@@ -24,6 +27,7 @@ public:
 private:
     ProgramObject &m_program;
     const QString m_icon;
+    bool m_asked = false;
 };
 
 /// KRunner, which asks in the same way: the methods of Runner.xml.
@@ -32,6 +36,9 @@ class RunnerObject : public QObject, protected QDBusContext {
 public:
     /// The same.
     RunnerObject(ProgramObject &program, QString icon) : m_program(program), m_icon(std::move(icon)) {}
+
+    /// The same.
+    bool wasAsked() const { return m_asked; }
 
     GroupList Actions() { return {}; }
     QVariantMap Config() { return {}; }
@@ -43,6 +50,7 @@ public:
 private:
     ProgramObject &m_program;
     const QString m_icon;
+    bool m_asked = false;
     QString m_token; ///< announced for the Run that follows
 };
 
