@@ -19,6 +19,20 @@ struct RunningApplication {
     bool operator==(const RunningApplication &) const = default;
 };
 
+/// Why something that runs counts as this application.
+struct Recognition {
+    QString reason; ///< a sentence; empty when nobody knows
+    QString mark;   ///< by what a correction knows it again; empty when it can't be corrected
+};
+
+/// What a person said of something that runs: whatever has the mark is this application.
+struct Correction {
+    QString mark;
+    QString bundleIdentifier;
+
+    bool operator==(const Correction &) const = default;
+};
+
 /// The applications that run on this desktop right now. Main thread only. The verbs are requests: they
 /// return at once, nothing is awaited, and an application that has ended meanwhile is left alone.
 class RunningApplications : public QObject {
@@ -41,6 +55,16 @@ public:
     /// start itself.
     virtual Availability availability() const = 0;
 
+    virtual Recognition recognition(const RunningApplication &) const { return {}; }
+    /// In no order.
+    virtual QList<Correction> corrections() const { return {}; }
+    /// From now on, and in every process, what has this mark counts as that application; an empty identifier ends the
+    /// correction.
+    virtual Status correct(const Correction &)
+    {
+        return Error{QStringLiteral("This desktop says itself which application it is.")};
+    }
+
     /// Iconifies all its windows. `done`, when given, is told once: when none of them is shown any more, or why some
     /// still are.
     virtual void hide(const RunningApplication &application, Completion done = {}) = 0;
@@ -56,6 +80,8 @@ public:
 signals:
     void didLaunch(const cobblet::RunningApplication &application, cobblet::RunningApplications::Origin origin);
     void didTerminate(const cobblet::RunningApplication &application);
+    /// The corrections changed, and with them what recognition() tells.
+    void correctionsChanged();
 };
 
 } // namespace cobblet

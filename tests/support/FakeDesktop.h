@@ -179,6 +179,16 @@ public:
     explicit FakeRunningApplications(Log *log = nullptr) : m_log(log) {}
 
     QList<RunningApplication> runningApplications() const override { return running; }
+    Recognition recognition(const RunningApplication &a) const override { return recognitions[a.processIdentifier]; }
+    QList<Correction> corrections() const override { return corrected; }
+    Status correct(const Correction &correction) override
+    {
+        corrected.removeIf([&](const Correction &known) { return known.mark == correction.mark; });
+        if (!correction.bundleIdentifier.isEmpty())
+            corrected.append(correction);
+        emit correctionsChanged();
+        return correctionOutcome;
+    }
     void hide(const RunningApplication &a, Completion done) override
     {
         record(u"hide"_s, a);
@@ -202,6 +212,9 @@ public:
     }
 
     QList<RunningApplication> running;
+    QMap<qint64, Recognition> recognitions; ///< by pid
+    QList<Correction> corrected;
+    Status correctionOutcome;        ///< of every correct()
     QStringList calls;               ///< "hide ID PID"
     QMap<qint64, Completion> hiding; ///< the ends that the test has to tell, by pid
 

@@ -204,6 +204,7 @@ private:
         if (m_running)
             return *m_running;
         made(m_running, windows(), theWorkspace(), isWaylandSession() ? Share::Some : Share::All);
+        m_running->setCorrections(made(m_corrections, sharedDefaults()));
         if (hasWindows()) {
             m_unseen = std::make_unique<SessionApplications>(m_bus, theWorkspace().installed());
             QObject::connect(m_unseen.get(), &SessionApplications::found, m_running.get(),
@@ -233,6 +234,7 @@ private:
     std::unique_ptr<DesktopScreens> m_screens;
     std::unique_ptr<FreedesktopWorkspace> m_workspace;
     std::unique_ptr<DesktopEntryRegistry> m_registry;
+    std::unique_ptr<StoredCorrections> m_corrections;
     std::unique_ptr<X11RunningApplications> m_running;
     std::unique_ptr<SessionApplications> m_unseen;
     std::unique_ptr<AgentApplications> m_agents;

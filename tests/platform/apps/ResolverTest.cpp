@@ -68,11 +68,16 @@ const ApplicationIndex &installed()
 /// Below each step, what it decides: "CASE: what window and process are like -> application", none where there is no
 /// application.
 constexpr const char *cases = R"(
+# correction
+before what the window states: gtk=org.gnome.Calculator; instance=x; class=Y; said=class x, Y is meld -> meld
+the program of a window without a class: kde=vim; runs=/usr/bin/python3 /opt/tool.py; said=program /opt/tool.py is meld -> meld
 # stated id
 a stated id in other letters: gtk=org.gimp.gimp -> org.gimp.GIMP
 KDE's full path: kde=/usr/share/applications/org.kde.konsole.desktop -> org.kde.konsole
 the stated id outweighs the class: gtk=org.gnome.Calculator; instance=xterm; class=XTerm -> org.gnome.Calculator
 # window class
+a class outweighs a corrected program: instance=xterm; class=XTerm; runs=/usr/bin/x; said=program /usr/bin/x is meld -> debian-xterm
+corrected to what is gone since: instance=xterm; class=XTerm; said=class xterm, XTerm is gone -> debian-xterm
 a web application in a browser's process: instance=crx_abc; class=Google-chrome; runs=/opt/google/chrome/chrome -> chrome-abc-Default
 a terminal that shows another program: instance=xterm; class=XTerm; runs=/usr/bin/xterm -e vim -> debian-xterm
 # control group
@@ -106,6 +111,7 @@ TEST(WindowResolver, EachWindowBelongsToItsApplication)
         }
         WindowIdentity window;
         ProcessIdentity process{100, {}, {}, {}, {}, {}};
+        Corrections corrections;
         const QString fields = line.section(s(": "), 1), expected = line.section(s("->"), 1).trimmed();
         for (const QString &field : fields.section(s("->"), 0, 0).trimmed().split(s("; "), Qt::SkipEmptyParts)) {
             const QString name = field.section(u'=', 0, 0), value = field.section(u'=', 1);
@@ -115,6 +121,8 @@ TEST(WindowResolver, EachWindowBelongsToItsApplication)
                 {s("group"), &process.controlGroup},  {s("flatpak"), &process.flatpak}};
             if (QString *place = places.value(name)) {
                 *place = value;
+            } else if (name == s("said")) {
+                corrections.insert(value.section(s(" is "), 0, 0), value.section(s(" is "), 1));
             } else if (name == s("runs")) {
                 process.arguments = value.split(u' ');
                 process.executable = process.arguments[0];
@@ -123,12 +131,12 @@ TEST(WindowResolver, EachWindowBelongsToItsApplication)
                 process.environment[name.toLatin1()] = value;
             }
         }
-        const Resolution resolution = resolveApplication(window, process, installed());
+        const Resolution resolution = resolveApplication(window, process, installed(), corrections);
         EXPECT_EQ(resolution.id, expected) << qPrintable(line);
         EXPECT_EQ(resolution.by, expected.isEmpty() ? s("nothing") : step) << qPrintable(line);
         ++checked;
     }
-    EXPECT_GE(checked, 19);
+    EXPECT_GE(checked, 23);
     // What an upgrade replaced: the file's name ends in a word that is no argument.
     const ProcessIdentity replaced{
         100, s("/usr/share/code/code (deleted)"), {s("/usr/share/code/code"), s("--unity-launch")}, {}, {}, {}};

@@ -1,6 +1,7 @@
 #include "DesktopFixture.h"
 
 #include "platform/XSession.h"
+#include "support/FakeDesktop.h"
 
 #include "platform/freedesktop/apps/FreedesktopWorkspace.h"
 #include "platform/freedesktop/apps/StartupNotification.h"
@@ -110,6 +111,42 @@ TEST_F(RunningApplicationsTest, FollowsWhatRunsAndLeavesAloneWhatTheUserIconifie
                         late);
     x11->flush();
     EXPECT_TRUE(becomes(u"guest"_s, 1) && becomes(u"clock"_s, 0));
+}
+
+TEST_F(RunningApplicationsTest, ACorrectionCountsAtOnceInEveryProcessUntilItIsTakenBack)
+{
+    ASSERT_NO_FATAL_FAILURE(connectToDesktop(true));
+    FakeDefaults shared;
+    StoredCorrections here(shared), there(shared);
+    running->setCorrections(here);
+    X11RunningApplications other(windows.get(), *workspace);
+    other.setCorrections(there);
+    startClock();
+    ASSERT_TRUE(becomes(u"clock"_s, 1));
+    const RunningApplication clock = all(u"clock"_s).first(), guest{u"guest"_s, clock.processIdentifier};
+    ASSERT_TRUE(waitFor([&] { return other.runningApplications().contains(clock); }));
+    const Recognition byClass = running->recognition(clock);
+    EXPECT_EQ(byClass.mark, u"class xclock, XClock"_s);
+    QSignalSpy launches(&other, &RunningApplications::didLaunch);
+    ASSERT_TRUE(running->correct({byClass.mark, u"guest"_s}));
+    for (const auto &list : {running->runningApplications(), other.runningApplications()})
+        EXPECT_TRUE(list.contains(guest) && !list.contains(clock));
+    EXPECT_EQ(launches.at(0).at(1).value<RunningApplications::Origin>(), RunningApplications::Origin::Unlaunched);
+    EXPECT_EQ(other.recognition(guest).reason, u"You said so."_s);
+    EXPECT_EQ(other.corrections(), (QList<Correction>{{byClass.mark, u"guest"_s}}));
+    ASSERT_TRUE(other.correct({byClass.mark, {}}));
+    EXPECT_EQ(all(u"clock"_s), QList{clock});
+    EXPECT_TRUE(all(u"guest"_s).isEmpty() && shared.stored.isEmpty());
+
+    for (int i = 0; i < StoredCorrections::maximumNumber; ++i)
+        ASSERT_TRUE(here.set(QString::number(i), u"guest"_s));
+    EXPECT_FALSE(here.set(u"one more"_s, u"guest"_s));
+    EXPECT_TRUE(here.set(u"7"_s, u"clock"_s)) << "one that is there can still be changed";
+    EXPECT_FALSE(here.set(QString(StoredCorrections::maximumText + 1, u'x'), u"guest"_s));
+    for (const auto &[json, number] : {std::pair("[]", 0), {"{\"\": \"a\", \"b\": 7, \"c\": \"d\"}", 1}, {"{", 0}}) {
+        ASSERT_TRUE(shared.set(u"applicationCorrections"_s, QString::fromLatin1(json)));
+        EXPECT_EQ(there.all().size(), number) << json;
+    }
 }
 
 TEST_F(RunningApplicationsTest, KillingOneOfTwoApplicationsInAProcessLeavesTheOther)

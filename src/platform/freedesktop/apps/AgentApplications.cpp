@@ -19,6 +19,8 @@ AgentApplications::AgentApplications(RunningApplications &others, SessionBus &bu
             emit didTerminate(application);
     });
 
+    connect(&m_others, &RunningApplications::correctionsChanged, this, &RunningApplications::correctionsChanged);
+
     if (!hasSessionBus(&m_bus))
         return;
     m_watcher.setConnection(m_bus.connection());

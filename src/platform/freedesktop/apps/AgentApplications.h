@@ -21,6 +21,14 @@ public:
 
     QList<RunningApplication> runningApplications() const override;
     Availability availability() const override { return m_others.availability(); }
+    Recognition recognition(const RunningApplication &application) const override
+    {
+        return isAgent(application)
+                   ? Recognition{QStringLiteral("It has the name of a group's application on the session bus."), {}}
+                   : m_others.recognition(application);
+    }
+    QList<Correction> corrections() const override { return m_others.corrections(); }
+    Status correct(const Correction &correction) override { return m_others.correct(correction); }
     void hide(const RunningApplication &application, Completion done) override
     {
         m_others.hide(application, std::move(done));

@@ -56,9 +56,10 @@ void SessionApplications::consider(const QString &name)
             const qint64 pid = answer.arguments().value(0).toLongLong();
             if (answer.type() != QDBusMessage::ReplyMessage || pid <= 0 || pid == getpid())
                 return;
-            const QString owner = id.isEmpty() ? resolveProcess(processIdentity(pid), *m_installed.index()).id : id;
-            if (!owner.isEmpty())
-                emit found({owner, pid});
+            const Resolution owner = id.isEmpty() ? resolveProcess(processIdentity(pid), *m_installed.index())
+                                                  : Resolution{id, QLatin1String("bus name")};
+            if (!owner.id.isEmpty())
+                emit found({owner.id, pid}, owner.by);
         });
 }
 
@@ -73,9 +74,9 @@ void SessionApplications::lookIntoScopes()
             continue;
         ProcessIdentity first = processIdentity(processes.readLine(32).trimmed().toLongLong());
         first.controlGroup.clear();
-        const QString id = resolveProcess(first, *m_installed.index()).id;
-        if (!id.isEmpty() && first.pid != getpid())
-            emit found({id, first.pid});
+        const Resolution owner = resolveProcess(first, *m_installed.index());
+        if (!owner.id.isEmpty() && first.pid != getpid())
+            emit found({owner.id, first.pid}, owner.by);
     }
 }
 

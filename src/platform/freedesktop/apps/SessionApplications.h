@@ -22,8 +22,8 @@ public:
     void look();
 
 signals:
-    /// It may be one that is known already.
-    void found(const cobblet::RunningApplication &application);
+    /// It may be one that is known already. `by` is the rule that found it.
+    void found(const cobblet::RunningApplication &application, QLatin1String by);
 
 private:
     static QString ownScopes();

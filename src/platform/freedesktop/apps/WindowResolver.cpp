@@ -261,11 +261,42 @@ Resolution resolveProcess(const ProcessIdentity &process, const ApplicationIndex
     return {};
 }
 
-Resolution resolveApplication(const WindowIdentity &window, const ProcessIdentity &process,
-                              const ApplicationIndex &index)
+QString markOf(const WindowIdentity &window, const ProcessIdentity &process)
 {
-    const Resolution byWindow = resolveWindow(window, index);
-    return byWindow.id.isEmpty() ? resolveProcess(process, index) : byWindow;
+    if (!window.wmInstance.isEmpty() || !window.wmClass.isEmpty())
+        return QStringLiteral("class %1, %2").arg(window.wmInstance, window.wmClass);
+    const QString started = programIn(process.arguments).path;
+    const QString program = started.isEmpty() ? executableOf(process) : started;
+    return program.isEmpty() ? QString() : QStringLiteral("program ") + program;
+}
+
+Resolution resolveCorrection(const QString &mark, const Corrections &corrections, const ApplicationIndex &index)
+{
+    const QString corrected = mark.isEmpty() ? QString() : corrections.value(mark);
+    const IndexEntry *entry = corrected.isEmpty() ? nullptr : index.byId(corrected);
+    return entry ? Resolution{entry->id, QLatin1String("correction")} : Resolution();
+}
+
+Resolution resolveApplication(const WindowIdentity &window, const ProcessIdentity &process,
+                              const ApplicationIndex &index, const Corrections &corrections)
+{
+    Resolution resolution = resolveCorrection(markOf(window, process), corrections, index);
+    if (resolution.id.isEmpty())
+        resolution = resolveWindow(window, index);
+    return resolution.id.isEmpty() ? resolveProcess(process, index) : resolution;
+}
+
+QString reasonOf(const Resolution &resolution)
+{
+    static const QHash<QLatin1String, QString> reasons{
+        {QLatin1String("correction"), QStringLiteral("You said so.")},
+        {QLatin1String("stated id"), QStringLiteral("The window names its application.")},
+        {QLatin1String("window class"), QStringLiteral("The window has the application's class.")},
+        {QLatin1String("control group"), QStringLiteral("It runs in the application's scope.")},
+        {QLatin1String("launch environment"), QStringLiteral("Its environment tells what was launched.")},
+        {QLatin1String("executable"), QStringLiteral("It runs the application's program.")},
+        {QLatin1String("bus name"), QStringLiteral("It has the application's name on the session bus.")}};
+    return reasons.value(resolution.by, QStringLiteral("No rule recognises it."));
 }
 
 } // namespace cobblet

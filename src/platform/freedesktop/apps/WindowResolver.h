@@ -38,12 +38,23 @@ struct Resolution {
     bool operator==(const Resolution &) const = default;
 };
 
+/// What a person said: the identifier by the mark of a window or a process.
+using Corrections = QHash<QString, QString>;
+
+/// A window's class, or, where it has none, the program of its process as it was started; empty without both.
+QString markOf(const WindowIdentity &window, const ProcessIdentity &process);
+
+/// The first step. An application that is not installed any more is passed over.
+Resolution resolveCorrection(const QString &mark, const Corrections &corrections, const ApplicationIndex &index);
 /// The steps that need only the window.
 Resolution resolveWindow(const WindowIdentity &window, const ApplicationIndex &index);
 /// The steps that need the process.
 Resolution resolveProcess(const ProcessIdentity &process, const ApplicationIndex &index);
 /// All steps in order.
 Resolution resolveApplication(const WindowIdentity &window, const ProcessIdentity &process,
-                              const ApplicationIndex &index);
+                              const ApplicationIndex &index, const Corrections &corrections = {});
+
+/// Why the step that decided says that it is this application, as a sentence.
+QString reasonOf(const Resolution &resolution);
 
 } // namespace cobblet

@@ -61,16 +61,8 @@ void X11RunningApplications::read(xcb_window_t id)
 void X11RunningApplications::regroupSoon()
 {
     if (!std::exchange(m_regroupQueued, true))
-        QMetaObject::invokeMethod(this, &X11RunningApplications::regroup, Qt::QueuedConnection);
-}
-
-Resolution X11RunningApplications::resolve(const ClientWindow &window) const
-{
-    const auto index = m_workspace.installed().index();
-    Resolution resolution = resolveWindow(window.identity, *index);
-    if (resolution.id.isEmpty() && window.pid > 0)
-        resolution = resolveProcess(processIdentity(window.pid), *index);
-    return resolution;
+        QMetaObject::invokeMethod(
+            this, [this] { regroup(); }, Qt::QueuedConnection);
 }
 
 /// The application that a window counts for: its own, else that of another window of its process; under the
@@ -96,7 +88,7 @@ RunningApplication X11RunningApplications::ownerOf(const Window &window) const
 }
 
 /// Divides the windows among the applications and tells what began and what ended.
-void X11RunningApplications::regroup()
+void X11RunningApplications::regroup(Origin origin)
 {
     m_regroupQueued = false;
     for (const auto &application : m_applications)
@@ -114,7 +106,7 @@ void X11RunningApplications::regroup()
             watchProcess(*application, owner.processIdentifier);
         if (!application) {
             application = &add(owner);
-            launched.append({owner, handedOver(owner.bundleIdentifier) ? Origin::Unlaunched : Origin::Elsewhere});
+            launched.append({owner, handedOver(owner.bundleIdentifier) ? Origin::Unlaunched : origin});
         }
         application->windows.push_back(id);
         application->hadWindows = true;
@@ -179,15 +171,19 @@ void X11RunningApplications::launchedHere(const QString &id, qint64 pid, bool in
         processEnded(self);
 }
 
-void X11RunningApplications::addUnseen(const RunningApplication &application)
+void X11RunningApplications::addUnseen(const RunningApplication &seen, QLatin1String by)
 {
+    const Resolution found{seen.bundleIdentifier, by};
+    const RunningApplication application{corrected(found, seen.processIdentifier).id, seen.processIdentifier};
     const auto isKnown = [&](const auto &known) {
         return known->self.bundleIdentifier == application.bundleIdentifier ||
                known->self.processIdentifier == application.processIdentifier;
     };
     if (std::any_of(m_applications.begin(), m_applications.end(), isKnown))
         return;
-    if (add(application).end)
+    Application &added = add(application);
+    added.unseen = found;
+    if (added.end)
         emit didLaunch(application, Origin::Unlaunched);
     else
         m_applications.pop_back();
@@ -231,7 +227,7 @@ Availability X11RunningApplications::availability() const
 {
     if (m_display && xcb_connection_has_error(m_display->x11().xcb()) == 0)
         return m_share == Share::All
-                   ? Availability::works()
+                   ? Availability::works(QStringLiteral("Every window of the desktop is seen."))
                    : Availability::partly(QStringLiteral(
                          "On a Wayland desktop only applications that use X11, and those that were opened from "
                          "here, can be seen, and only windows of X11 can be hidden or shown."));

@@ -3,6 +3,7 @@
 #include "platform/WindowAccess.h"
 #include "platform/freedesktop/apps/ClientWindow.h"
 #include "platform/freedesktop/apps/Processes.h"
+#include "platform/freedesktop/apps/StoredCorrections.h"
 #include "platform/freedesktop/x11/X11Windows.h"
 
 #include <QElapsedTimer>
@@ -32,6 +33,9 @@ public:
 
     QList<RunningApplication> runningApplications() const override;
     Availability availability() const override;
+    Recognition recognition(const RunningApplication &application) const override;
+    QList<Correction> corrections() const override;
+    Status correct(const Correction &correction) override;
     void hide(const RunningApplication &application, Completion done = {}) override;
     void unhide(const RunningApplication &application) override { tell(application, &X11Windows::unhide); }
     void activate(const RunningApplication &application) override { tell(application, &X11Windows::bringToFront); }
@@ -47,8 +51,11 @@ public:
     }
     void reopen(const RunningApplication &application) override;
 
-    /// Takes in an application that runs without a window and was not launched from here, unless it is known.
-    void addUnseen(const RunningApplication &application);
+    /// From now on these go before every rule. They outlive this object.
+    void setCorrections(StoredCorrections &corrections);
+    /// Takes in an application that runs without a window and was not launched from here, unless it is known. `by` is
+    /// the rule that found it.
+    void addUnseen(const RunningApplication &application, QLatin1String by);
     /// It runs, has no window, and is not just being started.
     bool lacksWindows(const RunningApplication &application) const;
 
@@ -64,6 +71,7 @@ private:
         std::unique_ptr<ProcessEnd, QScopedPointerDeleteLater> end; ///< deleted later: it may be the one that tells
         ProcessEntry process;
         QElapsedTimer startedHere; ///< valid when launched by this process
+        Resolution unseen;         ///< of what was found without a window, before corrections
         bool hadWindows = false;
 
         bool isStarting() const;
@@ -71,11 +79,15 @@ private:
 
     void read(xcb_window_t window);
     void regroupSoon();
-    void regroup();
+    /// `origin` is that of applications that nobody was seen to launch.
+    void regroup(Origin origin = Origin::Elsewhere);
+    void applyCorrections();
     void launchedHere(const QString &id, qint64 pid, bool inTerminal);
     void processEnded(const RunningApplication &application);
 
     Resolution resolve(const ClientWindow &window) const;
+    Resolution corrected(const Resolution &found, qint64 pid) const;
+    static QString markOf(const ClientWindow &window);
     RunningApplication ownerOf(const Window &window) const;
     Application *find(const RunningApplication &application) const;
     Application *withoutWindowYet(const QString &id) const;
@@ -90,6 +102,7 @@ private:
     X11Windows *m_display; ///< null without an X server
     FreedesktopWorkspace &m_workspace;
     const Share m_share;
+    StoredCorrections *m_corrections = nullptr;
     QHash<xcb_window_t, Window> m_windows; ///< those that have been read
     QHash<qint64, QString> m_terminals;    ///< terminals started here, by pid, to show an application
     QHash<QString, QElapsedTimer> m_ended; ///< launches from here that ended before a window came, by identifier
