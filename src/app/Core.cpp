@@ -10,15 +10,14 @@
 
 namespace cobblet {
 
-Core::Core(Platform &platform, const Bundle &bundle, Follows follows, std::function<void()> showPanel,
-           ConfigManager::Hooks hooks)
+Core::Core(Platform &platform, const Bundle &bundle, Follows follows, Program program, ConfigManager::Hooks hooks)
     : m_platform(platform), m_config({.folder = platform.applicationSupportFolder(),
                                       .follows = follows == Follows::OtherProcesses,
                                       .makesGroups = !isAgentIdentifier(bundle.identifier)},
                                      platform.standardDefaults(), std::move(hooks)),
       m_intents({m_config, m_notifications, platform.dockTile(), [this]() -> GroupReports & { return reports(); },
-                 [this] { return usage().mostUsed(); }},
-                std::move(showPanel), bundle.version)
+                 [this] { return usage().mostUsed(); }, std::move(program.diagnostics)},
+                std::move(program.showPanel), bundle.version)
 {
 }
 

@@ -23,10 +23,14 @@ public:
         Nothing         ///< for one command
     };
 
-    /// `platform` outlives the object; `bundle` is the program's. `showPanel` does what a click on the application's
-    /// icon does.
-    Core(Platform &platform, const Bundle &bundle, Follows follows, std::function<void()> showPanel,
-         ConfigManager::Hooks hooks = {});
+    /// What the program that this belongs to does when it is asked.
+    struct Program {
+        std::function<void()> showPanel; ///< what a click on the application's icon does
+        std::function<Diagnostics &()> diagnostics;
+    };
+
+    /// `platform` outlives the object; `bundle` is the program's.
+    Core(Platform &platform, const Bundle &bundle, Follows follows, Program program, ConfigManager::Hooks hooks = {});
 
     NotificationCenter &notifications() { return m_notifications; }
     ConfigManager &config() { return m_config; }

@@ -1,6 +1,7 @@
 #include "app/Headless.h"
 
 #include "app/Core.h"
+#include "app/DiagnosticsSources.h"
 #include "platform/portable/UnixSignals.h"
 #include "standalone/AgentGroup.h"
 #include "standalone/AgentMenu.h"
@@ -18,7 +19,8 @@ class Headless {
 public:
     Headless(const Bundle &bundle, const PlatformOptions &options)
         : m_bundle(bundle), m_application(m_argc, m_argv), m_platform(makePlatform(forCommand(options))),
-          m_core(*m_platform, bundle, Core::Follows::Nothing, [] {})
+          m_core(*m_platform, bundle, Core::Follows::Nothing,
+                 {.showPanel = [] {}, .diagnostics = [this]() -> Diagnostics & { return diagnostics(); }})
     {
         QObject::connect(&m_signals, &UnixSignals::quitRequested, &m_application, &QCoreApplication::quit);
     }
@@ -37,6 +39,13 @@ public:
     }
 
 private:
+    Diagnostics &diagnostics()
+    {
+        if (!m_diagnostics)
+            m_diagnostics = makeDiagnostics(*m_platform, m_core.config(), m_bundle, nullptr);
+        return *m_diagnostics;
+    }
+
     static PlatformOptions forCommand(PlatformOptions options)
     {
         options.purpose = PlatformOptions::Purpose::Command;
@@ -52,6 +61,7 @@ private:
     const UnixSignals m_signals;
     const std::unique_ptr<Platform> m_platform;
     Core m_core;
+    std::unique_ptr<Diagnostics> m_diagnostics;
 };
 
 } // namespace

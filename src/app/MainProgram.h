@@ -20,6 +20,7 @@ public:
 
 protected:
     void firstPanelPainted() override;
+    const StatusBarController *statusBar() const override { return &*m_statusBarController; }
 
 private:
     /// Answers other programs from now on, and carries out what this one was started for.

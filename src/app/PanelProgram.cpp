@@ -45,14 +45,15 @@ void PanelProgram::loadStores(std::function<void()> refreshShortcutParameters)
 {
     m_popupSettings.emplace(m_platform.sharedDefaults());
     m_theme.emplace(m_platform.sharedDefaults(), m_platform.appearance());
-    m_core.emplace(
-        m_platform, m_bundle, Core::Follows::OtherProcesses, [this] { m_delegate->applicationShouldHandleReopen(); },
-        ConfigManager::Hooks{.dropGroupIcons =
-                                 [this] {
-                                     if (m_groupIcons)
-                                         m_groupIcons->clearCache();
-                                 },
-                             .refreshShortcutParameters = std::move(refreshShortcutParameters)});
+    m_core.emplace(m_platform, m_bundle, Core::Follows::OtherProcesses,
+                   Core::Program{.showPanel = [this] { m_delegate->applicationShouldHandleReopen(); },
+                                 .diagnostics = [this]() -> Diagnostics & { return diagnostics(); }},
+                   ConfigManager::Hooks{.dropGroupIcons =
+                                            [this] {
+                                                if (m_groupIcons)
+                                                    m_groupIcons->clearCache();
+                                            },
+                                        .refreshShortcutParameters = std::move(refreshShortcutParameters)});
 }
 
 void PanelProgram::makePanelController()
@@ -136,6 +137,15 @@ SettingsWindow &PanelProgram::settings()
         connect(&*m_settings, &SettingsWindow::closed, this, &PanelProgram::releaseMemorySoon);
     }
     return *m_settings;
+}
+
+Diagnostics &PanelProgram::diagnostics()
+{
+    if (!m_diagnostics) {
+        const PanelParts parts{&*m_hotkeyManager, &*m_panelController, statusBar()};
+        m_diagnostics = makeDiagnostics(m_platform, m_core->config(), m_bundle, &parts);
+    }
+    return *m_diagnostics;
 }
 
 void PanelProgram::releaseMemorySoon()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/Core.h"
+#include "app/DiagnosticsSources.h"
 #include "control/RunningAppsMonitor.h"
 #include "model/PopupSettings.h"
 #include "model/Theme.h"
@@ -70,6 +71,10 @@ protected:
     /// Gives memory back once nobody has asked for anything for a while.
     void releaseMemorySoon();
     GroupIconProvider &groupIcons();
+    /// Made with the first use, once all that answers in it is there.
+    Diagnostics &diagnostics();
+    /// Null where the program has no item in the status bar.
+    virtual const StatusBarController *statusBar() const { return nullptr; }
 
     const Bundle &m_bundle;
     Platform &m_platform;
@@ -83,6 +88,7 @@ protected:
     std::optional<GroupIconProvider> m_groupIcons;
     std::optional<PanelView> m_view;
     std::optional<GlobalHotkeyManager> m_hotkeyManager;
+    std::unique_ptr<Diagnostics> m_diagnostics;
     std::optional<SettingsWindow> m_settings;
     std::optional<AppDelegate> m_delegate;
 

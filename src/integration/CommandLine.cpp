@@ -85,6 +85,8 @@ CommandLine CommandLine::parse(const QStringList &arguments)
         const bool json = rest.value(0) == QLatin1String("--json");
         return alone(json ? Verb::ListJson : Verb::List, rest.sliced(json ? 1 : 0));
     }
+    if (first == QLatin1String("diagnose"))
+        return alone(Verb::Diagnose, rest);
     if (GroupUrl::hasScheme(first))
         return rest.isEmpty() ? CommandLine{Verb::Open, first} : notUnderstood(rest.first());
     return notUnderstood(first);
@@ -113,6 +115,7 @@ QString CommandLine::usage()
                           "       cobblet say PHRASE          such as: Fire up Work group in Cobblet\n"
                           "       cobblet cobblet://VERB/GROUP\n"
                           "                                   with the verb show, launch or quit\n"
+                          "       cobblet diagnose            say what this desktop permits\n"
                           "       cobblet --service           start without showing the panel\n"
                           "       cobblet --help | --version\n"
                           "GROUP is the name or the id of a group. A name that begins with “-” comes after “--”.\n");

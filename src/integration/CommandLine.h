@@ -22,6 +22,7 @@ struct CommandLine {
         ListJson,
         Say,
         Open,
+        Diagnose,
         Action, ///< an entry of the menu that an agent has in docks
         Help,
         Version,

@@ -6,6 +6,7 @@
 namespace cobblet {
 
 class ConfigManager;
+class Diagnostics;
 class DockTile;
 class NotificationCenter;
 
@@ -18,6 +19,8 @@ struct IntentTargets {
     std::function<GroupReports &()> reports;
     /// The Most Used group as it is now.
     std::function<AppGroup()> mostUsed;
+    /// Made on first use too.
+    std::function<Diagnostics &()> diagnostics;
 };
 
 /// What a text asks for.

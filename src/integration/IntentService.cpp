@@ -1,6 +1,7 @@
 #include "integration/IntentService.h"
 
 #include "integration/CobbletShortcuts.h"
+#include "integration/Diagnostics.h"
 #include "integration/GroupUrl.h"
 #include "integration/TerminalText.h"
 #include "model/ConfigManager.h"
@@ -234,6 +235,8 @@ void IntentService::run(const CommandLine &line, std::function<void(const Comman
             return perform(url->verb, url->group);
         return done(refused(
             invalid(QStringLiteral("“%1” is no address that can be opened here.").arg(shortened(line.text)))));
+    case Verb::Diagnose:
+        return m_targets.diagnostics().askReport([done](const QString &report) { done({0, report, {}}); });
     case Verb::Action: // it comes over the bus by another way, or starts a process
     case Verb::Help:
     case Verb::Version:

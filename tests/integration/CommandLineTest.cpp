@@ -29,12 +29,14 @@ TEST_F(CommandLineTest, UnderstandsCommandsOptionsAndNamesOfSeveralWords)
         {"quit -- --help", Verb::Quit, "--help"},
         {"hide My -- -x -- y", Verb::Hide, "My -x -- y"},
         {"list --json", Verb::ListJson, ""},
+        {"diagnose", Verb::Diagnose, ""},
         {"say Go to Work group in Cobblet", Verb::Say, "Go to Work group in Cobblet"},
         {"cobblet://show/Work", Verb::Open, "cobblet://show/Work"},
         {"show --", Verb::Invalid, "“show” needs the name or id of a group."},
         {"say", Verb::Invalid, "“say” needs a phrase, such as “Launch Work group in Cobblet”."},
         {"show -x Work", Verb::Invalid, "“-x” is not understood."},
         {"SHOW Work", Verb::Invalid, "“SHOW” is not understood."},
+        {"diagnose all", Verb::Invalid, "“all” is not understood."},
         {"list --json all", Verb::Invalid, "“all” is not understood."},
         {"cobblet://show/a b", Verb::Invalid, "“b” is not understood."},
         {"http://show/a", Verb::Invalid, "“http://show/a” is not understood."},
@@ -58,7 +60,8 @@ TEST_F(CommandLineTest, KnowsWhichRequestsNeedThePanel)
         EXPECT_TRUE(parsed(line).needsPanel()) << line;
         EXPECT_EQ(parsed(line).groupToShow().value_or(QString()), text(group)) << line;
     }
-    for (const char *line : {"say stop Work group in Cobblet", "cobblet://quit/Work", "cobblet://x", "list"})
+    for (const char *line :
+         {"say stop Work group in Cobblet", "cobblet://quit/Work", "cobblet://x", "list", "diagnose"})
         EXPECT_FALSE(parsed(line).needsPanel() || parsed(line).groupToShow()) << line;
 }
 
@@ -86,6 +89,7 @@ TEST_F(CommandLineTest, AnswersWithAStatusForEachKindOfEnd)
     }
     EXPECT_EQ(log.first(), u"panel"_s);
     EXPECT_TRUE(command(u"dance"_s).errors.startsWith(u"cobblet: “dance” is not understood.\nUsage: cobblet "_s));
+    EXPECT_TRUE(command(u"diagnose"_s).output.contains(u"\nDock: does not work\n    There is none.\n"_s));
     EXPECT_EQ(service.refusal(parsed("cobblet://show/Twin"))->status, 2);
     EXPECT_FALSE(service.refusal(parsed("show Work")));
     EXPECT_FALSE(service.refusal(parsed("launch Nope"))) << "only what is shown needs to be there at the start";

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "integration/Diagnostics.h"
 #include "integration/IntentService.h"
 #include "support/GroupsFixture.h"
 
@@ -62,8 +63,16 @@ protected:
         return kinds[int(failure.kind)] + failure.message.section(u'\n', 0, 0).toStdString();
     }
 
-    IntentTargets targets{config, notifications, dockTile, [this]() -> GroupReports & { return reports; },
-                          [this] { return usage.mostUsed(); }};
+    Diagnostics diagnostics{
+        {Diagnostics::row(u"Dock"_s, [] { return Availability::unavailable(u"There is none."_s); })},
+        {running, workspace, scheduler},
+        u"1.2.3"_s};
+    IntentTargets targets{config,
+                          notifications,
+                          dockTile,
+                          [this]() -> GroupReports & { return reports; },
+                          [this] { return usage.mostUsed(); },
+                          [this]() -> Diagnostics & { return diagnostics; }};
     IntentService service{targets, [this] { log.append(u"panel"_s); }, u"1.2.3"_s};
 };
 

@@ -144,6 +144,16 @@ TEST_F(BusApplicationsTest, WhatRunsWithoutAWindowIsFoundByItsNameItsTrayItemAnd
     EXPECT_EQ(launched.size(), 3);
     for (const QVariantList &told : launched)
         EXPECT_EQ(told[1].value<RunningApplications::Origin>(), RunningApplications::Origin::Unlaunched);
+    // One without a window can be another application than its process looks like, too.
+    FakeDefaults defaults;
+    StoredCorrections corrections(defaults);
+    running.setCorrections(corrections);
+    const RunningApplication found{u"tray"_s, tray.pid()}, said{u"scoped"_s, tray.pid()};
+    const QString mark = running.recognition(found).mark;
+    for (const auto &[id, now, gone] : {std::tuple(said.bundleIdentifier, said, found), {QString(), found, said}}) {
+        EXPECT_TRUE(running.correct({mark, id}));
+        EXPECT_TRUE(running.runningApplications().contains(now) && !running.runningApplications().contains(gone));
+    }
     scoped.kill();
     scoped.waitForFinished();
     EXPECT_TRUE(waitFor([&] { return running.runningApplications().size() == 2; }));
