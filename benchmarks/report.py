@@ -12,10 +12,11 @@ import sys
 MICRO_TITLES = {"load": "load 1,000 groups of 50", "loadStore": "  the store with both its copies",
                 "save": "save 1,000 groups of 50, flushed", "saveStore": "  one edit in the store, both copies",
                 "encode": "  to text only", "tile": "tile of 1,024 pixels", "tileFirst": "  of a new emoji",
-                "iconFile": "icon file, seven sizes, flushed"}
+                "iconFile": "icon file, seven sizes, flushed", "suggest": "suggesting groups from 20,000 pairs",
+                "suggestFromPairs": "  without sessions"}
 # What a figure is compared with, and the target of the ratio; and the targets of those that stand alone.
 MICRO_PEERS = {"iconFile": ("plain PNGs", 1.3)}
-MICRO_TARGETS = {"tile": 2}
+MICRO_TARGETS = {"tile": 2, "suggest": 20, "suggestFromPairs": 20}
 FADE = 180  # ms; the panel's fade-in, after which nothing may be drawn
 
 
@@ -73,8 +74,8 @@ def figure(value, unit):
     return f"{value:.0f}" if unit == "" else f"{value:.2f} {unit}"
 
 
-def row(measure, value, unit, peer=None, peer_name="", at_most=None, times=None, below=None):
-    """One line, or none without anything to compare: a target is a bound on the figure (at_most, or strictly below)
+def row(measure, value, unit, peer=None, peer_name="", at_most=None, times=None, below=None, at_least=None):
+    """One line, or none without anything to compare: a target is a bound on the figure (at_most, at_least, strictly below)
     or on the ratio (times)."""
     if value is None and peer is None or peer_name and peer is None and times is None:
         return None
@@ -85,6 +86,8 @@ def row(measure, value, unit, peer=None, peer_name="", at_most=None, times=None,
         target = f"{word} {figure(bound, unit)}"
         if value is not None:
             met = value <= bound if at_most is not None else value < bound
+    elif at_least is not None:
+        target, met = f"at least {figure(at_least, unit)}", None if value is None else value >= at_least
     elif times is not None:
         target = f"at most {times:g} x"
         if ratio is not None:
@@ -165,6 +168,24 @@ def standalone(results):
               sum(results.at(label, "switches") * 10 / results.at(label, "seconds") for label in agents), "", at_most=0)
 
 
+def suggestions(results):
+    """Groups that are suggested to made-up people, beside the best of the simple ways to suggest."""
+    for seeds in ("final", "tuning"):
+        ways = dict(results.at(f"suggestions {seeds}", "ways") or {})
+        if not ways:
+            continue
+        ours, pairs = ways.pop("ours"), ways.pop("pairs alone")
+        for quality, of, bound in (("precision", "suggested groups that were planted", 80),
+                                   ("recall", "planted groups that were suggested", 70)):
+            best = max(ways, key=lambda way, quality=quality: ways[way][quality])
+            yield row(f"{of}, {seeds} seeds", ours[quality] * 100, "%", ways[best][quality] * 100, best, at_least=bound)
+            yield row("  from the pairs alone", pairs[quality] * 100, "%")
+        people = results.at(f"suggestions {seeds}", "unstructured")
+        yield row(f"of {people:,} people without habits, those with a suggestion",
+                  results.at(f"suggestions {seeds}", "wrong"), "", at_most=0)
+        yield row("  from the pairs alone", results.at(f"suggestions {seeds}", "wrong from pairs"), "")
+
+
 def rows(results):
     median, at, mib = results.median, results.at, results.mebibytes
     request = "request to painted panel, 60 applications"
@@ -205,6 +226,7 @@ def rows(results):
     yield row("hidden: CPU in 10 s", cpu * scale if cpu is not None else None, "ms", at_most=0.5)
 
     yield from standalone(results)
+    yield from suggestions(results)
 
     for name, value in results.micro.items():
         if name.endswith("Peer"):

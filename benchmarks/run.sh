@@ -2,7 +2,7 @@
 # usage: run.sh BUILD_DIR [--quick] [--only NAME] [--results FILE]
 #
 # Measures Cobblet and its peers, side by side in one private session, and prints one table. The parts, for --only:
-# show entries cold memory select cycles large standalone micro peers (those up to memory, and standalone, with the
+# show entries cold memory select cycles large standalone suggestions micro peers (those up to memory, and standalone, with the
 # floor that Cobblet is compared with).
 # --quick does everything with fewer rounds. Status 0 whatever the figures are; a figure that could not be had says why.
 set -eu
@@ -24,7 +24,7 @@ if [ "${1:-}" != --inside ]; then
         shift
     done
     case $only in
-    '' | show | entries | cold | memory | select | cycles | large | standalone | micro | peers) ;;
+    '' | show | entries | cold | memory | select | cycles | large | standalone | suggestions | micro | peers) ;;
     *) echo "run.sh: there is no part $only" >&2; exit 2 ;;
     esac
     export build quick only results
@@ -48,8 +48,9 @@ log=$results.log
 : >"$log"
 
 passes=3 rounds=10 cold_rounds=7 peer_rounds=15 cycles=1000 repetitions=15 idle_seconds=10 builds=30 agents=9
+seed_sets='tuning final'
 if [ -n "$quick" ]; then
-    passes=1 rounds=5 cold_rounds=5 peer_rounds=5 cycles=100 repetitions=3 idle_seconds=5 builds=8 agents=3
+    passes=1 rounds=5 cold_rounds=5 peer_rounds=5 cycles=100 repetitions=3 idle_seconds=5 builds=8 agents=3 seed_sets=final
 fi
 
 part() { # NAME: whether it is to be measured; says that it begins
@@ -301,6 +302,13 @@ if part standalone; then
     else
         cannot "bundle" "it is not built"
     fi
+fi
+
+if part suggestions; then
+    for seeds in $seed_sets; do
+        "$build/benchmarks/cobblet_bench_suggestions" "$seeds" >>"$results" 2>>"$log" ||
+            cannot "suggestions $seeds" "it ended with an error, see $log"
+    done
 fi
 
 if part micro; then

@@ -20,6 +20,8 @@ Q_LOGGING_CATEGORY(log, "cobblet.usage")
 
 using namespace std::chrono_literals;
 constexpr auto sessionWindow = 1800s;
+constexpr int sessionDays = 42; ///< for so long the sessions are kept
+constexpr QLatin1Char sessionMark('@');
 
 /// Far more than the launches of any person need; a larger file is not ours.
 constexpr qint64 maximumFileBytes = 16 * 1024 * 1024;
@@ -83,6 +85,18 @@ QJsonObject written(const QMap<QString, Value> &table)
     for (auto it = table.begin(); it != table.end(); ++it)
         object.insert(it.key(), written(it.value()));
     return object;
+}
+
+// What is not kept any more.
+
+void dropBefore(QDate, UsageTracker::Counts &) {}
+
+void dropBefore(QDate first, UsageTracker::Pairs &table)
+{
+    for (auto it = table.lowerBound(QString(sessionMark)); it != table.end() && it.key().startsWith(sessionMark);) {
+        const QDate day = UsageTracker::sessionDay(it.key());
+        it = day.isValid() && day < first ? table.erase(it) : std::next(it);
+    }
 }
 
 /// The table in the file; absent where there is none that can be read.
@@ -175,14 +189,23 @@ void UsageTracker::recordLaunch(const QString &bundleID)
         }
     }
     joinSession(bundleID);
+    add(m_pairs.table[m_session][bundleID], 1);
+    add(m_pairs.unsaved[m_session][bundleID], 1);
     scheduleSave(m_pairs, m_pairs.delay);
     emit countsChanged();
 }
 
 void UsageTracker::joinSession(const QString &bundleID)
 {
+    if (m_sessionApps.isEmpty())
+        m_session = sessionMark + m_scheduler.now().toString(QStringLiteral("yyyy-MM-dd hh:mm"));
     m_sessionApps.insert(bundleID);
     m_sessionEnd = m_scheduler.after(sessionWindow, [this] { m_sessionApps.clear(); });
+}
+
+QDate UsageTracker::sessionDay(const QString &key)
+{
+    return key.startsWith(sessionMark) ? QDate::fromString(key.mid(1, 10), Qt::ISODate) : QDate();
 }
 
 UsageTracker::Counts UsageTracker::counts() const
@@ -255,6 +278,7 @@ void UsageTracker::save(Saved<Table> &file)
             add(*stored, file.unsaved);
             file.table = *stored;
         }
+        dropBefore(m_scheduler.now().date().addDays(-sessionDays), file.table);
         if (!writes)
             return {};
         return writeAtomically(file.path, QJsonDocument(written(file.table)).toJson(QJsonDocument::Compact));

@@ -5,6 +5,7 @@
 #include "platform/RunningApplications.h"
 #include "platform/Scheduler.h"
 
+#include <QDate>
 #include <QMap>
 #include <QObject>
 #include <QSet>
@@ -16,10 +17,11 @@ namespace cobblet {
 
 class Workspace;
 
-/// Counts application launches, and which applications are launched within one session. Kept in two files of its
-/// folder, which several processes add to: each writes what it has counted a moment after a burst of launches. A
-/// launch that all of them see is counted by one of them. Identifiers are kept as they were told, not as this desktop
-/// resolves them. Main thread only.
+/// Counts application launches, and which applications are launched within one session. The table of pairs also holds
+/// the sessions of the last weeks, each under the time of its start ("@2026-11-22 09:41") in place of an identifier,
+/// with the launches of its applications. Kept in two files of its folder, which several processes add to: each
+/// writes what it has counted a moment after a burst of launches. A launch that all of them see is counted by one of
+/// them. Identifiers are kept as they were told, not as this desktop resolves them. Main thread only.
 class UsageTracker : public QObject {
     Q_OBJECT
 public:
@@ -38,6 +40,9 @@ public:
     /// under the one of them that has most.
     Counts counts() const;
     const Pairs &cooccurrence() const { return m_pairs.table; }
+    /// The day on which a session began whose launches stand under this key of the table above; absent for the
+    /// identifier of an application.
+    static QDate sessionDay(const QString &key);
 
     /// The installed applications with most launches, most first, as the synthetic Most Used group; equal
     /// counts in the order of their identifiers.
@@ -79,6 +84,7 @@ private:
     Saved<Pairs> m_pairs;
     std::optional<FileLock> m_counter; ///< held by the process that counts for all
     QSet<QString> m_sessionApps;
+    QString m_session; ///< its key in the table of pairs
     Scheduler::Handle m_sessionEnd;
 };
 

@@ -1,12 +1,15 @@
 #pragma once
 
+#include <QDateTime>
+
 #include <chrono>
 #include <functional>
 #include <memory>
 
 namespace cobblet {
 
-/// Runs work on the main thread's event loop after a delay. Tests replace it with a virtual clock.
+/// The clock, and work that runs on the main thread's event loop after a delay. Tests replace it with a virtual
+/// clock.
 class Scheduler {
 public:
     /// A piece of scheduled work; destroying the handle cancels what has not run yet.
@@ -22,6 +25,9 @@ public:
     [[nodiscard]] virtual Handle after(std::chrono::milliseconds delay, std::function<void()> work) = 0;
     /// The same without a handle: nobody can cancel it.
     virtual void detached(std::chrono::milliseconds delay, std::function<void()> work) = 0;
+
+    /// The local date and time.
+    virtual QDateTime now() const = 0;
 };
 
 } // namespace cobblet

@@ -7,6 +7,7 @@
 #include <QList>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 #include <optional>
@@ -18,6 +19,8 @@ struct InstalledApplication {
     QString bundleID; ///< on freedesktop the desktop-file id without ".desktop"
     QString name;     ///< the localised display name
     QString path;     ///< the application's file: a ".desktop" file or a ".app" bundle
+    /// Of the desktop's menu, as its standard names them ("Graphics", "WebBrowser"); empty where it has none.
+    QStringList categories = {};
 
     bool operator==(const InstalledApplication &) const = default;
 };

@@ -44,7 +44,12 @@ TEST_F(UsageTrackerTest, PairsWhatIsLaunchedWithinOneSessionButForTheSystemsOwn)
 
     using Counts = UsageTracker::Counts;
     EXPECT_EQ(usage->counts(), (Counts{{u"a"_s, 3}, {u"b"_s, 1}, {u"com.apple.dock2"_s, 1}}));
-    EXPECT_EQ(usage->cooccurrence(), (QMap<QString, Counts>{{u"a"_s, {{u"b"_s, 2}}}, {u"b"_s, {{u"a"_s, 2}}}}));
+    EXPECT_EQ(usage->cooccurrence(), (QMap<QString, Counts>{{u"@2026-01-01 09:00"_s, {{u"a"_s, 3}, {u"b"_s, 1}}},
+                                                            {u"@2026-01-01 10:29"_s, {{u"com.apple.dock2"_s, 1}}},
+                                                            {u"a"_s, {{u"b"_s, 2}}},
+                                                            {u"b"_s, {{u"a"_s, 2}}}}));
+    EXPECT_EQ(UsageTracker::sessionDay(u"@2026-01-01 10:29"_s), QDate(2026, 1, 1));
+    EXPECT_FALSE(UsageTracker::sessionDay(u"2026-01-01"_s).isValid());
 }
 
 TEST_F(UsageTrackerTest, ABurstOfLaunchesWritesEachFileOnceAndTheEndWritesWhatIsPending)
@@ -59,11 +64,13 @@ TEST_F(UsageTrackerTest, ABurstOfLaunchesWritesEachFileOnceAndTheEndWritesWhatIs
     EXPECT_EQ(content(stats), R"({"a":1,"b":1})");
     EXPECT_EQ(content(pairs), "");
     scheduler.advance(3s);
-    EXPECT_EQ(content(pairs), R"({"a":{"b":1},"b":{"a":1}})");
+    EXPECT_EQ(content(pairs), R"({"@2026-01-01 09:00":{"a":1,"b":1},"a":{"b":1},"b":{"a":1}})");
+    scheduler.advance(43 * 24h);
     launch("c");
     usage.reset();
     EXPECT_EQ(scheduler.pending(), 0);
     EXPECT_EQ(content(stats), R"({"a":1,"b":1,"c":1})");
+    EXPECT_EQ(content(pairs), R"({"@2026-02-13 09:00":{"c":1},"a":{"b":1},"b":{"a":1}})") << "old sessions go";
     EXPECT_EQ(tracker()->counts().size(), 3);
 }
 
@@ -81,7 +88,7 @@ TEST_F(UsageTrackerTest, ProcessesAddToTheSameFilesAndOneCountsWhatAllSee)
     scheduler.advance(10s);
     EXPECT_EQ(first->counts().value(u"seen"_s), 2);
     EXPECT_EQ(second->counts(), first->counts()) << "it reads what the other one has written";
-    EXPECT_EQ(content(pairs), R"({"own":{"seen":3},"seen":{"own":3}})");
+    EXPECT_EQ(content(pairs), R"({"@2026-01-01 09:00":{"own":2,"seen":2},"own":{"seen":3},"seen":{"own":3}})");
 
     // Where each sees little but its own launches, each counts those.
     running.available = Availability::partly(u"Some."_s);
@@ -105,7 +112,8 @@ TEST_F(UsageTrackerTest, KeepsIdentifiersAsTheyWereToldAndKnowsWhatTheyStandFor)
     running.launch({u"org.mail"_s, ++pid}, RunningApplications::Origin::Unlaunched);
     usage->flush();
     EXPECT_EQ(content(stats), R"({"com.apple.mail":2,"org.mail":1})");
-    EXPECT_EQ(content(pairs), "") << "it is no pair with itself";
+    EXPECT_EQ(content(pairs), R"({"@2026-01-01 09:00":{"com.apple.mail":2,"org.mail":1}})")
+        << "it is no pair with itself";
     EXPECT_EQ(usage->counts(), (UsageTracker::Counts{{u"com.apple.mail"_s, 3}}));
     EXPECT_EQ(usage->mostUsed().apps, (QList<AppItem>{{u"Mail"_s, u"com.apple.mail"_s}}));
 }

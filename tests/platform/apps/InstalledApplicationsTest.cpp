@@ -19,7 +19,7 @@ TEST_F(InstalledApplicationsTest, TheFirstFolderWinsAndItsWordIsFinal)
         const char *name; ///< "-" when it is not installed
         bool shown = true;
     } rows[] = {
-        {u"both"_s, entry("Mine", "true"), entry("Theirs", "true"), "Mine"},
+        {u"both"_s, entry("Mine", "true", "Categories=Graphics;2DGraphics;"), entry("Theirs", "true"), "Mine"},
         {u"deleted"_s, entry("Gone", "true", "Hidden=true"), entry("Still here", "true"), "-"},
         {u"quiet"_s, {}, entry("Quiet", "true", "NoDisplay=true"), "Quiet", false},
         {u"foreign"_s, {}, entry("Foreign", "true", "OnlyShowIn=KDE;"), "Foreign", false},
@@ -47,6 +47,7 @@ TEST_F(InstalledApplicationsTest, TheFirstFolderWinsAndItsWordIsFinal)
             EXPECT_EQ(inMenus->visible, row.shown) << qPrintable(row.id);
         }
     }
+    EXPECT_EQ(workspace.application(u"both"_s)->categories, (QStringList{u"Graphics"_s, u"2DGraphics"_s}));
     QStringList listed;
     workspace.listApplications([&](const QList<InstalledApplication> &applications) {
         for (const InstalledApplication &application : applications)

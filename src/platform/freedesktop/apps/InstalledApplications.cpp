@@ -25,6 +25,7 @@ constexpr qsizetype maximumEntries = 20000;
 constexpr qsizetype maximumCached = 4096;
 constexpr qsizetype maximumName = 512;
 constexpr qsizetype maximumId = 200;
+constexpr qsizetype maximumCategories = 32;
 constexpr int quietMilliseconds = 150;
 constexpr int followMilliseconds = 1000; ///< after the first panel
 constexpr auto group = "Desktop Entry";
@@ -102,7 +103,9 @@ Result<InstalledEntry> entryOf(const QString &id, const QString &path, const Key
         return refusal(id, keys);
     // The display name may be a longer, more telling one (X-GNOME-FullName), but under an icon the short one belongs.
     const QString name = QString::fromUtf8(g_app_info_get_name(G_APP_INFO(info.get())));
-    return InstalledEntry{{id, name.isEmpty() ? id : name.left(maximumName), path},
+    const QStringList categories = keys.text(group, "Categories").split(u';', Qt::SkipEmptyParts);
+    return InstalledEntry{{id, name.isEmpty() ? id : name.left(maximumName), path,
+                           categories.first(std::min(categories.size(), maximumCategories))},
                           keys.text(group, "Icon"),
                           keys.text(group, "Path"),
                           keys.text(group, "Exec"),
