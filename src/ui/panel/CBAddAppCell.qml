@@ -11,7 +11,7 @@ Pressable {
     corner: 8
     label: "Add Apps"
     springs: picture
-    onTriggered: Popovers.toggle(Qt.createComponent("AppChooserPopover.qml"), cell)
+    onTriggered: Popovers.toggle(Qt.createComponent("AddAppsPopover.qml"), cell)
 
     CBAppIconTile {
         id: picture

@@ -5,6 +5,7 @@
 #include "model/Notifications.h"
 #include "platform/Dialogs.h"
 #include "platform/Workspace.h"
+#include "ui/common/AppFiles.h"
 #include "ui/common/DisplayText.h"
 #include "ui/common/Questions.h"
 
@@ -33,35 +34,10 @@ QUuid PanelActions::createGroup(const QString &name, const QString &emoji)
 
 void PanelActions::chooseFiles(const QUuid &group)
 {
-    const FileRequest request{.title = QStringLiteral("Choose Apps"),
-                              .acceptLabel = QStringLiteral("Add"),
-                              .folder = m_d.workspace.applicationsFolder(),
-                              .filters = {QStringLiteral("Applications (*.desktop)")},
-                              .multiple = true,
-                              .package = QStringLiteral("app")};
-    m_d.dialogs.chooseFiles(request, [self = QPointer(this), group](const QStringList &paths) {
+    chooseAppFiles(m_d.dialogs, m_d.workspace, [self = QPointer(this), group](const QList<AppItem> &apps) {
         if (self)
-            self->addFiles(paths, group);
+            self->m_d.config.addApps(apps, group);
     });
-}
-
-void PanelActions::addFiles(const QStringList &paths, const QUuid &group)
-{
-    QList<AppItem> apps;
-    QStringList refused;
-    for (const QString &path : paths) {
-        const auto application = m_d.workspace.applicationAt(path);
-        if (application)
-            apps.append({application.value().name, application.value().bundleID});
-        else
-            refused.append(application.error());
-    }
-    if (!apps.isEmpty())
-        m_d.config.addApps(apps, group);
-    if (!refused.isEmpty())
-        m_d.dialogs.ask({.message = QStringLiteral("Not everything could be added."),
-                         .informativeText = refused.join(QLatin1Char('\n')),
-                         .buttons = {{QStringLiteral("OK")}}});
 }
 
 void PanelActions::deleteGroup(const QUuid &group)

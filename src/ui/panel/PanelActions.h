@@ -66,8 +66,6 @@ public:
     QList<MenuItem> groupMenu(const AppGroup &group);
 
 private:
-    void addFiles(const QStringList &paths, const QUuid &group);
-
     PanelDependencies m_d;
 };
 

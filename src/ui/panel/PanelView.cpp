@@ -1,7 +1,7 @@
 #include "ui/panel/PanelView.h"
 
 #include "standalone/IconProvider.h"
-#include "ui/panel/AppIcons.h"
+#include "ui/common/AppIcons.h"
 #include "ui/panel/PanelMetrics.h"
 
 #include <QKeyEvent>

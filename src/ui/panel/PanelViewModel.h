@@ -2,7 +2,7 @@
 
 #include "model/PopupSettings.h"
 #include "ui/common/EngineSingleton.h"
-#include "ui/panel/AppChooser.h"
+#include "ui/common/AppChooser.h"
 #include "ui/panel/AppGridModel.h"
 #include "ui/panel/PanelActions.h"
 #include "ui/panel/SidebarModel.h"

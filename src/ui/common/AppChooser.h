@@ -18,7 +18,7 @@ class Workspace;
 class AppChooser : public ListRows<AppItem> {
     Q_OBJECT
     QML_ELEMENT
-    QML_UNCREATABLE("Panel.makeChooser() makes them.")
+    QML_UNCREATABLE("The model of a view makes them.")
     Q_PROPERTY(QString search MEMBER m_search WRITE setSearch NOTIFY searchChanged)
     Q_PROPERTY(bool isReady READ isReady NOTIFY ready)
     Q_PROPERTY(int chosenCount READ chosenCount NOTIFY chosenChanged)

@@ -1,4 +1,4 @@
-#include "ui/panel/AppChooser.h"
+#include "ui/common/AppChooser.h"
 
 #include "platform/Workspace.h"
 #include "ui/common/DisplayText.h"

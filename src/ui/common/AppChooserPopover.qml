@@ -1,12 +1,11 @@
 import QtQuick
 import Cobblet.Controls
-import Cobblet.Panel
 
-// The installed applications, to choose some for the group on show.
+// The installed applications, to choose some.
 PopoverFrame {
     id: sheet
 
-    readonly property var apps: Panel.makeChooser(sheet)
+    required property var apps
 
     width: 380
     height: 440
