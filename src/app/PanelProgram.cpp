@@ -2,6 +2,7 @@
 
 #include "platform/Appearance.h"
 #include "platform/Dialogs.h"
+#include "platform/DistributedNotifications.h"
 #include "platform/DockTile.h"
 #include "platform/Instance.h"
 #include "platform/Menus.h"
@@ -131,9 +132,10 @@ void PanelProgram::showPanelSoon()
 SettingsWindow &PanelProgram::settings()
 {
     if (!m_settings) {
-        m_settings.emplace(SettingsDependencies{m_core->config(), m_platform.sharedDefaults(),
-                                                m_platform.standardDefaults(), m_core->notifications(),
-                                                m_platform.dialogs(), m_platform.menus(), m_platform.appearance()});
+        m_settings.emplace(SettingsDependencies{
+            m_core->config(), m_platform.sharedDefaults(), m_platform.standardDefaults(), m_core->notifications(),
+            m_platform.dialogs(), m_platform.menus(), m_platform.appearance(), m_platform.workspace(), *m_icons,
+            groupIcons(), m_platform.runningApplications(), m_platform.distributedNotifications()});
         connect(&*m_settings, &SettingsWindow::closed, this, &PanelProgram::releaseMemorySoon);
     }
     return *m_settings;

@@ -50,6 +50,8 @@ public:
     const AppGroup *group(const QUuid &id) const;
     /// The smallest digit from 1 to 9 that selects the group; absent when none does.
     std::optional<int> shortcutDigit(const QUuid &id) const;
+    /// Whether the last change reached the file, or why it is kept in memory and in the preferences only.
+    const Status &saved() const { return m_fileWrite; }
 
     /// How the file with the groups and their second copy are doing, as a person is told.
     QList<Capability> storage() const;
@@ -73,6 +75,8 @@ public:
     void moveApp(const QString &bundleID, const QString &target, const QUuid &group);
     /// Moves the application to the end of another group, or just removes it here when it is there already.
     void moveApp(const QString &bundleID, const QUuid &fromGroup, const QUuid &toGroup);
+    /// Makes the change to the stored group as it is by then.
+    void changeGroup(const QUuid &id, const std::function<void(AppGroup &)> &change);
     /// Replaces the stored group of the same id.
     void updateGroup(const AppGroup &group);
     /// Replaces the whole list.
@@ -93,8 +97,6 @@ private:
     std::shared_ptr<FileLock> lock();
     /// Makes the change on top of the newest stored list and saves it; whether it changed anything.
     bool changeGroups(const GroupChange &change);
-    /// The same for one group, if it is there.
-    void changeGroup(const QUuid &id, const std::function<void(AppGroup &)> &change);
     void changeShortcuts(const ShortcutChange &change);
 
     /// The stored list, if it may be another one than is in memory: that of the file, or the copy where there is

@@ -2,6 +2,7 @@
 
 #include "platform/Availability.h"
 
+#include <QColor>
 #include <QString>
 #include <QStringList>
 
@@ -50,6 +51,10 @@ public:
     virtual void ask(const Alert &alert, std::function<void(std::optional<int> button)> answer = {}) = 0;
     /// An empty list when the user cancels.
     virtual void chooseFiles(const FileRequest &request, std::function<void(const QStringList &paths)> answer) = 0;
+    /// `tried` is called with every colour that the user tries, the one that stays last, and with none when the user
+    /// cancels. For the window that has the focus.
+    virtual void chooseColor(const QString &title, const QColor &current,
+                             std::function<void(const std::optional<QColor> &color)> tried) = 0;
     /// Asks where to write a file, and before an existing one is replaced. Absent when the user cancels.
     virtual void saveFile(const FileRequest &request,
                           std::function<void(const std::optional<QString> &path)> answer) = 0;

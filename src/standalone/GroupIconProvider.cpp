@@ -35,6 +35,15 @@ struct TileGeometry {
     double iconsWidth;
 };
 
+QByteArray png(const QImage &image)
+{
+    QByteArray data;
+    QBuffer buffer(&data);
+    return image.save(&buffer, "PNG", pngQuality) ? data : QByteArray();
+}
+
+} // namespace
+
 std::optional<QColor> hexColor(const QString &text)
 {
     QStringView digits = QStringView(text).trimmed();
@@ -48,15 +57,6 @@ std::optional<QColor> hexColor(const QString &text)
         return {};
     return QColor::fromRgb(digits.toUInt(nullptr, 16));
 }
-
-QByteArray png(const QImage &image)
-{
-    QByteArray data;
-    QBuffer buffer(&data);
-    return image.save(&buffer, "PNG", pngQuality) ? data : QByteArray();
-}
-
-} // namespace
 
 QColor tileColor(const AppGroup &group)
 {

@@ -7,6 +7,7 @@
 #include <QImage>
 #include <QUuid>
 
+#include <optional>
 #include <shared_mutex>
 #include <utility>
 
@@ -17,6 +18,9 @@ namespace cobblet {
 struct AppGroup;
 class IconProvider;
 class Workspace;
+
+/// The colour of six hexadecimal digits, with a number sign or without.
+std::optional<QColor> hexColor(const QString &text);
 
 /// The colour of a group's tile.
 QColor tileColor(const AppGroup &group);

@@ -3,6 +3,7 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QColorDialog>
 #include <QDir>
 #include <QFileDialog>
 #include <QLabel>
@@ -88,6 +89,20 @@ TEST_F(QtFilePanels, PackagesAreChosenLikeFilesAndOtherFoldersAreEntered)
         if (expected.isEmpty())
             panel().reject();
     }
+}
+
+TEST(QtDialogs, ColorsAreToldAsTheyAreTriedAndNothingOnceTheDialogIsCancelled)
+{
+    QList<std::optional<QColor>> tried;
+    QtDialogs().chooseColor(u"Tile color"_s, Qt::red,
+                            [&](const std::optional<QColor> &color) { tried.append(color); });
+    auto *dialog = qobject_cast<QColorDialog *>(QApplication::activeModalWidget());
+    ASSERT_NE(dialog, nullptr);
+    EXPECT_EQ(dialog->currentColor(), QColor(Qt::red));
+    EXPECT_EQ(dialog->windowModality(), Qt::WindowModal);
+    dialog->setCurrentColor(Qt::blue);
+    QTest::keyClick(dialog, Qt::Key_Escape);
+    EXPECT_EQ(tried, QList<std::optional<QColor>>({QColor(Qt::blue), std::nullopt}));
 }
 
 TEST_F(QtFilePanels, SavingProposesANameAppendsTheSuffixAndAnswersWithNothingWhenCancelled)

@@ -27,11 +27,17 @@ public:
         requests.append(request);
         answer(files);
     }
+    void chooseColor(const QString &, const QColor &,
+                     std::function<void(const std::optional<QColor> &)> tried) override
+    {
+        this->tried = std::move(tried);
+    }
     void saveFile(const FileRequest &, std::function<void(const std::optional<QString> &)>) override {}
 
     std::optional<int> button;
     bool waits = false;
-    std::function<void(std::optional<int>)> pending; ///< the answer to the last alert, while it waits
+    std::function<void(std::optional<int>)> pending;          ///< the answer to the last alert, while it waits
+    std::function<void(const std::optional<QColor> &)> tried; ///< of the last color dialog
     QStringList files;
     QList<Alert> alerts;
     QList<FileRequest> requests;

@@ -1,5 +1,6 @@
 #include "platform/portable/QtDialogs.h"
 
+#include <QColorDialog>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -28,11 +29,11 @@ QWindow *owner()
 
 /// Shows the dialog without waiting for it; it deletes itself. A panel floats above ordinary windows, so its
 /// dialogs have to as well.
-void present(QDialog *dialog)
+void present(QDialog *dialog, Qt::WindowModality modality = Qt::ApplicationModal)
 {
     QWindow *parent = owner();
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->setWindowModality(Qt::ApplicationModal);
+    dialog->setWindowModality(modality);
     if (parent && parent->flags().testFlag(Qt::WindowStaysOnTopHint))
         dialog->setWindowFlag(Qt::WindowStaysOnTopHint);
     dialog->winId(); // makes the native window, which has to know its parent before it is shown
@@ -138,6 +139,18 @@ void QtDialogs::chooseFiles(const FileRequest &request, std::function<void(const
 {
     choose(request, QFileDialog::AcceptOpen,
            request.multiple ? QFileDialog::ExistingFiles : QFileDialog::ExistingFile, std::move(answer));
+}
+
+void QtDialogs::chooseColor(const QString &title, const QColor &current,
+                            std::function<void(const std::optional<QColor> &)> tried)
+{
+    auto *dialog = new QColorDialog(current);
+    dialog->setWindowTitle(title);
+    // Of the toolkit's own on every desktop: the portals' tell a colour only once it is taken.
+    dialog->setOption(QColorDialog::DontUseNativeDialog);
+    QObject::connect(dialog, &QColorDialog::currentColorChanged, dialog, tried);
+    QObject::connect(dialog, &QDialog::rejected, dialog, [tried] { tried(std::nullopt); });
+    present(dialog, Qt::WindowModal);
 }
 
 void QtDialogs::saveFile(const FileRequest &request, std::function<void(const std::optional<QString> &)> answer)

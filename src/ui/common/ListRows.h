@@ -39,6 +39,16 @@ protected:
             emit dataChanged(index(int(changed)), index(int(kept - 1)));
     }
 
+    /// Moves a row to the place that it then has.
+    void shiftRow(qsizetype from, qsizetype to)
+    {
+        if (from == to)
+            return;
+        beginMoveRows({}, int(from), int(from), {}, int(to > from ? to + 1 : to));
+        m_rows.move(from, to);
+        endMoveRows();
+    }
+
     bool isRow(const QModelIndex &index) const
     {
         return checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid);

@@ -6,8 +6,9 @@ Pressable {
     id: button
 
     property bool isDefault: false
+    property string symbol
 
-    width: Math.max(72, text.implicitWidth + 28)
+    width: Math.max(72, text.implicitWidth + 28 + (symbol ? 20 : 0))
     height: 28
     fills: false
     activeFocusOnTab: enabled
@@ -21,9 +22,19 @@ Pressable {
         border.color: CBTheme.border
     }
 
+    CBSymbol {
+        x: 11
+        anchors.verticalCenter: parent.verticalCenter
+        visible: button.symbol
+        name: button.symbol
+        fontSize: 12
+        color: text.color
+    }
+
     CBText {
         id: text
         anchors.centerIn: parent
+        anchors.horizontalCenterOffset: button.symbol ? 9 : 0
         text: button.label
         color: button.isDefault ? "white" : CBTheme.text
         font.weight: button.isDefault ? Font.DemiBold : Font.Normal

@@ -4,6 +4,7 @@ import Cobblet.Controls
 // A button with nothing but a symbol, and a tip that says what it does.
 Pressable {
     property alias symbol: picture.name
+    property alias fontSize: picture.fontSize
 
     width: 28
     height: 28

@@ -5,9 +5,14 @@ namespace cobblet {
 class Appearance;
 class ConfigManager;
 class Dialogs;
+class DistributedNotifications;
+class GroupIconProvider;
+class IconProvider;
 class Menus;
 class NotificationCenter;
+class RunningApplications;
 class UserDefaults;
+class Workspace;
 
 /// Everything the settings window draws on. The references outlive it.
 struct SettingsDependencies {
@@ -18,6 +23,11 @@ struct SettingsDependencies {
     Dialogs &dialogs;
     Menus &menus;
     Appearance &appearance;
+    Workspace &workspace;
+    IconProvider &icons;
+    GroupIconProvider &groupIcons;
+    RunningApplications &running;
+    DistributedNotifications &distributedNotifications;
 };
 
 } // namespace cobblet

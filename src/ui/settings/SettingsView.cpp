@@ -1,6 +1,7 @@
 #include "ui/settings/SettingsView.h"
 
 #include "platform/UserDefaults.h"
+#include "ui/common/AppIcons.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -39,14 +40,15 @@ std::optional<QRect> frameFrom(const QString &text)
 
 } // namespace
 
-SettingsView::SettingsView(const SettingsDependencies &dependencies)
-    : m_d(dependencies), m_theme(m_d.appearance), m_model(m_d), m_engine(m_theme, m_d.appearance, m_d.menus)
+SettingsView::SettingsView(const SettingsDependencies &dependencies, GroupDrafts &drafts)
+    : m_d(dependencies), m_theme(m_d.appearance), m_model(m_d, drafts), m_engine(m_theme, m_d.appearance, m_d.menus)
 {
     // Naming it is enough to keep the linker from dropping the module's types; the engine registers them.
     volatile auto types = &qml_register_types_Cobblet_Settings;
     Q_UNUSED(types)
     m_theme.refresh();
     m_model.provideTo(m_engine);
+    m_engine.addImageProvider(QStringLiteral("applications"), new AppIcons(m_d.workspace));
 
     m_view = std::make_unique<QQuickView>(&m_engine, nullptr);
     m_view->setTitle(QStringLiteral("Cobblet Settings"));

@@ -16,7 +16,8 @@ namespace cobblet {
 class SettingsView : public QObject {
     Q_OBJECT
 public:
-    explicit SettingsView(const SettingsDependencies &dependencies);
+    /// The drafts outlive the view.
+    SettingsView(const SettingsDependencies &dependencies, GroupDrafts &drafts);
     ~SettingsView() override;
 
     QQuickWindow &window();

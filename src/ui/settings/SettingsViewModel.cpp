@@ -5,6 +5,7 @@
 #include "platform/Menus.h"
 #include "platform/UserDefaults.h"
 #include "ui/common/Questions.h"
+#include "ui/settings/GroupDrafts.h"
 
 #include <QPointer>
 
@@ -18,10 +19,11 @@ const QString pageKey = QStringLiteral("settingsPage");
 
 } // namespace
 
-SettingsViewModel::SettingsViewModel(const SettingsDependencies &dependencies, QObject *parent)
-    : QObject(parent), m_d(dependencies), m_preferences(m_d.sharedDefaults)
+SettingsViewModel::SettingsViewModel(const SettingsDependencies &dependencies, GroupDrafts &drafts, QObject *parent)
+    : QObject(parent), m_d(dependencies), m_drafts(drafts), m_preferences(m_d.sharedDefaults)
 {
     connect(&m_d.config, &ConfigManager::groupsChanged, this, &SettingsViewModel::followGroups);
+    connect(&m_drafts, &GroupDrafts::membersChanged, this, &SettingsViewModel::followGroups);
     followGroups();
     const auto last = SettingsSidebarItem::fromText(m_d.standardDefaults.string(pageKey).value_or(QString()));
     m_item = last.value_or(SettingsSidebarItem());
@@ -42,9 +44,22 @@ void SettingsViewModel::select(const SettingsSidebarItem &item)
     if (m_item == item)
         return;
     m_item = item;
+    if (m_editor && m_item.kind == SettingsSidebarItem::Kind::Group)
+        m_editor->open(m_item.groupID);
     // Which page was open is worth keeping, but not worth an alert.
     (void)m_d.standardDefaults.set(pageKey, item.text());
     emit sidebarItemChanged();
+}
+
+GroupEditor *SettingsViewModel::editor()
+{
+    if (!m_editor) {
+        m_editor.emplace(GroupEditor::Services{m_d.config, m_drafts, m_preferences, m_d.workspace, m_d.icons,
+                                               m_d.groupIcons, m_d.running, m_d.distributedNotifications,
+                                               m_d.dialogs});
+        m_editor->open(m_item.groupID);
+    }
+    return &*m_editor;
 }
 
 int SettingsViewModel::groupRow() const
@@ -60,6 +75,8 @@ int SettingsViewModel::pageRow() const
 
 QString SettingsViewModel::pageSource() const
 {
+    if (groupRow() >= 0)
+        return QStringLiteral("AppListView.qml");
     const int row = pageRow();
     return row < 0 ? QString() : settingsPages()[row].source;
 }
@@ -146,7 +163,7 @@ SettingEntry SettingsViewModel::setting(const QString &id) const
 void SettingsViewModel::followGroups()
 {
     const int row = groupRow();
-    m_groups.update(m_d.config.groups(), [](const AppGroup &) { return false; });
+    m_groups.update(m_d.config.groups(), [this](const AppGroup &group) { return m_drafts.hasDraft(group.id); });
     if (m_pendingNewGroupID && m_groups.rowOfGroup(*m_pendingNewGroupID) >= 0) {
         select(SettingsSidebarItem::group(*m_pendingNewGroupID));
         m_pendingNewGroupID.reset();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ui/common/EngineSingleton.h"
+#include "ui/settings/GroupEditor.h"
 #include "ui/settings/GroupRows.h"
 #include "ui/settings/Preferences.h"
 #include "ui/settings/SettingsCatalogue.h"
@@ -23,15 +24,19 @@ class SettingsViewModel : public QObject, public EngineSingleton<SettingsViewMod
     QML_SINGLETON
     Q_PROPERTY(cobblet::GroupRows *groups READ groups CONSTANT)
     Q_PROPERTY(cobblet::Preferences *preferences READ preferences CONSTANT)
+    Q_PROPERTY(cobblet::GroupEditor *editor READ editor CONSTANT)
     Q_PROPERTY(QVariantList pages READ pages CONSTANT)
     Q_PROPERTY(int groupRow READ groupRow NOTIFY sidebarItemChanged)
     Q_PROPERTY(int pageRow READ pageRow NOTIFY sidebarItemChanged)
     Q_PROPERTY(QString pageSource READ pageSource NOTIFY sidebarItemChanged)
 public:
-    explicit SettingsViewModel(const SettingsDependencies &dependencies, QObject *parent = nullptr);
+    /// The drafts outlive the object.
+    SettingsViewModel(const SettingsDependencies &dependencies, GroupDrafts &drafts, QObject *parent = nullptr);
 
     GroupRows *groups() { return &m_groups; }
     Preferences *preferences() { return &m_preferences; }
+    /// Of the group on show, or that was on show last.
+    GroupEditor *editor();
     /// Of each page: title and symbol.
     QVariantList pages() const;
 
@@ -70,8 +75,10 @@ private:
     void followGroups();
 
     SettingsDependencies m_d;
+    GroupDrafts &m_drafts;
     GroupRows m_groups;
     Preferences m_preferences;
+    std::optional<GroupEditor> m_editor;
     SettingsSidebarItem m_item;
     std::optional<QUuid> m_pendingNewGroupID; ///< a group just added, to be selected once the list has it
     QWindow *m_window = nullptr;

@@ -5,7 +5,7 @@
 namespace cobblet {
 
 SettingsWindow::SettingsWindow(const SettingsDependencies &dependencies, QObject *parent)
-    : QObject(parent), m_d(dependencies)
+    : QObject(parent), m_d(dependencies), m_drafts(m_d.config)
 {
 }
 
@@ -14,7 +14,7 @@ SettingsWindow::~SettingsWindow() = default;
 void SettingsWindow::open()
 {
     if (!m_view) {
-        m_view = std::make_unique<SettingsView>(m_d);
+        m_view = std::make_unique<SettingsView>(m_d, m_drafts);
         connect(m_view.get(), &SettingsView::closed, this, [this] {
             m_view.release()->deleteLater(); // the window is in the middle of its close event
             emit closed();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ui/settings/GroupDrafts.h"
 #include "ui/settings/SettingsDependencies.h"
 #include "ui/settings/SettingsView.h"
 
@@ -27,6 +28,7 @@ signals:
 
 private:
     SettingsDependencies m_d;
+    GroupDrafts m_drafts; ///< outlive the window
     std::unique_ptr<SettingsView> m_view;
 };
 

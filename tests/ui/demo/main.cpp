@@ -1,5 +1,6 @@
 // cobblet-demo: the launcher panel on a fake desktop, to look at or to take a picture of.
 
+#include "standalone/GroupIconProvider.h"
 #include "ui/PanelFixture.h"
 #include "ui/panel/PanelView.h"
 #include "ui/settings/SettingsWindow.h"
@@ -140,6 +141,8 @@ int main(int argc, char **argv)
     window.requestActivate();
     panel.engine().decorations().setKeyboardFocus(options.isSet(u"focus"_s));
 
+    GroupIconProvider groupIcons(f.icons, f.workspace);
+    test::FakeDistributedNotifications distributed;
     std::optional<SettingsWindow> settings;
     if (options.isSet(u"settings"_s)) {
         window.hide();
@@ -147,7 +150,8 @@ int main(int argc, char **argv)
         (void)f.standardDefaults.set(u"settingsPage"_s,
                                      page == u"group"_s ? SettingsSidebarItem::group(groups[0].id).text() : page);
         settings.emplace(SettingsDependencies{f.config, f.sharedDefaults, f.standardDefaults, f.notifications,
-                                              f.dialogs, f.menus, f.appearance});
+                                              f.dialogs, f.menus, f.appearance, f.workspace, f.icons, groupIcons,
+                                              f.running, distributed});
         settings->open();
         const QStringList size = options.value(u"size"_s).split(u'x');
         if (size.size() == 2)
