@@ -90,6 +90,7 @@ int main(int argc, char **argv)
                         {u"no-launches"_s, u"Nothing runs, and no launches were counted."_s},
                         {u"collapsed"_s, u"With the sidebar collapsed."_s},
                         {u"focus"_s, u"With the keyboard's focus shown."_s},
+                        {u"press"_s, u"Press the control with this label in the settings."_s, u"label"_s},
                         {u"popover"_s, u"Open a popover: group, hint or apps."_s, u"name"_s},
                         {u"settings"_s, u"The settings on this page: theme, group, ..."_s, u"page"_s},
                         {u"size"_s, u"The size of the settings window."_s, u"WIDTHxHEIGHT"_s},
@@ -161,6 +162,10 @@ int main(int argc, char **argv)
 
     QTimer::singleShot(400, &window, [&] {
         QQuickItem *root = window.contentItem();
+        if (QQuickItem *item = settings && options.isSet(u"press"_s)
+                                   ? findItem(settings->view()->window().contentItem(), options.value(u"press"_s))
+                                   : nullptr)
+            QMetaObject::invokeMethod(item, "triggered");
         const QMap<QString, QString> openers{
             {u"apps"_s, u"Add Apps"_s}, {u"group"_s, u"New Group"_s}, {u"hint"_s, u"Close All Button Shortcuts"_s}};
         if (const QString opener = openers.value(options.value(u"popover"_s)); !opener.isEmpty())
