@@ -29,8 +29,8 @@ struct Rules {
     Bounds toStay; ///< for what was suggested before
 };
 /// Chosen by the measurements in benchmarks/suggestions.
-constexpr Rules forSessions{{0.35, 6.0, 3.0}, {0.25, 3.5, 2.0}};
-constexpr Rules forLaunches{{0.45, 12.0, 0.0}, {0.35, 8.0, 0.0}}; ///< which come many at a time, and on unknown days
+constexpr Rules forSessions{{0.35, 11.5, 3.0}, {0.25, 6.0, 2.0}};
+constexpr Rules forLaunches{{0.45, 30.0, 0.0}, {0.35, 18.0, 0.0}}; ///< which come many at a time, and on unknown days
 
 bool contains(const Members &members, int application)
 {
@@ -155,7 +155,7 @@ constexpr Kind kinds[] = {
     {"Education", "Learning", u"\U0001F393"},
     {"Office", "Office", u"\U0001F4C4"},
     {"Network", "Internet", u"\U0001F310"},
-    {"System Settings", "System", u"\U0001F5A5"},
+    {"System Settings", "System", u"\U0001F9F0"},
     {"Utility", "Tools", u"\U0001F527"},
     // clang-format on
 };

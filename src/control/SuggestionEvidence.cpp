@@ -177,11 +177,10 @@ double SuggestionEvidence::surprise(int a, int b) const
 double SuggestionEvidence::surprise(const Members &members) const
 {
     double sum = 0;
-    for (const int a : members)
-        for (const int b : members)
-            if (a != b)
-                sum += surprise(a, b);
-    return sum / double(members.size());
+    for (auto a = members.begin(); a != members.end(); ++a)
+        for (auto b = members.begin(); b != a; ++b)
+            sum += surprise(*a, *b);
+    return sum;
 }
 
 SuggestionEvidence::Days SuggestionEvidence::days(const Members &members) const

@@ -35,7 +35,7 @@ public:
     double affinity(int a, const Members &others) const;
     /// How hard it is to explain by chance that two are together so often: the logarithm of a ratio of likelihoods.
     double surprise(int a, int b) const;
-    /// The same for all pairs of these, for each of them.
+    /// The sum of it, over all pairs of these.
     double surprise(const Members &members) const;
 
     /// Whether it is known on which days applications were opened.
