@@ -90,6 +90,14 @@ TEST_F(Editor, DraftKeepsTheFieldThatItChangedTakesOverTheOthersAndStoresBothWit
         EXPECT_TRUE(drafts.apply(work.id));
         EXPECT_EQ(stored(), merged.appliedTo(work)) << mine;
     }
+
+    // What another process stored is merged even when this one doesn't know it yet.
+    ConfigManager other({folder}, standardDefaults);
+    editor.setEmoji(u"🎲"_s);
+    other.renameGroup(work.id, u"Theirs"_s);
+    editor.apply();
+    EXPECT_EQ(stored().name, u"Theirs"_s);
+    EXPECT_EQ(stored().emoji, u"🎲"_s);
 }
 
 TEST_F(Editor, DraftWaitsWhileOtherGroupsAreShownAndItsOwnIsDeletedAndEndsWhereItIsLikeWhatIsStored)
@@ -176,6 +184,9 @@ TEST_F(Editor, TileColorIsSixDigitsOrWhatTheDialogTriesAndGoesBackWhenThatIsCanc
 {
     EXPECT_EQ(editor.iconColor(), u"#C7C7C7"_s);
     for (const QString &text : {u"red"_s, u"#12345"_s, u"0x12ab"_s, u""_s}) {
+        editor.resetIconColor();
+        editor.setIconColor(text, true);
+        EXPECT_EQ(editor.colorFailure(), u""_s);
         editor.setIconColor(text);
         EXPECT_NE(editor.colorFailure(), u""_s) << text.toStdString();
         EXPECT_FALSE(editor.hasChanges());

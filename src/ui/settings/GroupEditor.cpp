@@ -196,9 +196,11 @@ void GroupEditor::setPosition(int position)
     });
 }
 
-void GroupEditor::setIconColor(const QString &text)
+void GroupEditor::setIconColor(const QString &text, bool isTyping)
 {
     const auto color = hexColor(text);
+    if (!color && isTyping)
+        return;
     m_colorFailure =
         color ? QString()
               : u"“%1” is no color: type six digits from 0 to F, such as #1E90FF."_s.arg(displayText(text.left(20)));

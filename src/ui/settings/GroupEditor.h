@@ -100,8 +100,9 @@ public:
     DraftApps *apps() { return &m_apps; }
     GroupPreview *preview() { return &m_preview; }
 
-    /// Six hexadecimal digits, with a number sign or without; says in colorFailure() when it is something else.
-    Q_INVOKABLE void setIconColor(const QString &text);
+    /// Six hexadecimal digits, with a number sign or without; says in colorFailure() when it is something else,
+    /// unless it is still being typed.
+    Q_INVOKABLE void setIconColor(const QString &text, bool isTyping = false);
     Q_INVOKABLE void resetIconColor();
     /// In the desktop's dialog.
     Q_INVOKABLE void chooseIconColor();

@@ -162,18 +162,38 @@ Item {
                 y: 74
                 width: 82
                 height: 26
-                text: header.editor.iconColor
                 label: "Tile color as text"
                 input.maximumLength: 40
                 input.font.family: Units.fixedFont
                 input.font.pixelSize: 12
+                input.onTextEdited: header.editor.setIconColor(text, true)
                 input.onEditingFinished: commit()
 
                 function commit() {
                     if (input.text !== header.editor.iconColor)
                         header.editor.setIconColor(input.text);
+                    follow();
+                }
+
+                // What was refused stands until it is mended.
+                function follow() {
                     if (!header.editor.colorFailure)
-                        input.text = Qt.binding(() => header.editor.iconColor);
+                        input.text = header.editor.iconColor;
+                }
+
+                Component.onCompleted: follow()
+
+                Connections {
+                    target: header.editor
+
+                    function onChanged() {
+                        if (!hex.input.activeFocus)
+                            hex.follow();
+                    }
+
+                    function onOpened() {
+                        hex.follow();
+                    }
                 }
             }
 

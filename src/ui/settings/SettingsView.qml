@@ -22,10 +22,33 @@ FocusScope {
         color: CBTheme.hairline
     }
 
-    Loader {
+    Rectangle {
+        id: gone
         x: sidebar.width + 1
         width: root.width - x
-        height: root.height
+        height: visible ? goneText.implicitHeight + 16 : 0
+        visible: Settings.goneNotice
+        color: Qt.alpha(CBTheme.accent, 0.14)
+
+        CBText {
+            id: goneText
+            x: 20
+            y: 8
+            width: gone.width - 40
+            text: Settings.goneNotice
+            wrapMode: Text.WordWrap
+            maximumLineCount: 3
+            font.pixelSize: 12
+            Accessible.role: Accessible.AlertMessage
+            Accessible.name: text
+        }
+    }
+
+    Loader {
+        x: gone.x
+        y: gone.height
+        width: root.width - x
+        height: root.height - y
         source: Settings.pageSource
     }
 }

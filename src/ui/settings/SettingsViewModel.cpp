@@ -44,6 +44,7 @@ void SettingsViewModel::select(const SettingsSidebarItem &item)
     if (m_item == item)
         return;
     m_item = item;
+    setGoneNotice({});
     if (m_editor && m_item.kind == SettingsSidebarItem::Kind::Group)
         m_editor->open(m_item.groupID);
     // Which page was open is worth keeping, but not worth an alert.
@@ -131,8 +132,10 @@ void SettingsViewModel::deleteGroup(int row)
     if (!group)
         return;
     m_d.dialogs.ask(groupDeletionQuestion(), [self = QPointer(this), id = group->groupID](std::optional<int> button) {
-        if (self && button == 0)
-            self->m_d.config.deleteGroup(id);
+        if (!self || button != 0)
+            return;
+        self->m_deletedID = id;
+        self->m_d.config.deleteGroup(id);
     });
 }
 
@@ -154,6 +157,14 @@ void SettingsViewModel::showGroupMenu(int row, const QPointF &position)
         m_window, position);
 }
 
+void SettingsViewModel::setGoneNotice(const QString &notice)
+{
+    if (m_goneNotice == notice)
+        return;
+    m_goneNotice = notice;
+    emit goneNoticeChanged();
+}
+
 SettingEntry SettingsViewModel::setting(const QString &id) const
 {
     const auto found = std::ranges::find(settingEntries(), id, &SettingEntry::id);
@@ -163,6 +174,7 @@ SettingEntry SettingsViewModel::setting(const QString &id) const
 void SettingsViewModel::followGroups()
 {
     const int row = groupRow();
+    const GroupRowData shown = row < 0 ? GroupRowData() : m_groups.rows()[row];
     m_groups.update(m_d.config.groups(), [this](const AppGroup &group) { return m_drafts.hasDraft(group.id); });
     if (m_pendingNewGroupID && m_groups.rowOfGroup(*m_pendingNewGroupID) >= 0) {
         select(SettingsSidebarItem::group(*m_pendingNewGroupID));
@@ -173,6 +185,9 @@ void SettingsViewModel::followGroups()
             selectGroup(std::min(row, m_groups.rowCount() - 1));
         else
             select({});
+        if (shown.groupID != m_deletedID)
+            setGoneNotice(QStringLiteral("“%1” was deleted elsewhere.").arg(shown.name) +
+                          (shown.hasDraft ? QStringLiteral(" Your changes to it were not applied.") : QString()));
     } else if (row != groupRow()) {
         emit sidebarItemChanged();
     }

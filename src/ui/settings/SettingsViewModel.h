@@ -29,6 +29,7 @@ class SettingsViewModel : public QObject, public EngineSingleton<SettingsViewMod
     Q_PROPERTY(int groupRow READ groupRow NOTIFY sidebarItemChanged)
     Q_PROPERTY(int pageRow READ pageRow NOTIFY sidebarItemChanged)
     Q_PROPERTY(QString pageSource READ pageSource NOTIFY sidebarItemChanged)
+    Q_PROPERTY(QString goneNotice READ goneNotice NOTIFY goneNoticeChanged)
 public:
     /// The drafts outlive the object.
     SettingsViewModel(const SettingsDependencies &dependencies, GroupDrafts &drafts, QObject *parent = nullptr);
@@ -48,6 +49,9 @@ public:
     int pageRow() const;
     /// The QML file of the page on show; empty where there is none.
     QString pageSource() const;
+
+    /// Says that somebody else deleted the group on show; empty once another page is chosen.
+    const QString &goneNotice() const { return m_goneNotice; }
 
     /// Menus and alerts belong to this window.
     void setWindow(QWindow *window) { m_window = window; }
@@ -69,10 +73,12 @@ public:
 
 signals:
     void sidebarItemChanged();
+    void goneNoticeChanged();
     void closeRequested();
 
 private:
     void followGroups();
+    void setGoneNotice(const QString &notice);
 
     SettingsDependencies m_d;
     GroupDrafts &m_drafts;
@@ -81,6 +87,8 @@ private:
     std::optional<GroupEditor> m_editor;
     SettingsSidebarItem m_item;
     std::optional<QUuid> m_pendingNewGroupID; ///< a group just added, to be selected once the list has it
+    QString m_goneNotice;
+    QUuid m_deletedID; ///< the group that was deleted here last
     QWindow *m_window = nullptr;
 };
 
