@@ -23,8 +23,8 @@ Column {
 
         CBText {
             x: 16
+            anchors.verticalCenter: parent.verticalCenter
             width: 80
-            height: parent.height
             text: line.label
             wrapMode: Text.WordWrap
             maximumLineCount: 2
