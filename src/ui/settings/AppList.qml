@@ -12,6 +12,8 @@ ListView {
     property int dragged: -1
     property real draggedY: 0
     property int draggedFrom: -1
+    // Escape ended the drag: the button that is still held begins no other.
+    property bool isCancelled: false
     property real grip: 0
     property real pointer: 0
 
@@ -38,6 +40,8 @@ ListView {
     }
 
     function beginDrag(row: int, at: real) {
+        if (isCancelled)
+            return;
         take(row);
         grip = at;
         draggedFrom = row;
@@ -45,6 +49,8 @@ ListView {
     }
 
     function dragTo(y: real) {
+        if (dragged < 0)
+            return;
         pointer = y;
         const at = contentY + Math.max(0, Math.min(height, y)) - grip;
         draggedY = Math.max(originY, Math.min(originY + (count - 1) * rowHeight, at));
@@ -54,11 +60,20 @@ ListView {
         currentIndex = dragged;
     }
 
-    function endDrag(isCancelled: bool) {
+    function cancelDrag() {
         const row = dragged;
         dragged = -1;
-        if (row >= 0 && isCancelled)
+        isCancelled = true;
+        if (row >= 0)
             currentIndex = editor.moveApp(row, draggedFrom);
+    }
+
+    // The button was released, or the pointer was taken away.
+    function endDrag(wasTaken: bool) {
+        if (wasTaken)
+            cancelDrag();
+        dragged = -1;
+        isCancelled = false;
     }
 
     // While the pointer is held near an edge the list moves on.
@@ -86,7 +101,7 @@ ListView {
         const moves = event.modifiers === (Qt.ControlModifier | Qt.ShiftModifier);
         event.accepted = true;
         if (event.key === Qt.Key_Escape && dragged >= 0) {
-            endDrag(true);
+            cancelDrag();
         } else if (moves && (event.key === Qt.Key_Up || event.key === Qt.Key_Down)) {
             moveTo(currentIndex + (event.key === Qt.Key_Up ? -1 : 1));
         } else if (event.key === Qt.Key_Delete || event.key === Qt.Key_Backspace) {
@@ -118,6 +133,6 @@ ListView {
         onRemove: list.editor.removeApp(index)
         onDragBegan: grip => list.beginDrag(index, grip)
         onDraggedTo: y => list.dragTo(mapToItem(list, 0, y).y)
-        onDragEnded: isCancelled => list.endDrag(isCancelled)
+        onDragEnded: wasTaken => list.endDrag(wasTaken)
     }
 }

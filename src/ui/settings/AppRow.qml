@@ -20,7 +20,7 @@ Pressable {
     signal dragBegan(grip: real)
     // To here in its own points.
     signal draggedTo(y: real)
-    signal dragEnded(isCancelled: bool)
+    signal dragEnded(wasTaken: bool)
 
     height: 48
     z: isDragged ? 2 : 1
