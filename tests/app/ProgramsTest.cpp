@@ -8,15 +8,8 @@
 #include "shell/AppDelegate.h"
 #include "support/GroupsFixture.h"
 
-#include <QFile>
-
-#include <gtest/gtest.h>
-
 namespace cobblet {
 namespace {
-
-using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 /// Notes when a program first takes what it takes in a certain order, or only in one of the two programs.
 class FakePlatform : public Platform, public test::Fake<IntentsHost> {

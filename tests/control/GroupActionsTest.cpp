@@ -1,14 +1,9 @@
 #include "support/GroupsFixture.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
 
 namespace cobblet {
 namespace {
-
-using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 QList<AppItem> items(std::initializer_list<const char *> ids)
 {

@@ -1,15 +1,11 @@
 #include "control/UsageTracker.h"
 #include "support/FakeDesktop.h"
-#include "support/Files.h"
+#include "support/Test.h"
 #include "support/VirtualScheduler.h"
-
-#include <QTemporaryDir>
 
 namespace cobblet {
 namespace {
 
-using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 using test::content;
 using test::write;
 

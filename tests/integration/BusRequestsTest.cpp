@@ -6,7 +6,6 @@
 #include "platform/freedesktop/bus/BusCalls.h"
 #include "platform/freedesktop/bus/DBusInstance.h"
 #include "platform/freedesktop/bus/DBusIntents.h"
-#include "support/Files.h"
 
 #include <QDBusPendingCall>
 #include <QDBusVariant>
@@ -14,12 +13,8 @@
 #include <QRegularExpression>
 #include <QTestEventLoop>
 
-#include <algorithm>
-
 namespace cobblet {
 namespace {
-
-using namespace Qt::StringLiterals;
 
 const char groups[] = "com.vantor.cobblet.Groups";
 const char commandLine[] = "com.vantor.cobblet.CommandLine";

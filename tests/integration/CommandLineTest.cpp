@@ -8,7 +8,6 @@
 namespace cobblet {
 namespace {
 
-using namespace Qt::StringLiterals;
 using Verb = CommandLine::Verb;
 
 class CommandLineTest : public test::IntentTest {

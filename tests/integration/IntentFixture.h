@@ -4,8 +4,6 @@
 #include "integration/IntentService.h"
 #include "support/GroupsFixture.h"
 
-#include <gtest/gtest.h>
-
 namespace cobblet::test {
 
 /// The service over an in-memory desktop. Group n (from 1) has the id "0000000n-0000-4000-8000-0000000000AB".

@@ -8,7 +8,6 @@
 namespace cobblet {
 namespace {
 
-using namespace Qt::StringLiterals;
 using testing::ElementsAre;
 using Verb = IntentVerb;
 

@@ -4,19 +4,12 @@
 #include "platform/AtomicFile.h"
 #include "platform/FileLock.h"
 #include "support/FakeDesktop.h"
-#include "support/Files.h"
-
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
+#include "support/Test.h"
 
 #include <sys/stat.h>
 
 namespace cobblet {
 namespace {
-
-using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 /// "AxyB": a group A with the applications x and y, and a group B without any.
 QList<AppGroup> groups(const QString &text)

@@ -1,9 +1,7 @@
 #include "model/GroupCoding.h"
-
-#include <gtest/gtest.h>
+#include "support/Test.h"
 
 namespace cobblet {
-
 namespace {
 
 constexpr const char *someId = "0F8FAD5B-D9CB-469F-A165-70867728950E";

@@ -1,15 +1,10 @@
 #include "model/PopupSettings.h"
 #include "model/Theme.h"
 #include "support/FakeDesktop.h"
-
-#include <QSignalSpy>
-
-#include <gtest/gtest.h>
+#include "support/Test.h"
 
 namespace cobblet {
 namespace {
-
-using namespace Qt::StringLiterals;
 
 TEST(PopupSettings, KeepsToSoundValuesAndAGroupsOwnOnesWin)
 {

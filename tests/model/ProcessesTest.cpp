@@ -2,22 +2,16 @@
 #include "model/GroupCoding.h"
 #include "platform/AtomicFile.h"
 #include "platform/portable/FileUserDefaults.h"
+#include "support/Test.h"
 
-#include <QDir>
 #include <QRandomGenerator>
-#include <QTemporaryDir>
 #include <QThread>
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace cobblet {
 namespace {
-
-using namespace Qt::StringLiterals;
 
 /// A list in which every value comes from the number, and whose length changes with it.
 QList<AppGroup> numberedList(int number)

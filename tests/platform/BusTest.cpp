@@ -9,12 +9,10 @@
 #include <QDBusArgument>
 #include <QDBusVariant>
 #include <QElapsedTimer>
-#include <QSignalSpy>
 
 #include <signal.h>
 
 using namespace cobblet;
-using namespace Qt::StringLiterals;
 
 namespace {
 

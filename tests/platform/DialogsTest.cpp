@@ -1,26 +1,20 @@
 #include "platform/portable/QtDialogs.h"
 #include "platform/portable/QtMenus.h"
+#include "support/Test.h"
 
 #include <QAbstractButton>
 #include <QApplication>
 #include <QColorDialog>
-#include <QDir>
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
-#include <QTemporaryDir>
-#include <QTest>
 #include <QTextDocument>
 #include <QTextDocumentFragment>
 
-#include <gtest/gtest.h>
-
 namespace cobblet {
 namespace {
-
-using namespace Qt::StringLiterals;
 
 TEST(QtDialogs, AnAlertAnswersWithTheButtonPressedOrNothingWhenCancelled)
 {

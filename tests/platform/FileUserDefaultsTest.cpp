@@ -1,15 +1,11 @@
 #include "platform/portable/FileUserDefaults.h"
-
-#include "support/Files.h"
+#include "support/Test.h"
 
 #include <QCborMap>
-#include <QSignalSpy>
-#include <QTemporaryDir>
 
 #include <limits>
 
 using namespace cobblet;
-using namespace Qt::StringLiterals;
 
 namespace {
 

@@ -1,13 +1,10 @@
 #include "platform/IconFile.h"
-
-#include "support/Files.h"
+#include "support/Test.h"
 
 #include <QBuffer>
 #include <QProcess>
-#include <QTemporaryDir>
 
 using namespace cobblet;
-using namespace Qt::StringLiterals;
 
 namespace {
 

@@ -2,15 +2,11 @@
 #include "platform/freedesktop/X11PanelSurface.h"
 
 #include "platform/XSession.h"
+#include "support/Test.h"
 
 #include <QGuiApplication>
 #include <QRasterWindow>
-#include <QSignalSpy>
-#include <QTest>
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <array>
 
 #include <xcb/shape.h>

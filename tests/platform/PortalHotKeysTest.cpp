@@ -5,7 +5,6 @@
 #include <QDBusObjectPath>
 
 using namespace cobblet;
-using namespace Qt::StringLiterals;
 
 namespace {
 

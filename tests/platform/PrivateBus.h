@@ -1,17 +1,13 @@
 #pragma once
 
 #include "platform/freedesktop/bus/SessionBus.h"
+#include "support/Test.h"
 
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
 #include <QProcess>
-#include <QTest>
-
-#include <gtest/gtest.h>
 
 namespace cobblet::test {
-
-using namespace Qt::StringLiterals;
 
 /// A session bus of its own, which the environment names for the life of the object.
 class PrivateBus {

@@ -1,6 +1,5 @@
 #include "platform/freedesktop/ScreenGeometry.h"
-
-#include <gtest/gtest.h>
+#include "support/Test.h"
 
 using namespace cobblet::geometry;
 

@@ -5,16 +5,10 @@
 #include "standalone/AgentGroup.h"
 #include "standalone/GroupIconProvider.h"
 #include "standalone/IconProvider.h"
-#include "support/Files.h"
 #include "support/GroupsFixture.h"
-
-#include <QTest>
 
 namespace cobblet {
 namespace {
-
-using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 class AgentControllerTest : public testing::Test, protected test::GroupsFixture {
 protected:

@@ -4,19 +4,12 @@
 
 #include "model/Notifications.h"
 #include "support/FakeDesktopItems.h"
-#include "support/Files.h"
 #include "support/Messages.h"
+#include "support/Test.h"
 #include "support/VirtualScheduler.h"
-
-#include <QTemporaryDir>
-
-#include <optional>
 
 namespace cobblet {
 namespace {
-
-using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 struct EntriesTest : testing::Test {
     NotificationCenter notifications;

@@ -3,19 +3,15 @@
 #include "model/Notifications.h"
 #include "model/PopupSettings.h"
 #include "support/FakeDesktop.h"
+#include "support/Test.h"
 #include "support/VirtualScheduler.h"
 
 #include <QCoreApplication>
 #include <QKeyEvent>
 #include <QWindow>
 
-#include <gtest/gtest.h>
-
 namespace cobblet {
 namespace {
-
-using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 const QString fadeIn = u"fade 1 0.18 out"_s;
 const QString fadeOut = u"fade 0 0.18 in"_s;

@@ -1,8 +1,7 @@
 #include "shell/PanelPlacement.h"
 
 #include "support/FakeDesktop.h"
-
-#include <gtest/gtest.h>
+#include "support/Test.h"
 
 namespace cobblet {
 namespace {

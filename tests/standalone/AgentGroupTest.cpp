@@ -1,15 +1,12 @@
 #include "standalone/AgentGroup.h"
 #include "standalone/AgentMenu.h"
+#include "support/Test.h"
 
 #include <QRegularExpression>
 #include <QSet>
 
-#include <gtest/gtest.h>
-
 namespace cobblet {
 namespace {
-
-using namespace Qt::StringLiterals;
 
 TEST(AgentGroupTest, AGroupsFileNameKeepsTheLettersOfItsName)
 {

@@ -15,7 +15,6 @@
 namespace cobblet {
 namespace {
 
-using namespace Qt::StringLiterals;
 using test::content;
 using test::write;
 

@@ -6,13 +6,9 @@
 #include "standalone/GroupIconProvider.h"
 #include "standalone/IconProvider.h"
 #include "support/FakeDesktop.h"
-#include "support/Files.h"
-
-#include <QTemporaryDir>
+#include "support/Test.h"
 
 namespace cobblet::test {
-
-using namespace Qt::StringLiterals;
 
 /// Remembers what is registered. Any thread, as the real one.
 class FakeLaunchRegistry : public LaunchRegistry {

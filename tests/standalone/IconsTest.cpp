@@ -3,10 +3,7 @@
 #include "standalone/GroupIconProvider.h"
 #include "standalone/IconProvider.h"
 #include "support/FakeDesktop.h"
-
-#include <QTest>
-
-#include <gtest/gtest.h>
+#include "support/Test.h"
 
 #include <atomic>
 #include <thread>
@@ -14,7 +11,6 @@
 namespace cobblet {
 namespace {
 
-using namespace Qt::StringLiterals;
 using test::FakeWorkspace;
 
 class IconProviderTest : public testing::Test {

@@ -8,15 +8,8 @@
 #include "support/FakeDesktopItems.h"
 #include "support/VirtualScheduler.h"
 
-#include <QTest>
-
-#include <optional>
-
 namespace cobblet {
 namespace {
-
-using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 class StandaloneGroupManagerTest : public test::BundleTest {
 protected:

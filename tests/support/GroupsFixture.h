@@ -7,6 +7,7 @@
 #include "support/FakeDesktopItems.h"
 #include "support/Messages.h"
 #include "support/TemporaryHome.h"
+#include "support/Test.h"
 #include "support/VirtualScheduler.h"
 
 namespace cobblet::test {

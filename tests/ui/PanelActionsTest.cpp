@@ -1,13 +1,7 @@
 #include "ui/PanelFixture.h"
 
-#include <QTest>
-
-#include <gtest/gtest.h>
-
 namespace cobblet {
 namespace {
-
-using namespace Qt::StringLiterals;
 
 class PanelActions : public testing::Test {
 protected:

@@ -4,16 +4,11 @@
 #include "ui/common/Symbols.h"
 #include "ui/common/ThemeColors.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cmath>
 #include <limits>
 
 namespace cobblet {
 namespace {
-
-using namespace Qt::StringLiterals;
 
 TEST(Metrics, DesiredSizeFollowsTheGroupAndItsLayout)
 {

@@ -1,14 +1,9 @@
 #include "ui/PanelFixture.h"
 
 #include <QAbstractItemModelTester>
-#include <QSignalSpy>
-
-#include <gtest/gtest.h>
 
 namespace cobblet {
 namespace {
-
-using namespace Qt::StringLiterals;
 
 class PanelModel : public testing::Test {
 protected:

@@ -5,16 +5,9 @@
 #include <QKeyEvent>
 #include <QQuickItem>
 #include <QQuickView>
-#include <QTest>
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
 
 namespace cobblet {
 namespace {
-
-using namespace Qt::StringLiterals;
 
 QStringList *warnings = nullptr;
 

@@ -8,7 +8,6 @@
 #include "support/FakeDesktop.h"
 
 #include <QDBusArgument>
-#include <QSignalSpy>
 
 #include <unistd.h>
 

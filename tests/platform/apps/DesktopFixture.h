@@ -1,15 +1,9 @@
 #pragma once
 
-#include "support/Files.h"
 #include "support/TemporaryHome.h"
-
-#include <QTest>
-
-#include <functional>
+#include "support/Test.h"
 
 namespace cobblet::test {
-
-using namespace Qt::StringLiterals;
 
 /// Runs the event loop until the condition holds; false when it does not within the time.
 inline bool waitFor(const std::function<bool()> &condition, int milliseconds = 10'000)

@@ -4,8 +4,6 @@
 #include "platform/freedesktop/apps/Processes.h"
 #include "platform/freedesktop/apps/X11RunningApplications.h"
 
-#include <QSignalSpy>
-
 #include <array>
 #include <csignal>
 

@@ -2,8 +2,7 @@
 #include "platform/freedesktop/apps/KeyFile.h"
 #include "platform/freedesktop/apps/Processes.h"
 #include "platform/freedesktop/apps/WindowResolver.h"
-
-#include <gtest/gtest.h>
+#include "support/Test.h"
 
 #include <csignal>
 
@@ -13,7 +12,6 @@
 namespace {
 
 using namespace cobblet;
-using namespace Qt::StringLiterals;
 
 QString s(const char *text)
 {

@@ -8,8 +8,6 @@
 #include "platform/freedesktop/apps/X11RunningApplications.h"
 #include "platform/freedesktop/x11/X11Windows.h"
 
-#include <QSignalSpy>
-
 #include <array>
 #include <csignal>
 
