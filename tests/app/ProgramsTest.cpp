@@ -95,24 +95,6 @@ TEST_F(ProgramsTest, CobbletStartsInOrderThenShowsThePanelAndOnlyThenAnswersOthe
     EXPECT_TRUE(platform.keys.held.isEmpty());
 }
 
-TEST_F(ProgramsTest, AnAgentHasAMenuInTheDockAndNoneOfCobbletsEntries)
-{
-    bundle.identifier = identifier::agentPrefix + uuidText(QUuid::createUuid());
-    AgentProgram program(bundle, platform);
-    program.start();
-    EXPECT_EQ(platform.log, QStringList(u"panel"_s));
-    EXPECT_TRUE(platform.tile.menu);
-    EXPECT_TRUE(!QFile::exists(platform.applicationSupportFolder() + u"/groups.json"_s) &&
-                platform.standard.stored.isEmpty())
-        << "the first groups are Cobblet's to make";
-    platform.clock.advance(0ms);
-    EXPECT_TRUE(platform.surface->visible);
-    platform.surface->visible = false;
-    platform.theInstance.sendReopen();
-    EXPECT_TRUE(platform.surface->visible);
-    EXPECT_EQ(platform.tile.activations, 2);
-}
-
 TEST_F(ProgramsTest, AReopenedAgentOpensWhereItsOwnGroupWantsNotTheTabLeftOnShow)
 {
     AppGroup own, other;
@@ -124,6 +106,10 @@ TEST_F(ProgramsTest, AReopenedAgentOpensWhereItsOwnGroupWantsNotTheTabLeftOnShow
         using AgentProgram::m_core;
     } agent(bundle, platform);
     agent.start();
+    EXPECT_EQ(platform.log, QStringList(u"panel"_s)) << "it has none of Cobblet's other entries";
+    EXPECT_TRUE(!QFile::exists(platform.applicationSupportFolder() + u"/groups.json"_s) &&
+                platform.standard.stored.isEmpty())
+        << "the first groups are Cobblet's to make";
     agent.m_core->config().replaceGroups({own, other});
     platform.clock.advance(0ms);
     emit agent.m_core->notifications().selectGroupByID(other.id);

@@ -15,14 +15,13 @@ RESOURCES = pathlib.Path(__file__).resolve().parents[2] / "resources"
 NAMES = ["Work", "Side projects", "It's", "Tom & Jerry; rm *", "$HOME `touch owned` $(touch owned)", "key=a:b@c",
          "🧰 Tools", "!bang!", "*", "-dash", "two\nlines", "twin", "twin", ""]
 
-LINES = [("cobblet sho\tWo\t", ["show", "Work"]),
-         ("cobblet quit Tom\t", ["quit", "Tom & Jerry; rm *"]),
+LINES = [("cobblet quit Tom\t", ["quit", "Tom & Jerry; rm *"]),
          ("cobblet show \\$H\t", ["show", "$HOME `touch owned` $(touch owned)"]),
          ("cobblet show \"\\$H\t", ["show", "$HOME `touch owned` $(touch owned)"]),
          ("cobblet show key=a:\t", ["show", "key=a:b@c"]),
          ("cobblet show -- -d\t", ["show", "--", "-dash"]),
          ("cobblet show '!b\t", ["show", "!bang!"]),
-         ("cobblet list --j\t; cobblet show Wo\t", ["show", "Work"])]
+         ("cobblet list --j\t; cobblet sho\tWo\t", ["show", "Work"])]
 
 
 def identifier(index):

@@ -1,5 +1,6 @@
 """The program on a virtual desktop: a home of its own, its groups, and where things are in its panel."""
 
+import contextlib
 import json
 import os
 import pathlib
@@ -203,6 +204,19 @@ class Cobblet:
     def click_tool(self, index):
         button = self.tool_buttons()[index]
         self.desktop.click(button.x + button.width // 2, button.y + button.height // 2)
+
+
+@contextlib.contextmanager
+def running(groups, desktop, **environment):
+    """The program on a desktop of its own, its first panel painted."""
+    home = Home(groups)
+    try:
+        with desktop:
+            cobblet = Cobblet(desktop, {**home.environment(), **environment})
+            cobblet.wait_painted()
+            yield cobblet
+    finally:
+        home.remove()
 
 
 class CobbletCase(unittest.TestCase):

@@ -40,10 +40,3 @@ class Focus(CobbletCase):
         self.cobblet.show()
         self.cobblet.hide()
         self.desktop.wait_focus(self.terminal)
-
-    def test_the_keyboard_alone_opens_an_application(self):
-        self.cobblet.show(1)
-        for key in ("Right", "Return"):
-            self.desktop.key(key)
-        self.desktop.wait_window("XCalc")
-        self.cobblet.wait_hidden()

@@ -2,7 +2,7 @@
 
 import unittest
 
-from cobblet import GAP, TOOLS, Cobblet, Home
+from cobblet import GAP, TOOLS, running
 from desktop import Desktop, Rect, bottom, right
 
 # The main screen first; it is neither at the origin nor as large as the other. A dock on an edge where two screens meet
@@ -20,11 +20,8 @@ class SeveralScreens(unittest.TestCase):
     def check(self, side, screens, anchor, visits):
         """Opens the panel with the pointer on a screen, so far from its left side and from its top or, negative, its
         bottom. The panel must be beside the dock of the screen that is named then."""
-        with self.subTest(side, anchor=anchor), Desktop(dock=side, screens=screens) as desktop:
-            home = Home([{**TOOLS, "popupAnchor": anchor}])
-            self.addCleanup(home.remove)
-            cobblet = Cobblet(desktop, home.environment())
-            cobblet.wait_painted()
+        desktop, groups = Desktop(dock=side, screens=screens), [{**TOOLS, "popupAnchor": anchor}]
+        with self.subTest(side, anchor=anchor), running(groups, desktop) as cobblet:
             cobblet.show(1)
             for pointer, x, y, screen in visits:
                 cobblet.hide()

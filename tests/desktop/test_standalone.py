@@ -8,7 +8,7 @@ import pathlib
 import signal
 import subprocess
 
-from cobblet import EXECUTABLE, TOOLS, XCALC, XCLOCK, CobbletCase, group, panels
+from cobblet import TOOLS, XCALC, XCLOCK, CobbletCase, group, panels
 
 CLOCKS = group(3, "My Clocks", [XCLOCK, XCALC], popupColumns=4)
 AGENT = "com.cobblet.agent." + CLOCKS["id"].upper()

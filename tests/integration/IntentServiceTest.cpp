@@ -147,20 +147,16 @@ TEST_F(IntentServiceTest, AddressesNameAVerbAndAGroup)
 TEST_F(IntentServiceTest, OpensAddressesAndRefusesOthersWithOneLogLineEach)
 {
     setGroups({u"My Work"_s});
-    static QStringList logged;
-    logged.clear();
-    const auto before = qInstallMessageHandler(
-        [](QtMsgType, const QMessageLogContext &, const QString &message) { logged.append(message); });
+    const test::Warnings warnings;
     service.open({u"cobblet://show/my%20work"_s, u"cobblet://show/Nope"_s, u"cobblet://erase/My%20Work"_s,
                   u"file:///etc/passwd\n\x1b[31m"_s + QString(5000, u'x')});
-    qInstallMessageHandler(before);
     EXPECT_EQ(log, (QStringList{u"Cobblet.showPanel"_s, u"Cobblet.selectGroupByID "_s + idText(1)}));
     EXPECT_EQ(dockTile.activations, 1);
-    ASSERT_EQ(logged.size(), 3);
-    EXPECT_TRUE(logged[0].contains(u"“Nope”"_s));
-    EXPECT_TRUE(logged[1].contains(u"cobblet://erase/My%20Work"_s));
-    EXPECT_LT(logged[2].size(), 300);
-    EXPECT_FALSE(logged[2].contains(u'\n') || logged[2].contains(QChar(0x1b)));
+    ASSERT_EQ(warnings.lines.size(), 3);
+    EXPECT_TRUE(warnings.lines[0].contains(u"“Nope”"_s));
+    EXPECT_TRUE(warnings.lines[1].contains(u"cobblet://erase/My%20Work"_s));
+    EXPECT_LT(warnings.lines[2].size(), 300);
+    EXPECT_FALSE(warnings.lines[2].contains(u'\n') || warnings.lines[2].contains(QChar(0x1b)));
 }
 
 TEST_F(IntentServiceTest, EveryPhraseThatIsOfferedIsUnderstoodHoweverItIsSaid)

@@ -202,11 +202,8 @@ TEST_F(ConfigManagerTest, FollowsAnotherProcessAndPublishesOnlyDifferences)
 
 TEST_F(ConfigManagerTest, AFileThatIsHalfWrittenForAnInstantIsNotCorrupt)
 {
-    static QStringList logged;
-    logged.clear();
-    const auto before = qInstallMessageHandler(
-        [](QtMsgType, const QMessageLogContext &, const QString &message) { logged.append(message); });
-    const auto isAnnounced = [] { return !logged.filter(u"holds no groups"_s).isEmpty(); };
+    const test::Warnings warnings;
+    const auto isAnnounced = [&] { return !warnings.lines.filter(u"holds no groups"_s).isEmpty(); };
     options.stillness = 1h;
     ConfigManager &manager = holding(u"A"_s);
     put(u"B"_s); // another program, that knows nothing of the copy
@@ -224,7 +221,6 @@ TEST_F(ConfigManagerTest, AFileThatIsHalfWrittenForAnInstantIsNotCorrupt)
     put(QByteArray("["));
     EXPECT_TRUE(QTest::qWaitFor(isAnnounced, 2000)) << "it stays so";
     EXPECT_EQ(onDisk(), "[") << "and nobody who may be mending it is disturbed";
-    qInstallMessageHandler(before);
 }
 
 TEST_F(ConfigManagerTest, WhatAnotherProgramWroteIsNotLostToAnOlderCopy)

@@ -101,20 +101,14 @@ TEST(QtDialogs, ColorsAreToldAsTheyAreTriedAndNothingOnceTheDialogIsCancelled)
 
 TEST_F(QtFilePanels, SavingProposesANameAppendsTheSuffixAndAnswersWithNothingWhenCancelled)
 {
-    const FileRequest request{.title = u"Export"_s,
-                              .acceptLabel = u"Save"_s,
-                              .folder = home.path(),
-                              .name = u"Backup"_s,
-                              .suffix = u"json"_s};
-    QList<std::optional<QString>> answers;
-    const auto note = [&](const std::optional<QString> &path) { answers.append(path); };
-    dialogs.saveFile(request, note);
-    EXPECT_EQ(panel().windowTitle(), request.title);
-    EXPECT_EQ(panel().selectedFiles(), QStringList(home.filePath(u"Backup.json"_s)));
-    type(u"Mine"_s);
-    dialogs.saveFile(request, note);
-    panel().reject();
-    EXPECT_EQ(answers, (QList<std::optional<QString>>{home.filePath(u"Mine.json"_s), {}}));
+    QStringList answers;
+    for (const bool cancels : {false, true}) {
+        dialogs.saveFile({.folder = home.path(), .name = u"Backup"_s, .suffix = u"json"_s},
+                         [&](const std::optional<QString> &path) { answers.append(path.value_or(QString())); });
+        EXPECT_EQ(panel().selectedFiles(), QStringList(home.filePath(u"Backup.json"_s)));
+        cancels ? panel().reject() : type(u"Mine"_s);
+    }
+    EXPECT_EQ(answers, QStringList({home.filePath(u"Mine.json"_s), {}}));
 }
 
 TEST(QtMenus, AreDrawnInTheProgramsColoursWithRoundedCornersWhetherWindowsAreBlendedOrNot)

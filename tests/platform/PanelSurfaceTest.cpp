@@ -1,4 +1,5 @@
 #include "platform/freedesktop/DesktopScreens.h"
+#include "platform/freedesktop/ScreenGeometry.h"
 #include "platform/freedesktop/X11PanelSurface.h"
 
 #include "platform/XSession.h"
@@ -35,17 +36,16 @@ protected:
     {
         return {.screen = {}, .anchor = {}, .size = frame.size(), .frame = frame};
     }
-    static bool becomes(const std::function<bool()> &condition) { return QTest::qWaitFor(condition, 5'000); }
     xcb_window_t id() const { return xcb_window_t(window.winId()); }
     bool isActive(xcb_window_t asked)
     {
-        return becomes([&] { return windows->activeWindow() == asked; });
+        return test::waitFor([&] { return windows->activeWindow() == asked; });
     }
     void show()
     {
         panel->makeKeyAndOrderFront();
         ASSERT_TRUE(isActive(id()));
-        ASSERT_TRUE(becomes([this] { return QGuiApplication::focusWindow() == &window; }));
+        ASSERT_TRUE(test::waitFor([this] { return QGuiApplication::focusWindow() == &window; }));
     }
     /// A window of another program, with the focus.
     xcb_window_t otherProgram()
@@ -79,10 +79,12 @@ TEST_F(PanelSurfaceTest, FloatsWithoutDecorationWhereItWasPut)
                session.property(id(), "_NET_WM_DESKTOP") == Numbers{0xFFFFFFFF} &&
                session.property(id(), "_NET_FRAME_EXTENTS") == Numbers(4, 0u);
     };
-    const auto isAt = [&](const QRect &frame) { return becomes([&] { return session.geometry(id()) == frame; }); };
+    const auto isAt = [&](const QRect &frame) {
+        return test::waitFor([&] { return session.geometry(id()) == frame; });
+    };
     for (int round = 0; round < 2; ++round) { // a window manager forgets a window's state when it is withdrawn
         show();
-        EXPECT_TRUE(becomes(floats));
+        EXPECT_TRUE(test::waitFor(floats));
         QTest::qWait(50);
         EXPECT_TRUE(floats()) << "what was said before the last withdrawal was dealt with is said again";
         panel->orderOut();
@@ -121,7 +123,7 @@ TEST_F(PanelSurfaceTest, GivesTheFocusBackUnlessSomethingWasLaunchedOrTheWindowW
     show();
     x11->sendToRoot(before, x11->atom("WM_CHANGE_STATE"), {3});
     const auto isIconified = [&] { return windows->iconified({before}).contains(before); };
-    ASSERT_TRUE(becomes(isIconified));
+    ASSERT_TRUE(test::waitFor(isIconified));
     panel->orderOut();
     QTest::qWait(150);
     EXPECT_TRUE(isIconified());
@@ -151,7 +153,7 @@ TEST_F(PanelSurfaceTest, PopoversCountAsThePanelAndOtherWindowsDoNot)
 
     QRasterWindow other;
     open(other, Qt::Window);
-    ASSERT_TRUE(becomes([&] { return !lost.isEmpty(); }));
+    ASSERT_TRUE(test::waitFor([&] { return !lost.isEmpty(); }));
     EXPECT_EQ(panel->otherKeyWindow(), KeyWindow::Titled);
     panel->orderOutOtherKeyWindow();
     EXPECT_FALSE(other.isVisible());
@@ -166,15 +168,44 @@ TEST_F(PanelSurfaceTest, CutsItsCornersOnlyWhileNothingIsBlended)
 
     QSignalSpy changed(panel.get(), &PanelSurface::backdropChanged);
     ASSERT_TRUE(session.startCompositor());
-    EXPECT_TRUE(becomes([&] { return panel->backdrop() == Backdrop::Sharp && !isCut() && isBlurred(); }));
+    EXPECT_TRUE(test::waitFor([&] { return panel->backdrop() == Backdrop::Sharp && !isCut() && isBlurred(); }));
     const xcb_atom_t blur = x11->atom("_KDE_NET_WM_BLUR_BEHIND_REGION");
     xcb_change_property(session.x11->xcb(), XCB_PROP_MODE_REPLACE, x11->root(), blur, blur, 8, 1, "");
     session.x11->flush();
-    EXPECT_TRUE(becomes([&] { return panel->backdrop() == Backdrop::Blurred; })) << "as compositors announce it";
+    EXPECT_TRUE(test::waitFor([&] { return panel->backdrop() == Backdrop::Blurred; }))
+        << "as compositors announce it";
 
     session.stopCompositor();
-    EXPECT_TRUE(becomes([&] { return !panel->blendsWithDesktop() && isCut() && !isBlurred(); }));
+    EXPECT_TRUE(test::waitFor([&] { return !panel->blendsWithDesktop() && isCut() && !isBlurred(); }));
     EXPECT_EQ(changed.size(), 3);
+}
+
+TEST(VisibleFrame, LeavesOutWhatDocksReserve)
+{
+    using namespace geometry;
+    // Two screens side by side, the right one taller; and one to the right of a 4K one at scale 2. In y-down points.
+    const ToolkitScreen left{QRectF(0, 0, 1920, 1080), 1}, right{QRectF(1920, 0, 2560, 1440), 1};
+    const ToolkitScreen beside{QRectF(3840, 0, 1920, 1080), 1};
+    const QSize both{4480, 1440}, dense{5760, 2160};
+    const Numbers ofLeft{0, 0, 0, 408, 0, 0, 0, 0, 0, 0, 0, 1919}, ofRight{1984, 0, 0, 0, 0, 1439, 0, 0, 0, 0, 0, 0};
+    const struct {
+        const char *name;
+        ToolkitScreen screen;
+        QSize desktop;
+        Numbers dock;
+        QRectF visible;
+    } cases[] = {
+        {"old property", left, {1920, 1080}, {0, 0, 24, 48}, {0, 24, 1920, 1008}},
+        {"one that would leave nothing", left, {1920, 1080}, {0, 0, 600, 600}, {0, 0, 1920, 1080}},
+        {"counted from the desktop's bottom", left, both, ofLeft, {0, 0, 1920, 1032}},
+        {"on the right screen's left side", right, both, ofRight, {1984, 0, 2496, 1440}},
+        {"that dock does not swallow the left screen", left, both, ofRight, {0, 0, 1920, 1080}},
+        {"beside a dense one", beside, dense, {0, 0, 0, 1140, 0, 0, 0, 0, 0, 0, 3840, 5759}, {3840, 0, 1920, 1020}},
+    };
+    for (const auto &[name, screen, desktop, dock, visible] : cases)
+        EXPECT_EQ(visibleFrame(screen, {strutFrom(dock).value_or(Strut{})}, desktop), visible) << name;
+    for (const Numbers &numbers : {Numbers{}, Numbers{1, 2, 3}, Numbers(12), Numbers(13, 5u)})
+        EXPECT_FALSE(strutFrom(numbers)) << numbers.size();
 }
 
 } // namespace

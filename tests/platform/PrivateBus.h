@@ -29,15 +29,6 @@ private:
     QProcess m_daemon;
 };
 
-/// Each test on a bus of its own.
-class PrivateBusTest : public testing::Test {
-protected:
-    static bool becomes(const std::function<bool()> &condition) { return QTest::qWaitFor(condition, 10'000); }
-
-private:
-    PrivateBus m_bus;
-};
-
 /// Has a name and an object on the bus, on a connection of its own.
 class BusService : public QDBusVirtualObject {
 public:

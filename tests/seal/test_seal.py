@@ -144,10 +144,8 @@ class Seal(unittest.TestCase):
         self.assertEqual(self.at(PLIST).read_bytes(), b"new")
         self.assert_says(VERIFY)
 
-    def test_arguments(self):
-        name = str(self.bundle)
-        for arguments in ([], [name], VERIFY, [*VERIFY, name, name], ["--force", "--deep", "--sign", "identity", name]):
-            status, said = run(*arguments)
-            self.assertEqual((status, said.split()[0]), (2, "usage:"), arguments)
+    def test_what_is_no_bundle_or_no_command_is_said(self):
+        status, said = run(*VERIFY)
+        self.assertEqual((status, said.split()[0]), (2, "usage:"))
         status, said = run(*SIGN, str(self.at(PLIST)))
         self.assertEqual((status, " is no bundle: " in said), (1, True))

@@ -11,58 +11,31 @@
 namespace cobblet {
 namespace {
 
-struct EntriesTest : testing::Test {
-    NotificationCenter notifications;
-    test::Log log;
-};
-
-class GlobalHotkeyManagerTest : public EntriesTest {
-protected:
-    void create() { manager.emplace(hotKeys, notifications, scheduler); }
-
-    test::FakeHotKeys hotKeys;
-    test::VirtualScheduler scheduler;
-    std::optional<GlobalHotkeyManager> manager;
-};
-
-TEST_F(GlobalHotkeyManagerTest, WhatCannotBeRegisteredIsAConflictUnlessThereAreNoHotKeys)
+TEST(GlobalHotkeyManager, WhatCannotBeRegisteredIsAConflictUnlessThereAreNoHotKeys)
 {
+    NotificationCenter notifications;
+    test::VirtualScheduler scheduler;
+    test::FakeHotKeys hotKeys;
     hotKeys.taken = {5, 7};
-    create();
-    EXPECT_EQ(manager->conflictedDigits(), (QSet<int>{5, 7}));
-    EXPECT_EQ(hotKeys.held, (QList<quint32>{1, 2, 3, 4, 6, 8, 9}));
-    int changes = 0;
-    QObject::connect(&*manager, &GlobalHotkeyManager::conflictedDigitsChanged, &*manager, [&] { ++changes; });
-    hotKeys.refuse(2); // a desktop that asks the user first answers later
-    EXPECT_EQ(manager->conflictedDigits(), (QSet<int>{2, 5, 7}));
-    EXPECT_EQ(changes, 1);
-
+    {
+        const GlobalHotkeyManager manager(hotKeys, notifications, scheduler);
+        EXPECT_EQ(manager.conflictedDigits(), (QSet<int>{5, 7}));
+        EXPECT_EQ(hotKeys.held, (QList<quint32>{1, 2, 3, 4, 6, 8, 9}));
+        QSignalSpy changes(&manager, &GlobalHotkeyManager::conflictedDigitsChanged);
+        hotKeys.refuse(2); // a desktop that asks the user first answers later
+        EXPECT_EQ(manager.conflictedDigits(), (QSet<int>{2, 5, 7}));
+        EXPECT_EQ(changes.count(), 1);
+    }
+    EXPECT_TRUE(hotKeys.held.isEmpty());
     hotKeys.available = Availability::unavailable(u"No."_s);
-    const QString sentence = manager->availability().sentence;
+    const GlobalHotkeyManager none(hotKeys, notifications, scheduler);
+    const QString sentence = none.availability().sentence;
     EXPECT_TRUE(sentence.startsWith(u"No. "_s) && sentence.contains(u"cobblet show NAME"_s))
         << "what to bind instead";
-    create();
-    hotKeys.refuse(2);
-    EXPECT_TRUE(manager->conflictedDigits().isEmpty()) << "nobody else has taken one";
+    EXPECT_TRUE(none.conflictedDigits().isEmpty()) << "nobody else has taken one";
 }
 
-TEST_F(GlobalHotkeyManagerTest, APressShowsThePanelAndThenSelectsOnALaterTurn)
-{
-    test::record(notifications, log);
-    create();
-    hotKeys.press(3);
-    EXPECT_TRUE(log.isEmpty()) << "the press is consumed before anything happens";
-    scheduler.advance(0ms);
-    EXPECT_EQ(log, (QStringList{u"Cobblet.showPanel"_s, u"Cobblet.selectGroupShortcut 3"_s}));
-
-    hotKeys.press(4);
-    manager.reset();
-    EXPECT_TRUE(hotKeys.held.isEmpty());
-    scheduler.advance(0ms);
-    EXPECT_EQ(log.size(), 2) << "its end unregisters and forgets presses under way";
-}
-
-class StatusBarControllerTest : public EntriesTest {
+class StatusBarControllerTest : public testing::Test {
 protected:
     StatusBarController made(const QString &imageFile = {})
     {
@@ -76,6 +49,7 @@ protected:
         return StatusBarController({std::move(owned), notifications, dockTile, symbol, {}}, imageFile);
     }
 
+    NotificationCenter notifications;
     test::FakeDockTile dockTile;
     test::FakeStatusItem *item = nullptr;
 };
@@ -83,10 +57,11 @@ protected:
 TEST_F(StatusBarControllerTest, SettingsComeForwardAfterThePanelHasClosed)
 {
     const auto controller = made();
+    QStringList log;
     test::record(notifications, log);
     for (const auto message : {&NotificationCenter::closePanel, &NotificationCenter::openSettings})
         QObject::connect(&notifications, message, &notifications,
-                         [this] { log.append(QString::number(dockTile.activations)); });
+                         [&] { log.append(QString::number(dockTile.activations)); });
     item->menu[1].action();
     EXPECT_EQ(log, QStringList({u"Cobblet.closePanel"_s, u"0"_s, u"Cobblet.openSettings"_s, u"1"_s}));
 }

@@ -39,12 +39,10 @@ protected:
     NotificationCenter notifications;
     test::VirtualScheduler scheduler;
     QList<int> digits;
-    int made = 0;
     test::FakePanelSurface *surface = nullptr;
     FloatingPanelController controller{[this] {
                                            auto created = std::make_unique<test::FakePanelSurface>();
                                            surface = created.get();
-                                           ++made;
                                            return created;
                                        },
                                        screens, popupSettings, notifications, scheduler};
@@ -53,14 +51,12 @@ protected:
 TEST_F(FloatingPanelControllerTest, FadesInAndOutAndAShowDuringTheFadeOutWins)
 {
     controller.hide();
-    EXPECT_EQ(made, 0) << "the first show makes the panel";
+    EXPECT_EQ(surface, nullptr) << "the first show makes the panel";
     emit notifications.showPanel();
-    ASSERT_EQ(made, 1);
     EXPECT_TRUE(surface->visible);
     EXPECT_EQ(surface->alpha, 0) << "invisible until the fade";
     EXPECT_EQ(surface->frame, QRectF(420, 68, 600, 340));
     surface->finishFade();
-    EXPECT_EQ(surface->alpha, 1);
     controller.show();
     EXPECT_EQ(surface->madeKey, 2) << "a shown panel only comes to the front";
 
@@ -74,10 +70,8 @@ TEST_F(FloatingPanelControllerTest, FadesInAndOutAndAShowDuringTheFadeOutWins)
     controller.hide();
     surface->finishFade();
     EXPECT_EQ(surface->animations, (QStringList{fadeIn, fadeOut, fadeIn, fadeOut}));
-    EXPECT_FALSE(surface->visible);
+    EXPECT_FALSE(surface->visible || controller.isHiding());
     EXPECT_EQ(surface->alpha, 1) << "an opaque panel is left behind";
-    EXPECT_FALSE(controller.isHiding());
-    EXPECT_EQ(made, 1);
 }
 
 TEST_F(FloatingPanelControllerTest, SeveralSizesInOnePassMakeOneResizeAndThoseOfAHiddenPanelWait)
@@ -154,13 +148,14 @@ TEST_F(FloatingPanelControllerTest, AnOpenPanelFollowsTheDockAndItsScreen)
     QObject::connect(&controller, &FloatingPanelController::roomChanged, &controller,
                      [&rooms](const QSizeF &room) { rooms.append(room); });
     auto &shown = shownPanel();
-    screens.replace({{before.first().name, QRectF(0, 0, 1440, 900), QRectF(0, 90, 1440, 810)}});
-    scheduler.advance(1ms);
-    EXPECT_EQ(shown.frame.y(), 98);
-
-    screens.replace({{u"other"_s, QRectF(0, 0, 1000, 700), QRectF(0, 0, 1000, 700)}});
-    scheduler.advance(1ms);
-    EXPECT_EQ(shown.frame.topLeft(), QPointF(200, 8));
+    const std::pair<Screen, QPointF> changes[] = {
+        {{before.first().name, QRectF(0, 0, 1440, 900), QRectF(0, 90, 1440, 810)}, {420, 98}},
+        {{u"other"_s, QRectF(0, 0, 1000, 700), QRectF(0, 0, 1000, 700)}, {200, 8}}};
+    for (const auto &[screen, place] : changes) {
+        screens.replace({screen});
+        scheduler.advance(1ms);
+        EXPECT_EQ(shown.frame.topLeft(), place);
+    }
     EXPECT_EQ(rooms, (QList<QSizeF>{{1424, 824}, {1424, 794}, {984, 684}})) << "told before each placement";
 
     shown.animations.clear();

@@ -128,14 +128,13 @@ protected:
 
 TEST_F(GroupIconProviderTest, ATileIsARoundedSquareInTheGroupsColour)
 {
-    for (const int size : {64, 1024}) {
-        EXPECT_EQ(at(group({}), 0.5, 0.12, size), grey);
-        EXPECT_EQ(at(group({}), 0.5, 0.08, size), QColor(Qt::transparent));
-        EXPECT_EQ(at(group({}), 0.12, 0.12, size), QColor(Qt::transparent)) << "a corner";
-    }
-    EXPECT_EQ(at(group({}, u" \n102030\t"_s), 0.5, 0.5), dark);
-    for (const auto &text : {u"##10203"_s, u"#1234567"_s})
-        EXPECT_EQ(at(group({}, text), 0.5, 0.5), grey) << text.toStdString();
+    for (const int size : {64, 1024})
+        for (const auto &[x, y, colour] :
+             {std::tuple(0.5, 0.12, grey), {0.5, 0.08, Qt::transparent}, {0.12, 0.12, Qt::transparent}})
+            EXPECT_EQ(at(group({}), x, y, size), colour) << size << ' ' << x << ' ' << y;
+    for (const auto &[text, colour] :
+         {std::pair(u" \n102030\t"_s, dark), {u"##10203"_s, grey}, {u"#1234567"_s, grey}})
+        EXPECT_EQ(at(group({}, text), 0.5, 0.5), colour) << text.toStdString();
 }
 
 TEST_F(GroupIconProviderTest, FirstFourIconsFillTheGridInReadingOrder)

@@ -12,10 +12,8 @@ public:
         for (const auto &[name, folder] : {std::pair("HOME", "."),
                                            {"XDG_CONFIG_HOME", ".config"},
                                            {"XDG_DATA_HOME", ".local/share"},
-                                           {"XDG_CACHE_HOME", ".cache"}}) {
-            m_before.append({name, qgetenv(name)});
-            qputenv(name, path(QLatin1String(folder)).toLocal8Bit());
-        }
+                                           {"XDG_CACHE_HOME", ".cache"}})
+            set(name, path(QLatin1String(folder)).toLocal8Bit());
     }
     ~TemporaryHome()
     {
@@ -25,6 +23,12 @@ public:
     TemporaryHome(const TemporaryHome &) = delete;
     TemporaryHome &operator=(const TemporaryHome &) = delete;
 
+    /// Sets an environment variable while the object lives.
+    void set(const char *name, const QByteArray &value)
+    {
+        m_before.prepend({name, qgetenv(name)});
+        qputenv(name, value);
+    }
     QString path(const QString &relative = {}) const { return m_dir.filePath(relative); }
 
 private:

@@ -13,19 +13,8 @@ namespace cobblet::test {
 struct PanelFixture : GroupsFixture {
     PanelDependencies dependencies()
     {
-        return {config,
-                popupSettings,
-                theme,
-                notifications,
-                actions,
-                runningApps,
-                usage,
-                icons,
-                workspace,
-                dialogs,
-                menus,
-                appearance,
-                [this](const QUuid &id) { madeStandalone.append(id); }};
+        return {config, popupSettings, theme,   notifications, actions,    runningApps,         usage,
+                icons,  workspace,     dialogs, menus,         appearance, [](const QUuid &) {}};
     }
     /// A group of installed applications "PREFIX.1" to "PREFIX.N".
     AppGroup group(const QString &name, int apps, const QString &prefix = u"app"_s)
@@ -48,7 +37,6 @@ struct PanelFixture : GroupsFixture {
     FakeAppearance appearance;
     FakeDialogs dialogs;
     FakeMenus menus;
-    QList<QUuid> madeStandalone;
     PopupSettings popupSettings{sharedDefaults};
     ThemeManager theme{sharedDefaults, appearance};
     RunningAppsMonitor runningApps{running};

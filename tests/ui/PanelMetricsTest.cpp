@@ -99,8 +99,7 @@ TEST(Symbols, EveryNameTheViewsUseIsDrawnInTheColourAskedFor)
         const QImage image = symbolImage(name, Qt::red, 16, 2);
         ASSERT_EQ(image.size(), QSize(32, 32)) << qPrintable(name);
         const QColor mean = image.scaled(1, 1, {}, Qt::SmoothTransformation).pixelColor(0, 0);
-        EXPECT_TRUE(mean.alpha() > 5 && mean.red() > 200 && mean.green() == 0)
-            << qPrintable(name) << ' ' << mean.alpha();
+        EXPECT_TRUE(mean.alpha() > 5 && mean.red() > 200 && mean.green() == 0) << qPrintable(name);
     }
     EXPECT_TRUE(symbolImage(u"no.such.symbol"_s, Qt::red, 16, 1).isNull());
 }

@@ -9,18 +9,11 @@
 namespace cobblet {
 namespace {
 
-QStringList *warnings = nullptr;
-
 /// The real views in a window, without a display. Whatever Qt Quick complains about fails the test.
 class PanelWindow : public testing::Test {
 protected:
     void SetUp() override
     {
-        warnings = &m_warnings;
-        m_handler = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &message) {
-            if (type != QtDebugMsg && type != QtInfoMsg)
-                warnings->append(message);
-        });
         QList<AppGroup> groups{f.group(u"Work"_s, 11), f.group(u"Play"_s, 2)};
         groups[1].apps[1].name = u"<b>Two</b>\nlines"_s;
         f.config.replaceGroups(groups);
@@ -34,8 +27,7 @@ protected:
     void TearDown() override
     {
         view.reset();
-        qInstallMessageHandler(m_handler);
-        EXPECT_EQ(m_warnings, QStringList());
+        EXPECT_EQ(warnings.lines, QStringList());
     }
 
     QList<QQuickItem *> items(const char *property, const QVariant &value, QQuickItem *root = nullptr) const
@@ -63,12 +55,9 @@ protected:
         QTest::keyClick(&view->window(), key, modifiers);
     }
 
+    test::Warnings warnings;
     test::PanelFixture f;
     std::unique_ptr<PanelView> view;
-
-private:
-    QStringList m_warnings;
-    QtMessageHandler m_handler = nullptr;
 };
 
 TEST_F(PanelWindow, EveryStateLoadsWithoutWarningsAndMakesOnlyVisibleCells)
@@ -98,20 +87,6 @@ TEST_F(PanelWindow, EveryStateLoadsWithoutWarningsAndMakesOnlyVisibleCells)
     EXPECT_TRUE(cells >= 6 && cells <= 24) << cells;
     f.config.replaceGroups({});
     shoot();
-}
-
-TEST_F(PanelWindow, FixedColumnsAreExactBeforeThePanelHasItsSizeAndFewerOnANarrowScreen)
-{
-    const auto becomes = [this](int columns) {
-        return QTest::qWaitFor([&] {
-            return columns == std::ranges::count_if(items("isInstalled", true),
-                                                    [](const QQuickItem *cell) { return cell->y() == 0; });
-        });
-    };
-    f.setPreference(u"popupColumns"_s, 8); // the window keeps its 600 points here
-    EXPECT_TRUE(becomes(8));
-    view->model().setRoomWidth(700);
-    EXPECT_TRUE(becomes(5));
 }
 
 TEST_F(PanelWindow, KeyboardReachesEverything)
@@ -293,17 +268,6 @@ TEST_F(PanelWindow, NewGroupPopoverAddsOnReturnRefusesBlankNamesAndLeavesItsKeys
         monitor.uses = uses;
         QTest::keyClick(sheet, Qt::Key_Escape);
         EXPECT_EQ(view->engine().popovers().window(), uses ? sheet : nullptr);
-    }
-}
-
-TEST_F(PanelWindow, HintPopoverTogglesAndGoesWithThePanel)
-{
-    QQuickItem *info = labelled("Close All Button Shortcuts");
-    for (const bool byClick : {true, false}) {
-        click(info);
-        EXPECT_TRUE(info->property("showingHint").toBool());
-        byClick ? click(info) : view->window().hide();
-        EXPECT_FALSE(info->property("showingHint").toBool());
     }
 }
 

@@ -112,20 +112,21 @@ TEST_F(IconTest, PicturesComeInExactlyTheAskedSizeAndWhatIsNoneIsRefused)
         {"huge.png", QByteArray(9 * 1024 * 1024, 'x')}};
     for (const auto &[name, bytes] : files)
         write(home.path(QLatin1String(name)), bytes);
-    const struct {
-        const char *file;
-        QColor middle;
-        bool filled; ///< covers the square up to its upper edge
-    } rows[] = {{"wide.png", Qt::blue, false}, {"vector.svg", Qt::red, false}, {"pixels.xpm", Qt::green, true}};
-    for (const auto &row : rows) {
-        const QImage image = iconImage(home.path(QLatin1String(row.file)), 36, 1.25, svgProgram);
-        ASSERT_EQ(image.size(), QSize(45, 45)) << row.file;
-        EXPECT_EQ(image.devicePixelRatio(), 1.25) << row.file;
-        EXPECT_EQ(image.pixelColor(22, 22), row.middle) << row.file;
-        EXPECT_EQ(image.pixelColor(22, 1).alpha() > 0, row.filled) << row.file;
+    const auto drawn = [this](const char *name) {
+        return iconImage(home.path(QLatin1String(name)), 36, 1.25, svgProgram);
+    };
+    // The colour in the middle, and whether the square is covered up to its upper edge.
+    for (const auto &[name, middle, isFilled] : {std::tuple("wide.png", QColor(Qt::blue), false),
+                                                 {"vector.svg", Qt::red, false},
+                                                 {"pixels.xpm", Qt::green, true}}) {
+        const QImage image = drawn(name);
+        ASSERT_EQ(image.size(), QSize(45, 45)) << name;
+        EXPECT_EQ(image.devicePixelRatio(), 1.25) << name;
+        EXPECT_EQ(image.pixelColor(22, 22), middle) << name;
+        EXPECT_EQ(image.pixelColor(22, 1).alpha() > 0, isFilled) << name;
     }
     for (const char *name : {"garbage.png", "bomb.svg", "huge.png", "sheet.png", "missing.png"})
-        EXPECT_TRUE(iconImage(home.path(QLatin1String(name)), 64, 1, svgProgram).isNull()) << name;
+        EXPECT_TRUE(drawn(name).isNull()) << name;
 }
 
 TEST_F(IconTest, ApplicationsHaveTheirIconOrTheGenericOneOnAnyThread)

@@ -38,7 +38,7 @@ TEST_F(InstalledApplicationsTest, TheFirstFolderWinsAndItsWordIsFinal)
     }
     write(system(u"kde/deep"_s), entry("Deep", "true"));
     QFile::link(home.path(u"nowhere"_s), user(u"dangling"_s));
-    set("LANGUAGE", "de_AT:de");
+    home.set("LANGUAGE", "de_AT:de");
     FreedesktopWorkspace workspace(nullptr);
     for (const auto &row : rows) {
         const auto application = workspace.application(row.id);

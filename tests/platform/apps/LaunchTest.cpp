@@ -19,7 +19,7 @@ class LaunchTest : public DesktopFixture {
 protected:
     LaunchTest()
     {
-        set("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
+        home.set("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
         m_probe = home.path(u"probe"_s).toLocal8Bit();
         writeProgram(home.path(u"probe"_s), R"({ echo pid=$$; echo session=$(cut -d' ' -f6 /proc/$$/stat)
 echo folder="$PWD"; for each in "$@"; do echo argument="$each"; done
@@ -63,7 +63,7 @@ TEST_F(LaunchTest, ALaunchedProgramIsOnItsOwn)
     write(system(u"probe"_s), entry("Probe", m_probe + " \"two words\" \\\\$(id)", "Path=" + folder));
     FreedesktopWorkspace workspace(nullptr);
     QSignalSpy launched(&workspace.launcher(), &ApplicationLauncher::launched);
-    set("QT_COBBLET_SET_THIS_ITSELF", "1");
+    home.set("QT_COBBLET_SET_THIS_ITSELF", "1");
     EXPECT_EQ(open(workspace, u"probe"_s), QString());
 
     const QByteArrayList told = report();
@@ -126,7 +126,7 @@ TEST_F(LaunchTest, AFailureNamesTheApplicationAndTheCause)
     write(system(u"missing"_s), entry("Missing Thing", "/nowhere/thing"));
     write(system(u"texty"_s), entry("Texty", m_probe, "Terminal=true"));
     write(system(u"lost"_s), entry("Lost", m_probe, "Path=/no/such/folder"));
-    set("PATH", tools.toLocal8Bit());
+    home.set("PATH", tools.toLocal8Bit());
     FreedesktopWorkspace workspace(nullptr);
     for (const auto &[id, name, cause] : {std::tuple("missing", "Missing Thing", "“/nowhere/thing” is missing"),
                                           {"texty", "Texty", "no terminal emulator is installed"},

@@ -29,7 +29,7 @@ TEST_F(WellKnownApplicationsTest, CounterpartsComeFromDefaultsThenFromTraitsAndF
           "inode/directory=files.desktop;\n");
     // The machine's own choice of a terminal must not decide here.
     writeProgram(home.path(u"bin/true"_s), "");
-    set("PATH", home.path(u"bin"_s).toLocal8Bit());
+    home.set("PATH", home.path(u"bin"_s).toLocal8Bit());
     FreedesktopWorkspace workspace(nullptr);
     for (const auto &item : entries)
         if (item.wellKnown) {
