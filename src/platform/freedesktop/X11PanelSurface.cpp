@@ -180,7 +180,7 @@ void X11PanelSurface::applyAlpha()
 
 void X11PanelSurface::setGeometry(const QRect &geometry)
 {
-    m_place = geometry.topLeft();
+    m_asked = geometry;
     QtPanelSurface::setGeometry(geometry);
     updateShape();
 }
@@ -189,10 +189,11 @@ void X11PanelSurface::setGeometry(const QRect &geometry)
 /// where no other window is.
 void X11PanelSurface::keepPlace()
 {
-    if (!isVisible() || m_corrections == 0 || (window().position() - m_place).manhattanLength() <= roundingError)
+    if (!isVisible() || m_corrections == 0 ||
+        (window().position() - m_asked.topLeft()).manhattanLength() <= roundingError)
         return;
     --m_corrections;
-    window().setPosition(m_place);
+    window().setGeometry(m_asked); // the size as well: the window may still tell of one that it has grown out of
 }
 
 void X11PanelSurface::updateShape()

@@ -61,7 +61,7 @@ private:
     bool m_repeatsState = false;
     xcb_window_t m_previous = XCB_WINDOW_NONE; ///< had the focus before the panel
     QSize m_shapedPixels;
-    QPoint m_place;        ///< asked for, in y-down points
+    QRect m_asked;         ///< in y-down points
     int m_corrections = 0; ///< that are left since the window was shown
     QTimer m_loss;
 };
