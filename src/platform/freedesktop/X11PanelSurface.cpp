@@ -385,16 +385,18 @@ void X11PanelSurface::handleFocus(const xcb_focus_in_event_t &event)
     }
 }
 
-/// A popover that closes leaves the focus to the window manager, which passes over panels: the panel takes it
-/// back while the popover is still mapped.
+/// A popover that closes leaves the focus to the window manager, which passes over panels: what it was opened from
+/// takes it back while the popover is still mapped.
 void X11PanelSurface::popoverVisibleChanged(bool visible)
 {
     const auto *popover = qobject_cast<QWindow *>(sender());
     if (visible || !popover || !popover->handle() || popover->winId() != m_holder || !isVisible())
         return;
+    const QWindow *owner = popover->transientParent();
+    const xcb_window_t next = owner && owner->isVisible() ? xcb_window_t(owner->winId()) : m_id;
     if (m_windows.hasManager())
-        m_windows.activate(m_id, m_windows.userTime(), m_toolkit);
-    else
+        m_windows.activate(next, m_windows.userTime(), m_toolkit);
+    else if (next == m_id)
         takeFocus();
 }
 

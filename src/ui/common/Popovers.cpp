@@ -29,13 +29,31 @@ Popovers::Popovers(QObject *parent) : QObject(parent) {}
 
 Popovers::~Popovers()
 {
-    delete m_closed; // before the engine that its items belong to
+    for (const QPointer<QQuickWindow> &window : m_closed)
+        delete window; // before the engine that its items belong to
+    while (!m_open.empty())
+        m_open.pop_back();
+}
+
+/// How many popovers the window lies in, itself among them.
+size_t Popovers::depthOf(const QObject *window) const
+{
+    const auto found =
+        std::find_if(m_open.begin(), m_open.end(), [&](const Popover &open) { return open.window.get() == window; });
+    return found == m_open.end() ? 0 : size_t(found - m_open.begin()) + 1;
+}
+
+void Popovers::closeAbove(size_t depth)
+{
+    while (m_open.size() > depth)
+        close();
 }
 
 void Popovers::toggle(QQmlComponent *content, QQuickItem *anchor)
 {
-    const bool wasOpen = m_window && m_anchor == anchor;
-    close();
+    const bool wasOpen = anchor && std::any_of(m_open.begin(), m_open.end(),
+                                               [&](const Popover &open) { return open.anchor == anchor; });
+    closeAbove(anchor ? depthOf(anchor->window()) : 0);
     if (!wasOpen && content && anchor && anchor->window())
         open(*content, *anchor);
 }
@@ -49,53 +67,58 @@ void Popovers::open(QQmlComponent &component, QQuickItem &anchor)
     }
     const bool takesKeyboard = content->property("takesKeyboard").toBool();
     QQuickWindow &owner = *anchor.window();
-    m_window = std::make_unique<QQuickWindow>();
-    content->setParent(m_window.get());
-    content->setParentItem(m_window->contentItem());
-    m_window->setFlags((takesKeyboard ? Qt::Tool : Qt::ToolTip) | Qt::FramelessWindowHint |
-                       Qt::NoDropShadowWindowHint);
-    m_window->setTransientParent(&owner);
-    m_window->setTitle(content->property("title").toString());
-    m_window->setScreen(owner.screen());
+    auto window = std::make_unique<QQuickWindow>();
+    content->setParent(window.get());
+    content->setParentItem(window->contentItem());
+    connect(content, SIGNAL(dismissed()), this, SLOT(close()));
+    window->setFlags((takesKeyboard ? Qt::Tool : Qt::ToolTip) | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint);
+    window->setTransientParent(&owner);
+    window->setTitle(content->property("title").toString());
+    window->setScreen(owner.screen());
     // Opaque to the edge, where the mask cuts: without a compositor whatever is translucent turns dark.
-    m_window->setColor(content->property("color").value<QColor>());
+    window->setColor(content->property("color").value<QColor>());
 
     constexpr int gap = 6;
     const QSize size = content->size().toSize();
     const int over = overhang(owner.devicePixelRatio());
     const QRectF beside = anchor.mapRectToScene(QRectF(QPointF(0, 0), anchor.size()));
-    QPoint at = owner.mapToGlobal(QPoint(0, 0));
+    const QPoint origin = owner.mapToGlobal(QPoint(0, 0));
+    QPoint at = origin + QPoint(int(beside.left()), int(beside.bottom()) + gap);
     if (content->property("opensAbove").toBool())
-        at += QPoint(int(beside.right()) - size.width(), int(beside.top()) + gap - size.height());
-    else
-        at += QPoint(int(beside.left()), int(beside.bottom()) + gap);
+        at = origin + QPoint(int(beside.right()) - size.width(), int(beside.top()) + gap - size.height());
     if (const QScreen *screen = owner.screen()) {
         const QRect area = screen->availableGeometry();
+        // Rather above the anchor than over it.
+        const int above = origin.y() + int(beside.top()) - gap - size.height();
+        if (at.y() + size.height() > area.bottom() + 1 && above >= area.top())
+            at.setY(above);
         at.setX(std::max(area.left(), std::min(at.x(), area.right() + 1 - size.width())));
         at.setY(std::max(area.top(), std::min(at.y(), area.bottom() + 1 - size.height())));
     }
-    m_window->setGeometry(QRect(at, size + QSize(over, over)));
-    m_window->setMask(roundedRegion(size, content->property("radius").toDouble()));
-    if (m_keyMonitor)
-        m_window->installEventFilter(m_keyMonitor);
+    window->setGeometry(QRect(at, size + QSize(over, over)));
+    window->setMask(roundedRegion(size, content->property("radius").toDouble()));
+    if (m_keyMonitor && m_open.empty())
+        window->installEventFilter(m_keyMonitor);
     owner.installEventFilter(this);
-    m_window->show();
+    window->show();
     if (takesKeyboard)
-        m_window->requestActivate();
-    m_anchor = &anchor;
+        window->requestActivate();
+    m_open.push_back({std::move(window), &anchor});
     emit anchorChanged();
 }
 
 void Popovers::close()
 {
-    if (!m_window)
+    if (m_open.empty())
         return;
-    QWindow *owner = m_window->transientParent();
-    const bool tookKeyboard = m_window->type() == Qt::Tool;
-    m_anchor = nullptr;
-    m_window->hide();
-    m_closed = m_window.release(); // a control of the popover may have asked for this
-    m_closed->deleteLater();
+    QQuickWindow *window = m_open.back().window.release(); // a control of the popover may have asked for this
+    m_open.pop_back();
+    QWindow *owner = window->transientParent();
+    const bool tookKeyboard = window->type() == Qt::Tool;
+    m_closed.removeAll(nullptr);
+    m_closed.append(window);
+    window->hide();
+    window->deleteLater();
     if (owner) {
         owner->removeEventFilter(this);
         if (tookKeyboard && owner->isVisible())
@@ -106,12 +129,14 @@ void Popovers::close()
 
 bool Popovers::eventFilter(QObject *watched, QEvent *event)
 {
+    const size_t depth = depthOf(watched);
     if (event->type() == QEvent::Hide) {
-        close();
-    } else if (event->type() == QEvent::MouseButtonPress) {
+        closeAbove(depth);
+    } else if (event->type() == QEvent::MouseButtonPress && depth < m_open.size()) {
         const QPointF position = static_cast<QMouseEvent *>(event)->position();
-        if (!m_anchor || !m_anchor->contains(m_anchor->mapFromScene(position)))
-            close();
+        const QQuickItem *anchor = m_open[depth].anchor;
+        if (!anchor || !anchor->contains(anchor->mapFromScene(position)))
+            closeAbove(depth);
     }
     return QObject::eventFilter(watched, event);
 }
