@@ -13,10 +13,11 @@ MICRO_TITLES = {"load": "load 1,000 groups of 50", "loadStore": "  the store wit
                 "save": "save 1,000 groups of 50, flushed", "saveStore": "  one edit in the store, both copies",
                 "encode": "  to text only", "tile": "tile of 1,024 pixels", "tileFirst": "  of a new emoji",
                 "iconFile": "icon file, seven sizes, flushed", "suggest": "suggesting groups from 20,000 pairs",
-                "suggestFromPairs": "  without sessions"}
+                "suggestFromPairs": "  without sessions", "emojiKey": "emoji search, a key at the 95th percentile",
+                "emojiFirst": "emoji popover to its painted frame, first", "emojiAgain": "  again"}
 # What a figure is compared with, and the target of the ratio; and the targets of those that stand alone.
 MICRO_PEERS = {"iconFile": ("plain PNGs", 1.3)}
-MICRO_TARGETS = {"tile": 2, "suggest": 20, "suggestFromPairs": 20}
+MICRO_TARGETS = {"tile": 2, "suggest": 20, "suggestFromPairs": 20, "emojiKey": 1, "emojiFirst": 40, "emojiAgain": 10}
 FADE = 180  # ms; the panel's fade-in, after which nothing may be drawn
 
 

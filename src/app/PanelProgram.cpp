@@ -85,10 +85,20 @@ void PanelProgram::makePanelWindow(const std::function<void(const QUuid &)> &ope
     m_platform.menus().setSymbolSource(symbolIcon);
     m_runningApps.emplace(m_platform.runningApplications());
     m_icons.emplace(m_platform.workspace(), qGuiApp->devicePixelRatio());
-    m_view.emplace(PanelDependencies{m_core->config(), *m_popupSettings, *m_theme, m_core->notifications(),
-                                     m_core->actions(), *m_runningApps, m_core->usage(), *m_icons,
-                                     m_platform.workspace(), m_platform.dialogs(), m_platform.menus(),
-                                     m_platform.appearance(), openStandalone});
+    m_view.emplace(PanelDependencies{m_core->config(),
+                                     *m_popupSettings,
+                                     *m_theme,
+                                     m_core->notifications(),
+                                     m_core->actions(),
+                                     *m_runningApps,
+                                     m_core->usage(),
+                                     *m_icons,
+                                     m_platform.workspace(),
+                                     m_platform.dialogs(),
+                                     m_platform.menus(),
+                                     m_platform.appearance(),
+                                     {m_bundle.resource(QStringLiteral("emoji")), m_platform.sharedDefaults()},
+                                     openStandalone});
     m_platform.menus().setLook([this](const QWindow *window) {
         SettingsView *settings = m_settings ? m_settings->view() : nullptr;
         const bool overSettings = settings && window == &settings->window();
@@ -97,6 +107,7 @@ void PanelProgram::makePanelWindow(const std::function<void(const QUuid &)> &ope
     connect(&m_core->notifications(), &NotificationCenter::openSettings, this, [this] { settings().open(); });
     connect(&m_view->window(), &QQuickWindow::frameSwapped, this, &PanelProgram::firstPanelPainted,
             Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
+    connect(&m_view->engine().emojis(), &Emojis::released, this, &PanelProgram::releaseMemorySoon);
     m_view->setKeyMonitor(*m_panelController);
     m_panelController->createPanel();
 }
@@ -135,7 +146,8 @@ SettingsWindow &PanelProgram::settings()
         m_settings.emplace(SettingsDependencies{
             m_core->config(), m_platform.sharedDefaults(), m_platform.standardDefaults(), m_core->notifications(),
             m_platform.dialogs(), m_platform.menus(), m_platform.appearance(), m_platform.workspace(), *m_icons,
-            groupIcons(), m_platform.runningApplications(), m_platform.distributedNotifications()});
+            groupIcons(), m_platform.runningApplications(), m_platform.distributedNotifications(),
+            m_bundle.resource(QStringLiteral("emoji"))});
         connect(&*m_settings, &SettingsWindow::closed, this, &PanelProgram::releaseMemorySoon);
     }
     return *m_settings;

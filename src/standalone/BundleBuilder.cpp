@@ -19,6 +19,7 @@ namespace {
 Q_LOGGING_CATEGORY(log, "com.vantor.cobblet.standalone")
 
 const QString resources = QStringLiteral("/Contents/Resources");
+const QString emojiTables = QStringLiteral("/Contents/Resources/emoji");
 const QString iconFile = QStringLiteral("/Contents/Resources/AppIcon.icns");
 
 } // namespace
@@ -87,6 +88,13 @@ BuildStatus BundleBuilder::prepare(const QString &bundle, const AppGroup &group)
             return Error{QStringLiteral("“%1” is a link. Install Cobblet again, all of it.").arg(folder)};
     if (const Status removed = removeTree(bundle + resources + QStringLiteral("/Metadata.appintents")); !removed)
         qCWarning(log).noquote() << removed.error();
+
+    // A third of the bundle: all agents read those of the program that they were copied from.
+    if (const QString tables = m_services.source + emojiTables; QFileInfo::exists(tables)) {
+        const Status removed = removeTree(bundle + emojiTables);
+        if (!removed || !QFile::link(tables, bundle + emojiTables))
+            qCWarning(log).noquote() << QStringLiteral("The agent has no names of emoji. %1").arg(removed.error());
+    }
 
     const auto info = InfoPlist::read(bundle);
     if (!info)

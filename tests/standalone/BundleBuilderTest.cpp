@@ -73,7 +73,10 @@ TEST_F(BundleBuilderTest, ABundleHasTheGroupsIdentityIsSignedAndStaysTheSameFold
     EXPECT_EQ(inode(), before);
     EXPECT_TRUE(isSound() && builtName() == u"Office"_s);
     EXPECT_EQ(QDir(destination + u"/Contents/Resources"_s).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
-              (QStringList{u"AppIcon.icns"_s, u"group-config.json"_s}));
+              (QStringList{u"AppIcon.icns"_s, u"emoji"_s, u"group-config.json"_s}));
+    EXPECT_EQ(QFileInfo(destination + u"/Contents/Resources/emoji"_s).symLinkTarget(),
+              source + u"/Contents/Resources/emoji"_s)
+        << "not copied for each group";
     EXPECT_EQ(leftovers(), built);
 }
 

@@ -54,6 +54,7 @@ protected:
         write(source + u"/Contents/Info.plist"_s, info(u"com.vantor.cobblet"_s));
         writeProgram(source + u"/Contents/MacOS/cobblet"_s, QByteArray(40'000, 'x'));
         write(source + u"/Contents/Resources/Metadata.appintents/actions"_s, "of the main program");
+        write(source + u"/Contents/Resources/emoji/en.emoji"_s, "names");
         QDir().mkpath(agents);
         tools = freedesktop::bundleTools({});
         tools.codesign = QStringLiteral(COBBLET_CODESIGN);

@@ -13,8 +13,20 @@ namespace cobblet::test {
 struct PanelFixture : GroupsFixture {
     PanelDependencies dependencies()
     {
-        return {config, popupSettings, theme,   notifications, actions,    runningApps,         usage,
-                icons,  workspace,     dialogs, menus,         appearance, [](const QUuid &) {}};
+        return {config,
+                popupSettings,
+                theme,
+                notifications,
+                actions,
+                runningApps,
+                usage,
+                icons,
+                workspace,
+                dialogs,
+                menus,
+                appearance,
+                {QStringLiteral(COBBLET_EMOJI_TABLES), sharedDefaults},
+                [](const QUuid &) {}};
     }
     /// A group of installed applications "PREFIX.1" to "PREFIX.N".
     AppGroup group(const QString &name, int apps, const QString &prefix = u"app"_s)

@@ -8,18 +8,25 @@ PopoverFrame {
     readonly property string name: nameField.text.trim()
 
     signal add(name: string, emoji: string)
+    signal cancelled
 
     width: 300
-    height: 152
+    height: 176
     title: "New Group"
     takesKeyboard: true
     focus: true
+    Keys.onEscapePressed: cancelled()
 
     function accept() {
         if (!name)
             return;
-        add(name, emojiField.text);
-        Popovers.close();
+        add(name, emojiButton.selection);
+        dismissed();
+    }
+
+    function cancel() {
+        cancelled();
+        dismissed();
     }
 
     Component.onCompleted: nameField.input.forceActiveFocus()
@@ -31,22 +38,17 @@ PopoverFrame {
         font.weight: Font.DemiBold
     }
 
-    SheetField {
-        id: emojiField
+    EmojiPickerButton {
+        id: emojiButton
         x: 20
         y: 52
-        width: 52
-        label: "Emoji"
-        text: "📁"
-        input.font: Units.emojiFont
-        input.horizontalAlignment: TextInput.AlignHCenter
-        onAccepted: sheet.accept()
+        selection: "📁"
     }
 
     SheetField {
         id: nameField
         x: 80
-        y: 52
+        anchors.verticalCenter: emojiButton.verticalCenter
         width: 200
         placeholder: "Group name"
         onAccepted: sheet.accept()
@@ -56,7 +58,7 @@ PopoverFrame {
         x: addButton.x - width - 8
         y: addButton.y
         label: "Cancel"
-        onTriggered: Popovers.close()
+        onTriggered: sheet.cancel()
     }
 
     SheetButton {

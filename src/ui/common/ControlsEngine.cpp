@@ -25,8 +25,8 @@ void chooseSceneGraph()
 
 } // namespace
 
-ControlsEngine::ControlsEngine(ThemeManager &theme, Appearance &appearance, Menus &menus)
-    : m_theme(theme, appearance), m_decorations(*this), m_popovers(nullptr), m_choices(menus)
+ControlsEngine::ControlsEngine(ThemeManager &theme, Appearance &appearance, Menus &menus, const EmojiSource &emoji)
+    : m_theme(theme, appearance), m_decorations(*this), m_emojis(emoji), m_popovers(nullptr), m_choices(menus)
 {
     // Naming it is enough to keep the linker from dropping the module's types; the engine registers them.
     volatile auto types = &qml_register_types_Cobblet_Controls;
@@ -34,8 +34,11 @@ ControlsEngine::ControlsEngine(ThemeManager &theme, Appearance &appearance, Menu
     chooseSceneGraph();
     m_theme.provideTo(*this);
     m_decorations.provideTo(*this);
+    m_emojis.provideTo(*this);
     m_popovers.provideTo(*this);
     m_choices.provideTo(*this);
+    // A search makes thousands of lists and texts.
+    connect(&m_emojis, &Emojis::released, this, &QJSEngine::collectGarbage, Qt::QueuedConnection);
 }
 
 } // namespace cobblet

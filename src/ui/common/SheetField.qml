@@ -10,6 +10,8 @@ Rectangle {
     property alias input: input
     property string label: placeholder
     property string description
+    // Gets the keys first.
+    property Item keysTo: null
     signal accepted
 
     height: 28
@@ -32,6 +34,7 @@ Rectangle {
         selectionColor: CBTheme.accent
         selectedTextColor: "white"
         font.pixelSize: 13
+        Keys.forwardTo: field.keysTo ? [field.keysTo] : []
         Accessible.role: Accessible.EditableText
         Accessible.name: field.label
         Accessible.description: field.description

@@ -36,10 +36,15 @@ QString Units::fixedFont()
 
 QFont Units::emojiFont()
 {
+    return emojiFontOf(16);
+}
+
+QFont Units::emojiFontOf(int pixels)
+{
     QFont font;
     font.setFamilies({QStringLiteral("Noto Color Emoji"), QStringLiteral("Apple Color Emoji"),
                       QStringLiteral("emoji"), font.family()});
-    font.setPixelSize(16);
+    font.setPixelSize(pixels);
     return font;
 }
 

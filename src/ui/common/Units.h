@@ -42,6 +42,7 @@ public:
     static QString fixedFont();
     /// The emoji of a tab. Other fonts have drawings of some emoji, too: the coloured ones come first.
     static QFont emojiFont();
+    Q_INVOKABLE static QFont emojiFontOf(int pixels);
     /// Whether an installed font draws emoji; without one groups show an empty box or nothing before their names.
     static bool hasEmojiFont();
     /// The title of a cell: 11.5 points, which are not the toolkit's own points.

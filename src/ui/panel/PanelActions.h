@@ -2,6 +2,7 @@
 
 #include "model/AppGroup.h"
 #include "platform/Menus.h"
+#include "ui/common/EmojiSource.h"
 
 #include <QObject>
 
@@ -35,6 +36,7 @@ struct PanelDependencies {
     Dialogs &dialogs;
     Menus &menus;
     Appearance &appearance;
+    EmojiSource emoji;
     /// Opens the agent of a group, which gets one where it has none yet. Empty in an agent.
     std::function<void(const QUuid &)> openStandalone;
 };

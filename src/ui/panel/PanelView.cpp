@@ -25,7 +25,8 @@ Qt::KeyboardModifiers modifiersAfter(const QKeyEvent &event)
 }
 
 PanelView::PanelView(const PanelDependencies &dependencies)
-    : m_model(dependencies), m_icons(dependencies.icons), m_engine(dependencies.theme, dependencies.appearance, dependencies.menus)
+    : m_model(dependencies), m_icons(dependencies.icons),
+      m_engine(dependencies.theme, dependencies.appearance, dependencies.menus, dependencies.emoji)
 {
     // Naming it is enough to keep the linker from dropping the module's types; the engine registers them.
     volatile auto types = &qml_register_types_Cobblet_Panel;

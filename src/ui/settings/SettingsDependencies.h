@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QString>
+
 namespace cobblet {
 
 class Appearance;
@@ -28,6 +30,7 @@ struct SettingsDependencies {
     GroupIconProvider &groupIcons;
     RunningApplications &running;
     DistributedNotifications &distributedNotifications;
+    QString emojiTables{}; ///< the folder of the tables of names; empty for none
 };
 
 } // namespace cobblet

@@ -41,7 +41,8 @@ std::optional<QRect> frameFrom(const QString &text)
 } // namespace
 
 SettingsView::SettingsView(const SettingsDependencies &dependencies, GroupDrafts &drafts)
-    : m_d(dependencies), m_theme(m_d.appearance), m_model(m_d, drafts), m_engine(m_theme, m_d.appearance, m_d.menus)
+    : m_d(dependencies), m_theme(m_d.appearance), m_model(m_d, drafts),
+      m_engine(m_theme, m_d.appearance, m_d.menus, {m_d.emojiTables, m_d.sharedDefaults})
 {
     // Naming it is enough to keep the linker from dropping the module's types; the engine registers them.
     volatile auto types = &qml_register_types_Cobblet_Settings;

@@ -91,7 +91,8 @@ int main(int argc, char **argv)
                         {u"collapsed"_s, u"With the sidebar collapsed."_s},
                         {u"focus"_s, u"With the keyboard's focus shown."_s},
                         {u"press"_s, u"Press the control with this label in the settings."_s, u"label"_s},
-                        {u"popover"_s, u"Open a popover: group, hint or apps."_s, u"name"_s},
+                        {u"popover"_s, u"Open a popover: group, emoji (in group), hint or apps."_s, u"name"_s},
+                        {u"typed"_s, u"What is typed into the emoji popover."_s, u"text"_s},
                         {u"settings"_s, u"The settings on this page: theme, group, ..."_s, u"page"_s},
                         {u"size"_s, u"The size of the settings window."_s, u"WIDTHxHEIGHT"_s},
                         {u"shot"_s, u"Save a picture and quit."_s, u"file"_s}});
@@ -152,7 +153,7 @@ int main(int argc, char **argv)
                                      page == u"group"_s ? SettingsSidebarItem::group(groups[0].id).text() : page);
         settings.emplace(SettingsDependencies{f.config, f.sharedDefaults, f.standardDefaults, f.notifications,
                                               f.dialogs, f.menus, f.appearance, f.workspace, f.icons, groupIcons,
-                                              f.running, distributed});
+                                              f.running, distributed, QStringLiteral(COBBLET_EMOJI_TABLES)});
         settings->open();
         const QStringList size = options.value(u"size"_s).split(u'x');
         if (size.size() == 2)
@@ -166,10 +167,21 @@ int main(int argc, char **argv)
                                    ? findItem(settings->view()->window().contentItem(), options.value(u"press"_s))
                                    : nullptr)
             QMetaObject::invokeMethod(item, "triggered");
-        const QMap<QString, QString> openers{
-            {u"apps"_s, u"Add Apps"_s}, {u"group"_s, u"New Group"_s}, {u"hint"_s, u"Close All Button Shortcuts"_s}};
+        const QMap<QString, QString> openers{{u"apps"_s, u"Add Apps"_s},
+                                             {u"group"_s, u"New Group"_s},
+                                             {u"emoji"_s, u"New Group"_s},
+                                             {u"hint"_s, u"Close All Button Shortcuts"_s}};
         if (const QString opener = openers.value(options.value(u"popover"_s)); !opener.isEmpty())
             QMetaObject::invokeMethod(findItem(root, opener), "triggered");
+        if (options.value(u"popover"_s) == u"emoji"_s) {
+            QMetaObject::invokeMethod(findItem(panel.engine().popovers().window()->contentItem(), u"Change icon"_s),
+                                      "triggered");
+            QQuickWindow *picker = panel.engine().popovers().window();
+            for (const QChar c : options.value(u"typed"_s)) {
+                QKeyEvent key(QEvent::KeyPress, c.toUpper().unicode(), {}, c);
+                QCoreApplication::sendEvent(picker, &key);
+            }
+        }
     });
     if (options.isSet(u"shot"_s))
         QTimer::singleShot(1600, &window, [&] {
