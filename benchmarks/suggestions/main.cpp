@@ -237,7 +237,7 @@ int main(int argc, char **argv)
         std::fputs("usage: cobblet_bench_suggestions tuning|final\n", stderr);
         return 2;
     }
-    const quint64 firstSeed = isFinal ? 9'000'000 : 1'000'000;
+    const quint64 firstSeed = isFinal ? 17'000'000 : 1'000'000;
 
     std::map<std::string, Score> scores;
     int changes = 0;

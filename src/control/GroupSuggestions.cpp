@@ -29,7 +29,7 @@ struct Rules {
     Bounds toStay; ///< for what was suggested before
 };
 /// Chosen by the measurements in benchmarks/suggestions.
-constexpr Rules forSessions{{0.35, 11.5, 3.0}, {0.25, 6.0, 2.0}};
+constexpr Rules forSessions{{0.35, 10.5, 4.0}, {0.25, 6.0, 2.5}};
 constexpr Rules forLaunches{{0.45, 30.0, 0.0}, {0.35, 18.0, 0.0}}; ///< which come many at a time, and on unknown days
 
 bool contains(const Members &members, int application)

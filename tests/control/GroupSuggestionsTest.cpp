@@ -179,7 +179,7 @@ TEST(GroupSuggestionsTest, WhatWasSuggestedStaysAsItIsWhileItHoldsAtAll)
     EXPECT_EQ(suggestions[0].name + suggestions[0].emoji, u"My pictures🖼"_s);
     EXPECT_EQ(suggestions[0].apps[0].bundleID, u"trace"_s);
 
-    input.today = input.today.addDays(14); // too long ago to be suggested by itself
+    input.today = input.today.addDays(12); // too long ago to be suggested by itself
     EXPECT_EQ(suggestedGroups(input).size(), 1);
     input.previous.clear();
     EXPECT_EQ(suggestedGroups(input).size(), 0);
