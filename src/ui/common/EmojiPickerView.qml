@@ -28,8 +28,6 @@ PopoverFrame {
     Component.onCompleted: {
         emojis.point(selection);
         search.input.forceActiveFocus();
-        if (emojis.currentRow >= 0)
-            list.positionViewAtIndex(emojis.currentRow, ListView.Center);
     }
 
     // The field keeps the keyboard, and these keys move in the grid.
@@ -89,6 +87,8 @@ PopoverFrame {
         reuseItems: true
         cacheBuffer: 0
         model: picker.emojis
+        currentIndex: picker.emojis.currentRow
+        highlightMoveDuration: 0
         onContentYChanged: tones.visible = false
         Accessible.role: Accessible.List
         Accessible.name: picker.title
