@@ -36,13 +36,41 @@ Item {
             width: content.width
             height: 102
 
-            // Of its 128 points, which are the whole picture, the square takes 102.
-            CBAppIconTile {
-                x: -13
-                y: -13
-                width: 128
-                height: 128
-                image: header.editor.preview.image
+            Pressable {
+                id: icon
+                width: 102
+                height: 102
+                corner: 22
+                fills: false
+                label: "Change group icon"
+                tip: header.editor.isGrid ? "Switch the Dock icon to Emoji to change the emoji" : "Change the emoji"
+                activeFocusOnTab: !header.editor.isGrid
+                Accessible.description: header.editor.isGrid ? "" : header.editor.emoji
+                onTriggered: {
+                    if (!header.editor.isGrid)
+                        Popovers.toggle(picker, icon);
+                }
+
+                Component {
+                    id: picker
+
+                    EmojiPickerView {
+                        selection: header.editor.emoji
+                        onPick: emoji => {
+                            header.editor.emoji = emoji;
+                            dismissed();
+                        }
+                    }
+                }
+
+                // The square takes 102 of the 128 points of the picture.
+                CBAppIconTile {
+                    x: -13
+                    y: -13
+                    width: 128
+                    height: 128
+                    image: header.editor.preview.image
+                }
             }
 
             // Without a frame until it is pointed at or typed in.
