@@ -82,7 +82,7 @@ _cobblet() {
         ((count--))
     fi
     if ((count == 2)); then
-        __candidates=(show launch hide quit list say diagnose --help --version)
+        __candidates=(show launch hide quit list say settings diagnose --help --version)
     elif ((count == 3)); then
         case $verb in
         show | launch | hide | quit) __cobblet_groups "$dashes" ;;

@@ -75,7 +75,14 @@ void MainProgram::start()
     makePanelWindow([this](const QUuid &group) { standaloneManager().open(group); });
     registerHotKeys(m_platform.hotKeys());
     receiveEvents();
-    if (m_request.verb != CommandLine::Verb::Service)
+    // The entry in the menu that docks and launchers have from the desktop entry.
+    m_platform.dockTile().setMenu([] { return QList<DockMenuItem>(); },
+                                  [this](const QString &action) {
+                                      if (action == QLatin1String("settings"))
+                                          emit m_core->notifications().openSettings();
+                                      return action == QLatin1String("settings");
+                                  });
+    if (m_request.verb != CommandLine::Verb::Service && m_request.verb != CommandLine::Verb::Settings)
         showPanelSoon();
     // After the panel has begun to show: who asks meanwhile can wait, the panel can't.
     later(0ms, &MainProgram::serve);
@@ -91,7 +98,7 @@ void MainProgram::firstPanelPainted()
 
 void MainProgram::serve()
 {
-    if (m_request.groupToShow())
+    if (m_request.groupToShow() || m_request.verb == CommandLine::Verb::Settings)
         m_core->intents().run(m_request, [](const CommandReply &reply) {
             if (!reply.errors.isEmpty())
                 qCWarning(log).noquote() << reply.errors.trimmed();

@@ -1,5 +1,6 @@
 #include "app/PanelProgram.h"
 
+#include "model/Identifiers.h"
 #include "platform/Appearance.h"
 #include "platform/Dialogs.h"
 #include "platform/DistributedNotifications.h"
@@ -7,6 +8,7 @@
 #include "platform/Instance.h"
 #include "platform/Menus.h"
 #include "platform/PanelSurface.h"
+#include "platform/Pasteboard.h"
 #include "platform/Platform.h"
 #include "platform/RunningApplications.h"
 #include "platform/Screens.h"
@@ -147,6 +149,8 @@ SettingsWindow &PanelProgram::settings()
             m_core->config(), m_platform.sharedDefaults(), m_platform.standardDefaults(), m_core->notifications(),
             m_platform.dialogs(), m_platform.menus(), m_platform.appearance(), m_platform.workspace(), *m_icons,
             groupIcons(), m_platform.runningApplications(), m_platform.distributedNotifications(),
+            m_platform.pasteboard(), m_platform.dockTile(),
+            isAgentIdentifier(m_bundle.identifier) ? nullptr : &*m_hotkeyManager,
             m_bundle.resource(QStringLiteral("emoji"))});
         connect(&*m_settings, &SettingsWindow::closed, this, &PanelProgram::releaseMemorySoon);
     }

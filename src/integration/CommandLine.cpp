@@ -75,6 +75,8 @@ CommandLine CommandLine::parse(const QStringList &arguments)
     for (const Command &command : commandsWithText)
         if (first == command.name)
             return parseText(command, rest);
+    if (first == QLatin1String("settings"))
+        return alone(Verb::Settings, rest);
     if (first == QLatin1String("--version"))
         return alone(Verb::Version, rest);
     if (first == QLatin1String("--service"))
@@ -113,6 +115,7 @@ QString CommandLine::usage()
                           "       cobblet hide GROUP          hide every running app in the group\n"
                           "       cobblet list [--json]       list the groups\n"
                           "       cobblet say PHRASE          such as: Fire up Work group in Cobblet\n"
+                          "       cobblet settings            open the settings\n"
                           "       cobblet cobblet://VERB/GROUP\n"
                           "                                   with the verb show, launch or quit\n"
                           "       cobblet diagnose            say what this desktop permits\n"
@@ -166,7 +169,7 @@ std::optional<QString> CommandLine::groupToShow() const
 
 bool CommandLine::needsPanel() const
 {
-    return verb == Verb::Panel || verb == Verb::Service || groupToShow();
+    return verb == Verb::Panel || verb == Verb::Service || verb == Verb::Settings || groupToShow();
 }
 
 } // namespace cobblet

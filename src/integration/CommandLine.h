@@ -23,6 +23,7 @@ struct CommandLine {
         Say,
         Open,
         Diagnose,
+        Settings,
         Action, ///< an entry of the menu that an agent has in docks
         Help,
         Version,

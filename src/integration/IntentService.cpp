@@ -5,6 +5,8 @@
 #include "integration/GroupUrl.h"
 #include "integration/TerminalText.h"
 #include "model/ConfigManager.h"
+#include "model/Notifications.h"
+#include "platform/DockTile.h"
 
 #include <QLoggingCategory>
 
@@ -210,6 +212,10 @@ void IntentService::run(const CommandLine &line, std::function<void(const Comman
         m_showPanel();
         return done({});
     case Verb::Service:
+        return done({});
+    case Verb::Settings:
+        m_targets.dockTile.activateApplication();
+        emit m_targets.notifications.openSettings();
         return done({});
     case Verb::Show:
         return perform(IntentVerb::Show, line.text);

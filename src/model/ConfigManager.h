@@ -81,6 +81,9 @@ public:
     void updateGroup(const AppGroup &group);
     /// Replaces the whole list.
     void replaceGroups(const QList<AppGroup> &groups);
+    /// The digit, from 1 to 9, selects the group from now on; a null id takes the digit away from the one that has
+    /// it.
+    void setShortcut(int digit, const QUuid &group);
     /// Replaces the whole shortcut map.
     void replaceShortcuts(const QMap<int, QUuid> &shortcuts);
 

@@ -161,6 +161,16 @@ void ConfigManager::replaceGroups(const QList<AppGroup> &groups)
     changeGroups([groups](QList<AppGroup> &changed) { changed = groups; });
 }
 
+void ConfigManager::setShortcut(int digit, const QUuid &group)
+{
+    changeShortcuts([digit, group, this](QMap<int, QUuid> &changed) {
+        if (group.isNull())
+            changed.remove(digit);
+        else if (digit >= 1 && digit <= 9 && this->group(group))
+            changed[digit] = group;
+    });
+}
+
 void ConfigManager::replaceShortcuts(const QMap<int, QUuid> &shortcuts)
 {
     changeShortcuts([shortcuts](QMap<int, QUuid> &changed) { changed = shortcuts; });

@@ -23,6 +23,7 @@ struct MenuItem {
     QList<MenuItem> children = {};
     bool destructive = false; ///< drawn so that it stands out
     bool enabled = true;
+    bool isCurrent = false;     ///< the menu opens with this entry in view and under the keys
     QKeySequence shortcut = {}; ///< shown beside the title; the menu itself does not listen for it
 
     bool isSeparator() const { return title.isEmpty() && children.isEmpty(); }

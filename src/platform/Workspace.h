@@ -57,6 +57,11 @@ public:
     /// does.
     virtual void openBundle(const QString &path, const QStringList &arguments, Completion done = {}) = 0;
 
+    /// Whether an application opens addresses of this kind ("shortcuts://").
+    virtual bool opensUrl(const QString &url) const = 0;
+    /// Hands the address to the application that opens its kind; returns at once, as open() does.
+    virtual void openUrl(const QString &url, Completion done = {}) = 0;
+
     /// Shows the application's file in the desktop's file manager; returns at once, as open() does.
     virtual void reveal(const QString &bundleID, Completion done = {}) = 0;
 

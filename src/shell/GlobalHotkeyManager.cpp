@@ -24,12 +24,17 @@ constexpr quint32 signature = 'C' << 24 | 'B' << 16 | 'L' << 8 | 'T';
 
 } // namespace
 
+HotKeyID GlobalHotkeyManager::idOf(int digit)
+{
+    return {signature, quint32(digit)};
+}
+
 QList<HotKey> GlobalHotkeyManager::table()
 {
     QList<HotKey> keys;
     for (const auto &[digit, keyCode] : rows)
-        keys.append({keyCode, modifier::option | modifier::shift, HotKeyID{signature, quint32(digit)},
-                     QStringLiteral("group-%1").arg(digit), QStringLiteral("Show group %1 in Cobblet").arg(digit)});
+        keys.append({keyCode, modifier::option | modifier::shift, idOf(digit), QStringLiteral("group-%1").arg(digit),
+                     QStringLiteral("Show group %1 in Cobblet").arg(digit)});
     return keys;
 }
 
@@ -38,13 +43,14 @@ GlobalHotkeyManager::GlobalHotkeyManager(HotKeys &hotKeys, NotificationCenter &n
 {
     m_eventHandlerRef = connect(&hotKeys, &HotKeys::pressed, this,
                                 [this](const HotKeyID &pressed) { hotKeyPressed(int(pressed.id)); });
-    connect(&hotKeys, &HotKeys::refused, this, [this](const HotKeyID &refused) {
-        addConflict(int(refused.id));
+    connect(&hotKeys, &HotKeys::refused, this, [this](const HotKeyID &refused, const QString &reason) {
+        addConflict(int(refused.id), reason);
         emit conflictedDigitsChanged();
     });
     connect(&hotKeys, &HotKeys::changed, this, [this] {
         if (const Availability now = availability(); now.level == Availability::Level::Not)
             qCWarning(lcHotkeys).noquote() << now.sentence;
+        emit changed();
     });
     const QList<HotKey> keys = table();
     std::vector<Result<HotKeys::Handle>> results = hotKeys.registerAll(keys);
@@ -59,10 +65,24 @@ GlobalHotkeyManager::GlobalHotkeyManager(HotKeys &hotKeys, NotificationCenter &n
 }
 
 /// Where there are no hot keys for this program at all, nobody else has taken one.
-void GlobalHotkeyManager::addConflict(int digit)
+void GlobalHotkeyManager::addConflict(int digit, const QString &reason)
 {
-    if (m_hotKeys.availability().level != Availability::Level::Not)
-        m_conflictedDigits.insert(digit);
+    if (m_hotKeys.availability().level == Availability::Level::Not)
+        return;
+    m_conflictedDigits.insert(digit);
+    m_reasons[digit] = reason;
+}
+
+QString GlobalHotkeyManager::conflict(int digit) const
+{
+    if (!m_conflictedDigits.contains(digit))
+        return {};
+    if (const QString reason = m_reasons.value(digit); !reason.isEmpty())
+        return reason;
+    return QStringLiteral(
+               "⌥⇧%1 is already used by another app, so the global shortcut won't activate this group. Quit "
+               "the conflicting app or change its shortcut to fix it.")
+        .arg(digit);
 }
 
 Availability GlobalHotkeyManager::availability() const

@@ -2,6 +2,7 @@
 
 #include "platform/HotKeys.h"
 
+#include <QMap>
 #include <QSet>
 
 #include <vector>
@@ -25,6 +26,11 @@ public:
     /// The digits whose combination somebody else has, to the end of the process; none where availability() says that
     /// this program has no hot keys at all.
     const QSet<int> &conflictedDigits() const { return m_conflictedDigits; }
+    /// Why a digit's combination does not show its group, and what to do about it; empty for one that has no
+    /// conflict.
+    QString conflict(int digit) const;
+    /// What the desktop says to press for a digit, when that is its own choice; empty when it is as asked.
+    QString trigger(int digit) const { return m_hotKeys.trigger(idOf(digit)); }
     /// How far hot keys work, with what a person can do where they don't.
     Availability availability() const;
     /// In the order of registration.
@@ -35,15 +41,20 @@ public:
 
 signals:
     void conflictedDigitsChanged();
+    /// availability() or a trigger() changed.
+    void changed();
 
 private:
-    void addConflict(int digit);
+    static HotKeyID idOf(int digit);
+    /// `reason` is the desktop's own; without one, somebody else has the combination.
+    void addConflict(int digit, const QString &reason = {});
     void hotKeyPressed(int digit);
 
     HotKeys &m_hotKeys;
     NotificationCenter &m_notifications;
     Scheduler &m_scheduler;
     QSet<int> m_conflictedDigits;
+    QMap<int, QString> m_reasons; ///< the desktop's own for not giving a digit
     std::vector<HotKeys::Handle> m_hotKeyRefs;
     QMetaObject::Connection m_eventHandlerRef;
 };

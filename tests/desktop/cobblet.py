@@ -62,8 +62,10 @@ def call(connection, service, path, method, signature="()", *arguments):
 
 def panels(desktop, instance="cobblet"):
     """The panels on the screen, of a program that calls its windows so."""
+    kind = [desktop.atom("_NET_WM_WINDOW_TYPE_UTILITY")]
     return [window for window in desktop.windows()
-            if window.instance == instance and window.viewable() and window.rect().width >= 380]
+            if window.instance == instance and window.viewable() and window.rect().width >= 380
+            and window.property("_NET_WM_WINDOW_TYPE")[:1] == kind]
 
 
 class Home:

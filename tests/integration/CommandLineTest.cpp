@@ -29,6 +29,8 @@ TEST_F(CommandLineTest, UnderstandsCommandsOptionsAndNamesOfSeveralWords)
         {"hide My -- -x -- y", Verb::Hide, "My -x -- y"},
         {"list --json", Verb::ListJson, ""},
         {"diagnose", Verb::Diagnose, ""},
+        {"settings", Verb::Settings, ""},
+        {"settings theme", Verb::Invalid, "“theme” is not understood."},
         {"say Go to Work group in Cobblet", Verb::Say, "Go to Work group in Cobblet"},
         {"cobblet://show/Work", Verb::Open, "cobblet://show/Work"},
         {"show --", Verb::Invalid, "“show” needs the name or id of a group."},
@@ -87,6 +89,8 @@ TEST_F(CommandLineTest, AnswersWithAStatusForEachKindOfEnd)
         EXPECT_EQ(reply.errors, errors) << line.toStdString();
     }
     EXPECT_EQ(log.first(), u"panel"_s);
+    EXPECT_EQ(command(u"settings"_s).status, 0);
+    EXPECT_EQ(log.last(), u"Cobblet.openSettings"_s);
     EXPECT_TRUE(command(u"dance"_s).errors.startsWith(u"cobblet: “dance” is not understood.\nUsage: cobblet "_s));
     EXPECT_TRUE(command(u"diagnose"_s).output.contains(u"\nDock: does not work\n    There is none.\n"_s));
     EXPECT_EQ(service.refusal(parsed("cobblet://show/Twin"))->status, 2);

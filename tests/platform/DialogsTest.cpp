@@ -133,5 +133,27 @@ TEST(QtMenus, AreDrawnInTheProgramsColoursWithRoundedCornersWhetherWindowsAreBle
     }
 }
 
+TEST(QtMenus, OpensWithTheCurrentEntryInViewAndGoesToTheOneThatIsTyped)
+{
+    QtMenus menus;
+    QList<MenuItem> items;
+    for (int i = 0; i < 300; ++i)
+        items.append({.title = u"Group %1"_s.arg(i), .action = [] {}, .isCurrent = i == 250});
+    items.append({.title = u"Über uns"_s, .action = [] {}});
+    menus.popUp(items, nullptr, {});
+    auto *menu = qobject_cast<QMenu *>(QApplication::activePopupWidget());
+    ASSERT_NE(menu, nullptr);
+    for (const auto &[typed, at] : {std::pair(u""_s, 250), {u"ü"_s, 300}}) {
+        if (!typed.isEmpty()) {
+            QKeyEvent press(QEvent::KeyPress, 0, Qt::NoModifier, typed);
+            QApplication::sendEvent(menu, &press);
+        }
+        QAction *active = menu->activeAction();
+        ASSERT_EQ(menu->actions().indexOf(active), at);
+        EXPECT_TRUE(menu->rect().contains(menu->actionGeometry(active))) << at;
+    }
+    menu->close();
+}
+
 } // namespace
 } // namespace cobblet

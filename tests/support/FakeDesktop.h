@@ -114,6 +114,13 @@ public:
         if (done)
             done(bundleOutcome);
     }
+    bool opensUrl(const QString &url) const override { return urls.contains(url); }
+    void openUrl(const QString &url, Completion done) override
+    {
+        opened.append(url);
+        if (done)
+            done({});
+    }
     void reveal(const QString &bundleID, Completion done) override
     {
         noteIn(m_log, u"reveal "_s + bundleID);
@@ -155,6 +162,7 @@ public:
 
     QMap<QString, InstalledApplication> installed;
     QMap<QString, QString> aliases;
+    QStringList urls; ///< those that something opens
     QStringList opened;
     QStringList openedBundles; ///< "PATH ARGUMENTS"
     Status bundleOutcome;      ///< of every openBundle()
@@ -367,11 +375,12 @@ public:
         }
         return results;
     }
-    QString trigger(const HotKeyID &) const override { return {}; }
+    QString trigger(const HotKeyID &id) const override { return triggers.value(id.id); }
     void press(quint32 id) { emit pressed({0, id}); }
     void refuse(quint32 id) { emit refused({0, id}, u"refused"_s); }
 
     QSet<quint32> taken;
+    QMap<quint32, QString> triggers;
     QList<HotKey> asked;
     QList<quint32> held; ///< registered and not unregistered
 

@@ -7,6 +7,8 @@
 #include "platform/StatusItem.h"
 #include "support/FakeDesktop.h"
 
+#include <QWindow>
+
 /// What the application puts on the fake desktop beside its panel: alerts, menus, the item in the tray, the Dock
 /// tile, text to paste.
 namespace cobblet::test {
@@ -75,6 +77,7 @@ public:
         ++icons;
     }
     void activateApplication() override { ++activations; }
+    void bringForward(QWindow &window) override { window.show(); }
     void setMenu(std::function<QList<DockMenuItem>()> items, std::function<bool(const QString &)> chosen) override
     {
         menu = std::move(items);

@@ -217,7 +217,7 @@ private:
     const PlatformOptions m_options;
     std::jthread m_fonts;
     QtScheduler m_scheduler;
-    WindowDockTile m_dockTile;
+    WindowDockTile m_dockTile{[this] { return windows(); }};
     QtPasteboard m_pasteboard;
     QtDialogs m_dialogs;
     QtMenus m_menus;

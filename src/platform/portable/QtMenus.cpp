@@ -3,11 +3,15 @@
 #include "platform/portable/MenuStyle.h"
 
 #include <QAction>
+#include <QElapsedTimer>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QMenu>
 #include <QPalette>
 #include <QScreen>
 #include <QWindow>
+
+#include <algorithm>
 
 namespace cobblet {
 
@@ -18,6 +22,42 @@ QString literal(QString title)
 {
     return title.replace(QLatin1Char('&'), QLatin1String("&&"));
 }
+
+/// In a menu that is longer than anybody reads, what is typed goes to the entry that begins so.
+class TypeAhead : public QObject {
+public:
+    explicit TypeAhead(QMenu &menu) : QObject(&menu), m_menu(menu)
+    {
+        m_clock.start();
+        menu.installEventFilter(this);
+    }
+
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() != QEvent::KeyPress)
+            return false;
+        const auto &key = static_cast<const QKeyEvent &>(*event);
+        const bool isText = !key.text().isEmpty() && key.text().front().isPrint() &&
+                            !(key.modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
+        const bool isNew = m_clock.restart() > pauseInTyping;
+        if (!isText || (isNew && key.key() == Qt::Key_Space))
+            return false;
+        m_typed = isNew ? key.text() : m_typed + key.text();
+        for (QAction *entry : m_menu.actions())
+            if (entry->isEnabled() && entry->iconText().startsWith(m_typed, Qt::CaseInsensitive)) {
+                m_menu.setActiveAction(entry);
+                break;
+            }
+        return true;
+    }
+
+private:
+    static constexpr qint64 pauseInTyping = 1000; // milliseconds
+
+    QMenu &m_menu;
+    QElapsedTimer m_clock;
+    QString m_typed;
+};
 
 } // namespace
 
@@ -101,7 +141,11 @@ void QtMenus::popUp(const QList<MenuItem> &items, QWindow *window, const QPointF
     QMenu &menu = made(items, window);
     menu.winId(); // makes the native window, which has to know whose menu it is before it is shown
     menu.windowHandle()->setTransientParent(window);
+    new TypeAhead(menu);
     menu.popup(window ? window->mapToGlobal(position).toPoint() : position.toPoint());
+    const auto current = std::ranges::find(items, true, &MenuItem::isCurrent);
+    if (current != items.end())
+        menu.setActiveAction(menu.actions().at(current - items.begin()));
 }
 
 void QtMenus::popUpBeside(const QList<MenuItem> &items, const QRect &anchor)

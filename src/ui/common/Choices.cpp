@@ -16,10 +16,13 @@ void Choices::open(const QStringList &choices, int current, QQuickItem *control)
     for (int i = 0; i < choices.size(); ++i)
         items.append({.title = choices[i],
                       .symbol = i == current ? QStringLiteral("checkmark") : QString(),
-                      .action = [i, control = QPointer(control)] {
-                          if (control)
-                              QMetaObject::invokeMethod(control, "chosen", Q_ARG(int, i));
-                      }});
+                      .action =
+                          [i, choices, control = QPointer(control)] {
+                              // Not when they have changed under the open menu: it would be another one.
+                              if (control && control->property("choices").toStringList() == choices)
+                                  QMetaObject::invokeMethod(control, "chosen", Q_ARG(int, i));
+                          },
+                      .isCurrent = i == current});
     m_menus.popUp(items, control->window(), control->mapToScene(QPointF(0, control->height() + 4)));
 }
 

@@ -32,6 +32,7 @@ class ThemeColors : public QObject, public EngineSingleton<ThemeColors>, private
     Q_PROPERTY(QColor outline MEMBER m_outline NOTIFY changed)
     Q_PROPERTY(QColor edge READ edge NOTIFY changed)
     Q_PROPERTY(QColor accent READ accent NOTIFY changed)
+    Q_PROPERTY(QColor warning READ warning CONSTANT)
     Q_PROPERTY(QColor popoverBG MEMBER m_popoverBG NOTIFY changed)
     Q_PROPERTY(QColor fieldBG MEMBER m_fieldBG NOTIFY changed)
     Q_PROPERTY(QColor pageBG MEMBER m_pageBG NOTIFY changed)
@@ -43,6 +44,8 @@ public:
     /// The palette; its background is as dense as what lies behind the panel asks for.
     const CBTheme &palette() const { return *this; }
     QColor accent() const;
+    /// Of the symbol beside what does not work; stands off from light and dark.
+    static QColor warning() { return {240, 140, 20}; }
     /// Around the panel: the palette's border, or one that stands off by itself where nothing casts a shadow.
     QColor outline() const { return m_outline; }
     /// Of the pixels that the rounded outline covers in part: transparent wherever that can be.

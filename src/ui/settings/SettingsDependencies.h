@@ -8,10 +8,13 @@ class Appearance;
 class ConfigManager;
 class Dialogs;
 class DistributedNotifications;
+class DockTile;
+class GlobalHotkeyManager;
 class GroupIconProvider;
 class IconProvider;
 class Menus;
 class NotificationCenter;
+class Pasteboard;
 class RunningApplications;
 class UserDefaults;
 class Workspace;
@@ -30,7 +33,10 @@ struct SettingsDependencies {
     GroupIconProvider &groupIcons;
     RunningApplications &running;
     DistributedNotifications &distributedNotifications;
-    QString emojiTables{}; ///< the folder of the tables of names; empty for none
+    Pasteboard &pasteboard;
+    DockTile &dockTile;
+    GlobalHotkeyManager *hotkeys; ///< null where the key combinations are another process's
+    QString emojiTables{};        ///< the folder of the tables of names; empty for none
 };
 
 } // namespace cobblet

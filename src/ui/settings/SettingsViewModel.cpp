@@ -3,6 +3,7 @@
 #include "model/ConfigManager.h"
 #include "platform/Dialogs.h"
 #include "platform/Menus.h"
+#include "platform/Pasteboard.h"
 #include "platform/UserDefaults.h"
 #include "ui/common/Questions.h"
 #include "ui/settings/GroupDrafts.h"
@@ -29,6 +30,20 @@ SettingsViewModel::SettingsViewModel(const SettingsDependencies &dependencies, G
     m_item = last.value_or(SettingsSidebarItem());
     if (m_item.kind == SettingsSidebarItem::Kind::Group && groupRow() < 0)
         m_item = {};
+}
+
+KeyboardShortcuts *SettingsViewModel::shortcuts()
+{
+    if (!m_shortcuts)
+        m_shortcuts.emplace(m_d.config, m_d.hotkeys);
+    return &*m_shortcuts;
+}
+
+SiriCommands *SettingsViewModel::siri()
+{
+    if (!m_siri)
+        m_siri.emplace(m_d.workspace);
+    return &*m_siri;
 }
 
 QVariantList SettingsViewModel::pages() const
@@ -163,6 +178,11 @@ void SettingsViewModel::setGoneNotice(const QString &notice)
         return;
     m_goneNotice = notice;
     emit goneNoticeChanged();
+}
+
+void SettingsViewModel::copy(const QString &text)
+{
+    m_d.pasteboard.setText(text);
 }
 
 SettingEntry SettingsViewModel::setting(const QString &id) const

@@ -3,9 +3,11 @@
 #include "ui/common/EngineSingleton.h"
 #include "ui/settings/GroupEditor.h"
 #include "ui/settings/GroupRows.h"
+#include "ui/settings/KeyboardShortcuts.h"
 #include "ui/settings/Preferences.h"
 #include "ui/settings/SettingsCatalogue.h"
 #include "ui/settings/SettingsDependencies.h"
+#include "ui/settings/SiriCommands.h"
 
 #include <QObject>
 #include <QPointF>
@@ -25,6 +27,8 @@ class SettingsViewModel : public QObject, public EngineSingleton<SettingsViewMod
     Q_PROPERTY(cobblet::GroupRows *groups READ groups CONSTANT)
     Q_PROPERTY(cobblet::Preferences *preferences READ preferences CONSTANT)
     Q_PROPERTY(cobblet::GroupEditor *editor READ editor CONSTANT)
+    Q_PROPERTY(cobblet::KeyboardShortcuts *shortcuts READ shortcuts CONSTANT)
+    Q_PROPERTY(cobblet::SiriCommands *siri READ siri CONSTANT)
     Q_PROPERTY(QVariantList pages READ pages CONSTANT)
     Q_PROPERTY(int groupRow READ groupRow NOTIFY sidebarItemChanged)
     Q_PROPERTY(int pageRow READ pageRow NOTIFY sidebarItemChanged)
@@ -38,6 +42,9 @@ public:
     Preferences *preferences() { return &m_preferences; }
     /// Of the group on show, or that was on show last.
     GroupEditor *editor();
+    // Made when their pages first ask for them.
+    KeyboardShortcuts *shortcuts();
+    SiriCommands *siri();
     /// Of each page: title and symbol.
     QVariantList pages() const;
 
@@ -68,6 +75,8 @@ public:
     Q_INVOKABLE void deleteGroup(int row);
     /// `position` in points from the window's top left corner.
     Q_INVOKABLE void showGroupMenu(int row, const QPointF &position);
+    /// Puts the text on the clipboard.
+    Q_INVOKABLE void copy(const QString &text);
     /// The label and the help of a setting.
     Q_INVOKABLE cobblet::SettingEntry setting(const QString &id) const;
 
@@ -85,6 +94,8 @@ private:
     GroupRows m_groups;
     Preferences m_preferences;
     std::optional<GroupEditor> m_editor;
+    std::optional<KeyboardShortcuts> m_shortcuts;
+    std::optional<SiriCommands> m_siri;
     SettingsSidebarItem m_item;
     std::optional<QUuid> m_pendingNewGroupID; ///< a group just added, to be selected once the list has it
     QString m_goneNotice;

@@ -1,5 +1,7 @@
 #include "ui/settings/SettingsWindow.h"
 
+#include "platform/DockTile.h"
+
 #include <QQuickWindow>
 
 namespace cobblet {
@@ -27,13 +29,7 @@ bool SettingsWindow::bringForward()
 {
     if (!m_view)
         return false;
-    QQuickWindow &window = m_view->window();
-    if (window.visibility() == QWindow::Minimized)
-        window.showNormal();
-    else
-        window.show();
-    window.raise();
-    window.requestActivate();
+    m_d.dockTile.bringForward(m_view->window());
     return true;
 }
 

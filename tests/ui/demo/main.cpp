@@ -1,5 +1,6 @@
 // cobblet-demo: the launcher panel on a fake desktop, to look at or to take a picture of.
 
+#include "shell/GlobalHotkeyManager.h"
 #include "standalone/GroupIconProvider.h"
 #include "ui/PanelFixture.h"
 #include "ui/panel/PanelView.h"
@@ -94,6 +95,7 @@ int main(int argc, char **argv)
                         {u"popover"_s, u"Open a popover: group, emoji (in group), hint or apps."_s, u"name"_s},
                         {u"typed"_s, u"What is typed into the emoji popover."_s, u"text"_s},
                         {u"settings"_s, u"The settings on this page: theme, group, ..."_s, u"page"_s},
+                        {u"no-hot-keys"_s, u"On a desktop without hot keys for programs."_s},
                         {u"size"_s, u"The size of the settings window."_s, u"WIDTHxHEIGHT"_s},
                         {u"shot"_s, u"Save a picture and quit."_s, u"file"_s}});
     options.process(application);
@@ -145,6 +147,14 @@ int main(int argc, char **argv)
 
     GroupIconProvider groupIcons(f.icons, f.workspace);
     test::FakeDistributedNotifications distributed;
+    test::FakePasteboard pasteboard;
+    test::FakeHotKeys hotKeys;
+    hotKeys.taken = {4};
+    hotKeys.triggers[6] = u"Press Super+6"_s;
+    if (options.isSet(u"no-hot-keys"_s))
+        hotKeys.available = Availability::unavailable(u"This desktop offers programs no global shortcuts."_s);
+    GlobalHotkeyManager hotkeys(hotKeys, f.notifications, f.scheduler);
+    f.workspace.urls = {u"shortcuts://"_s};
     std::optional<SettingsWindow> settings;
     if (options.isSet(u"settings"_s)) {
         window.hide();
@@ -153,7 +163,8 @@ int main(int argc, char **argv)
                                      page == u"group"_s ? SettingsSidebarItem::group(groups[0].id).text() : page);
         settings.emplace(SettingsDependencies{f.config, f.sharedDefaults, f.standardDefaults, f.notifications,
                                               f.dialogs, f.menus, f.appearance, f.workspace, f.icons, groupIcons,
-                                              f.running, distributed, QStringLiteral(COBBLET_EMOJI_TABLES)});
+                                              f.running, distributed, pasteboard, f.dockTile, &hotkeys,
+                                              QStringLiteral(COBBLET_EMOJI_TABLES)});
         settings->open();
         const QStringList size = options.value(u"size"_s).split(u'x');
         if (size.size() == 2)

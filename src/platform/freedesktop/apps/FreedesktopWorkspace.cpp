@@ -48,6 +48,12 @@ QStringList iconThemes()
     return {QStringLiteral("Adwaita"), QStringLiteral("breeze"), QStringLiteral("gnome")};
 }
 
+/// The identifier of the application that opens such addresses; empty when there is none.
+QString handlerOf(const QString &url)
+{
+    return InstalledApplications::defaultFor("x-scheme-handler/" + QUrl(url).scheme().toLatin1());
+}
+
 Result<InstalledApplication> bundleAt(const QString &path)
 {
     const QString name = QFileInfo(path).completeBaseName();
@@ -227,6 +233,19 @@ void FreedesktopWorkspace::openBundle(const QString &path, const QStringList &ar
     InstalledEntry entry;
     entry.application = application.value();
     m_launcher.start(entry, QStringList{program} + arguments, {.done = std::move(done)});
+}
+
+bool FreedesktopWorkspace::opensUrl(const QString &url) const
+{
+    return bool(m_installed.entry(handlerOf(url)));
+}
+
+void FreedesktopWorkspace::openUrl(const QString &url, Completion done)
+{
+    if (const auto entry = m_installed.entry(handlerOf(url)))
+        m_launcher.launch(entry.value(), {.uris = {url}, .done = std::move(done)});
+    else
+        m_launcher.finish(done, Error{QStringLiteral("No application is installed that opens “%1”.").arg(url)});
 }
 
 void FreedesktopWorkspace::reveal(const QString &bundleID, Completion done)

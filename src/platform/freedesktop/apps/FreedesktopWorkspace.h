@@ -28,6 +28,8 @@ public:
     Result<InstalledApplication> applicationAt(const QString &path) const override;
     void open(const QString &bundleID, Completion done = {}, const QString &activationToken = {}) override;
     void openBundle(const QString &path, const QStringList &arguments, Completion done) override;
+    bool opensUrl(const QString &url) const override;
+    void openUrl(const QString &url, Completion done) override;
     void reveal(const QString &bundleID, Completion done = {}) override;
     QImage icon(const QString &bundleID, int points, qreal devicePixelRatio) const override;
     QImage genericIcon(int points, qreal devicePixelRatio) const override;

@@ -1,0 +1,146 @@
+#include "ui/SettingsFixture.h"
+
+#include <gtest/gtest.h>
+
+namespace cobblet {
+namespace {
+
+using namespace Qt::StringLiterals;
+
+class SettingsPagesTest : public testing::Test, protected test::SettingsFixture {
+protected:
+    QList<int> choices()
+    {
+        QList<int> list;
+        for (const ShortcutRowData &row : model().shortcuts()->rows())
+            list.append(row.choice);
+        return list;
+    }
+    SettingsViewModel &model()
+    {
+        if (!m_model)
+            m_model.emplace(dependencies());
+        return *m_model;
+    }
+    std::optional<SettingsViewModel> m_model;
+};
+
+TEST_F(SettingsPagesTest, APreferenceOfAWrongTypeOrOutOfRangeReadsAsTheNearestAndStaysAsItIs)
+{
+    struct Row {
+        const char *key;
+        QVariant stored;
+        const char *property;
+        QVariant read;
+    };
+    for (const Row &row : {Row{"popupColumns", 1, "columns", 0}, Row{"popupColumns", 99, "columns", 8},
+                           Row{"popupColumns", std::numeric_limits<qint64>::min(), "columns", 0},
+                           Row{"popupColumns", u"many"_s, "columns", 0}, Row{"popupMaxRows", 7, "maxRows", 6},
+                           Row{"popupAnchor", u"DOCKICON"_s, "anchor", u"dockCenter"_s},
+                           Row{"popupAnchor", 3, "anchor", u"dockCenter"_s},
+                           Row{"panelTheme", u"Dark"_s, "panelTheme", u"system"_s}}) {
+        const QString key = QString::fromLatin1(row.key);
+        sharedDefaults.stored[key] = row.stored;
+        EXPECT_EQ(model().preferences()->property(row.property), row.read) << row.key;
+        EXPECT_EQ(sharedDefaults.stored[key], row.stored) << row.key;
+        model().preferences()->setProperty(row.property, row.read);
+        EXPECT_EQ(sharedDefaults.string(key).value_or(QString::number(sharedDefaults.integer(key))),
+                  row.read.toString())
+            << "once it is chosen";
+    }
+}
+
+TEST_F(SettingsPagesTest, ADigitIsGivenToAGroupAndTakenAwayOnTopOfWhatAnotherProcessAssigned)
+{
+    config.replaceGroups({named(u"Work"_s), named(u"Two\nlines"_s)});
+    config.replaceShortcuts({{1, config.groups()[0].id}});
+    EXPECT_EQ(model().shortcuts()->choices(), (QStringList{u"None"_s, u"Work"_s, u"Two lines"_s}));
+    EXPECT_EQ(choices(), (QList<int>{1, 0, 0, 0, 0, 0, 0, 0, 0}));
+
+    ConfigManager other({folder}, standardDefaults);
+    other.setShortcut(9, config.groups()[1].id);
+    model().shortcuts()->assign(3, 1);
+    model().shortcuts()->assign(1, 0);
+    model().shortcuts()->assign(2, 7); // of a list that was longer when the menu opened
+    EXPECT_EQ(choices(), (QList<int>{0, 0, 1, 0, 0, 0, 0, 0, 2}));
+    EXPECT_EQ(other.groupShortcuts(), config.groupShortcuts());
+
+    config.deleteGroup(config.groups()[0].id);
+    EXPECT_EQ(choices(), (QList<int>{0, 0, 0, 0, 0, 0, 0, 0, 1})) << "what is deleted leaves its digit";
+    for (const int digit : {0, 10})
+        config.setShortcut(digit, config.groups()[0].id);
+    config.setShortcut(5, QUuid::createUuid());
+    EXPECT_EQ(config.groupShortcuts().size(), 1);
+}
+
+TEST_F(SettingsPagesTest, ARowWarnsOfItsOwnConflictAndShowsTheDesktopsOwnTrigger)
+{
+    hotKeys.taken = {4};
+    KeyboardShortcuts &shortcuts = *model().shortcuts();
+    EXPECT_TRUE(shortcuts.rows()[3].warning.startsWith(u"⌥⇧4 is already used by another app, "_s));
+    hotKeys.refuse(6);
+    hotKeys.triggers[7] = u"F9"_s;
+    emit hotKeys.changed();
+    QStringList warned;
+    for (const ShortcutRowData &row : shortcuts.rows())
+        warned.append(row.warning.left(4));
+    EXPECT_EQ(warned, (QStringList{{}, {}, {}, u"⌥⇧4 "_s, {}, u"refu"_s, {}, {}, {}}));
+    EXPECT_EQ(shortcuts.rows()[6].trigger, u"F9"_s);
+    EXPECT_TRUE(shortcuts.notice().isEmpty());
+}
+
+TEST_F(SettingsPagesTest, WithoutHotKeysAReasonAndTheCommandsToBindAreGiven)
+{
+    hotKeys.available = Availability::unavailable(u"Nothing here."_s);
+    hotKeys.taken = {1, 2, 3};
+    config.replaceGroups({named(u"Side Ärbeit"_s), named(u"a; rm -rf"_s), named(u"Twin"_s), named(u"twin"_s),
+                          named(u"Twin"_s), named(u"-dash"_s)});
+    for (int digit = 1; digit <= 6; ++digit)
+        config.setShortcut(digit, config.groups()[digit - 1].id);
+    KeyboardShortcuts &shortcuts = *model().shortcuts();
+    EXPECT_TRUE(shortcuts.notice().startsWith(u"Nothing here. "_s));
+    const auto byID = [this](int group) {
+        return u"cobblet show "_s + config.groups()[group].id.toString(QUuid::WithoutBraces);
+    };
+    QStringList commands;
+    for (const ShortcutRowData &row : shortcuts.rows()) {
+        commands.append(row.command);
+        EXPECT_TRUE(row.warning.isEmpty()) << "nobody else has taken one";
+    }
+    EXPECT_EQ(commands, (QStringList{u"cobblet show \"Side Ärbeit\""_s,
+                                     byID(1),
+                                     byID(2),
+                                     u"cobblet show \"twin\""_s,
+                                     byID(4),
+                                     byID(5),
+                                     {},
+                                     {},
+                                     {}}));
+
+    KeyboardShortcuts ofAnAgent(config, nullptr);
+    EXPECT_EQ(ofAnAgent.notice(), u"The key combinations work while Cobblet itself runs."_s);
+    EXPECT_TRUE(ofAnAgent.rows()[0].command.isEmpty());
+}
+
+TEST_F(SettingsPagesTest, PhrasesAreCopiedAndTheShortcutsAppIsOpenedWhereThereIsOne)
+{
+    SiriCommands &siri = *model().siri();
+    QStringList phrases;
+    for (const QVariant &command : siri.commands())
+        for (const QString &verb : command.toMap()[u"verbs"_s].toStringList())
+            phrases.append(siri.phrase(verb));
+    EXPECT_EQ(phrases.size(), 9);
+    EXPECT_EQ(phrases[2], u"Fire up Group group in Cobblet"_s);
+    EXPECT_EQ(siri.example(), u"cobblet say \"Launch Work group in Cobblet\""_s);
+    model().copy(phrases[2]);
+    EXPECT_EQ(pasteboard.text, phrases[2]);
+
+    EXPECT_FALSE(siri.opensShortcuts());
+    workspace.urls = {u"shortcuts://"_s};
+    EXPECT_TRUE(siri.opensShortcuts());
+    siri.openShortcuts();
+    EXPECT_EQ(workspace.opened, workspace.urls);
+}
+
+} // namespace
+} // namespace cobblet
