@@ -75,6 +75,9 @@ void MainProgram::start()
     makePanelWindow([this](const QUuid &group) { standaloneManager().open(group); });
     registerHotKeys(m_platform.hotKeys());
     receiveEvents();
+    // Its window is in task lists, perhaps before any panel was shown.
+    connect(&m_core->notifications(), &NotificationCenter::openSettings, this, &MainProgram::showIcon,
+            Qt::QueuedConnection);
     // The entry in the menu that docks and launchers have from the desktop entry.
     m_platform.dockTile().setMenu([] { return QList<DockMenuItem>(); },
                                   [this](const QString &action) {
@@ -139,7 +142,13 @@ void MainProgram::preloadIcons()
             ids.append(app.bundleID);
     ids.removeDuplicates();
     m_icons->preload(ids.mid(0, maximum));
-    m_platform.dockTile().setIcon(QImage(m_bundle.resource(QStringLiteral("AppIcon.png"))));
+    showIcon();
+}
+
+void MainProgram::showIcon()
+{
+    if (!std::exchange(m_showsIcon, true))
+        m_platform.dockTile().setIcon(QImage(m_bundle.resource(QStringLiteral("AppIcon.png"))));
 }
 
 } // namespace cobblet

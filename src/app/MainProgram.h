@@ -27,12 +27,15 @@ private:
     void serve();
     /// Warms the icons of the groups that are not on show.
     void preloadIcons();
+    /// Of the program's windows.
+    void showIcon();
     void showStatusItem() { m_statusBarController->show(); }
     StandaloneGroupManager &standaloneManager();
     void startStandaloneManager();
 
     const CommandLine m_request;
     bool m_serves = false;
+    bool m_showsIcon = false;
     std::optional<StatusBarController> m_statusBarController;
     std::optional<StandaloneGroupManager> m_standaloneManager;
     bool m_standaloneManagerStarted = false;

@@ -175,3 +175,4 @@ class Pages(SettingsCase):
             self.assertGreater(len(controls), 8)
             for control in controls:
                 self.assertTrue(control.name.strip() and control.role not in ("", "unknown"), control)
+                self.assertTrue(control.role in ("label", "list") or "Press" in control.actions, control)

@@ -66,6 +66,8 @@ public:
     bool contains(const QString &key) const override { return stored.contains(key); }
     Status set(const QString &key, const QVariant &value) override
     {
+        if (!failure.isEmpty())
+            return Error{failure};
         stored[key] = value.metaType() == QMetaType::fromType<int>() ? QVariant(qint64(value.toInt())) : value;
         emit didChange();
         return {};
@@ -79,6 +81,7 @@ public:
     void registerDefault(const QString &key, const QVariant &value) override { registered[key] = value; }
 
     QMap<QString, QVariant> stored, registered;
+    QString failure; ///< why nothing is stored, when that is so
 };
 
 class FakeWorkspace : public Fake<Workspace> {

@@ -48,6 +48,14 @@ TEST_F(SettingsPagesTest, APreferenceOfAWrongTypeOrOutOfRangeReadsAsTheNearestAn
                   row.read.toString())
             << "once it is chosen";
     }
+    Preferences &preferences = *model().preferences();
+    sharedDefaults.failure = u"The disk is full."_s;
+    preferences.setPanelTheme(u"dark"_s);
+    EXPECT_EQ(preferences.failedSetting() + u": "_s + preferences.failure(), u"theme.dark: The disk is full."_s);
+    EXPECT_EQ(preferences.panelTheme(), u"system"_s);
+    sharedDefaults.failure.clear();
+    preferences.setColumns(4);
+    EXPECT_TRUE(preferences.failure().isEmpty() && preferences.failedSetting().isEmpty());
 }
 
 TEST_F(SettingsPagesTest, ADigitIsGivenToAGroupAndTakenAwayOnTopOfWhatAnotherProcessAssigned)

@@ -7,6 +7,8 @@ Item {
 
     property string label
     property string help
+    // Why what was chosen here could not be kept.
+    property string failure
     property int indent: 14
     default property alias control: slot.data
     // Lit for a moment, for one who was led here.
@@ -83,6 +85,20 @@ Item {
             wrapMode: Text.WordWrap
             maximumLineCount: 8
             font.pixelSize: 11
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+
+        CBText {
+            width: parent.width
+            visible: text
+            text: row.failure
+            color: CBTheme.failure
+            wrapMode: Text.WordWrap
+            maximumLineCount: 8
+            font.pixelSize: 11
+            Accessible.role: Accessible.AlertMessage
+            Accessible.name: text
         }
     }
 

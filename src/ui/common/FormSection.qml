@@ -46,5 +46,7 @@ Column {
         wrapMode: Text.WordWrap
         maximumLineCount: 6
         font.pixelSize: 11
+        Accessible.role: Accessible.StaticText
+        Accessible.name: text
     }
 }

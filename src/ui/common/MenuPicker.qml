@@ -17,6 +17,7 @@ Pressable {
     opacity: enabled ? 1 : 0.4
     Accessible.role: Accessible.ComboBox
     Accessible.description: text.text
+    Accessible.onPressAction: triggered()
     onTriggered: Choices.open(choices, current, button)
     Keys.onUpPressed: step(-1)
     Keys.onDownPressed: step(1)

@@ -33,6 +33,7 @@ class ThemeColors : public QObject, public EngineSingleton<ThemeColors>, private
     Q_PROPERTY(QColor edge READ edge NOTIFY changed)
     Q_PROPERTY(QColor accent READ accent NOTIFY changed)
     Q_PROPERTY(QColor warning READ warning CONSTANT)
+    Q_PROPERTY(QColor failure READ failure CONSTANT)
     Q_PROPERTY(QColor popoverBG MEMBER m_popoverBG NOTIFY changed)
     Q_PROPERTY(QColor fieldBG MEMBER m_fieldBG NOTIFY changed)
     Q_PROPERTY(QColor pageBG MEMBER m_pageBG NOTIFY changed)
@@ -46,6 +47,8 @@ public:
     QColor accent() const;
     /// Of the symbol beside what does not work; stands off from light and dark.
     static QColor warning() { return {240, 140, 20}; }
+    /// Of a sentence about what failed.
+    static QColor failure() { return MenuLook().destructive; }
     /// Around the panel: the palette's border, or one that stands off by itself where nothing casts a shadow.
     QColor outline() const { return m_outline; }
     /// Of the pixels that the rounded outline covers in part: transparent wherever that can be.

@@ -20,6 +20,7 @@ Pressable {
     fill: Qt.alpha(CBTheme.text, 0.08)
     fills: !isSelected
     Accessible.role: Accessible.ListItem
+    Accessible.onPressAction: triggered()
     Accessible.description: apps + (apps === 1 ? " app" : " apps")
     onTriggered: Settings.selectGroup(index)
     onMenuRequested: position => Settings.showGroupMenu(index, position)

@@ -6,6 +6,8 @@ FormPage {
     id: page
 
     readonly property Preferences preferences: Settings.preferences
+    readonly property var columnChoices: preferences.columnChoices
+    readonly property var rowChoices: preferences.rowChoices
 
     title: "Popup"
 
@@ -22,9 +24,9 @@ FormPage {
 
             MenuPicker {
                 label: columns.label
-                choices: page.counted(page.preferences.columnChoices)
-                current: page.preferences.columnChoices.indexOf(page.preferences.columns)
-                onChosen: index => page.preferences.columns = page.preferences.columnChoices[index]
+                choices: page.counted(page.columnChoices)
+                current: page.columnChoices.indexOf(page.preferences.columns)
+                onChosen: index => page.preferences.columns = page.columnChoices[index]
             }
         }
 
@@ -34,10 +36,10 @@ FormPage {
 
             MenuPicker {
                 label: rows.label
-                choices: page.counted(page.preferences.rowChoices)
-                current: page.preferences.rowChoices.indexOf(page.preferences.maxRows)
+                choices: page.counted(page.rowChoices)
+                current: page.rowChoices.indexOf(page.preferences.maxRows)
                 enabled: page.preferences.columns > 0
-                onChosen: index => page.preferences.maxRows = page.preferences.rowChoices[index]
+                onChosen: index => page.preferences.maxRows = page.rowChoices[index]
             }
         }
     }

@@ -76,7 +76,7 @@ QString Preferences::anchor() const
 
 void Preferences::setPanelTheme(const QString &theme)
 {
-    store(themeKey, theme);
+    store(themeKey, theme, QStringLiteral("theme.") + theme);
 }
 
 void Preferences::setGlassyStyle(bool glassy)
@@ -119,13 +119,11 @@ QList<int> Preferences::rowChoices()
     return {0, 1, 2, 3, 4, 5, 6};
 }
 
-void Preferences::store(const char *key, const QVariant &value)
+void Preferences::store(const char *key, const QVariant &value, const QString &setting)
 {
     const Status stored = m_defaults.set(named(key), value);
-    const QString failure = stored ? QString() : stored.error();
-    if (failure == m_failure)
-        return;
-    m_failure = failure;
+    m_failure = stored ? QString() : stored.error();
+    m_failedSetting = stored ? QString() : setting.isEmpty() ? named(key) : setting;
     emit failureChanged();
 }
 

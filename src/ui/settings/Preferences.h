@@ -24,6 +24,7 @@ class Preferences : public QObject {
     Q_PROPERTY(QList<int> columnChoices READ columnChoices CONSTANT)
     Q_PROPERTY(QList<int> rowChoices READ rowChoices CONSTANT)
     Q_PROPERTY(QString failure READ failure NOTIFY failureChanged)
+    Q_PROPERTY(QString failedSetting READ failedSetting NOTIFY failureChanged)
 public:
     /// The defaults are those that agents read too, and outlive the object.
     explicit Preferences(UserDefaults &sharedDefaults, QObject *parent = nullptr);
@@ -52,17 +53,20 @@ public:
     static QList<int> rowChoices();
 
     /// Why the last change could not be kept; empty when it was.
-    QString failure() const { return m_failure; }
+    const QString &failure() const { return m_failure; }
+    /// The setting of the catalogue that could not be kept; empty when there is none.
+    const QString &failedSetting() const { return m_failedSetting; }
 
 signals:
     void changed();
     void failureChanged();
 
 private:
-    void store(const char *key, const QVariant &value);
+    /// `setting` is the catalogue's name, where that is not the key.
+    void store(const char *key, const QVariant &value, const QString &setting = {});
 
     UserDefaults &m_defaults;
-    QString m_failure;
+    QString m_failure, m_failedSetting;
 };
 
 } // namespace cobblet

@@ -7,5 +7,6 @@ FormRow {
     readonly property var entry: Settings.setting(setting)
 
     label: entry.label
+    failure: Settings.preferences.failedSetting === setting ? Settings.preferences.failure : ""
     help: entry.help
 }

@@ -91,6 +91,7 @@ FocusScope {
                     systemImage: modelData.symbol
                     isSelected: Settings.pageRow === index
                     Accessible.role: Accessible.ListItem
+                    Accessible.onPressAction: triggered()
                     onTriggered: Settings.selectPage(index)
                 }
             }

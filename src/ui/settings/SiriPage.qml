@@ -62,6 +62,8 @@ FormPage {
             wrapMode: Text.WordWrap
             maximumLineCount: 8
             font.pixelSize: 12
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
         }
     }
 
@@ -125,5 +127,15 @@ FormPage {
         visible: page.siri.opensShortcuts
         label: "Open Shortcuts"
         onTriggered: page.siri.openShortcuts()
+    }
+
+    CBText {
+        width: parent.width
+        visible: text
+        text: page.siri.failure
+        color: CBTheme.failure
+        wrapMode: Text.WordWrap
+        maximumLineCount: 4
+        font.pixelSize: 11
     }
 }
