@@ -103,8 +103,13 @@ void PanelProgram::makePanelWindow(const std::function<void(const QUuid &)> &ope
                                      openStandalone});
     m_platform.menus().setLook([this](const QWindow *window) {
         SettingsView *settings = m_settings ? m_settings->view() : nullptr;
-        const bool overSettings = settings && window == &settings->window();
-        return (overSettings ? settings->engine() : m_view->engine()).theme().menuLook();
+        MenuLook look = m_view->engine().theme().menuLook();
+        if (settings && window == &settings->window()) {
+            const bool blends = look.blends; // which the panel follows
+            look = settings->engine().theme().menuLook();
+            look.blends = blends;
+        }
+        return look;
     });
     connect(&m_core->notifications(), &NotificationCenter::openSettings, this, [this] { settings().open(); });
     connect(&m_view->window(), &QQuickWindow::frameSwapped, this, &PanelProgram::firstPanelPainted,

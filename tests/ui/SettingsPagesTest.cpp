@@ -40,9 +40,10 @@ TEST_F(SettingsPagesTest, APreferenceOfAWrongTypeOrOutOfRangeReadsAsTheNearestAn
                            Row{"popupAnchor", 3, "anchor", u"dockCenter"_s},
                            Row{"panelTheme", u"Dark"_s, "panelTheme", u"system"_s}}) {
         const QString key = QString::fromLatin1(row.key);
-        sharedDefaults.stored[key] = row.stored;
+        (void)sharedDefaults.set(key, row.stored);
+        const QVariant stored = sharedDefaults.stored[key];
         EXPECT_EQ(model().preferences()->property(row.property), row.read) << row.key;
-        EXPECT_EQ(sharedDefaults.stored[key], row.stored) << row.key;
+        EXPECT_EQ(sharedDefaults.stored[key], stored) << row.key;
         model().preferences()->setProperty(row.property, row.read);
         EXPECT_EQ(sharedDefaults.string(key).value_or(QString::number(sharedDefaults.integer(key))),
                   row.read.toString())
