@@ -74,7 +74,7 @@ PopoverFrame {
                 sheet.apps.toggle(index);
             }
             onDoubleClicked: mouse => {
-                if (mouse.button !== Qt.LeftButton)
+                if (mouse.button !== Input.LeftButton)
                     return;
                 if (!isChosen)
                     sheet.apps.toggle(index);

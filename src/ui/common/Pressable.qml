@@ -22,7 +22,7 @@ MouseArea {
     signal menuRequested(point position)
 
     hoverEnabled: true
-    acceptedButtons: Qt.LeftButton | Qt.RightButton
+    acceptedButtons: Input.LeftButton | Input.RightButton
     preventStealing: true
 
     function updateFill() {
@@ -61,11 +61,11 @@ MouseArea {
     onPressed: mouse => {
         if (tip)
             Decorations.closeTip();
-        if (mouse.button === Qt.RightButton)
+        if (mouse.button === Input.RightButton)
             menuRequested(mapToItem(null, mouse.x, mouse.y));
     }
     onClicked: mouse => {
-        if (mouse.button === Qt.LeftButton)
+        if (mouse.button === Input.LeftButton)
             triggered();
     }
 
@@ -83,7 +83,7 @@ MouseArea {
     Keys.onSpacePressed: triggered()
     Keys.onMenuPressed: openMenu()
     Keys.onPressed: event => {
-        event.accepted = event.key === Qt.Key_F10 && event.modifiers & Qt.ShiftModifier;
+        event.accepted = event.key === Input.KeyF10 && event.modifiers & Input.ShiftModifier;
         if (event.accepted)
             openMenu();
     }
