@@ -46,7 +46,12 @@ constexpr std::chrono::seconds unseenDelay{1}; ///< after the list of those with
 /// Each service is made when it is first asked for, and is destroyed before what it was built from.
 class FreedesktopPlatform : public Platform {
 public:
-    explicit FreedesktopPlatform(const PlatformOptions &options) : m_options(options) {}
+    explicit FreedesktopPlatform(const PlatformOptions &options) : m_options(options)
+    {
+        // The threads seldom work at once, and each arena of its own keeps its gaps for good. Said before the first
+        // thread, that of the bus, has one.
+        ::mallopt(M_ARENA_MAX, 1);
+    }
 
     QString applicationSupportFolder() const override
     {
@@ -103,8 +108,6 @@ public:
     /// Reading the font configuration takes several of the milliseconds before the first text is painted.
     void warmUp() override
     {
-        // The threads seldom work at once, and each arena of its own keeps its gaps for good.
-        ::mallopt(M_ARENA_MAX, 1);
         m_fonts = std::jthread([] { ::FcInit(); });
     }
 
