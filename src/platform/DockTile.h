@@ -33,8 +33,8 @@ public:
     virtual void setIcon(const QImage &icon) = 0;
     /// Makes this process the active application as far as the desktop lets it.
     virtual void activateApplication() = 0;
-    /// Shows an ordinary window of this process in front of all others and with the keyboard, on the desktop where the
-    /// person is.
+    /// Shows an ordinary window of this process in front of all others and with the keyboard, on the desktop where
+    /// the person is.
     virtual void bringForward(QWindow &window) = 0;
     /// The icon's menu. `items` is asked for whenever the menu is to be seen, unless the desktop has it from the
     /// registration of the bundle; `chosen` carries out an action, and says whether it knows it.
