@@ -115,6 +115,19 @@ def entries(results):
               median("true", "whole"), "true", at_most=8)
 
 
+def settings(results):
+    """The settings window: the targets of the first time and of the next ones go by the floor's cold start."""
+    median, mib = results.median, results.mebibytes
+    floor, again = median("settings' floor cold", "painted"), median("settings again", "painted")
+    yield row("settings window, first time", median("settings first", "painted"), "ms", floor, "floor, cold", times=1)
+    yield row("  again", again, "ms", floor, "floor, cold", times=0.5)
+    yield row("  with 300 groups", median("settings 300", "painted"), "ms", again, "usual groups", times=1.3)
+    yield row("  another page", median("settings page", "painted"), "ms", at_most=16.7)
+    before, after = (mib(f"settings {when}", "memory", "anon") for when in ("before", "after"))
+    yield row("  own memory after ten times", after - before if None not in (before, after) else None, "MiB",
+              at_most=1.5)
+
+
 def building(results):
     """An agent built and registered, beside the floor's copy, icon and hashes; then step by step."""
     def median(name):
@@ -226,6 +239,7 @@ def rows(results):
     yield row("hidden: context switches in 10 s", switches * scale if switches is not None else None, "", at_most=2)
     yield row("hidden: CPU in 10 s", cpu * scale if cpu is not None else None, "ms", at_most=0.5)
 
+    yield from settings(results)
     yield from standalone(results)
     yield from suggestions(results)
 

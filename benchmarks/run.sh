@@ -2,8 +2,8 @@
 # usage: run.sh BUILD_DIR [--quick] [--only NAME] [--results FILE]
 #
 # Measures Cobblet and its peers, side by side in one private session, and prints one table. The parts, for --only:
-# show entries cold memory select cycles large standalone suggestions micro peers (those up to memory, and standalone, with the
-# floor that Cobblet is compared with).
+# show entries cold memory select cycles large settings standalone suggestions micro peers (those up to memory, settings
+# and standalone with the floor that Cobblet is compared with).
 # --quick does everything with fewer rounds. Status 0 whatever the figures are; a figure that could not be had says why.
 set -eu
 
@@ -24,7 +24,7 @@ if [ "${1:-}" != --inside ]; then
         shift
     done
     case $only in
-    '' | show | entries | cold | memory | select | cycles | large | standalone | suggestions | micro | peers) ;;
+    '' | show | entries | cold | memory | select | cycles | large | settings | standalone | suggestions | micro | peers) ;;
     *) echo "run.sh: there is no part $only" >&2; exit 2 ;;
     esac
     export build quick only results
@@ -216,6 +216,37 @@ if part large; then
     fi
     end
     with_usual_groups
+fi
+
+# The settings window: the first time in a process, again, with 300 groups, another page; and what it leaves behind.
+settings() { # MEASUREMENT LABEL OPTIONS...
+    local measurement=$1 label=$2
+    shift 2
+    watch "$measurement" --label "$label" --class "$cobblet_class" --bus com.vantor.cobblet --action settings \
+        --dismiss Ctrl+w --pid "$pid" "$@"
+}
+if part settings; then
+    for ((pass = 0; pass < passes; pass++)); do
+        watch show --label "settings' floor cold" --class "$floor_class" --dismiss end --rounds "$cold_rounds" \
+            -- "$floor" --show
+        for ((again = 0; again < 5; again++)); do
+            begin_cobblet 1 && settings show "settings first" --rounds 1 --warmup 0
+            [ "$again" -eq 4 ] || end
+        done
+        settings show "settings again" --rounds "$rounds"
+        "$cobblet" settings && sleep 1 && press Home && press End && press Up
+        watch change --label "settings page" --class "$cobblet_class" --key Down --back Up --pid "$pid" --rounds 7
+        end
+        begin_cobblet 1 && sleep 5 && watch idle --label "settings before" --pid "$pid" --seconds 1
+        settings cycles "settings cycles" --rounds 10
+        sleep 5
+        watch idle --label "settings after" --pid "$pid" --seconds 1
+        end
+        with_other_groups 300 11
+        begin_cobblet 1 && settings show "settings 300" --rounds "$rounds"
+        end
+        with_usual_groups
+    done
 fi
 
 # A group as an application of its own: "agent" for short. Eleven applications in each group, and as many tiles.

@@ -35,7 +35,7 @@ public:
         if (!plan.key.empty())
             m_request = std::make_unique<KeyTrigger>(m_display, plan.key);
         else if (!plan.bus.empty())
-            m_request = std::make_unique<BusTrigger>(plan.bus);
+            m_request = std::make_unique<BusTrigger>(plan.bus, plan.action);
         else
             m_request = std::make_unique<CommandTrigger>(plan.command);
         if (plan.dismiss != "end")

@@ -15,6 +15,7 @@ struct Plan {
     std::string windowClass;          ///< pattern for "instance.class" of WM_CLASS
     std::string key;                  ///< the request: a chord of keys,
     std::string bus;                  ///< or the bus name of a running program,
+    std::string action;               ///< of that program, instead of its activation
     std::vector<std::string> command; ///< or a program to start
     std::string dismiss = "Escape";   ///< a chord, or "end" to end the started program
     std::string back;                 ///< the chord that undoes a change

@@ -9,7 +9,8 @@
 
 namespace panelwatch {
 
-BusTrigger::BusTrigger(const std::string &busName) : m_busName(busName), m_path("/" + busName)
+BusTrigger::BusTrigger(const std::string &busName, const std::string &action)
+    : m_busName(busName), m_action(action), m_path("/" + busName)
 {
     // The path that belongs to a name, as D-Bus activatable applications have it.
     std::replace(m_path.begin(), m_path.end(), '.', '/');
@@ -41,11 +42,18 @@ double BusTrigger::fire()
     while (DBusMessage *old = dbus_connection_pop_message(m_connection))
         dbus_message_unref(old);
 
-    DBusMessage *call =
-        dbus_message_new_method_call(m_busName.c_str(), m_path.c_str(), "org.freedesktop.Application", "Activate");
+    DBusMessage *call = dbus_message_new_method_call(m_busName.c_str(), m_path.c_str(), "org.freedesktop.Application",
+                                                     m_action.empty() ? "Activate" : "ActivateAction");
     DBusMessageIter arguments;
     DBusMessageIter platformData;
     dbus_message_iter_init_append(call, &arguments);
+    if (!m_action.empty()) {
+        const char *action = m_action.c_str();
+        DBusMessageIter parameters;
+        dbus_message_iter_append_basic(&arguments, DBUS_TYPE_STRING, &action);
+        dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "v", &parameters);
+        dbus_message_iter_close_container(&arguments, &parameters);
+    }
     dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, "{sv}", &platformData);
     dbus_message_iter_close_container(&arguments, &platformData);
     dbus_message_set_no_reply(call, TRUE);

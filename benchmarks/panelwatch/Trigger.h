@@ -34,16 +34,18 @@ private:
     std::vector<Display::KeyCode> m_keys;
 };
 
-/// Calls org.freedesktop.Application.Activate of a program on the session bus, over a connection that is there
-/// before the request, so that no start of a process is in the figure.
+/// Calls org.freedesktop.Application of a program on the session bus, Activate or one of its actions, over a
+/// connection that is there before the request, so that no start of a process is in the figure.
 class BusTrigger : public Trigger {
 public:
-    explicit BusTrigger(const std::string &busName);
+    /// `action` is empty for Activate.
+    BusTrigger(const std::string &busName, const std::string &action);
     ~BusTrigger() override;
     double fire() override;
 
 private:
     std::string m_busName;
+    std::string m_action;
     std::string m_path;
     DBusConnection *m_connection = nullptr;
 };

@@ -23,6 +23,7 @@ constexpr const char *usage =
     "       cobblet_bench_panelwatch run    [OPTIONS] -- PROGRAM ARGUMENTS\n"
     "       cobblet_bench_panelwatch idle   --pid PID [--seconds N]\n"
     "REQUEST is --key CHORD, --bus NAME (Activate on the session bus) or the program after --.\n"
+    "  --action NAME    of the program on the bus, instead of Activate\n"
     "  --label TEXT     name in the output          --pid PID      the program that stays\n"
     "  --dismiss CHORD  or \"end\" for a started one  --rounds N --warmup N --colours N\n"
     "  --quiet MS       undrawn for so long: settled --pause MS --timeout MS\n"
@@ -46,6 +47,7 @@ Plan planFrom(int argc, char **argv)
         {"--class", [&](const char *text) { plan.windowClass = text; }},
         {"--key", [&](const char *text) { plan.key = text; }},
         {"--bus", [&](const char *text) { plan.bus = text; }},
+        {"--action", [&](const char *text) { plan.action = text; }},
         {"--dismiss", [&](const char *text) { plan.dismiss = text; }},
         {"--back", [&](const char *text) { plan.back = text; }},
         {"--pid", [&](const char *text) { plan.pid = number<int>(text); }},

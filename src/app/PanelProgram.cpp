@@ -150,12 +150,14 @@ void PanelProgram::showPanelSoon()
 SettingsWindow &PanelProgram::settings()
 {
     if (!m_settings) {
+        m_suggestions.emplace(m_core->usage(), m_core->config(), m_platform.workspace(),
+                              m_platform.standardDefaults(), scheduler());
         m_settings.emplace(SettingsDependencies{
             m_core->config(), m_platform.sharedDefaults(), m_platform.standardDefaults(), m_core->notifications(),
             m_platform.dialogs(), m_platform.menus(), m_platform.appearance(), m_platform.workspace(), *m_icons,
             groupIcons(), m_platform.runningApplications(), m_platform.distributedNotifications(),
             m_platform.pasteboard(), m_platform.dockTile(),
-            isAgentIdentifier(m_bundle.identifier) ? nullptr : &*m_hotkeyManager,
+            isAgentIdentifier(m_bundle.identifier) ? nullptr : &*m_hotkeyManager, scheduler(), *m_suggestions,
             m_bundle.resource(QStringLiteral("emoji"))});
         connect(&*m_settings, &SettingsWindow::closed, this, &PanelProgram::releaseMemorySoon);
     }

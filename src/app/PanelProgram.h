@@ -2,6 +2,7 @@
 
 #include "app/Core.h"
 #include "app/DiagnosticsSources.h"
+#include "control/GroupSuggestionService.h"
 #include "control/RunningAppsMonitor.h"
 #include "model/PopupSettings.h"
 #include "model/Theme.h"
@@ -89,6 +90,7 @@ protected:
     std::optional<PanelView> m_view;
     std::optional<GlobalHotkeyManager> m_hotkeyManager;
     std::unique_ptr<Diagnostics> m_diagnostics;
+    std::optional<GroupSuggestionService> m_suggestions;
     std::optional<SettingsWindow> m_settings;
     std::optional<AppDelegate> m_delegate;
 

@@ -52,6 +52,8 @@ public:
     std::optional<int> shortcutDigit(const QUuid &id) const;
     /// Whether the last change reached the file, or why it is kept in memory and in the preferences only.
     const Status &saved() const { return m_fileWrite; }
+    /// All digits that select the group.
+    QList<int> shortcutDigits(const QUuid &id) const { return m_groupShortcuts.keys(id); }
 
     /// How the file with the groups and their second copy are doing, as a person is told.
     QList<Capability> storage() const;
@@ -63,6 +65,9 @@ public:
     void addGroup(const AppGroup &group);
     void renameGroup(const QUuid &id, const QString &name);
     void deleteGroup(const QUuid &id);
+    /// Puts a deleted group back at `index`, or at the end of a shorter list, with those of its digits that no other
+    /// group has by now.
+    void restoreGroup(const AppGroup &group, qsizetype index, const QList<int> &digits);
     /// Moves the group to the place of `target`; the rest close up, in both directions.
     void moveGroup(const QUuid &id, const QUuid &target);
     void setPinned(const QUuid &id, bool pinned);

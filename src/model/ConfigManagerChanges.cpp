@@ -90,6 +90,22 @@ void ConfigManager::deleteGroup(const QUuid &id)
     });
 }
 
+void ConfigManager::restoreGroup(const AppGroup &group, qsizetype index, const QList<int> &digits)
+{
+    const auto locked = lock();
+    const bool changed = changeGroups([group, index](QList<AppGroup> &groups) {
+        if (groupAt(groups, group.id) < 0)
+            groups.insert(std::clamp(index, qsizetype(0), groups.size()), group);
+    });
+    if (!changed || !this->group(group.id))
+        return;
+    changeShortcuts([&](QMap<int, QUuid> &shortcuts) {
+        for (const int digit : digits)
+            if (!shortcuts.contains(digit))
+                shortcuts.insert(digit, group.id);
+    });
+}
+
 void ConfigManager::moveGroup(const QUuid &id, const QUuid &target)
 {
     changeGroups([id, target](QList<AppGroup> &groups) {

@@ -123,7 +123,7 @@ void StandaloneGroupManager::start()
 {
     inBackground([this] { return m_builder.recover(); });
     reconcile();
-    refreshOutdated();
+    refreshOutdated(m_standalone.values());
 }
 
 void StandaloneGroupManager::reconcile()
@@ -155,10 +155,12 @@ void StandaloneGroupManager::reconcile()
         });
 }
 
-void StandaloneGroupManager::refreshOutdated()
+void StandaloneGroupManager::refreshOutdated(const QList<AppGroup> &groups)
 {
+    if (groups.isEmpty())
+        return;
     inBackground(
-        [this, groups = m_standalone.values()] {
+        [this, groups] {
             QList<AppGroup> outdated;
             for (const AppGroup &group : groups) {
                 const auto bundle = m_builder.folder().bundleOf(group);
@@ -319,9 +321,15 @@ void StandaloneGroupManager::follow()
     if (lost)
         reconcile();
     const bool waits = !m_changed.isEmpty();
-    for (const AppGroup &group : std::as_const(m_standalone))
-        if (const auto known = before.constFind(group.id); known != before.cend() && !looksAlike(*known, group))
+    QList<AppGroup> arrived; // one that was deleted came back, or another process made it standalone
+    for (const AppGroup &group : std::as_const(m_standalone)) {
+        const auto known = before.constFind(group.id);
+        if (known == before.cend() && !m_installing.contains(group.id))
+            arrived.append(group);
+        else if (known != before.cend() && !looksAlike(*known, group))
             m_changed.insert(group.id, group);
+    }
+    refreshOutdated(arrived);
     if (!waits && !m_changed.isEmpty())
         m_services.scheduler.detached(changeDelay, [self = QPointer(this)] {
             if (self)

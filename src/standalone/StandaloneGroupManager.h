@@ -23,8 +23,8 @@ class Scheduler;
 class Workspace;
 
 /// Keeps the agents of standalone groups: builds their bundles, brings them up to date when a group or the program
-/// changes, and takes them away. Main thread; files and tools are worked with on a thread of its own, one step at a
-/// time, so that every call returns at once.
+/// changes, and takes them away; one whose group comes back is built again. Main thread; files and tools are worked
+/// with on a thread of its own, one step at a time, so that every call returns at once.
 class StandaloneGroupManager : public QObject {
     Q_OBJECT
 public:
@@ -82,7 +82,8 @@ private:
     /// The same for work of which only a failure is worth telling, in the log.
     void inBackground(std::function<Status()> work);
 
-    void refreshOutdated();
+    /// Builds those whose bundle is missing or of another build of the program.
+    void refreshOutdated(const QList<AppGroup> &groups);
     void follow();
     void refreshChanged();
     void replaced(const QList<AgentBundle> &before, const QString &destination, const AppGroup &group);

@@ -111,6 +111,22 @@ TEST_F(ConfigManagerTest, NewGroupsTakeTheSmallestFreeDigit)
     manager.addGroup(manager.groups().at(2));
     EXPECT_EQ(text(manager.groups()), "ABCEFGHIJX") << "a group is not added twice";
 
+    // One that comes back takes its place and what is left of its digits.
+    const AppGroup first = manager.groups().first();
+    manager.deleteGroup(first.id);
+    manager.addGroup(groups(u"Y"_s)[0]);
+    manager.restoreGroup(first, 0, {1, 4});
+    EXPECT_EQ(text(manager.groups()), "ABCEFGHIJXY");
+    EXPECT_EQ(manager.shortcutDigits(first.id), QList<int>()) << "both are taken";
+    manager.deleteGroup(id(1));
+    manager.deleteGroup(id(1));
+    manager.restoreGroup(first, 5, {2});
+    EXPECT_EQ(manager.shortcutDigits(first.id), QList<int>()) << "it was never away";
+    manager.deleteGroup(first.id);
+    manager.restoreGroup(first, 100, {2, 4});
+    EXPECT_EQ(text(manager.groups()), "EFGHIJXYA");
+    EXPECT_EQ(manager.shortcutDigits(first.id), QList<int>{2});
+
     const QByteArray map = encodeShortcuts({{4, id(0)}, {5, QUuid::createUuid()}});
     for (const QByteArray &stored : {map, map.chopped(1)}) { // with a group that is unknown; undecodable
         defaults.stored[shortcutsKey] = stored;

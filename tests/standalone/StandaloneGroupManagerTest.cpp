@@ -168,6 +168,22 @@ TEST_F(StandaloneGroupManagerTest, AGroupThatIsDeletedOrNoLongerStandaloneLosesI
     waitUntilIdle();
     EXPECT_EQ(leftovers(), QStringList());
     EXPECT_EQ(running.calls, QStringList(u"forceTerminate %1 4711"_s.arg(identifier)));
+    running.quit(agent);
+
+    // Deleted, and brought back before and after its agent is gone.
+    attach(work);
+    const AppGroup standalone = *config.group(work.id);
+    config.deleteGroup(work.id);
+    config.restoreGroup(standalone, 0, {});
+    waitUntilIdle();
+    EXPECT_EQ(leftovers(), built);
+    config.deleteGroup(work.id);
+    waitUntilIdle();
+    EXPECT_EQ(leftovers(), QStringList());
+    config.restoreGroup(standalone, 0, {});
+    waitUntilIdle();
+    EXPECT_EQ(leftovers(), built);
+    EXPECT_TRUE(dialogs.alerts.isEmpty());
 
     // Deleted while the program does not run; the desktop also knows one of which nothing is left, and others.
     attach(work);

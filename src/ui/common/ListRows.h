@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractListModel>
+#include <QHash>
 
 #include <algorithm>
 
@@ -39,6 +40,42 @@ protected:
             emit dataChanged(index(int(changed)), index(int(kept - 1)));
     }
 
+    /// The same where a row is told by its key, and no two have the same: rows move, come and go one by one, so that
+    /// a view can animate it and keeps what belongs to a row. A list that is mostly another one changes in place.
+    template<class Key>
+    void setRows(QList<Row> rows, Key Row::*key)
+    {
+        constexpr int mostMoves = 32;
+        if (m_rows.isEmpty())
+            return setRows(std::move(rows));
+        QHash<Key, qsizetype> wanted;
+        for (qsizetype i = 0; i < rows.size(); ++i)
+            wanted.insert(rows[i].*key, i);
+        for (qsizetype i = m_rows.size() - 1; i >= 0; --i)
+            if (!wanted.contains(m_rows[i].*key))
+                dropRow(i);
+        int moves = 0;
+        for (qsizetype i = 0; i < rows.size() && moves < mostMoves; ++i) {
+            const auto isAt = [&](qsizetype at) { return at < m_rows.size() && m_rows[at].*key == rows[i].*key; };
+            if (isAt(i))
+                continue;
+            const auto found = std::ranges::find(m_rows, rows[i].*key, key);
+            if (found == m_rows.end()) {
+                beginInsertRows({}, int(i), int(i));
+                m_rows.insert(i, rows[i]);
+                endInsertRows();
+                continue;
+            }
+            ++moves;
+            // Either this row came up, or the one in its place went down.
+            if (isAt(i + 1))
+                shiftRow(i, std::min(wanted.value(m_rows[i].*key), m_rows.size() - 1));
+            if (!isAt(i))
+                shiftRow(std::ranges::find(m_rows, rows[i].*key, key) - m_rows.begin(), i);
+        }
+        setRows(std::move(rows));
+    }
+
     /// Moves a row to the place that it then has.
     void shiftRow(qsizetype from, qsizetype to)
     {
@@ -61,6 +98,13 @@ protected:
     }
 
 private:
+    void dropRow(qsizetype row)
+    {
+        beginRemoveRows({}, int(row), int(row));
+        m_rows.removeAt(row);
+        endRemoveRows();
+    }
+
     QList<Row> m_rows;
 };
 

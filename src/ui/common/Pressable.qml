@@ -11,6 +11,8 @@ MouseArea {
     property real corner: 6
     property bool fills: true
     property Item springs: null
+    // Whether letting go of the button is a click, and not the end of a drag.
+    property bool clicks: true
 
     property HoverFill decoration: null
     property FocusRing ring: null
@@ -65,7 +67,7 @@ MouseArea {
             menuRequested(mapToItem(null, mouse.x, mouse.y));
     }
     onClicked: mouse => {
-        if (mouse.button === Input.LeftButton)
+        if (mouse.button === Input.LeftButton && clicks)
             triggered();
     }
 

@@ -12,6 +12,8 @@ Rectangle {
     property string description
     // Gets the keys first.
     property Item keysTo: null
+    // Where the text begins.
+    property int inset: 8
     signal accepted
 
     height: 28
@@ -22,8 +24,8 @@ Rectangle {
 
     TextInput {
         id: input
-        x: 8
-        width: field.width - 16
+        x: field.inset
+        width: field.width - x - 8
         height: field.height
         verticalAlignment: TextInput.AlignVCenter
         clip: true
@@ -43,8 +45,8 @@ Rectangle {
 
     CBText {
         id: placeholderText
-        x: 8
-        width: field.width - 16
+        x: field.inset
+        width: field.width - x - 8
         height: field.height
         visible: input.text === "" && input.preeditText === ""
         color: CBTheme.text3

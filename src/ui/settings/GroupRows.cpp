@@ -11,7 +11,7 @@ void GroupRows::update(const QList<AppGroup> &groups, const std::function<bool(c
     for (const AppGroup &group : groups)
         rows.append({group.id, displayText(group.name), displayText(group.emoji), int(group.apps.size()),
                      group.isPinned, hasDraft(group)});
-    setRows(std::move(rows));
+    setRows(std::move(rows), &GroupRowData::groupID);
 }
 
 int GroupRows::rowOfGroup(const QUuid &id) const

@@ -33,6 +33,8 @@ public:
 
     void update(const QList<AppGroup> &groups, const std::function<bool(const AppGroup &)> &hasDraft);
 
+    /// Moves the row to the place that it then has. Stored is what ConfigManager has.
+    void move(int from, int to) { shiftRow(from, to); }
     /// The group's row, or -1.
     int rowOfGroup(const QUuid &id) const;
 

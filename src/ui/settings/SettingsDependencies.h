@@ -11,11 +11,13 @@ class DistributedNotifications;
 class DockTile;
 class GlobalHotkeyManager;
 class GroupIconProvider;
+class GroupSuggestionService;
 class IconProvider;
 class Menus;
 class NotificationCenter;
 class Pasteboard;
 class RunningApplications;
+class Scheduler;
 class UserDefaults;
 class Workspace;
 
@@ -36,6 +38,8 @@ struct SettingsDependencies {
     Pasteboard &pasteboard;
     DockTile &dockTile;
     GlobalHotkeyManager *hotkeys; ///< null where the key combinations are another process's
+    Scheduler &scheduler;
+    GroupSuggestionService &suggestions;
     QString emojiTables{};        ///< the folder of the tables of names; empty for none
 };
 

@@ -2,7 +2,7 @@ import QtQuick
 import Cobblet.Controls
 import Cobblet.Settings
 
-// The groups, and below them the pages.
+// The field that searches, and below it the groups and pages, or what was found.
 FocusScope {
     id: sidebar
 
@@ -11,96 +11,46 @@ FocusScope {
         color: CBTheme.panelBG
     }
 
-    ListView {
+    SearchField {
+        id: search
+        x: 10
+        y: 12
+        width: sidebar.width - 20
+        onEscaped: list.forceActiveFocus()
+    }
+
+    GroupList {
         id: list
         x: 10
+        y: 54
         width: sidebar.width - 20
-        height: sidebar.height
-        focus: true
-        activeFocusOnTab: true
-        boundsBehavior: Flickable.StopAtBounds
-        interactive: contentHeight > height
-        clip: true
-        cacheBuffer: 120
-        model: Settings.groups
-        currentIndex: Settings.groupRow
-        highlightFollowsCurrentItem: false
-        Accessible.role: Accessible.List
-        Accessible.name: "Groups and pages"
-        Keys.onUpPressed: Settings.step(-1)
-        Keys.onDownPressed: Settings.step(1)
-        onCurrentIndexChanged: {
-            if (currentIndex >= 0)
-                positionViewAtIndex(currentIndex, ListView.Contain);
-        }
-
-        header: Item {
-            width: list.width
-            height: 40
-
-            CBText {
-                x: 8
-                y: 16
-                text: "Groups"
-                color: CBTheme.text2
-                font.pixelSize: 11
-                font.weight: Font.DemiBold
-                Accessible.role: Accessible.Heading
-                Accessible.name: text
-            }
-        }
-
-        delegate: GroupRow {
-            width: ListView.view.width
-            isSelected: ListView.isCurrentItem
-        }
-
-        footer: Column {
-            width: list.width
-            bottomPadding: 12
-
-            SettingsSidebarLabel {
-                width: parent.width
-                title: "Add Group"
-                systemImage: "plus"
-                onTriggered: Popovers.toggle(Qt.createComponent("AddGroupPopover.qml"), this)
-            }
-
-            Item {
-                width: parent.width
-                height: 21
-
-                Rectangle {
-                    x: 8
-                    y: 10
-                    width: parent.width - 16
-                    height: Math.max(0.5, 1 / Screen.devicePixelRatio)
-                    color: CBTheme.hairline
-                }
-            }
-
-            Repeater {
-                model: Settings.pages
-
-                SettingsSidebarLabel {
-                    required property int index
-                    required property var modelData
-
-                    width: list.width
-                    title: modelData.title
-                    systemImage: modelData.symbol
-                    isSelected: Settings.pageRow === index
-                    Accessible.role: Accessible.ListItem
-                    Accessible.onPressAction: triggered()
-                    onTriggered: Settings.selectPage(index)
-                }
-            }
-        }
+        height: undo.y - y
+        visible: !results.active
     }
 
     ScrollIndicator {
         anchors.right: parent.right
-        height: parent.height
+        y: list.y
+        height: list.height
         flickable: list
+        visible: list.visible && ratio > 0 && ratio < 1
+    }
+
+    Loader {
+        id: results
+        x: list.x
+        y: list.y - 6
+        width: list.width
+        height: undo.y - y
+        active: Settings.query.trim()
+        sourceComponent: SearchResults {
+            current: search.current
+        }
+    }
+
+    UndoLine {
+        id: undo
+        y: sidebar.height - height
+        width: sidebar.width
     }
 }

@@ -9,7 +9,7 @@ Pressable {
     required property string systemImage
     property bool isSelected: false
 
-    height: 31
+    height: Units.rowHeight
     corner: 8
     label: title
     fill: Qt.alpha(CBTheme.text, 0.08)

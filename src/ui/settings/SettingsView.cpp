@@ -1,5 +1,6 @@
 #include "ui/settings/SettingsView.h"
 
+#include "control/GroupSuggestionService.h"
 #include "platform/UserDefaults.h"
 #include "ui/common/AppIcons.h"
 
@@ -22,6 +23,8 @@ constexpr QSize firstSize{760, 640};
 
 /// Where the window was, in points of the window system: "x y width height".
 const QString frameKey = QStringLiteral("settingsWindowFrame");
+/// Whether it filled the screen; its frame is then that of before.
+const QString maximizedKey = QStringLiteral("settingsWindowMaximized");
 
 std::optional<QRect> frameFrom(const QString &text)
 {
@@ -61,6 +64,12 @@ SettingsView::SettingsView(const SettingsDependencies &dependencies, GroupDrafts
     followColors();
     connect(&m_engine.theme(), &ThemeColors::changed, this, followColors);
     connect(&m_model, &SettingsViewModel::closeRequested, m_view.get(), &QWindow::close);
+    connect(&m_model, &SettingsViewModel::settingFound, this,
+            [this] { m_engine.decorations().setKeyboardFocus(true); });
+    // What is suggested may have changed; the window comes first.
+    connect(
+        m_view.get(), &QQuickWindow::frameSwapped, this, [this] { m_d.suggestions.refresh(); },
+        Qt::ConnectionType(Qt::QueuedConnection | Qt::SingleShotConnection));
     m_view->installEventFilter(this);
     m_engine.decorations().follow(*m_view);
     m_view->setSource(QUrl(QStringLiteral("qrc:/qt-project.org/imports/Cobblet/Settings/SettingsView.qml")));
@@ -80,17 +89,27 @@ QQuickWindow &SettingsView::window()
 void SettingsView::restoreFrame()
 {
     const auto last = frameFrom(m_d.standardDefaults.string(frameKey).value_or(QString()));
+    if (m_d.standardDefaults.boolean(maximizedKey))
+        m_view->setWindowStates(Qt::WindowMaximized);
     m_view->resize(last ? last->size().expandedTo(minimumSize) : firstSize);
-    // A window that no screen shows any more is placed by the desktop, as a new one is.
     if (!last)
         return;
-    for (const QScreen *screen : QGuiApplication::screens())
-        if (screen->availableGeometry().intersects(QRect(last->topLeft(), QSize(last->width(), 40))))
-            return m_view->setFramePosition(last->topLeft());
+    // A window whose title bar no screen shows any more is placed by the desktop, as a new one is.
+    for (const QScreen *screen : QGuiApplication::screens()) {
+        const QRect area = screen->availableGeometry();
+        if (!area.intersects(QRect(last->topLeft(), QSize(last->width(), 40))))
+            continue;
+        m_view->resize(last->size().boundedTo(area.size()).expandedTo(minimumSize));
+        return m_view->setFramePosition(last->topLeft());
+    }
 }
 
 void SettingsView::saveFrame()
 {
+    const bool isMaximized = m_view->windowStates() & (Qt::WindowMaximized | Qt::WindowFullScreen);
+    (void)m_d.standardDefaults.set(maximizedKey, isMaximized);
+    if (isMaximized)
+        return;
     const QPoint at = m_view->framePosition();
     const QSize size = m_view->size();
     (void)m_d.standardDefaults.set(

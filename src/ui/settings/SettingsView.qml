@@ -10,9 +10,21 @@ FocusScope {
 
     SettingsSidebar {
         id: sidebar
-        width: 220
+        width: Math.min(edge.x, root.width - 400)
         height: root.height
         focus: true
+    }
+
+    Loader {
+        id: page
+
+        readonly property var content: item
+
+        x: gone.x
+        y: gone.height
+        width: root.width - x
+        height: root.height - y
+        source: Settings.pageSource
     }
 
     Rectangle {
@@ -44,11 +56,41 @@ FocusScope {
         }
     }
 
-    Loader {
-        x: gone.x
-        y: gone.height
-        width: root.width - x
-        height: root.height - y
-        source: Settings.pageSource
+    SidebarEdge {
+        id: edge
+        height: root.height
+    }
+
+    Connections {
+        target: Settings
+
+        function onSettingFound(id) {
+            const row = root.find(page.content, item => item.setting === id);
+            if (!row)
+                return;
+            row.lit = true;
+            const control = root.find(row, item => item.activeFocusOnTab && item.enabled);
+            if (control)
+                control.forceActiveFocus(Qt.TabFocusReason);
+            if (page.content.reveal)
+                page.content.reveal(row);
+        }
+
+        function onNameRequested() {
+            if (page.content && page.content.focusName)
+                page.content.focusName();
+        }
+    }
+
+    // The first item within `item` that is meant, going down from the top.
+    function find(item: Item, isMeant: var): Item {
+        if (!item || isMeant(item))
+            return item;
+        for (let i = 0; i < item.children.length; ++i) {
+            const found = find(item.children[i], isMeant);
+            if (found)
+                return found;
+        }
+        return null;
     }
 }

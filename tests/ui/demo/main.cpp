@@ -1,5 +1,6 @@
 // cobblet-demo: the launcher panel on a fake desktop, to look at or to take a picture of.
 
+#include "control/GroupSuggestionService.h"
 #include "shell/GlobalHotkeyManager.h"
 #include "standalone/GroupIconProvider.h"
 #include "ui/PanelFixture.h"
@@ -155,6 +156,7 @@ int main(int argc, char **argv)
         hotKeys.available = Availability::unavailable(u"This desktop offers programs no global shortcuts."_s);
     GlobalHotkeyManager hotkeys(hotKeys, f.notifications, f.scheduler);
     f.workspace.urls = {u"shortcuts://"_s};
+    GroupSuggestionService suggestions(f.usage, f.config, f.workspace, f.standardDefaults, f.scheduler);
     std::optional<SettingsWindow> settings;
     if (options.isSet(u"settings"_s)) {
         window.hide();
@@ -163,8 +165,8 @@ int main(int argc, char **argv)
                                      page == u"group"_s ? SettingsSidebarItem::group(groups[0].id).text() : page);
         settings.emplace(SettingsDependencies{f.config, f.sharedDefaults, f.standardDefaults, f.notifications,
                                               f.dialogs, f.menus, f.appearance, f.workspace, f.icons, groupIcons,
-                                              f.running, distributed, pasteboard, f.dockTile, &hotkeys,
-                                              QStringLiteral(COBBLET_EMOJI_TABLES)});
+                                              f.running, distributed, pasteboard, f.dockTile, &hotkeys, f.scheduler,
+                                              suggestions, QStringLiteral(COBBLET_EMOJI_TABLES)});
         settings->open();
         const QStringList size = options.value(u"size"_s).split(u'x');
         if (size.size() == 2)
