@@ -343,6 +343,15 @@ class Desktop:
         self._input(X.ButtonPress, button)
         self._input(X.ButtonRelease, button)
 
+    @contextlib.contextmanager
+    def pressing(self, button=1):
+        """Holds a button of the pointer."""
+        self._input(X.ButtonPress, button)
+        try:
+            yield
+        finally:
+            self._input(X.ButtonRelease, button)
+
     def key(self, key, *modifiers):
         """Presses and releases a key with modifiers held. A key is the name of its keysym, or its number, which no
         layout changes."""

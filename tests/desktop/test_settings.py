@@ -176,3 +176,83 @@ class Pages(SettingsCase):
             for control in controls:
                 self.assertTrue(control.name.strip() and control.role not in ("", "unknown"), control)
                 self.assertTrue(control.role in ("label", "list") or "Press" in control.actions, control)
+
+
+class Sidebar(SettingsCase):
+    GROUPS = [group(number, name, [XCALC]) for number, name in enumerate(("One", "Two", "Three", "Four"), 1)]
+
+    def wait_stored(self, *names):
+        self.desktop.wait(lambda: [each["name"] for each in self.home.read()] == list(names), f"the groups {names}")
+
+    def order(self, cobblet):
+        """The groups' rows, from top to bottom."""
+        names = {each["name"] for each in self.GROUPS}
+        rows = [control for control in self.controls(cobblet) if control.name in names and control.role == "list item"]
+        return [row.name for row in sorted(rows, key=lambda row: row.place[1])]
+
+    def wait_order(self, cobblet, *names):
+        self.desktop.wait(lambda: self.order(cobblet) == list(names), f"the rows {names}", timeout=20)
+
+    def test_groups_are_put_in_order_by_dragging_and_by_keys(self):
+        cobblet = self.start_hidden()
+        self.open(cobblet)
+        places = {name: self.wait_control(cobblet, name).place for name in ("One", "Three")}
+        middle = {name: (x + width // 2, y + height // 2) for name, (x, y, width, height) in places.items()}
+        for cancelled in (True, False):
+            self.desktop.move(*middle["One"])
+            with self.desktop.pressing():
+                x, y = middle["Three"]
+                for at in (middle["One"][1] + 20, y - 10, y):
+                    self.desktop.move(x, at)
+                self.wait_order(cobblet, "Two", "Three", "One", "Four")
+                if cancelled:
+                    self.desktop.key("Escape")
+                    self.wait_order(cobblet, "One", "Two", "Three", "Four")
+            self.assertEqual(self.order(cobblet)[0], "One" if cancelled else "Two")
+        self.wait_stored("Two", "Three", "One", "Four")
+
+        self.click(cobblet, "Four")
+        self.desktop.key("Up", "Shift_L", "Control_L")
+        self.wait_stored("Two", "Three", "Four", "One")
+        self.desktop.key("Up")
+        self.desktop.key("Down", "Shift_L", "Control_L")
+        self.wait_stored("Two", "Four", "Three", "One")
+
+    def test_a_group_is_added_deleted_and_brought_back(self):
+        cobblet = self.start_hidden()
+        self.open(cobblet)
+        self.press(cobblet, "Add Group")
+        self.wait_control(cobblet, "Cancel", "New Group")
+        for key in "new":
+            self.desktop.key(key)
+        self.desktop.key("Return")
+        self.wait_stored("One", "Two", "Three", "Four", "new")
+        added = self.home.read()[-1]
+
+        self.click(cobblet, "Two")
+        self.click(cobblet, "new")
+        self.desktop.key("Delete")
+        self.desktop.wait(lambda: self.alert(cobblet), "the question")
+        self.press(cobblet, "Delete")
+        self.wait_stored("One", "Two", "Three", "Four")
+        self.click(cobblet, "Theme")
+        self.click(cobblet, "Undo")
+        self.wait_stored("One", "Two", "Three", "Four", "new")
+        self.assertEqual(self.home.read()[-1], added)
+
+    def alert(self, cobblet):
+        return any(window.pid() == cobblet.process.pid and window.viewable() and TITLE not in str(window.property("_NET_WM_NAME"))
+                   for window in self.desktop.windows())
+
+    def test_the_search_leads_to_a_setting_and_lights_it(self):
+        cobblet = self.start_hidden()
+        window = self.open(cobblet)
+        self.desktop.key("f", "Control_L")
+        for key in "frost":
+            self.desktop.key(key)
+        self.wait_control(cobblet, "Glassy style")
+        before = self.desktop.picture(window.rect())
+        self.desktop.key("Return")
+        switch = self.wait_control(cobblet, "Glassy style", state="focused")
+        self.assertNotEqual(switch.role, "list item")
+        self.assertNotEqual(self.desktop.picture(window.rect()), before)
