@@ -158,7 +158,7 @@ SettingsWindow &PanelProgram::settings()
             groupIcons(), m_platform.runningApplications(), m_platform.distributedNotifications(),
             m_platform.pasteboard(), m_platform.dockTile(),
             isAgentIdentifier(m_bundle.identifier) ? nullptr : &*m_hotkeyManager, scheduler(), *m_suggestions,
-            m_bundle.resource(QStringLiteral("emoji"))});
+            [this]() -> Diagnostics & { return diagnostics(); }, m_bundle.resource(QStringLiteral("emoji"))});
         connect(&*m_settings, &SettingsWindow::closed, this, &PanelProgram::releaseMemorySoon);
     }
     return *m_settings;

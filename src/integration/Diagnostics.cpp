@@ -71,10 +71,8 @@ void Diagnostics::answered(qsizetype source, int round, const QList<Capability> 
     const bool wasLast = std::exchange(asked.waits, false) &&
                          std::ranges::none_of(m_asked, [](const Asked &other) { return other.waits; });
     emit changed();
-    if (wasLast) {
-        m_deadline.reset();
+    if (wasLast)
         emit ready();
-    }
 }
 
 QList<Capability> Diagnostics::rows() const

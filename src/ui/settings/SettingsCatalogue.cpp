@@ -16,6 +16,7 @@ const QList<SettingsPageEntry> &settingsPages()
         {Kind::Popup, u"popup"_s, u"Popup"_s, u"macwindow"_s, u"PopupPage.qml"_s},
         {Kind::Shortcuts, u"shortcuts"_s, u"Keyboard Shortcuts"_s, u"keyboard"_s, u"ShortcutsPage.qml"_s},
         {Kind::Siri, u"siri"_s, u"Siri"_s, u"mic"_s, u"SiriPage.qml"_s},
+        {Kind::Diagnostics, u"diagnostics"_s, u"Diagnostics"_s, u"stethoscope"_s, u"DiagnosticsPage.qml"_s},
     };
     return pages;
 }
@@ -41,6 +42,8 @@ const QList<SettingEntry> &settingEntries()
         for (int digit = 1; digit <= 9; ++digit)
             entries.append({u"shortcut.%1"_s.arg(digit), Kind::Shortcuts, u"⌥⇧%1"_s.arg(digit), {}});
         entries.append({u"siri.say"_s, Kind::Siri, u"Say a phrase to the command"_s, SiriCommands::example()});
+        entries.append({u"report"_s, Kind::Diagnostics, u"Report"_s,
+                        u"This page as text, without your name or that of this machine"_s});
         return entries;
     }();
     return settings;

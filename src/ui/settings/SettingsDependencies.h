@@ -1,11 +1,13 @@
 #pragma once
 
 #include <QString>
+#include <functional>
 
 namespace cobblet {
 
 class Appearance;
 class ConfigManager;
+class Diagnostics;
 class Dialogs;
 class DistributedNotifications;
 class DockTile;
@@ -40,7 +42,8 @@ struct SettingsDependencies {
     GlobalHotkeyManager *hotkeys; ///< null where the key combinations are another process's
     Scheduler &scheduler;
     GroupSuggestionService &suggestions;
-    QString emojiTables{};        ///< the folder of the tables of names; empty for none
+    std::function<Diagnostics &()> diagnostics; ///< made on first use
+    QString emojiTables{};                      ///< the folder of the tables of names; empty for none
 };
 
 } // namespace cobblet

@@ -63,6 +63,13 @@ SiriCommands *SettingsViewModel::siri()
     return &*m_siri;
 }
 
+DiagnosticsModel *SettingsViewModel::diagnostics()
+{
+    if (!m_diagnostics)
+        m_diagnostics.emplace(m_d.diagnostics(), m_d.workspace, m_d.pasteboard);
+    return &*m_diagnostics;
+}
+
 QVariantList SettingsViewModel::pages() const
 {
     QVariantList pages;

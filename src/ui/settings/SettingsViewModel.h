@@ -2,6 +2,7 @@
 
 #include "ui/common/EngineSingleton.h"
 #include "ui/settings/DeletedGroups.h"
+#include "ui/settings/DiagnosticsModel.h"
 #include "ui/settings/GroupEditor.h"
 #include "ui/settings/GroupRows.h"
 #include "ui/settings/KeyboardShortcuts.h"
@@ -33,6 +34,7 @@ class SettingsViewModel : public QObject, public EngineSingleton<SettingsViewMod
     Q_PROPERTY(cobblet::SiriCommands *siri READ siri CONSTANT)
     Q_PROPERTY(cobblet::DeletedGroups *deleted READ deleted CONSTANT)
     Q_PROPERTY(QVariantList suggestions READ suggestions NOTIFY suggestionsChanged)
+    Q_PROPERTY(cobblet::DiagnosticsModel *diagnostics READ diagnostics CONSTANT)
     Q_PROPERTY(QVariantList pages READ pages CONSTANT)
     Q_PROPERTY(int groupRow READ groupRow NOTIFY placeChanged)
     Q_PROPERTY(int pageRow READ pageRow NOTIFY placeChanged)
@@ -58,6 +60,7 @@ public:
     // Made when their pages first ask for them.
     KeyboardShortcuts *shortcuts();
     SiriCommands *siri();
+    DiagnosticsModel *diagnostics();
     DeletedGroups *deleted() { return &m_deleted; }
     /// Of each suggested group: name, emoji, number ("3 apps"), names and reason.
     QVariantList suggestions() const;
@@ -156,6 +159,7 @@ private:
     std::optional<KeyboardShortcuts> m_shortcuts;
     std::optional<SiriCommands> m_siri;
     DeletedGroups m_deleted;
+    std::optional<DiagnosticsModel> m_diagnostics;
     SettingsSidebarItem m_item;
     int m_actionRow = -1;
     int m_sidebarWidth = 220;

@@ -1,6 +1,7 @@
 // cobblet-demo: the launcher panel on a fake desktop, to look at or to take a picture of.
 
 #include "control/GroupSuggestionService.h"
+#include "integration/Diagnostics.h"
 #include "shell/GlobalHotkeyManager.h"
 #include "standalone/GroupIconProvider.h"
 #include "ui/PanelFixture.h"
@@ -42,6 +43,21 @@ AppGroup sampleGroup(test::FakeWorkspace &workspace, const char *name, const cha
             workspace.install(made.apps.last().bundleID, made.apps.last().name);
     }
     return made;
+}
+
+/// One that works, one that works partly, and one that does not.
+QList<Diagnostics::Source> sampleServices()
+{
+    return {
+        Diagnostics::row(u"Dock"_s, [] { return Availability::works(u"Docks keep free: 40 points."_s); }),
+        Diagnostics::row(u"Panel"_s,
+                         [] {
+                             return Availability::partly(
+                                 u"No compositing manager runs: the panel's corners are cut, and it neither fades "
+                                 "nor blurs. Start one, such as picom."_s);
+                         }),
+        Diagnostics::row(u"Search in KRunner"_s,
+                         [] { return Availability::unavailable(u"KRunner doesn't run in this session."_s); })};
 }
 
 /// The window's picture over a backdrop that shows what is translucent.
@@ -157,16 +173,21 @@ int main(int argc, char **argv)
     GlobalHotkeyManager hotkeys(hotKeys, f.notifications, f.scheduler);
     f.workspace.urls = {u"shortcuts://"_s};
     GroupSuggestionService suggestions(f.usage, f.config, f.workspace, f.standardDefaults, f.scheduler);
+    Diagnostics diagnostics(sampleServices(), {f.running, f.workspace, f.scheduler}, u"1.0"_s);
+    for (const RunningApplication &each : f.running.running)
+        f.running.recognitions[each.processIdentifier] = {u"The window has the application's class."_s,
+                                                          u"class sample, Sample"_s};
+    f.running.corrected = {{u"program ~/bin/notes"_s, u"org.example.0"_s}};
     std::optional<SettingsWindow> settings;
     if (options.isSet(u"settings"_s)) {
         window.hide();
         const QString page = options.value(u"settings"_s);
         (void)f.standardDefaults.set(u"settingsPage"_s,
                                      page == u"group"_s ? SettingsSidebarItem::group(groups[0].id).text() : page);
-        settings.emplace(SettingsDependencies{f.config, f.sharedDefaults, f.standardDefaults, f.notifications,
-                                              f.dialogs, f.menus, f.appearance, f.workspace, f.icons, groupIcons,
-                                              f.running, distributed, pasteboard, f.dockTile, &hotkeys, f.scheduler,
-                                              suggestions, QStringLiteral(COBBLET_EMOJI_TABLES)});
+        settings.emplace(SettingsDependencies{
+            f.config, f.sharedDefaults, f.standardDefaults, f.notifications, f.dialogs, f.menus, f.appearance,
+            f.workspace, f.icons, groupIcons, f.running, distributed, pasteboard, f.dockTile, &hotkeys, f.scheduler,
+            suggestions, [&]() -> Diagnostics & { return diagnostics; }, QStringLiteral(COBBLET_EMOJI_TABLES)});
         settings->open();
         const QStringList size = options.value(u"size"_s).split(u'x');
         if (size.size() == 2)

@@ -19,8 +19,9 @@ Availability DBusNotifications::availability() const
 {
     return m_bus.connection().isConnected()
                ? Availability::works(QStringLiteral("The session bus can be reached."))
-               : Availability::unavailable(
-                     QStringLiteral("Without a session bus agents show changes only once they start again."));
+               : Availability::unavailable(QStringLiteral(
+                     "Without a session bus agents show changes only once they start again: start Cobblet within "
+                     "a desktop session that has one."));
 }
 
 Status DBusNotifications::post(const QString &name, const QString &object)

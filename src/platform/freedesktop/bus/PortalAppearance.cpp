@@ -66,7 +66,8 @@ Availability PortalAppearance::availability() const
     return m_known ? Availability::works(QStringLiteral("The desktop's settings portal tells light from dark."))
                    : Availability::partly(QStringLiteral(
                          "The desktop's settings portal does not tell light from dark: the toolkit's colours decide, "
-                         "and a change is seen at the next start."));
+                         "and a change is seen at the next start. Install xdg-desktop-portal with the part for this "
+                         "desktop."));
 }
 
 void PortalAppearance::ask()

@@ -1,0 +1,93 @@
+import QtQuick
+import Cobblet.Controls
+import Cobblet.Settings
+
+// What this desktop permits, and what each running application was taken for.
+FormPage {
+    id: page
+
+    readonly property DiagnosticsModel diagnostics: Settings.diagnostics
+
+    title: "Diagnostics"
+
+    FormSection {
+        FormRow {
+            label: "Report"
+            help: page.diagnostics.isCopied ? "It is on the clipboard." : "This page as text, without your name or that of this machine"
+
+            SheetButton {
+                label: "Copy Report"
+                onTriggered: page.diagnostics.copyReport()
+            }
+        }
+    }
+
+    FormSection {
+        heading: "This Desktop"
+
+        Repeater {
+            model: page.diagnostics.services
+
+            delegate: FormRow {
+                id: service
+
+                required property string title
+                required property string sentence
+                required property int level
+
+                label: title
+                help: sentence
+                Accessible.role: Accessible.ListItem
+                Accessible.name: title + ": " + ["works", "works partly", "does not work"][level]
+                Accessible.description: sentence
+
+                CBSymbol {
+                    name: ["checkmark", "exclamationmark.octagon", "xmark.circle"][service.level]
+                    fontSize: 15
+                    color: ["#30a14e", "#d98200", "#d64541"][service.level]
+                }
+            }
+        }
+    }
+
+    FormSection {
+        heading: "Running Applications"
+        footer: page.diagnostics.failure
+
+        Repeater {
+            model: page.diagnostics.applications
+            delegate: DiagnosticsAppRow {}
+        }
+    }
+
+    FormSection {
+        visible: corrections.count > 0
+        heading: "Corrections"
+        footer: "They count in Cobblet and in the applications of its groups."
+
+        Repeater {
+            id: corrections
+            model: page.diagnostics.corrections
+
+            delegate: FormRow {
+                id: correction
+
+                required property int index
+                required property string title
+                required property string sentence
+
+                label: title
+                help: sentence
+                Accessible.role: Accessible.ListItem
+                Accessible.name: title
+                Accessible.description: sentence
+
+                SheetButton {
+                    label: "Remove"
+                    Accessible.name: "Remove the correction to " + correction.title
+                    onTriggered: page.diagnostics.removeCorrection(correction.index)
+                }
+            }
+        }
+    }
+}
