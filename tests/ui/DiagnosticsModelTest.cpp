@@ -1,6 +1,9 @@
 #include "ui/settings/DiagnosticsModel.h"
+#include "ui/common/AppChooser.h"
+
 #include "integration/Diagnostics.h"
 #include "support/GroupsFixture.h"
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -38,10 +41,14 @@ TEST_F(DiagnosticsModelTest, ShowsAnswersAsTheyComeAndCorrectsWhatWasTakenForAno
     EXPECT_EQ(listed(model.services()), u"Dock:Half.|Bus:All."_s);
     EXPECT_EQ(listed(model.applications()), u"Mail x:By class.|Notes:|Not recognised:Unknown.\nclass a, A"_s);
 
-    model.correct(0, u"org.notes"_s);
-    model.correct(3, u"org.notes"_s);
-    EXPECT_TRUE(running.corrected.isEmpty()) << "neither has what it could be known by again";
-    model.correct(2, u"org.notes"_s);
+    EXPECT_FALSE(model.makeChooser(0, nullptr));
+    const std::unique_ptr<AppChooser> chooser(model.makeChooser(2, nullptr));
+    ASSERT_TRUE(chooser && QTest::qWaitFor([&] { return chooser->isReady(); }));
+    running.launch({u"org.notes"_s, 4}); // rows move while the list is open
+    for (const int row : {0, 1})
+        chooser->toggle(row);
+    EXPECT_EQ(chooser->chosenCount(), 1) << "it is one application";
+    EXPECT_TRUE(chooser->add(-1));
     EXPECT_EQ(running.corrected, (QList<Correction>{{u"class a, A"_s, u"org.notes"_s}}));
     EXPECT_EQ(listed(model.corrections()), u"Notes:class a, A"_s);
     running.correctionOutcome = Error{u"Full."_s};
@@ -49,7 +56,6 @@ TEST_F(DiagnosticsModelTest, ShowsAnswersAsTheyComeAndCorrectsWhatWasTakenForAno
     EXPECT_EQ(model.failure(), u"Full."_s);
     EXPECT_EQ(listed(model.corrections()), QString());
 
-    running.launch({u"org.mail"_s, 4});
     EXPECT_EQ(model.applications()->rowCount(), 4) << "what runs is followed while the page is open";
     model.copyReport();
     EXPECT_TRUE(model.isCopied() && pasteboard.text.contains(u"Bus: works\n    All.\n"_s));

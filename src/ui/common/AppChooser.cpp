@@ -56,9 +56,12 @@ void AppChooser::toggle(int number)
     const AppItem *app = row(number);
     if (!app)
         return;
-    if (!m_chosen.remove(app->bundleID))
+    if (!m_chosen.remove(app->bundleID)) {
+        if (isSingle())
+            m_chosen.clear();
         m_chosen.insert(app->bundleID);
-    emit dataChanged(index(number), index(number), {ChosenRole});
+    }
+    allRowsChanged({ChosenRole});
     emit chosenChanged();
 }
 

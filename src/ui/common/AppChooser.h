@@ -21,17 +21,21 @@ class AppChooser : public ListRows<AppItem> {
     QML_UNCREATABLE("The model of a view makes them.")
     Q_PROPERTY(QString search MEMBER m_search WRITE setSearch NOTIFY searchChanged)
     Q_PROPERTY(bool isReady READ isReady NOTIFY ready)
+    Q_PROPERTY(bool isSingle READ isSingle CONSTANT)
     Q_PROPERTY(int chosenCount READ chosenCount NOTIFY chosenChanged)
 public:
     enum Role { NameRole = Qt::UserRole, BundleIDRole, ChosenRole };
 
-    /// `add` is called with what is added, `other` when files are to be chosen instead.
+    /// `add` is called with what is added, `other` when files are to be chosen instead. Where `other` is empty, one
+    /// application is chosen, and no file.
     AppChooser(Workspace &workspace, std::function<void(const QList<AppItem> &)> add, std::function<void()> other,
                QObject *parent = nullptr);
 
     /// Shows the applications with all of these words in their names or identifiers.
     void setSearch(const QString &search);
     bool isReady() const { return m_isReady; }
+    /// One application is to be chosen.
+    bool isSingle() const { return !m_other; }
     /// Of those in the list and of those that the search hides.
     int chosenCount() const { return int(m_chosen.size()); }
 

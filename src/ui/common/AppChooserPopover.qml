@@ -99,6 +99,7 @@ PopoverFrame {
 
         SheetButton {
             label: "Other…"
+            visible: !sheet.apps.isSingle
             onTriggered: {
                 // This window is gone before the next one opens in its place.
                 const apps = sheet.apps;
@@ -116,7 +117,7 @@ PopoverFrame {
         SheetButton {
             id: addButton
             x: buttons.width - width
-            label: "Add"
+            label: sheet.apps.isSingle ? "Choose" : "Add"
             isDefault: true
             enabled: sheet.apps.chosenCount > 0 || list.count > 0
             onTriggered: sheet.add()

@@ -12,6 +12,8 @@ FormRow {
     required property string bundleID
     required property bool isCorrectable
 
+    signal correctionWanted(anchor: Item)
+
     indent: 50
     label: title
     help: sentence
@@ -28,5 +30,14 @@ FormRow {
         asynchronous: true
         cache: false
         source: "image://applications/" + encodeURIComponent(row.bundleID)
+    }
+
+    SymbolButton {
+        id: button
+        visible: row.isCorrectable
+        symbol: "pencil"
+        tip: "This is another application…"
+        Accessible.name: row.title + ": " + tip
+        onTriggered: row.correctionWanted(button)
     }
 }

@@ -3,6 +3,7 @@
 #include "integration/Diagnostics.h"
 #include "platform/Pasteboard.h"
 #include "platform/Workspace.h"
+#include "ui/common/AppChooser.h"
 #include "ui/common/DisplayText.h"
 
 namespace cobblet {
@@ -79,10 +80,22 @@ void DiagnosticsModel::copyReport()
     emit copied();
 }
 
-void DiagnosticsModel::correct(const DiagnosticsRows &rows, int row, const QString &bundleID)
+AppChooser *DiagnosticsModel::makeChooser(int row, QObject *parent)
 {
-    if (const DiagnosticsRow *found = rows.row(row); found && !found->mark.isEmpty())
-        correct(QString(found->mark), bundleID);
+    const DiagnosticsRow *application = m_applications.row(row);
+    if (!application || application->mark.isEmpty())
+        return nullptr;
+    // By its mark: rows move while the list is open.
+    const auto choose = [this, mark = application->mark](const QList<AppItem> &apps) {
+        correct(mark, apps.first().bundleID);
+    };
+    return new AppChooser(m_workspace, choose, {}, parent);
+}
+
+void DiagnosticsModel::removeCorrection(int row)
+{
+    if (const DiagnosticsRow *correction = m_corrections.row(row))
+        correct(QString(correction->mark), {}); // a copy: the row goes
 }
 
 void DiagnosticsModel::correct(const QString &mark, const QString &bundleID)

@@ -6,6 +6,7 @@
 
 namespace cobblet {
 
+class AppChooser;
 class Diagnostics;
 class Pasteboard;
 class Workspace;
@@ -38,10 +39,10 @@ public:
     Q_INVOKABLE void refresh();
     /// Puts the report on the clipboard.
     Q_INVOKABLE void copyReport();
-    /// This row of the applications counts as that one from now on.
-    void correct(int row, const QString &bundleID) { correct(m_applications, row, bundleID); }
+    /// The list from which another application is chosen for this row. Null when the row can't be corrected.
+    Q_INVOKABLE cobblet::AppChooser *makeChooser(int row, QObject *parent);
     /// Ends the correction in this row.
-    Q_INVOKABLE void removeCorrection(int row) { correct(m_corrections, row, {}); }
+    Q_INVOKABLE void removeCorrection(int row);
 
 signals:
     void copied();
@@ -49,7 +50,6 @@ signals:
 
 private:
     void update();
-    void correct(const DiagnosticsRows &rows, int row, const QString &bundleID);
     void correct(const QString &mark, const QString &bundleID);
 
     Diagnostics &m_diagnostics;

@@ -7,8 +7,18 @@ FormPage {
     id: page
 
     readonly property DiagnosticsModel diagnostics: Settings.diagnostics
+    property int correctedRow: -1
 
     title: "Diagnostics"
+
+    // Of the page: a row may go while its list is open.
+    readonly property Component chooser: Component {
+        AppChooserPopover {
+            id: sheet
+            title: "Choose the App"
+            apps: page.diagnostics.makeChooser(page.correctedRow, sheet)
+        }
+    }
 
     FormSection {
         FormRow {
@@ -56,7 +66,14 @@ FormPage {
 
         Repeater {
             model: page.diagnostics.applications
-            delegate: DiagnosticsAppRow {}
+            delegate: DiagnosticsAppRow {
+                id: application
+
+                onCorrectionWanted: anchor => {
+                    page.correctedRow = application.index;
+                    Popovers.toggle(page.chooser, anchor);
+                }
+            }
         }
     }
 
