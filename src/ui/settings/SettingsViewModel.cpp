@@ -256,7 +256,11 @@ void SettingsViewModel::showGroupMenu(int row, const QPointF &position)
          {},
          {.title = QStringLiteral("Delete"),
           .symbol = QStringLiteral("trash"),
-          .action = [this, id = group->groupID] { deleteGroup(m_groups.rowOfGroup(id)); },
+          .action =
+              [self = QPointer(this), id = group->groupID] {
+                  if (self) // the menu may outlive the window
+                      self->deleteGroup(self->m_groups.rowOfGroup(id));
+              },
           .destructive = true}},
         m_window, position);
 }
