@@ -1,6 +1,7 @@
 #pragma once
 
 #include "control/GroupSuggestionService.h"
+#include "integration/Diagnostics.h"
 #include "shell/GlobalHotkeyManager.h"
 #include "standalone/GroupIconProvider.h"
 #include "standalone/IconProvider.h"
@@ -16,9 +17,12 @@ struct SettingsFixture : GroupsFixture {
     {
         if (!hotkeys)
             hotkeys.emplace(hotKeys, notifications, scheduler);
-        return {config,    sharedDefaults, standardDefaults, notifications, dialogs,     menus,      appearance,
-                workspace, icons,          groupIcons,       running,       distributed, pasteboard, dockTile,
-                &*hotkeys, scheduler,      suggestions};
+        return {config,        sharedDefaults, standardDefaults,
+                notifications, dialogs,        menus,
+                appearance,    workspace,      icons,
+                groupIcons,    running,        distributed,
+                pasteboard,    dockTile,       &*hotkeys,
+                scheduler,     suggestions,    [this]() -> Diagnostics & { return diagnostics; }};
     }
 
     FakeAppearance appearance;
@@ -32,6 +36,7 @@ struct SettingsFixture : GroupsFixture {
     GroupIconProvider groupIcons{icons, workspace};
     GroupDrafts drafts{config};
     GroupSuggestionService suggestions{usage, config, workspace, standardDefaults, scheduler};
+    Diagnostics diagnostics{{}, {running, workspace, scheduler}, u"1.0"_s};
 };
 
 } // namespace cobblet::test

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "ui/common/AppChooser.h"
 #include "ui/settings/DiagnosticsRows.h"
 
 #include <QObject>
 
 namespace cobblet {
 
-class AppChooser;
 class Diagnostics;
 class Pasteboard;
 class Workspace;
