@@ -74,6 +74,8 @@ def annotations(root, language):
         for folder in ("annotations", "annotationsDerived"):
             path = root / "cldr" / "common" / folder / f"{ancestor}.xml"
             if not path.exists():
+                if (ancestor, folder) == (chain[0], "annotations"):
+                    sys.exit(f"{path} is missing: install unicode-cldr-core.")
                 continue
             for element in xml.etree.ElementTree.parse(path).iter("annotation"):
                 text = (element.text or "").strip()

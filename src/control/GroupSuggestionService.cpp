@@ -44,7 +44,10 @@ GroupSuggestionService::GroupSuggestionService(const UsageTracker &usage, const 
       m_scheduler(scheduler), m_tomorrow(scheduler.after(day, [this] { refresh(); }))
 {
     m_worker.setMaxThreadCount(1);
-    connect(&config, &ConfigManager::groupsChanged, this, [this] { publish(stillNew(m_suggestions)); });
+    connect(&config, &ConfigManager::groupsChanged, this, [this] {
+        if (!m_suggestions.isEmpty())
+            publish(stillNew(m_suggestions));
+    });
 }
 
 GroupSuggestionService::~GroupSuggestionService()

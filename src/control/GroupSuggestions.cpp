@@ -188,7 +188,12 @@ void nameGroup(SuggestedGroup &group, const Evidence &evidence, const Members &m
     if (!group.name.isEmpty() && !taken.contains(group.name.toCaseFolded()))
         return;
     const auto shortened = [](const QString &text) {
-        return text.size() <= longestHalf ? text : text.left(longestHalf - 1).trimmed() + u'…';
+        if (text.size() <= longestHalf)
+            return text;
+        QString start = text.left(longestHalf - 1);
+        if (start.back().isHighSurrogate())
+            start.chop(1);
+        return QString(start.trimmed() + u'…');
     };
     group.name = QStringLiteral("%1 & %2").arg(shortened(group.apps[0].name), shortened(group.apps[1].name));
 }

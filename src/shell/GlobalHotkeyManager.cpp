@@ -93,14 +93,19 @@ Availability GlobalHotkeyManager::availability() const
             QStringLiteral(" Bind keys to the command “cobblet show NAME” in the desktop's keyboard settings.");
     if (availability.level != Availability::Level::Works || m_conflictedDigits.isEmpty())
         return availability;
-    QStringList taken;
-    for (int digit = 1; digit <= 9; ++digit)
-        if (m_conflictedDigits.contains(digit))
+    QStringList taken, reasons;
+    for (int digit = 1; digit <= 9; ++digit) {
+        const QString reason = m_reasons.value(digit);
+        if (m_conflictedDigits.contains(digit) && reason.isEmpty())
             taken.append(QString::number(digit));
-    return Availability::partly(
-        QStringLiteral("Other programs have the combinations of %1: quit them or change their "
-                       "shortcuts, and start Cobblet again.")
-            .arg(taken.join(QStringLiteral(", "))));
+        else if (!reason.isEmpty() && !reasons.contains(reason))
+            reasons.append(reason);
+    }
+    if (!taken.isEmpty())
+        reasons.prepend(QStringLiteral("Other programs have the combinations of %1: quit them or change their "
+                                       "shortcuts, and start Cobblet again.")
+                            .arg(taken.join(QStringLiteral(", "))));
+    return Availability::partly(reasons.join(QLatin1Char(' ')));
 }
 
 GlobalHotkeyManager::~GlobalHotkeyManager()

@@ -9,15 +9,28 @@ import json
 import sys
 
 import pyatspi
+from gi.repository import GLib
 
 SHOWN = ("checked", "enabled", "focusable", "focused", "showing")
 
 
 def walk(item):
+    """The item and what is in it, but for what goes away meanwhile."""
     yield item
-    for child in item:
-        if child is not None and child.getState().contains(pyatspi.STATE_VISIBLE):
-            yield from walk(child)
+    try:
+        children = [child for child in item if child is not None and child.getState().contains(pyatspi.STATE_VISIBLE)]
+    except GLib.GError:
+        return
+    for child in children:
+        yield from walk(child)
+
+
+def there(describe, *item):
+    """What is told of an item; None once it has gone away."""
+    try:
+        return describe(*item)
+    except GLib.GError:
+        return None
 
 
 def actions(item):
@@ -40,11 +53,12 @@ def described(window, item):
 
 def main():
     pid, wanted = int(sys.argv[1]), sys.argv[2:]
-    programs = [program for program in pyatspi.Registry.getDesktop(0) if program and program.get_process_id() == pid]
+    programs = [program for program in pyatspi.Registry.getDesktop(0)
+                if program and there(program.get_process_id) == pid]
     items = [(window, item) for program in programs for window in program for item in walk(window)]
     if not wanted:
-        return print(json.dumps([described(window, item) for window, item in items]))
-    item = next(item for _, item in items if item.name == wanted[0] and actions(item))
+        return print(json.dumps([fields for each in items if (fields := there(described, *each))]))
+    item = next(item for _, item in items if there(lambda item=item: item.name == wanted[0] and actions(item)))
     offered = actions(item)
     return item.queryAction().doAction(offered.get("Press", offered.get("Toggle", 0)))
 

@@ -52,6 +52,7 @@ void EmojiPicker::setSearch(const QString &text)
     fill();
     const bool isFound = !m_search.trimmed().isEmpty() && !rows().isEmpty();
     setCurrent(isFound ? 0 : -1, isFound ? 0 : -1);
+    emit currentChanged(); // also where the place is the same: another emoji is there
     emit searchChanged();
 }
 

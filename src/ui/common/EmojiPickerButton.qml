@@ -6,24 +6,16 @@ Pressable {
     id: button
 
     property string selection
-    // Whether there is an emoji to be changed.
-    property bool usable: true
     readonly property bool showPicker: Popovers.anchor === button
 
     width: 52
     height: 52
     corner: 12
-    fills: usable
     label: tip
     tip: "Change icon"
-    opacity: usable ? 1 : 0.4
-    activeFocusOnTab: usable
+    activeFocusOnTab: true
     Accessible.description: selection
-    Accessible.focusable: usable
-    onTriggered: {
-        if (usable)
-            Popovers.toggle(picker, button);
-    }
+    onTriggered: Popovers.toggle(picker, button)
 
     Component {
         id: picker

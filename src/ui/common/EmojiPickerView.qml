@@ -189,11 +189,12 @@ PopoverFrame {
         property int current: 0
 
         function openAt(row: int, column: int) {
-            choices = picker.emojis.tones(row, column);
+            list.positionViewAtIndex(row, ListView.Contain);
+            const item = list.itemAtIndex(row);
+            choices = item ? picker.emojis.tones(row, column) : [];
             visible = choices.length > 0;
             if (!visible)
                 return;
-            const item = list.itemAtIndex(row);
             const at = item.mapToItem(picker, column * (picker.cell + picker.gap), 0);
             current = picker.emojis.tone();
             x = Math.max(8, Math.min(at.x - 4, picker.width - width - 8));

@@ -9,6 +9,25 @@ FocusScope {
     default property alias sections: column.data
     readonly property alias flickable: flickable
 
+    function scrollTo(y: real) {
+        flickable.contentY = Math.max(0, Math.min(flickable.contentHeight - flickable.height, y));
+    }
+
+    Keys.onPressed: event => {
+        const pageful = flickable.height * 0.9;
+        event.accepted = true;
+        if (event.key === Input.KeyPageUp)
+            scrollTo(flickable.contentY - pageful);
+        else if (event.key === Input.KeyPageDown)
+            scrollTo(flickable.contentY + pageful);
+        else if (event.key === Input.KeyHome)
+            scrollTo(0);
+        else if (event.key === Input.KeyEnd)
+            scrollTo(flickable.contentHeight);
+        else
+            event.accepted = false;
+    }
+
     Flickable {
         id: flickable
         anchors.fill: parent

@@ -13,7 +13,13 @@ QML_ELEMENT
 enum Button { LeftButton = Qt::LeftButton, RightButton = Qt::RightButton };
 Q_ENUM_NS(Button)
 
-enum Key { KeyF10 = Qt::Key_F10 };
+enum Key {
+    KeyF10 = Qt::Key_F10,
+    KeyHome = Qt::Key_Home,
+    KeyEnd = Qt::Key_End,
+    KeyPageUp = Qt::Key_PageUp,
+    KeyPageDown = Qt::Key_PageDown
+};
 Q_ENUM_NS(Key)
 
 enum Modifier { ShiftModifier = Qt::ShiftModifier };

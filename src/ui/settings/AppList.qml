@@ -45,6 +45,7 @@ ListView {
         take(row);
         grip = at;
         draggedFrom = row;
+        draggedY = originY + row * rowHeight;
         dragged = row;
     }
 

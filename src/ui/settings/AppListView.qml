@@ -56,6 +56,7 @@ FocusScope {
         target: page.editor
 
         function onOpened() {
+            header.popupExpanded = false;
             list.currentIndex = 0;
             list.positionViewAtBeginning();
         }

@@ -41,7 +41,8 @@ void DeletedGroups::undo()
     const Deleted last = m_deleted.takeLast();
     m_config.restoreGroup(last.group, last.index, last.digits);
     changed();
-    emit restored(last.group.id);
+    if (m_config.group(last.group.id))
+        emit restored(last.group.id);
 }
 
 void DeletedGroups::changed()

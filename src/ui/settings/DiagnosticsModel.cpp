@@ -49,6 +49,8 @@ DiagnosticsModel::DiagnosticsModel(Diagnostics &diagnostics, Workspace &workspac
 
 void DiagnosticsModel::refresh()
 {
+    m_isCopied = false; // what was copied is older than what is shown now
+    emit copied();
     m_diagnostics.refresh();
 }
 

@@ -10,6 +10,7 @@ FormPage {
     property int correctedRow: -1
 
     title: "Diagnostics"
+    Component.onCompleted: diagnostics.refresh()
 
     // Of the page: a row may go while its list is open.
     readonly property Component chooser: Component {
@@ -21,9 +22,9 @@ FormPage {
     }
 
     FormSection {
-        FormRow {
-            label: "Report"
-            help: page.diagnostics.isCopied ? "It is on the clipboard." : "This page as text, without your name or that of this machine"
+        SettingRow {
+            setting: "report"
+            help: page.diagnostics.isCopied ? "It is on the clipboard." : entry.help
 
             SheetButton {
                 label: "Copy Report"

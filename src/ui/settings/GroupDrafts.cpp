@@ -24,10 +24,11 @@ void GroupDrafts::set(const QUuid &id, const DraftAppearance &draft)
         return;
     const DraftAppearance stored = DraftAppearance::of(*group);
     const bool hadDraft = hasDraft(id);
-    if (draft == stored)
+    const bool isUnsaved = m_drafts.value(id).isUnsaved;
+    if (draft == stored && !isUnsaved)
         m_drafts.remove(id);
     else
-        m_drafts[id] = {stored, draft};
+        m_drafts[id] = {stored, draft, isUnsaved};
     emit changed(id);
     if (hasDraft(id) != hadDraft)
         emit membersChanged();
@@ -47,7 +48,7 @@ Status GroupDrafts::apply(const QUuid &id)
     const AppGroup *group = m_config.group(id);
     const Status saved = m_config.saved();
     if (group && !saved)
-        m_drafts[id] = {DraftAppearance::of(*group), draft.now, true};
+        m_drafts[id] = {DraftAppearance::of(*group), DraftAppearance::of(*group), true};
     else
         m_drafts.remove(id);
     emit changed(id);

@@ -45,6 +45,7 @@ Item {
                 label: "Change group icon"
                 tip: header.editor.isGrid ? "Switch the Dock icon to Emoji to change the emoji" : "Change the emoji"
                 activeFocusOnTab: !header.editor.isGrid
+                Accessible.focusable: !header.editor.isGrid
                 Accessible.description: header.editor.isGrid ? "" : header.editor.emoji
                 onTriggered: {
                     if (!header.editor.isGrid)

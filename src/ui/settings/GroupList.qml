@@ -20,7 +20,7 @@ ListView {
     focus: true
     activeFocusOnTab: true
     boundsBehavior: Flickable.StopAtBounds
-    interactive: contentHeight > height
+    interactive: contentHeight > height && !dragged
     clip: true
     cacheBuffer: 120
     model: Settings.groups
@@ -56,6 +56,7 @@ ListView {
     function beginDrag(row, at) {
         forceActiveFocus(); // for Escape
         grip = at;
+        pointerY = row.y + at - contentY; // where it is: what was left of the last drag would move the row at once
         dragged = row;
         Settings.beginDrag(row.index);
     }

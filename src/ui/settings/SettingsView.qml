@@ -10,7 +10,7 @@ FocusScope {
 
     SettingsSidebar {
         id: sidebar
-        width: Math.min(edge.x, root.width - 400)
+        width: edge.x
         height: root.height
         focus: true
     }
@@ -69,11 +69,15 @@ FocusScope {
             if (!row)
                 return;
             row.lit = true;
-            const control = root.find(row, item => item.activeFocusOnTab && item.enabled);
+            const control = root.find(row, item => item.visible && item.enabled && item.activeFocusOnTab && item.Accessible.role !== Accessible.Graphic);
             if (control)
                 control.forceActiveFocus(Qt.TabFocusReason);
             if (page.content.reveal)
                 page.content.reveal(row);
+        }
+
+        function onGoneNoticeChanged() {
+            Popovers.close();
         }
 
         function onNameRequested() {

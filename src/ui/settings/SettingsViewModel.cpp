@@ -29,8 +29,10 @@ SettingsViewModel::SettingsViewModel(const SettingsDependencies &dependencies, G
 {
     connect(&m_d.config, &ConfigManager::groupsChanged, this, &SettingsViewModel::followGroups);
     connect(&m_drafts, &GroupDrafts::membersChanged, this, &SettingsViewModel::followGroups);
-    connect(&m_deleted, &DeletedGroups::restored, this,
-            [this](const QUuid &id) { select(SettingsSidebarItem::group(id)); });
+    connect(&m_deleted, &DeletedGroups::restored, this, [this](const QUuid &id) {
+        m_deletedID = {};
+        select(SettingsSidebarItem::group(id));
+    });
     connect(&m_d.suggestions, &GroupSuggestionService::suggestionsChanged, this,
             &SettingsViewModel::followSuggestions);
     followGroups();
@@ -391,6 +393,7 @@ void SettingsViewModel::followGroups()
             selectGroup(std::min(row, m_groups.rowCount() - 1));
         else
             select({});
+        emit rowRequested(); // what is typed is not meant for the group that is shown now
         if (shown.groupID != m_deletedID)
             setGoneNotice(QStringLiteral("“%1” was deleted elsewhere.").arg(shown.name) +
                           (shown.hasDraft ? QStringLiteral(" Your changes to it were not applied.") : QString()));

@@ -8,12 +8,12 @@ MouseArea {
 
     property real grip
 
-    x: Settings.sidebarWidth
+    x: Math.min(Settings.sidebarWidth, parent.width - 400)
     width: 7
     cursorShape: Qt.SplitHCursor
     preventStealing: true
     activeFocusOnTab: true
-    Accessible.role: Accessible.Grip
+    Accessible.role: Accessible.Splitter
     Accessible.name: "Sidebar width"
     Accessible.focusable: true
     onPressed: mouse => grip = mouse.x
