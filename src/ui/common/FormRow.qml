@@ -32,6 +32,7 @@ Item {
 
         SequentialAnimation {
             id: fade
+            onFinished: row.lit = false
             NumberAnimation {
                 target: light
                 property: "opacity"
@@ -46,9 +47,6 @@ Item {
                 property: "opacity"
                 to: 0
                 duration: 400
-            }
-            ScriptAction {
-                script: row.lit = false
             }
         }
     }

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "model/PopupSettings.h"
-#include "ui/common/EngineSingleton.h"
 #include "ui/common/AppChooser.h"
+#include "ui/common/EngineSingleton.h"
 #include "ui/panel/AppGridModel.h"
 #include "ui/panel/PanelActions.h"
 #include "ui/panel/SidebarModel.h"

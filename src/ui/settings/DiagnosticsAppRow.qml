@@ -1,6 +1,5 @@
 import QtQuick
 import Cobblet.Controls
-import Cobblet.Settings
 
 // A running application, why it counts as that one, and the way to say that it is another.
 FormRow {
