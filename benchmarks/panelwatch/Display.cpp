@@ -34,9 +34,9 @@ Reply<T> owned(T *reply)
 xcb_keysym_t keysymOf(const std::string &name)
 {
     static const std::map<std::string, xcb_keysym_t> names = {
-        {"Alt", XK_Alt_L},     {"Ctrl", XK_Control_L}, {"Shift", XK_Shift_L},
-        {"Super", XK_Super_L}, {"Escape", XK_Escape},  {"Return", XK_Return},
-        {"space", XK_space},   {"Tab", XK_Tab},        {"F2", XK_F2},
+        {"Alt", XK_Alt_L},     {"Ctrl", XK_Control_L}, {"Shift", XK_Shift_L}, {"Super", XK_Super_L},
+        {"Escape", XK_Escape}, {"Return", XK_Return},  {"space", XK_space},   {"Tab", XK_Tab},
+        {"F2", XK_F2},         {"Up", XK_Up},          {"Down", XK_Down},
     };
     if (const auto found = names.find(name); found != names.end())
         return found->second;
