@@ -6,9 +6,9 @@
 #include "platform/Menus.h"
 #include "platform/Pasteboard.h"
 #include "platform/UserDefaults.h"
-#include "ui/common/DisplayText.h"
 #include "ui/common/Questions.h"
 #include "ui/settings/GroupDrafts.h"
+#include "ui/settings/SidebarRows.h"
 
 #include <QPointer>
 
@@ -74,10 +74,7 @@ DiagnosticsModel *SettingsViewModel::diagnostics()
 
 QVariantList SettingsViewModel::pages() const
 {
-    QVariantList pages;
-    for (const SettingsPageEntry &page : settingsPages())
-        pages.append(QVariantMap{{QStringLiteral("title"), page.title}, {QStringLiteral("symbol"), page.symbol}});
-    return pages;
+    return pageRows();
 }
 
 void SettingsViewModel::select(const SettingsSidebarItem &item)
@@ -187,20 +184,7 @@ void SettingsViewModel::addGroup(const QString &name, const QString &emoji)
 
 QVariantList SettingsViewModel::suggestions() const
 {
-    QVariantList suggestions;
-    for (const SuggestedGroup &suggestion : m_d.suggestions.suggestions()) {
-        QStringList names;
-        for (const AppItem &app : suggestion.apps)
-            names.append(displayText(app.name));
-        suggestions.append(
-            QVariantMap{{QStringLiteral("name"), displayText(suggestion.name)},
-                        {QStringLiteral("emoji"), displayText(suggestion.emoji)},
-                        {QStringLiteral("number"),
-                         names.size() == 1 ? QStringLiteral("1 app") : QStringLiteral("%1 apps").arg(names.size())},
-                        {QStringLiteral("names"), names.join(QStringLiteral(" · "))},
-                        {QStringLiteral("reason"), suggestion.reason}});
-    }
-    return suggestions;
+    return suggestionRows(m_d.suggestions.suggestions());
 }
 
 void SettingsViewModel::addSuggestion(int row)
@@ -330,13 +314,7 @@ void SettingsViewModel::setQuery(const QString &query)
 
 QVariantList SettingsViewModel::hits() const
 {
-    QVariantList hits;
-    for (const SearchHit &hit : m_hits)
-        hits.append(QVariantMap{{QStringLiteral("title"), hit.title},
-                                {QStringLiteral("place"), hit.place},
-                                {QStringLiteral("emoji"), hit.emoji},
-                                {QStringLiteral("symbol"), hit.symbol}});
-    return hits;
+    return hitRows(m_hits);
 }
 
 void SettingsViewModel::openHit(int row)
